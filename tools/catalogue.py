@@ -1,0 +1,513 @@
+#!/usr/bin/env python3
+"""Generate everything that repeats by name from dispatch/catalogue.txt.
+
+Outputs (into --out):
+  dispatch_gen.S     entry points, first-call stubs, 13-row tables and slots
+  tessera.map        the linker version script: exactly the exported names
+  tessera.h          the public header
+  tsr_decls.h        hidden declarations (NAME_local) of every built body and entry
+  tsr_tiers.inc      per-function tier lists that tests and the tool iterate over
+  tsr_dispatch.inc   the dispatched functions with their tables and slots (for `tessera info`)
+  exported.txt       the exported names, one per line (the symbol-set test reads it)
+  all_names.txt      the whole interface, built or not
+
+A function comes to life when a file in dispatch/built/ names it (its plain name, e.g.
+`ceil`, `ceilf`, `ceill`, `__ceilq`, `ceilf16`; `__bwr_ceil` for its reproducible form;
+or the name itself for names outside the root table).
+"""
+import argparse
+import glob
+import os
+import re
+import sys
+from collections import OrderedDict
+
+PREC = "dflhq"
+REAL = {"d": "double", "f": "float", "l": "long double", "h": "_Float16", "q": "__float128"}
+CPLX = {"d": "double _Complex", "f": "float _Complex", "l": "long double _Complex",
+        "q": "tessera_complex128"}
+WIDE2 = {"d": "long double", "f": "long double", "l": "long double", "h": "long double",
+         "q": "__float128"}
+TIER_ORDER = ["ex", "e7", "y8", "e9", "l9", "z0", "d1"]
+
+# The names that <math.h> defines as macros (or C++ overload sets) for double operands.
+MACRO_NAMES = {"fpclassify", "isfinite", "isinf", "isnan", "isnormal", "signbit", "isgreater",
+               "isgreaterequal", "isless", "islessequal", "islessgreater", "isunordered"}
+
+
+def fail(msg):
+    sys.stderr.write("catalogue: " + msg + "\n")
+    sys.exit(1)
+
+
+def pname(root, p):
+    """Plain name of a root at precision p."""
+    if root.endswith("_r"):
+        base = root[:-2]
+        suffix = {"d": "", "f": "f", "l": "l", "h": "f16"}[p] if p != "q" else None
+        if p == "q":
+            return "__" + base + "q_r"
+        return base + suffix + "_r"
+    return {"d": root, "f": root + "f", "l": root + "l", "h": root + "f16",
+            "q": "__" + root + "q"}[p]
+
+
+class Unit:
+    """One function at one precision: its names, bodies and how its entry is formed."""
+
+    def __init__(self, uid, prec, shape):
+        self.uid = uid
+        self.prec = prec
+        self.shape = shape
+        self.exported = []      # exported names, in order
+        self.entry_names = []   # names standing at the entry point (asm-generated)
+        self.kind = "plain"     # plain | dispatch | bound
+        self.base = None        # dispatch base name (table/slot/variant naming)
+        self.pattern = None
+        self.bound_form = None
+        self.tiers = []         # all tier bodies, exported or only in tables
+        self.exported_tiers = []
+        self.hidden = False     # dispatched but not exported
+
+    def variant(self, tier):
+        return "__libm_%s_%s" % (self.base or self.uid, tier)
+
+
+def parse(path):
+    roots = OrderedDict()
+    patterns = {}
+    dispatch = OrderedDict()   # base -> (pattern, hidden)
+    bound = OrderedDict()      # name -> form
+    names = []                 # (group, name, shape)
+    aliases = []
+    crf = []
+    classify = []
+    powroots = []
+    fortran = []
+    for ln, line in enumerate(open(path), 1):
+        line = line.split("#", 1)[0].rstrip()
+        if not line.strip():
+            continue
+        w = line.split()
+        k = w[0]
+        if k == "root":
+            if len(w) < 9:
+                fail("%s:%d: short root record" % (path, ln))
+            root = w[1]
+            roots[root] = dict(plain=w[2], libm=w[3], bwr=w[4],
+                               tiers={"d": w[5], "f": w[6], "l": w[7]},
+                               shape=" ".join(w[8:]))
+        elif k == "pattern":
+            if len(w) != 14:
+                fail("%s:%d: a pattern has 12 rows" % (path, ln))
+            patterns[w[1]] = w[2:]
+        elif k == "dispatch":
+            for n in w[2:]:
+                hid = n.endswith("*")
+                dispatch[n.rstrip("*")] = (w[1], hid)
+        elif k == "bound":
+            for n in w[2:]:
+                bound[n] = w[1]
+        elif k == "name":
+            names.append((w[1], w[2], " ".join(w[3:])))
+        elif k == "alias":
+            aliases.append((w[1], w[2]))
+        elif k == "crf":
+            crf += w[1:]
+        elif k == "classify":
+            classify += w[1:]
+        elif k == "pow":
+            powroots += w[1:]
+        elif k == "fortran":
+            fortran += w[1:]
+        else:
+            fail("%s:%d: unknown record %s" % (path, ln, k))
+    return roots, patterns, dispatch, bound, names, aliases, crf, classify, powroots, fortran
+
+
+def build_units(cat):
+    roots, patterns, dispatch, bound, names, aliases, crf, classify, powroots, fortran = cat
+    units = OrderedDict()
+    counts = {"plain": 0, "libm": 0, "bwr": 0, "tier": 0, "extra": 0}
+
+    def add(u):
+        if u.uid in units:
+            fail("duplicate unit " + u.uid)
+        units[u.uid] = u
+        return u
+
+    for root, r in roots.items():
+        for p in PREC:
+            has_plain = p in r["plain"]
+            has_libm = p in r["libm"]
+            tiers = [] if p not in "dfl" or r["tiers"][p] == "-" else r["tiers"][p].split(",")
+            if not (has_plain or has_libm or tiers):
+                continue
+            u = add(Unit(pname(root, p), p, r["shape"]))
+            u.root = root
+            if has_plain:
+                u.exported.append(u.uid)
+                counts["plain"] += 1
+            if has_libm:
+                u.exported.append("__libm_" + u.uid)
+                counts["libm"] += 1
+            u.exported_tiers = tiers
+            u.exported += ["__libm_%s_%s" % (u.uid, t) for t in tiers]
+            counts["tier"] += len(tiers)
+            if p in r["bwr"]:
+                b = add(Unit("__bwr_" + u.uid, p, r["shape"]))
+                b.exported.append(b.uid)
+                counts["bwr"] += 1
+    # ldexpf: only __libm_ldexpf and __quill_ldexpf (the entry) exist.
+    # Correctly rounded family, each with four tier names.
+    for n in crf:
+        u = add(Unit("__libm_cr_" + n, "f", None))
+        u.exported = [u.uid] + ["%s_%s" % (u.uid, t) for t in ("ex", "l9", "z0", "d1")]
+        u.exported_tiers = ["ex", "l9", "z0", "d1"]
+        counts["extra"] += 5
+    # The __ and d forms of classification.
+    for root in classify:
+        for p in "dfl":
+            n = "__" + pname(root, p)
+            units[pname(root, p)].exported.append(n)
+            counts["extra"] += 1
+    for group, n, shape in names:
+        if group == "cr":
+            units[n].shape = shape
+            continue
+        if group == "classd":
+            base = n[:-1]
+            units[base].exported += [n, "__" + n]
+            counts["extra"] += 2
+            continue
+        prec = "f" if n.endswith("f") and group == "misc" and "sincos" in n else "d"
+        if group == "quad":
+            prec = "q"
+        u = add(Unit(n, prec, shape))
+        u.exported.append(n)
+        counts["extra"] += 1
+        if group == "data":
+            u.kind = "data"
+    for n in powroots:
+        u = add(Unit(n, "d", "?"))
+        u.exported.append(n)
+        counts["extra"] += 1
+    for n in fortran:
+        u = add(Unit(n, "d", "?"))
+        u.exported += [n, "__libm_" + n]
+        counts["extra"] += 2
+    # Names that exist only as second names of another function.
+    for n, target in aliases:
+        if not any(n in u.exported for u in units.values()):
+            owner = next((u for u in units.values() if target in u.exported), None)
+            if owner is None:
+                fail("alias %s of unknown %s" % (n, target))
+            owner.exported.append(n)
+            counts["extra"] += 1
+
+    # Dispatch: map base names to units.
+    def unit_of_base(base):
+        if base.startswith("cr_"):
+            return "__libm_" + base
+        if base.startswith("sse2_"):
+            return "__libm_" + base
+        return base
+
+    for base, (pat, hidden) in dispatch.items():
+        uid = unit_of_base(base)
+        if uid not in units:
+            # a dispatched function with no exported name of its own (cotpi, exp2m1, ...)
+            u = add(Unit(uid, "f" if uid.endswith("f") else ("q" if uid.endswith("q") else "d"),
+                         "R(R)"))
+        u = units[uid]
+        u.kind = "dispatch"
+        u.base = base
+        u.pattern = patterns[pat]
+        u.hidden = hidden
+        if uid.startswith("__libm_"):
+            u.entry_names = [uid]
+        elif base == "frexp":
+            u.entry_names = ["__libm_frexp"]   # plain frexp is a body of its own
+        elif uid.startswith("__"):
+            u.entry_names = [uid]
+        else:
+            u.entry_names = [uid, "__libm_" + uid]
+        rows = set(u.pattern)
+        u.tiers = [t for t in TIER_ORDER if t in rows or t in u.exported_tiers]
+        if hidden and any(n in u.exported for n in u.entry_names):
+            fail("unexported dispatch %s has exported names" % uid)
+    for n, form in bound.items():
+        u = units[n]
+        u.kind = "bound"
+        u.bound_form = form
+        u.entry_names = [n] + (["__libm_" + n] if "__libm_" + n in u.exported else [])
+        if n == "__quill_ldexpf":
+            u.entry_names.append("__libm_ldexpf")
+            u.base = "ldexpf"
+        u.tiers = [t for t in TIER_ORDER if t == "ex" or t in u.exported_tiers]
+    # ldexpf owns __libm_ldexpf and its ex tier through __quill_ldexpf.
+    if "ldexpf" in units:
+        lf = units.pop("ldexpf")
+        q = units["__quill_ldexpf"]
+        q.exported += [n for n in lf.exported if n not in q.exported]
+        q.exported_tiers = lf.exported_tiers
+        q.shape = lf.shape
+        q.prec = "f"
+    for u in units.values():
+        if u.kind == "plain" and not u.tiers:
+            u.tiers = list(u.exported_tiers)
+    return units, counts
+
+
+EXPECTED = {"plain": 665, "libm": 260, "bwr": 196, "tier": 529, "total": 1880}
+
+
+def check_counts(units, counts):
+    allnames = [n for u in units.values() for n in u.exported]
+    if len(allnames) != len(set(allnames)):
+        seen = set()
+        d = [n for n in allnames if n in seen or seen.add(n)]
+        fail("names appear twice: %s" % d[:10])
+    got = dict(counts)
+    got["total"] = len(allnames)
+    for k, v in EXPECTED.items():
+        if got[k] != v:
+            fail("the interface has %d %s names, not %d" % (got[k], k, v))
+    return sorted(allnames)
+
+
+def ctype(tok, p):
+    tok = tok.strip()
+    m = {"R": REAL[p], "C": CPLX.get(p, "?"), "I": "int", "L": "long", "LL": "long long",
+         "V": "void", "S": "const char *", "X": WIDE2[p]}
+    if tok.endswith("*") and tok[:-1] in m:
+        return m[tok[:-1]] + " *"
+    return m.get(tok, tok)
+
+
+def signature(shape, p):
+    """(return type, [parameter types]) of a shape at precision p."""
+    m = re.match(r"^(.*?)\((.*)\)$", shape)
+    if not m:
+        return None
+    ret = ctype(m.group(1), p)
+    params = [ctype(t, p) for t in m.group(2).split(",")] if m.group(2).strip() else []
+    if params == ["void"]:
+        params = []
+    return ret, params
+
+
+def decl(name, shape, p, extra=""):
+    sig = signature(shape, p)
+    ret, params = sig
+    return "%s %s(%s)%s" % (ret, name, ", ".join(params) or "void", extra)
+
+
+def fnptr(shape, p):
+    ret, params = signature(shape, p)
+    return "%s (*)(%s)" % (ret, ", ".join(params) or "void")
+
+
+def read_built(paths):
+    built = []
+    for path in paths:
+        for line in open(path):
+            line = line.split("#", 1)[0].strip()
+            if line:
+                built += line.split()
+    return built
+
+
+def gen_asm(units):
+    out = ["/* Generated by tools/catalogue.py from dispatch/catalogue.txt: do not edit. */",
+           '\t.section .note.GNU-stack,"",@progbits', ""]
+    for u in units:
+        if u.kind == "dispatch":
+            b = u.base
+            tab, slot, stub = ("__libm_%s_dispatch_table" % b, "__libm_%s_dispatch_slot" % b,
+                               "__libm_%s_dispatch_table_zeb_init_zeb" % b)
+            out.append("/* %s: rows %s */" % (u.uid, " ".join(u.pattern)))
+            out.append('\t.section .data.rel.ro.%s,"aw",@progbits' % tab)
+            out.append("\t.p2align 6\n\t.hidden %s\n\t.globl %s\n\t.type %s,@object" % (tab, tab, tab))
+            out.append("%s:\n\t.quad %s" % (tab, stub))
+            for t in u.pattern:
+                out.append("\t.quad %s_local" % u.variant(t))
+            out.append("\t.zero 24\n\t.size %s, 128" % tab)
+            out.append('\t.section .data.%s,"aw",@progbits' % slot)
+            out.append("\t.p2align 6\n\t.hidden %s\n\t.globl %s\n\t.type %s,@object" % (slot, slot, slot))
+            out.append("%s:\n\t.quad %s\n\t.zero 56\n\t.size %s, 64" % (slot, stub, slot))
+            out.append("\t.text\n\t.p2align 4")
+            out.append("\t.hidden %s\n\t.globl %s\n\t.type %s,@function" % (stub, stub, stub))
+            out.append("%s:\n\tleaq %s(%%rip), %%r10\n\tleaq %s(%%rip), %%r11" % (stub, tab, slot))
+            out.append("\tjmp __libm_dispatch_stub_common\n\t.size %s, .-%s" % (stub, stub))
+            first = u.entry_names[0]
+            out.append("\t.p2align 4\n\t.hidden %s_local\n\t.globl %s_local\n\t.type %s_local,@function"
+                       % (first, first, first))
+            out.append("%s_local:\n\tjmp *%s(%%rip)\n\t.size %s_local, .-%s_local" % (first, slot, first, first))
+        elif u.kind == "bound":
+            first = u.entry_names[0]
+            target = u.variant("ex") if u.uid != "__quill_ldexpf" else "__libm_ldexpf_ex"
+            out.append("/* %s: bound to %s */" % (u.uid, target))
+            out.append("\t.text\n\t.p2align 4\n\t.hidden %s_local\n\t.globl %s_local\n\t.type %s_local,@function"
+                       % (first, first, first))
+            out.append("%s_local:\n\tjmp %s_local\n\t.size %s_local, .-%s_local" % (first, target, first, first))
+        else:
+            continue
+        for n in u.entry_names:
+            if n != first:
+                out.append("\t.hidden %s_local\n\t.globl %s_local\n\t.set %s_local, %s_local" % (n, n, n, first))
+            out.append("\t.globl %s\n\t.type %s,@function\n\t.set %s, %s_local" % (n, n, n, first))
+        out.append("")
+    return "\n".join(out) + "\n"
+
+
+HEADER_TOP = """/* tessera: the public interface.  Generated from the catalogue: do not edit. */
+#ifndef TESSERA_H
+#define TESSERA_H
+
+#include <fenv.h>
+
+#ifdef __cplusplus
+#define TESSERA_NOEXCEPT noexcept
+extern "C" {
+#else
+#define TESSERA_NOEXCEPT
+#endif
+
+#if defined(__x86_64__) && !defined(TESSERA_COMPLEX128_DEFINED)
+#define TESSERA_COMPLEX128_DEFINED
+typedef _Complex float __attribute__((mode(TC))) tessera_complex128;
+#endif
+
+"""
+
+HEADER_BOTTOM = """
+#ifdef __cplusplus
+}
+#endif
+#endif
+"""
+
+
+def gen_header(units, built_units):
+    lines = [HEADER_TOP]
+    macro_decls = []
+    for u in built_units:
+        if u.kind == "data":
+            lines += ["extern int %s;" % n for n in u.exported]
+            continue
+        for n in u.exported:
+            shape = u.shape
+            if n in MACRO_NAMES or n[:-1] in MACRO_NAMES and n.endswith("d") and False:
+                macro_decls.append(decl("(%s)" % n, shape, u.prec, " TESSERA_NOEXCEPT") + ";")
+                continue
+            lines.append(decl("(%s)" % n, shape, u.prec, " TESSERA_NOEXCEPT") + ";")
+    if macro_decls:
+        # <math.h> makes these macros in C and overloads in C++: in C the parenthesised
+        # name is never expanded; in C++ they live in namespace tessera.
+        lines.append("\n#ifndef __cplusplus")
+        lines += macro_decls
+        lines.append("#else\n}\nnamespace tessera { extern \"C\" {")
+        lines += macro_decls
+        lines.append("} }\nextern \"C\" {\n#endif")
+    lines.append(HEADER_BOTTOM)
+    return "\n".join(lines)
+
+
+def gen_decls(units):
+    """Hidden declarations of every built body and entry (NAME_local)."""
+    out = ["/* Generated by tools/catalogue.py: hidden names of the built functions. */",
+           "#pragma once", '#include "tsr/types.h"', 'extern "C" {']
+    for u in units:
+        if u.kind == "data":
+            for n in u.exported:
+                out.append("extern int %s_local TSR_HIDDEN;" % n)
+            continue
+        names = list(u.entry_names)
+        bodies = [u.variant(t) for t in u.tiers]
+        if u.uid == "__quill_ldexpf":
+            bodies = ["__libm_ldexpf_%s" % t for t in u.tiers]
+        names += bodies
+        if u.kind == "plain":
+            names += [n for n in u.exported if n not in names]
+        for n in names:
+            out.append(decl(n + "_local", u.shape, u.prec, " noexcept TSR_HIDDEN") + ";")
+    out.append("}")
+    return "\n".join(out) + "\n"
+
+
+def gen_tiers(units):
+    out = ["/* Generated by tools/catalogue.py: tier lists of the built functions. */",
+           "#pragma once", '#include "tsr_decls.h"', '#include "tsr/tiers.h"']
+    index = []
+    for u in units:
+        if not u.tiers or u.kind == "data":
+            continue
+        ident = re.sub(r"\W", "_", u.uid)
+        ft = fnptr(u.shape, u.prec)
+        body = lambda t: ("__libm_ldexpf_%s" % t) if u.uid == "__quill_ldexpf" else u.variant(t)
+        rows = ", ".join('{"%s", tsr::Tier::%s, %s_local}' % (t, t, body(t)) for t in u.tiers)
+        out.append("inline const tsr::TierFn<%s> tsr_tiers_%s[] = {%s};" % (ft, ident, rows))
+        index.append('{"%s", %d}' % (u.uid, len(u.tiers)))
+    return "\n".join(out) + "\n"
+
+
+def gen_dispatch_info(units):
+    out = ["/* Generated by tools/catalogue.py: the dispatched functions that are built. */",
+           "#pragma once", 'extern "C" {']
+    rows = []
+    for u in units:
+        if u.kind != "dispatch":
+            continue
+        b = u.base
+        out.append("extern void *const __libm_%s_dispatch_table[16] TSR_HIDDEN;" % b)
+        out.append("extern void *__libm_%s_dispatch_slot TSR_HIDDEN;" % b)
+        rows.append('{"%s", __libm_%s_dispatch_table, &__libm_%s_dispatch_slot, {%s}}' % (
+            u.entry_names[0], b, b, ", ".join('"%s"' % t for t in u.pattern)))
+    out.append("}")
+    out.append("inline const tsr::DispatchInfo tsr_dispatch_info[] = {")
+    out += ["    " + r + "," for r in rows]
+    out.append("};")
+    return "\n".join(out) + "\n"
+
+
+def main():
+    ap = argparse.ArgumentParser()
+    ap.add_argument("--catalogue", required=True)
+    ap.add_argument("--built", nargs="*", default=[])
+    ap.add_argument("--out", required=True)
+    a = ap.parse_args()
+    cat = parse(a.catalogue)
+    units, counts = build_units(cat)
+    allnames = check_counts(units, counts)
+    built = read_built(a.built)
+    missing = [b for b in built if b not in units]
+    if missing:
+        fail("dispatch/built names unknown functions: %s" % missing)
+    bu = [units[b] for b in units if b in set(built)]
+    for u in bu:
+        if u.shape in (None, "?"):
+            fail("%s is built but its shape is not settled" % u.uid)
+    os.makedirs(a.out, exist_ok=True)
+
+    def write(name, text):
+        path = os.path.join(a.out, name)
+        if os.path.exists(path) and open(path).read() == text:
+            return
+        with open(path, "w") as f:
+            f.write(text)
+
+    exported = sorted(n for u in bu for n in u.exported)
+    write("exported.txt", "\n".join(exported) + "\n")
+    write("all_names.txt", "\n".join(allnames) + "\n")
+    write("tessera.map", "TESSERA_1 {\n  global:\n" + "".join("    %s;\n" % n for n in exported)
+          + "  local:\n    *;\n};\n")
+    write("dispatch_gen.S", gen_asm(bu))
+    write("tessera.h", gen_header(units, bu))
+    write("tsr_decls.h", gen_decls(bu))
+    write("tsr_tiers.inc", gen_tiers(bu))
+    write("tsr_dispatch.inc", gen_dispatch_info(bu))
+
+
+if __name__ == "__main__":
+    main()
