@@ -432,6 +432,9 @@ def gen_decls(units):
             names += [n for n in u.exported if n not in names]
         for n in names:
             out.append(decl(n + "_local", u.shape, u.prec, " noexcept TSR_HIDDEN") + ";")
+        for n in bodies:
+            if n.endswith(("_z0", "_d1")):
+                out.append(decl(n + "_portable", u.shape, u.prec, " noexcept TSR_HIDDEN") + ";")
     out.append("}")
     return "\n".join(out) + "\n"
 
@@ -448,6 +451,11 @@ def gen_tiers(units):
         body = lambda t: ("__libm_ldexpf_%s" % t) if u.uid == "__quill_ldexpf" else u.variant(t)
         rows = ", ".join('{"%s", tsr::Tier::%s, %s_local}' % (t, t, body(t)) for t in u.tiers)
         out.append("inline const tsr::TierFn<%s> tsr_tiers_%s[] = {%s};" % (ft, ident, rows))
+        ptiers = [t for t in u.tiers if t in ("z0", "d1")]
+        if ptiers:
+            prow = ", ".join('{"%s", tsr::Tier::l9, %s_portable}' % (t + "-portable", body(t)) for t in ptiers)
+            out.append("// The AVX-512 tiers with their portable operations: runnable wherever l9 is.")
+            out.append("inline const tsr::TierFn<%s> tsr_portable_tiers_%s[] = {%s};" % (ft, ident, prow))
         index.append('{"%s", %d}' % (u.uid, len(u.tiers)))
     return "\n".join(out) + "\n"
 
