@@ -670,7 +670,7 @@ alignas(16) const double log10_rows_ex[129][2] = {
 // -1023*log10(2) - log10 R_i with log10(2) as the code's head + tail: head -1023*head(log10 2)
 // plus -log10 R_i on a 2^-38 grain, so that row 128 cancels 1023 times log10(2) exactly (FMA tiers).
 alignas(16) const double log10_rows_l9[129][2] = {
-    {tsr_d(0xc0733a7146f6b080ull), tsr_d(0xbe1e707ce619c1edull)},
+    {tsr_d(0xc0733a7146f6b080ull), tsr_d(0xbe1e707ce619c200ull)},
     {tsr_d(0xc0733a7f1ee0e980ull), tsr_d(0xbe1e74ba8ae67a25ull)},
     {tsr_d(0xc0733a8cdb6d5540ull), tsr_d(0xbe1e7fb129cfe8c4ull)},
     {tsr_d(0xc0733a9a7d075300ull), tsr_d(0xbe1e72982800cfe6ull)},

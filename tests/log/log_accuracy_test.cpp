@@ -14,3 +14,18 @@ TEST(LogAccuracy, Log) {
 }
 
 }  // namespace
+
+namespace {
+TEST(LogAccuracy, Log2) {
+    auto xs = lt::positive_inputs<double>(kN, 21);
+    lt::Refs refs(xs, mpfr_log2);
+    lt::sweep("log2", tsr_tiers_log2, xs, refs, kRnD, kDir);
+}
+
+TEST(LogAccuracy, Log10) {
+    auto xs = lt::positive_inputs<double>(kN, 31);
+    lt::Refs refs(xs, mpfr_log10);
+    lt::sweep("log10", tsr_tiers_log10, xs, refs, kRnD, kDir);
+    lt::sweep("log10", tsr_portable_tiers_log10, xs, refs, kRnD, kDir);
+}
+}  // namespace

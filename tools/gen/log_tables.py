@@ -122,7 +122,9 @@ L10HI = mpf(b2d(0x3fd34413509f0000))
 L10LO = mpf(b2d(0x3d7e7fbcc47c0000))
 log10_l9 = []
 for i in range(129):
-    t = -log(R128(i), 10)
+    # Row 0 (R = 1/2) takes log10(2) as the code's own head + tail too: just below 1 the
+    # exponent's -log10(2) and this row then cancel exactly and the result is the polynomial.
+    t = -log(R128(i), 10) if i else L10HI + L10LO
     h = -1023 * L10HI + cut(t, -38)
     assert mpf(rn(h)) == h
     log10_l9.append((rn(h), rn(-1023 * L10LO + (t - cut(t, -38)))))
