@@ -34,6 +34,14 @@ inline T domain(T x, int code) {
     return r;
 }
 
+// Domain by 0/0, for the bodies whose default NaN comes from a division.
+template <class T>
+inline T domain_div(T x, int code) {
+    T r = opaque(T(0)) / opaque(T(0));
+    if (__libm_error_support) __libm_error_support(&x, &x, &r, code);
+    return r;
+}
+
 enum class Base { e, two, ten };
 
 // Double log, log2, log10 without fused multiply-add (tiers ex and e7: one algorithm).
