@@ -25,6 +25,7 @@ extern const double log_l2f512[512] TSR_HIDDEN;
 // Short reciprocals of the centres of 256 mantissa intervals and their -ln.
 extern const float log_rcp256_r[256] TSR_HIDDEN;
 extern const double log_rcp256_l[256] TSR_HIDDEN;
+extern const double log_rcp256_t[256] TSR_HIDDEN;
 // (R, -ln R head, tail) for the double-double kernel.
 extern const double log_k64_rows[65][3] TSR_HIDDEN;
 extern const double log2p1_rows[256][2] TSR_HIDDEN;

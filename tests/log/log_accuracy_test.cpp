@@ -50,3 +50,40 @@ TEST(LogAccuracy, FloatForms) {
     }
 }
 }  // namespace
+
+namespace {
+// log1p inputs: above -1 over the whole range, dense at every band boundary of the tiers.
+template <class T>
+std::vector<T> log1p_inputs(size_t n, uint64_t seed) {
+    using F = th::Format<T>;
+    std::vector<T> xs = th::log_uniform<T>(std::ldexp(T(1), F::emin - F::p + 1), std::numeric_limits<T>::max(),
+                                           n / 2, seed);
+    auto neg = th::log_uniform<T>(std::ldexp(T(1), F::emin - F::p + 1), T(1) - std::numeric_limits<T>::epsilon() / 2,
+                                  n / 4, seed + 1);
+    for (T v : neg) xs.push_back(-v);
+    const double edges[] = {0x1p-57, 0x1p-54, 0x1p-20, 0x1p-13, 0x1p-7, 0x1p-6, 0x1.24p-4, 0.5, 1, 0x1p54};
+    std::mt19937_64 g(seed + 2);
+    while (xs.size() < n) {
+        double e = edges[g() % std::size(edges)];
+        T d = T(e) * std::ldexp(T(1), -F::p) * T(int(g() % 2000) - 1000);
+        T v = T(e) + d;
+        xs.push_back(g() & 1 ? v : -v);
+    }
+    for (T &v : xs)
+        if (v <= T(-1)) v = T(-0.5);
+    return xs;
+}
+
+TEST(LogAccuracy, Log1p) {
+    auto xs = log1p_inputs<double>(kN, 51);
+    lt::Refs refs(xs, mpfr_log1p);
+    lt::sweep("log1p", tsr_tiers_log1p, xs, refs, kRnD, kDir);
+    lt::sweep("log1p", tsr_portable_tiers_log1p, xs, refs, kRnD, kDir);
+}
+
+TEST(LogAccuracy, Log1pf) {
+    auto xs = log1p_inputs<float>(kN, 61);
+    lt::Refs refs(xs, mpfr_log1p);
+    lt::sweep("log1pf", tsr_tiers_log1pf, xs, refs, kRnF, kDir, "e7", kRnFe7);
+}
+}  // namespace

@@ -152,6 +152,9 @@ for i in range(0, 256, 8):
 out.append("};")
 out.append("")
 emit_doubles("log_rcp256_l", [rn(-log(r)) for r in rcp], "-ln r_i.")
+# What -ln r_i leaves beyond its double: log1p (ex) subtracts n*ln2 from -ln r_i for
+# 1 + x below 1, where the double alone would cost several ulp.
+emit_doubles("log_rcp256_t", [rn(-log(r) - mpf(rn(-log(r)))) for r in rcp], "-ln r_i less its double.")
 
 # ---- kernel rows: R = 1/(1 + i/64) rounded to a multiple of 2^-9, -ln R in a head with 21
 # low zero bits and a tail.
