@@ -87,3 +87,12 @@ TEST(LogAccuracy, Log1pf) {
     lt::sweep("log1pf", tsr_tiers_log1pf, xs, refs, kRnF, kDir, "e7", kRnFe7);
 }
 }  // namespace
+
+namespace {
+TEST(LogAccuracy, Log2p1) {
+    auto xs = log1p_inputs<double>(kN, 71);
+    lt::Refs refs(xs, mpfr_log2p1);
+    lt::sweep("log2p1", tsr_tiers_log2p1, xs, refs, kRnD, kDir);
+    lt::sweep("log2p1", tsr_portable_tiers_log2p1, xs, refs, kRnD, kDir);
+}
+}  // namespace
