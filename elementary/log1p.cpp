@@ -91,7 +91,10 @@ TSR_DEFINE(float, __libm_log1pf_ex, (float x)) {
     if ((b << 1) > 0xff000000u) return x + x;
     if (b == 0xbf800000u) return logk::pole(x, 142);
     if (b > 0xbf800000u) return logk::domain(x, 143);
-    if ((b & 0x7fffffffu) < 0x31800000u) return float(u - u * u * 0.5);  // |x| < 2^-28
+    if ((b & 0x7fffffffu) < 0x31800000u) {  // |x| < 2^-28
+        if (u == 0) return x;
+        return float(u - u * u * 0.5);
+    }
     return float(__libm_log_ex_local(1.0 + u));
 }
 #endif

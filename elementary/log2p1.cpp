@@ -22,6 +22,9 @@ inline double sqrt_sd(double v) { return _mm_cvtsd_f64(_mm_sqrt_sd(_mm_set_sd(v)
 
 inline double log2p1_body(double x) {
     uint64_t bx = bits(x);
+    // The largest double: 1 + x would overflow under upward rounding.  log2 of it is 1024
+    // less 2^-52.5 or so, which this sum rounds correctly in every mode.
+    if (bx == 0x7fefffffffffffffull) return opaque(1024.0) - 0x1p-60;
     double v = 1.0 + x;
     uint64_t b = bits(v);
     uint32_t h = uint32_t(b >> 32);
@@ -58,7 +61,6 @@ inline double log2p1_body(double x) {
     }
     if (out) {
         if (h >= 0x7ff00000u) {
-            if (bx == 0x7fefffffffffffffull) return 1024.0;  // 1 + x rounded up to infinity
             if ((b << 1) == 0 || (b >> 63) == 0 || (b << 1) > 0xffe0000000000000ull) {
                 if ((b << 1) == 0) return 1.0 / sqrt_sd(-0.0);
                 return v + v;

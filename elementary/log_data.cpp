@@ -1378,7 +1378,7 @@ alignas(16) const double log_k64_rows[65][3] = {
     {tsr_d(0x3fe0600000000000ull), tsr_d(0x3fe5707a26c00000ull), tsr_d(0xbdc1ce667f400cd0ull)},
     {tsr_d(0x3fe0400000000000ull), tsr_d(0x3fe5af405c400000ull), tsr_d(0xbdd36c40b38a7de7ull)},
     {tsr_d(0x3fe0200000000000ull), tsr_d(0x3fe5ee82aa200000ull), tsr_d(0x3dc064808e033692ull)},
-    {tsr_d(0x3fe0000000000000ull), tsr_d(0x3fe62e42ff000000ull), tsr_d(0xbdc718432a1b0e26ull)},
+    {tsr_d(0x3fe0000000000000ull), tsr_d(0x3fe62e42fefa3800ull), tsr_d(0x3d2ef35793c76730ull)},
 };
 
 // 1023 + log2(1.4375 / (1 + i/256)), heads multiples of 2^-39.

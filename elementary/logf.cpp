@@ -89,7 +89,7 @@ namespace {
 template <Base B>
 inline float logf_e7(float x) {
     uint32_t b = bits(x);
-    double z = 0;
+    double z = 0, zn = 0;
     // Out of range: specials leave; a subnormal or a value at or above 2^126 (whose
     // reciprocal would be subnormal) is scaled by 2^+-64 once, with z compensating.
     if (b - 0x800000u >= 0x7e000000u) {
@@ -103,9 +103,11 @@ inline float logf_e7(float x) {
         if (b < 0x800000u) {
             x *= f32(0x5f800000);  // 2^64
             z = f64(0xc0462e42fefa39efull);
+            zn = -64;
         } else {
             x *= f32(0x1f800000);  // 2^-64
             z = f64(0x40462e42fefa39efull);
+            zn = 64;
         }
         b = bits(x);
     }
@@ -119,7 +121,8 @@ inline float logf_e7(float x) {
     if constexpr (B == Base::e)
         res = (((z + u) + logtab::log_f257[idx]) + N * f64(0x3e762e42fefa39efull)) + u * u * q;
     else if constexpr (B == Base::two)
-        res = ((z + u) * kLog2e + (double(Ni >> 23) + logtab::log2_f257[idx])) + u * u * q * kLog2e;
+        // The scaling by 2^+-64 is given back as the integer it is in base 2.
+        res = (u * kLog2e + ((double(Ni >> 23) + zn) + logtab::log2_f257[idx])) + u * u * q * kLog2e;
     else
         res = ((z + u) * kLog10e + (N * f64(0x3e634413509f79ffull) + logtab::log10_f257[idx])) + u * u * q * kLog10e;
     float f = float(res);

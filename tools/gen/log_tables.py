@@ -168,7 +168,13 @@ for i in range(65):
     else:
         e = int(floor(log(abs(v), 2)))
         h = cut(v, e - 52 + 21)
-    out.append("    {%s, %s, %s}," % (hexd(rn(R)), hexd(rn(h)), hexd(rn(v - h))))
+    if i == 64:
+        # R = 1/2: -ln R is ln 2 in the kernel's own two parts, so that for arguments just
+        # below 1 the exponent's -ln 2 and this row cancel exactly.
+        h, t = mpf(b2d(0x3fe62e42fefa3800)), b2d(0x3d2ef35793c76730)
+    else:
+        t = rn(v - h)
+    out.append("    {%s, %s, %s}," % (hexd(rn(R)), hexd(rn(h)), hexd(t)))
 out.append("};")
 out.append("")
 
