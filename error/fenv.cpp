@@ -63,10 +63,11 @@ inline void x87_load(const void *p) {
 inline void x87_clear_pending() { asm volatile("fnclex"); }
 inline unsigned x87_flags() { return tsr::get_x87_sw() & kExcAll; }
 
-// The status word with its six flags replaced; the stack-fault and summary bits follow
-// the flags, as the unit itself would have set them.
+// The status word with its six flags replaced; the summary bits follow the flags, as the
+// unit itself would have set them, and a stack fault stays only with its invalid flag.
 inline uint16_t with_flags(uint16_t sw, uint16_t cw, unsigned flags) {
-    sw = uint16_t((sw & ~(kExcAll | kSwStackFault | kSwSummary | kSwBusy)) | flags);
+    uint16_t keep = (flags & FE_INVALID) ? kSwStackFault : 0;
+    sw = uint16_t((sw & ~(kExcAll | kSwStackFault | kSwSummary | kSwBusy)) | (sw & keep) | flags);
     if (flags & ~cw & kExcAll) sw |= kSwSummary | kSwBusy;
     return sw;
 }
