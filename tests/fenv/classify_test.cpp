@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "fenv/fpu.h"
+#include "harness/harness.h"
 
 namespace {
 
@@ -212,12 +213,17 @@ void check_classify(const std::string &sfx, const std::vector<Pat<T>> &pats) {
         for (const auto &name : names(m.root, sfx)) {
             auto fn = reinterpret_cast<Fn>(sym(name));
             if (!fn) continue;
-            for (const auto &p : pats) {
-                fpu::clear_all();
-                int r = fn(p.v);
-                int fl = flags_around();
-                EXPECT_EQ(r, m.expect(p)) << name << "(" << (p.neg ? "-" : "+") << p.what << ")";
-                EXPECT_EQ(fl, 0) << name << "(" << (p.neg ? "-" : "+") << p.what << ") raised";
+            for (const auto &mode : th::kModes) {
+                th::ModeGuard g(mode.fe);
+                for (const auto &p : pats) {
+                    fpu::clear_all();
+                    int r = fn(p.v);
+                    int fl = flags_around();
+                    EXPECT_EQ(r, m.expect(p))
+                        << name << "(" << (p.neg ? "-" : "+") << p.what << ") " << mode.name;
+                    EXPECT_EQ(fl, 0)
+                        << name << "(" << (p.neg ? "-" : "+") << p.what << ") raised, " << mode.name;
+                }
             }
         }
     }
@@ -229,7 +235,8 @@ TEST(Classify, Extended) { check_classify<long double>("l", extendeds()); }
 TEST(Classify, Binary128) { check_classify<__float128>("q", quads()); }
 
 // ---- comparisons ------------------------------------------------------------------------------
-// Every pair of the table through every comparison: ranks decide for non-NaN operands;
+// Every pair of the table through every comparison, in every rounding mode: ranks decide
+// for non-NaN operands;
 // an ordered comparison with a NaN is 0, isunordered 1. A float or double signalling NaN
 // raises invalid in an ordered comparison; nothing else raises anything.
 template <class T>
@@ -252,20 +259,23 @@ void check_compare(const std::string &sfx, const std::vector<Pat<T>> &pats, bool
         for (const auto &name : names(m.root, sfx)) {
             auto fn = reinterpret_cast<Fn>(sym(name));
             if (!fn) continue;
-            for (const auto &x : pats) {
-                for (const auto &y : pats) {
-                    bool unord = x.cls == FP_NAN || y.cls == FP_NAN;
-                    int want = unord ? !m.ordered : m.holds(x.rank, y.rank);
-                    int want_flags =
-                        snan_raises && m.ordered && (x.snan || y.snan) ? FE_INVALID : 0;
-                    fpu::clear_all();
-                    int r = fn(x.v, y.v);
-                    int fl = flags_around();
-                    if (r != want || fl != want_flags)
-                        ADD_FAILURE() << name << "(" << (x.neg ? "-" : "+") << x.what << ", "
-                                      << (y.neg ? "-" : "+") << y.what << ") = " << r
-                                      << " flags " << fl << ", want " << want << " flags "
-                                      << want_flags;
+            for (const auto &mode : th::kModes) {
+                th::ModeGuard g(mode.fe);
+                for (const auto &x : pats) {
+                    for (const auto &y : pats) {
+                        bool unord = x.cls == FP_NAN || y.cls == FP_NAN;
+                        int want = unord ? !m.ordered : m.holds(x.rank, y.rank);
+                        int want_flags =
+                            snan_raises && m.ordered && (x.snan || y.snan) ? FE_INVALID : 0;
+                        fpu::clear_all();
+                        int r = fn(x.v, y.v);
+                        int fl = flags_around();
+                        if (r != want || fl != want_flags)
+                            ADD_FAILURE() << name << "(" << (x.neg ? "-" : "+") << x.what << ", "
+                                          << (y.neg ? "-" : "+") << y.what << ") = " << r
+                                          << " flags " << fl << ", want " << want << " flags "
+                                          << want_flags << ", " << mode.name;
+                    }
                 }
             }
         }
