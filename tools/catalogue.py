@@ -479,6 +479,20 @@ def gen_dispatch_info(units):
     return "\n".join(out) + "\n"
 
 
+def gen_same_address(built_units, aliases):
+    """Groups of exported names that must stand at one address, one group per line."""
+    exported = {n for u in built_units for n in u.exported}
+    groups = []
+    for u in built_units:
+        g = [n for n in u.entry_names if n in exported]
+        if len(g) > 1:
+            groups.append(g)
+    for n, target in aliases:
+        if n in exported and target in exported:
+            groups.append([target, n])
+    return "".join(" ".join(g) + "\n" for g in groups)
+
+
 def main():
     ap = argparse.ArgumentParser()
     ap.add_argument("--catalogue", required=True)
@@ -507,6 +521,7 @@ def main():
 
     exported = sorted(n for u in bu for n in u.exported)
     write("exported.txt", "\n".join(exported) + "\n")
+    write("same_address.txt", gen_same_address(bu, cat[5]))
     write("all_names.txt", "\n".join(allnames) + "\n")
     write("tessera.map", "TESSERA_1 {\n  global:\n" + "".join("    %s;\n" % n for n in exported)
           + "  local:\n    *;\n};\n")
