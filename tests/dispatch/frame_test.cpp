@@ -152,7 +152,21 @@ TEST(FrameChild, DISABLED_ReportLevel) {
     std::printf("level=%d\n", __libm_feature_flag);
 }
 
+TEST(FrameChild, DISABLED_TierNamesBypassTheSlot) {
+    volatile double x = 1.5;
+    volatile double r = __libm_ceil_ex(x) + __libm_ceil_e7(x);
+    EXPECT_EQ(r, 4.0);
+    EXPECT_EQ(__libm_feature_flag, 0) << "a tier name chose the level";
+    for (const auto &d : tsr_dispatch_info) EXPECT_EQ(*d.slot, d.table[0]) << d.name;
+}
+
 // ---- the parent side -------------------------------------------------------------------
+
+TEST(Frame, TierNamesCallTheirVariantDirectly) {
+    auto r = th::run_self("FrameChild.DISABLED_TierNamesBypassTheSlot");
+    EXPECT_EQ(r.status, 0) << r.out;
+}
+
 
 TEST(Frame, FirstCallInFreshProcess) {
     auto r = th::run_self("FrameChild.DISABLED_FirstCallKeepsArgumentsAndState");
