@@ -13,6 +13,7 @@
 #include "dispatch/features.h"
 #include "dispatch/frame.h"
 #include "harness/harness.h"
+#include "tessera.h"
 #include "tsr_dispatch.inc"
 
 // What a variant saw: every argument of an all-register-classes signature, the row it
