@@ -7,10 +7,6 @@
 #include "tsr/common.h"
 #include "tsr/report.h"
 
-// Until the error interpreter is part of every build, the report is a weak reference: a
-// build without the interpreter links and skips the report; with it, the call is direct.
-#pragma weak __libm_error_support
-
 namespace tsr::logk {
 namespace {
 
@@ -24,13 +20,13 @@ inline float rcp(float x) { return _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(x))); }
 template <class T>
 inline T pole(T x, int code) {
     T r = opaque(T(-1)) / opaque(T(0));
-    if (__libm_error_support) __libm_error_support(&x, &x, &r, code);
+    __libm_error_support(&x, &x, &r, code);
     return r;
 }
 template <class T>
 inline T domain(T x, int code) {
     T r = opaque(T(0)) * opaque(T(__builtin_inf()));
-    if (__libm_error_support) __libm_error_support(&x, &x, &r, code);
+    __libm_error_support(&x, &x, &r, code);
     return r;
 }
 
@@ -38,7 +34,7 @@ inline T domain(T x, int code) {
 template <class T>
 inline T domain_div(T x, int code) {
     T r = opaque(T(0)) / opaque(T(0));
-    if (__libm_error_support) __libm_error_support(&x, &x, &r, code);
+    __libm_error_support(&x, &x, &r, code);
     return r;
 }
 
