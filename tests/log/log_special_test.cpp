@@ -279,3 +279,25 @@ TEST(LogKernels, K32) {
 }
 
 }  // namespace
+
+namespace {
+// The FMA log10 normalises a subnormal argument by integer and raises the denormal-operand
+// flag by hand, as the arithmetic on it would have.
+TEST(LogSpecial, Log10DenormalFlag) {
+    auto run = [](const auto &t) {
+        uint32_t saved;
+        asm volatile("stmxcsr %0" : "=m"(saved));
+        uint32_t clear = saved & ~0x3fu;
+        asm volatile("ldmxcsr %0" : : "m"(clear));
+        double y = t.fn(0x1p-1060);
+        uint32_t after;
+        asm volatile("stmxcsr %0" : "=m"(after));
+        asm volatile("ldmxcsr %0" : : "m"(saved));
+        EXPECT_TRUE(after & 0x2) << t.name;
+        EXPECT_NEAR(y, -1060 * 0.30102999566398120, 1e-12) << t.name;
+    };
+    for (const auto &t : tsr_tiers_log10)
+        if (t.tier == tsr::Tier::l9 && tsr::tier_runnable(t.tier)) run(t);
+    for (const auto &t : tsr_portable_tiers_log10) run(t);
+}
+}  // namespace
