@@ -25,7 +25,9 @@ namespace {
 inline double log_fma(double x) {
     uint64_t b = bits(x);
     uint32_t h = uint32_t(b >> 32);
-    double adj = 0;
+    int adj = 0;
+    // log(1) is +0 in every rounding mode (the arithmetic gives -0 rounding downward).
+    if (b == 0x3ff0000000000000ull) return 0.0;
     if (h + 0x80100000u < 0x80200000u) {
         if (h >= 0x00100000u || b == 0) return __libm_log_e7_local(x);
         x *= f64(0x43f0000000000000ull);  // 2^64
@@ -39,9 +41,9 @@ inline double log_fma(double x) {
     double r = __builtin_fma(f64(m | 0x77f0000000000000ull), R, -1.0);
     const double *t = logtab::log_neg129_fma[v & 0xff];
 #if TSR_TIER_L9
-    double n = double(int(b >> 52) - 1023) + adj;
+    double n = double(int(b >> 52) - 1023 + adj);
 #else
-    double n = avx512::getexp(x) + adj;
+    double n = avx512::getexp(x) + double(adj);
 #endif
     double lo = __builtin_fma(f64(0xbd48432a1b0e2634ull), n, t[1]);
     double H = __builtin_fma(f64(0x3fe62e42fefa4000ull), n, t[0]);
@@ -51,8 +53,7 @@ inline double log_fma(double x) {
     double B = __builtin_fma(f64(0x3fc9999999788658ull), r, f64(0xbfcfffffffebf6c8ull));
     double C = __builtin_fma(f64(0x3fd555555555555aull), r, f64(0xbfe0000000000001ull));
     double s = r * r;
-    double res = S + __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
-    return res == 0 ? 0.0 : res;
+    return S + __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
 }
 }  // namespace
 #endif

@@ -21,6 +21,8 @@ inline double log10_fma(double x) {
     uint32_t h = uint32_t(b >> 32);
     uint64_t m = b & 0x000fffffffffffffull;
     double E;
+    // log(1) is +0 in every rounding mode (the arithmetic gives -0 rounding downward).
+    if (b == 0x3ff0000000000000ull) return 0.0;
     if (h + 0x80100000u < 0x80200000u) {
         double y = x + 0.0;
         if ((b << 1) == 0) return logk::pole(x, 8);
@@ -51,8 +53,7 @@ inline double log10_fma(double x) {
     double B = __builtin_fma(f64(0x3fb63c6276640f43ull), r, f64(0xbfbbcb7b14641063ull));
     double C = __builtin_fma(f64(0x3fc287a7636f43bbull), r, f64(0xbfcbcb7b1526e53full));
     double s = r * r;
-    double res = S + __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, Z);
-    return res == 0 ? 0.0 : res;
+    return S + __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, Z);
 }
 }  // namespace
 #endif

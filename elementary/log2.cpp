@@ -21,7 +21,9 @@ TSR_DEFINE(double, __libm_log2_e7, (double x)) { return logk::frame<logk::Base::
 TSR_DEFINE(double, __libm_log2_l9, (double x)) {
     uint64_t b = bits(x);
     uint32_t h = uint32_t(b >> 32);
-    double adj = 0;
+    int adj = 0;
+    // log(1) is +0 in every rounding mode (the arithmetic gives -0 rounding downward).
+    if (b == 0x3ff0000000000000ull) return 0.0;
     if (h + 0x80100000u < 0x80200000u) {
         if (h >= 0x00100000u || b == 0) return __libm_log2_e7_local(x);
         x *= f64(0x43f0000000000000ull);  // 2^64
@@ -34,7 +36,7 @@ TSR_DEFINE(double, __libm_log2_l9, (double x)) {
     double R = f64(uint64_t(v) << 45);
     double r = __builtin_fma(f64(m | 0x77f0000000000000ull), R, f64(0xbff7000000000000ull));
     const double *t = logtab::log2_rows_l9[(v + 200) & 0xff];
-    double n = double(int(b >> 52) - 1023) + adj;
+    double n = double(int(b >> 52) - 1023 + adj);
     double H = n + t[0];
     double lo = __builtin_fma(f64(0x3f6d9afc100429deull), r, t[1]);
     double S = H + r;
@@ -43,7 +45,6 @@ TSR_DEFINE(double, __libm_log2_l9, (double x)) {
     double B = __builtin_fma(f64(0x3fa811571bde72eeull), r, f64(0xbfb59f9443110077ull));
     double C = __builtin_fma(f64(0x3fc4b8ee15a7ef57ull), r, f64(0xbfd65760af590e08ull));
     double s = r * r;
-    double res = S + __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
-    return res == 0 ? 0.0 : res;
+    return S + __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
 }
 #endif

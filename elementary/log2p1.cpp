@@ -101,8 +101,7 @@ inline double log2p1_body(double x) {
     double J = mad(r2, G, C);
     double S = H + r;
     double Z = (e1 + t[1]) + (r - (S - H));
-    double res = S + mad(rr, J, Z);
-    return res == 0 ? 0.0 : res;
+    return S + mad(rr, J, Z);
 }
 }  // namespace
 

@@ -53,6 +53,8 @@ inline double frame(double x) {
     uint64_t b = bits(x);
     uint32_t t = uint32_t(b >> 48);
     int bias = 0x3ff;
+    // log(1) is +0 in every rounding mode (the arithmetic gives -0 rounding downward).
+    if (b == 0x3ff0000000000000ull) return 0.0;
     if (t - 0x10u >= 0x7fe0u) {
         if (t >= 0x8000) {
             if ((b << 1) > 0xffe0000000000000ull) return x + x;
@@ -117,9 +119,7 @@ inline double frame(double x) {
     double r2 = r * r;
     double P0 = (r2 * r2) * ((b0 * r + c0) * r + a0 * (r2 * r));
     double P1 = r2 * ((b1 * r + c1) + a1 * r2);
-    double res = S + ((Z + P0) + P1);
-    // log(1) is +0 in every rounding mode (rounding downward would make it -0).
-    return res == 0 ? 0.0 : res;
+    return S + ((Z + P0) + P1);
 }
 
 }  // namespace

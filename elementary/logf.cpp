@@ -90,6 +90,7 @@ template <Base B>
 inline float logf_e7(float x) {
     uint32_t b = bits(x);
     double z = 0, zn = 0;
+    if (b == 0x3f800000u) return 0.0f;  // +0 in every rounding mode
     // Out of range: specials leave; a subnormal or a value at or above 2^126 (whose
     // reciprocal would be subnormal) is scaled by 2^+-64 once, with z compensating.
     if (b - 0x800000u >= 0x7e000000u) {
@@ -125,8 +126,7 @@ inline float logf_e7(float x) {
         res = (u * kLog2e + ((double(Ni >> 23) + zn) + logtab::log2_f257[idx])) + u * u * q * kLog2e;
     else
         res = ((z + u) * kLog10e + (N * f64(0x3e634413509f79ffull) + logtab::log10_f257[idx])) + u * u * q * kLog10e;
-    float f = float(res);
-    return f == 0 ? 0.0f : f;
+    return float(res);
 }
 }  // namespace
 TSR_DEFINE(float, __libm_logf_e7, (float x)) { return logf_e7<Base::e>(x); }
@@ -140,6 +140,7 @@ template <Base B>
 inline float logf_l9(float x) {
     uint32_t b = bits(x);
     int32_t gadd = 0;
+    if (b == 0x3f800000u) return 0.0f;  // +0 in every rounding mode
     if (b + 0x81800000u < 0x82000000u) {
         if (b - 1u >= 0x7fffffu) {
             if constexpr (B == Base::e) return __libm_logf_e7_local(x);
@@ -169,8 +170,7 @@ inline float logf_l9(float x) {
         res = __builtin_fma(q, u * u, Y);
         if constexpr (B == Base::ten) res = res * kLog10e;
     }
-    float f = float(res);
-    return f == 0 ? 0.0f : f;
+    return float(res);
 }
 }  // namespace
 TSR_DEFINE(float, __libm_logf_l9, (float x)) { return logf_l9<Base::e>(x); }
