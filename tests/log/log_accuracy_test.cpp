@@ -96,3 +96,70 @@ TEST(LogAccuracy, Log2p1) {
     lt::sweep("log2p1", tsr_portable_tiers_log2p1, xs, refs, kRnD, kDir);
 }
 }  // namespace
+
+namespace {
+// Thresholds and their neighbours: the ends of the range, the subnormal boundary, the
+// scaling thresholds of the float tiers (2^126) and, for log1p and log2p1, next to -1.
+template <class T>
+std::vector<T> extremes() {
+    using L = std::numeric_limits<T>;
+    std::vector<T> seeds = {L::denorm_min(), L::min(), L::max(), T(1), T(2), T(0.5), std::ldexp(T(1), 126),
+                            std::ldexp(T(1), 125), std::ldexp(T(1), -126), std::ldexp(T(1), 64)};
+    std::vector<T> xs;
+    for (T s : seeds) {
+        T v = s;
+        for (int k = 0; k < 4; ++k, v = std::nextafter(v, T(0))) xs.push_back(v);
+        v = s;
+        for (int k = 0; k < 4 && v < L::max(); ++k) xs.push_back(v = std::nextafter(v, L::infinity()));
+    }
+    return xs;
+}
+
+TEST(LogAccuracy, Extremes) {
+    auto xd = extremes<double>();
+    auto xf = extremes<float>();
+    {
+        lt::Refs r(xd, mpfr_log);
+        lt::sweep("log", tsr_tiers_log, xd, r, kRnD, kDir);
+        lt::sweep("log", tsr_portable_tiers_log, xd, r, kRnD, kDir);
+    }
+    {
+        lt::Refs r(xd, mpfr_log2);
+        lt::sweep("log2", tsr_tiers_log2, xd, r, kRnD, kDir);
+    }
+    {
+        lt::Refs r(xd, mpfr_log10);
+        lt::sweep("log10", tsr_tiers_log10, xd, r, kRnD, kDir);
+        lt::sweep("log10", tsr_portable_tiers_log10, xd, r, kRnD, kDir);
+    }
+    {
+        lt::Refs r(xf, mpfr_log);
+        lt::sweep("logf", tsr_tiers_logf, xf, r, kRnF, kDir, "e7", kRnFe7);
+    }
+    {
+        lt::Refs r(xf, mpfr_log2);
+        lt::sweep("log2f", tsr_tiers_log2f, xf, r, kRnF, kDir, "e7", kRnFe7);
+    }
+    {
+        lt::Refs r(xf, mpfr_log10);
+        lt::sweep("log10f", tsr_tiers_log10f, xf, r, kRnF, kDir, "e7", kRnFe7);
+    }
+    // log1p and log2p1 also just above -1.
+    for (int k = 1; k < 8; ++k) xd.push_back(-1 + k * 0x1p-53);
+    for (int k = 1; k < 8; ++k) xf.push_back(-1 + k * 0x1p-24f);
+    {
+        lt::Refs r(xd, mpfr_log1p);
+        lt::sweep("log1p", tsr_tiers_log1p, xd, r, kRnD, kDir);
+        lt::sweep("log1p", tsr_portable_tiers_log1p, xd, r, kRnD, kDir);
+    }
+    {
+        lt::Refs r(xd, mpfr_log2p1);
+        lt::sweep("log2p1", tsr_tiers_log2p1, xd, r, kRnD, kDir);
+        lt::sweep("log2p1", tsr_portable_tiers_log2p1, xd, r, kRnD, kDir);
+    }
+    {
+        lt::Refs r(xf, mpfr_log1p);
+        lt::sweep("log1pf", tsr_tiers_log1pf, xf, r, kRnF, kDir, "e7", kRnFe7);
+    }
+}
+}  // namespace
