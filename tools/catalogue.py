@@ -434,6 +434,9 @@ def gen_decls(units):
             names += [n for n in u.exported if n not in names]
         for n in names:
             out.append(decl(n + "_local", u.shape, u.prec, " noexcept TSR_HIDDEN") + ";")
+        for n in bodies:
+            if n.endswith(("_z0", "_d1")):
+                out.append(decl(n + "_portable", u.shape, u.prec, " noexcept TSR_HIDDEN") + ";")
     out.append("}")
     return "\n".join(out) + "\n"
 
@@ -450,6 +453,11 @@ def gen_tiers(units):
         body = lambda t: ("__libm_ldexpf_%s" % t) if u.uid == "__quill_ldexpf" else u.variant(t)
         rows = ", ".join('{"%s", tsr::Tier::%s, %s_local}' % (t, t, body(t)) for t in u.tiers)
         out.append("inline const tsr::TierFn<%s> tsr_tiers_%s[] = {%s};" % (ft, ident, rows))
+        ptiers = [t for t in u.tiers if t in ("z0", "d1")]
+        if ptiers:
+            prow = ", ".join('{"%s", tsr::Tier::l9, %s_portable}' % (t + "-portable", body(t)) for t in ptiers)
+            out.append("// The AVX-512 tiers with their portable operations: runnable wherever l9 is.")
+            out.append("inline const tsr::TierFn<%s> tsr_portable_tiers_%s[] = {%s};" % (ft, ident, prow))
         index.append('{"%s", %d}' % (u.uid, len(u.tiers)))
     return "\n".join(out) + "\n"
 
@@ -511,6 +519,20 @@ def gen_functions(units):
     return "\n".join(out) + "\n"
 
 
+def gen_same_address(built_units, aliases):
+    """Groups of exported names that must stand at one address, one group per line."""
+    exported = {n for u in built_units for n in u.exported}
+    groups = []
+    for u in built_units:
+        g = [n for n in u.entry_names if n in exported]
+        if len(g) > 1:
+            groups.append(g)
+    for n, target in aliases:
+        if n in exported and target in exported:
+            groups.append([target, n])
+    return "".join(" ".join(g) + "\n" for g in groups)
+
+
 def main():
     ap = argparse.ArgumentParser()
     ap.add_argument("--catalogue", required=True)
@@ -539,6 +561,7 @@ def main():
 
     exported = sorted(n for u in bu for n in u.exported)
     write("exported.txt", "\n".join(exported) + "\n")
+    write("same_address.txt", gen_same_address(bu, cat[5]))
     write("all_names.txt", "\n".join(allnames) + "\n")
     write("tessera.map", "TESSERA_1 {\n  global:\n" + "".join("    %s;\n" % n for n in exported)
           + "  local:\n    *;\n};\n")

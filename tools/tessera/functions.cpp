@@ -52,6 +52,11 @@ std::string slot_tier(const char *name) {
     return "";
 }
 
+void settle_slot(const char *name) {
+    for (const auto &d : tsr_dispatch_info)
+        if (std::strcmp(d.name, name) == 0) __libm_dispatch_settle(d.table, d.slot);
+}
+
 const tsr_gen::TierEntry *find_tier(const tsr_gen::Function &f, const std::string &tier) {
     for (int i = 0; i < f.ntiers; ++i)
         if (tier == f.tiers[i].name) return &f.tiers[i];

@@ -11,7 +11,7 @@ static void usage(FILE *to) {
     std::fputs(
         "usage: tessera info [--tiers]\n"
         "       tessera eval FUNC ARG... [--tier T | --all-tiers] [--mode nearest|upward|downward|towardzero|all]\n"
-        "       tessera bench [FUNC...] [--tier T] [--reps N] [--markdown]\n"
+        "       tessera bench [FUNC...] [--tier T|selected] [--reps N] [--passes N] [--markdown]\n"
         "Operands: decimal or hex floating constants (1.5, 0x1.8p+0), inf, nan, snan (signed),\n"
         "raw bits as raw:0x... (16 hex digits for double, 8 for float, 20 for long double),\n"
         "integers in C syntax for int operands.\n",

@@ -18,6 +18,8 @@ const char *prec_name(char prec);
 const tsr_gen::Function *find_function(const std::string &name);
 // The tier that a dispatched function's slot holds now ("" if none / not dispatched).
 std::string slot_tier(const char *name);
+// Settles a dispatched function's slot as its first call would.
+void settle_slot(const char *name);
 // The tier body of `f` named `tier`, or null.
 const tsr_gen::TierEntry *find_tier(const tsr_gen::Function &f, const std::string &tier);
 
