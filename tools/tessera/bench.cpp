@@ -105,12 +105,17 @@ std::string range_text(const Range &r, Form form) {
 
 constexpr size_t kN = 1024;  // operands per pass: small enough to stay in the first-level cache
 
+// The operand and result arrays sit at fixed places in one page-aligned arena, each at its
+// own offset within a page: a result stored while a nearby operand is loaded never shares
+// the low twelve address bits with it (which would stall the load on a false dependency and
+// make the figures depend on where the allocator happened to put the arrays).
 template <class T> struct Inputs {
-    std::vector<T> x, y;
-    std::vector<int> n;
-    std::vector<T> out;
-    std::vector<long long> iout;
+    T *x, *y;
+    int *n;
+    T *out;
+    long long *iout;
 };
+alignas(4096) unsigned char g_arena[5 << 16];
 
 template <class T> T clampT(double v) {
     double m = double(std::numeric_limits<T>::max());
@@ -124,14 +129,20 @@ template <class T> Inputs<T> make_inputs(const Range &r, uint64_t seed) {
         if (lg) return clampT<T>(std::exp(std::log(lo) + u(g) * (std::log(hi) - std::log(lo))));
         return clampT<T>(lo + u(g) * (hi - lo));
     };
+    static_assert(kN * sizeof(long double) <= (1 << 16) - 3072);
     Inputs<T> in;
+    in.x = reinterpret_cast<T *>(g_arena);
+    in.y = reinterpret_cast<T *>(g_arena + (1 << 16) + 1024);
+    in.n = reinterpret_cast<int *>(g_arena + (2 << 16) + 3072);
+    in.out = reinterpret_cast<T *>(g_arena + (3 << 16) + 2048);
+    in.iout = reinterpret_cast<long long *>(g_arena + (4 << 16) + 2048);
     for (size_t i = 0; i < kN; ++i) {
-        in.x.push_back(draw(r.lo, r.hi, r.log));
-        in.y.push_back(draw(r.lo2, r.hi2, r.log2));
-        in.n.push_back(int(std::lround(r.lo2 + u(g) * (r.hi2 - r.lo2))));
+        in.x[i] = draw(r.lo, r.hi, r.log);
+        in.y[i] = draw(r.lo2, r.hi2, r.log2);
+        in.n[i] = int(std::lround(r.lo2 + u(g) * (r.hi2 - r.lo2)));
+        in.out[i] = 0;
+        in.iout[i] = 0;
     }
-    in.out.resize(kN);
-    in.iout.resize(kN);
     return in;
 }
 
@@ -160,6 +171,41 @@ inline float link_int(float base, long long r, long long zero) {
 }
 inline long double link_int(long double base, long long r, long long zero) { return base + (long double)(r & zero); }
 
+// ---- calling as a dynamically linked program does --------------------------------------------
+// A program linked against a shared library reaches its functions through the PLT: one
+// indirect jump through the global offset table.  These two stubs are that jump, so that
+// `--plt` measures both libraries as such a program calls them.
+asm(R"(
+    .text
+    .p2align 4
+    .hidden tsr_tool_plt0
+    .globl tsr_tool_plt0
+tsr_tool_plt0:
+    jmp *tsr_tool_got0(%rip)
+    .p2align 4
+    .hidden tsr_tool_plt1
+    .globl tsr_tool_plt1
+tsr_tool_plt1:
+    jmp *tsr_tool_got1(%rip)
+    .data
+    .p2align 6
+    .hidden tsr_tool_got0
+    .globl tsr_tool_got0
+tsr_tool_got0:
+    .quad 0
+    .p2align 6
+    .hidden tsr_tool_got1
+    .globl tsr_tool_got1
+tsr_tool_got1:
+    .quad 0
+    .text
+)");
+extern "C" {
+void tsr_tool_plt0();
+void tsr_tool_plt1();
+extern AnyFn tsr_tool_got0, tsr_tool_got1;
+}
+
 // ---- timing -------------------------------------------------------------------------------------
 inline uint64_t ticks() {
     _mm_lfence();
@@ -175,10 +221,10 @@ template <class T> T zero_of() { return T(g_zero_d); }
 
 // Ticks per call over `passes` passes of the inputs.
 template <class T, Form F> double throughput(AnyFn fn, Inputs<T> &in, int passes) {
-    const T *x = in.x.data(), *y = in.y.data();
-    const int *n = in.n.data();
-    T *out = in.out.data();
-    long long *iout = in.iout.data();
+    const T *x = in.x, *y = in.y;
+    const int *n = in.n;
+    T *out = in.out;
+    long long *iout = in.iout;
     uint64_t t0 = ticks();
     for (int p = 0; p < passes; ++p) {
         for (size_t i = 0; i < kN; ++i) {
@@ -195,8 +241,8 @@ template <class T, Form F> double throughput(AnyFn fn, Inputs<T> &in, int passes
 }
 
 template <class T, Form F> double latency(AnyFn fn, Inputs<T> &in, int passes) {
-    const T *x = in.x.data(), *y = in.y.data();
-    const int *n = in.n.data();
+    const T *x = in.x, *y = in.y;
+    const int *n = in.n;
     const T z = zero_of<T>();
     const long long zi = g_zero_i;
     T r = 0;
@@ -220,6 +266,7 @@ template <class T, Form F> double latency(AnyFn fn, Inputs<T> &in, int passes) {
 
 struct Figures {
     double thr[2], lat[2];  // [0] tessera, [1] libm: median ticks per call
+    double thr_ratio, lat_ratio;  // median of the ratios of each repetition's pair
 };
 
 double median(std::vector<double> v) {
@@ -246,7 +293,15 @@ template <class T, Form F> Figures measure(AnyFn ours, AnyFn theirs, const Range
             lat[s].push_back(latency<T, F>(fns[s], in, passes));
         }
     }
-    return {{median(thr[0]), median(thr[1])}, {median(lat[0]), median(lat[1])}};
+    // A repetition measures both sides back to back, so its ratio compares them under the same
+    // conditions (the machine's other load, the core's clock); the median of those ratios is
+    // steadier than the ratio of the medians.
+    std::vector<double> rt, rl;
+    for (int k = 0; k < reps; ++k) {
+        rt.push_back(thr[0][k] / thr[1][k]);
+        rl.push_back(lat[0][k] / lat[1][k]);
+    }
+    return {{median(thr[0]), median(thr[1])}, {median(lat[0]), median(lat[1])}, median(rt), median(rl)};
 }
 
 template <class T> Figures measure_form(Form form, AnyFn a, AnyFn b, const Range &r, int reps, int passes) {
@@ -320,14 +375,16 @@ struct Row {
 int cmd_bench(int argc, char **argv) {
     std::vector<std::string> names;
     std::string tier;
-    int reps = 15, passes = 32;
-    bool markdown = false;
+    int reps = 31, passes = 16;
+    bool markdown = false, table_only = false, plt = false;
     for (int i = 0; i < argc; ++i) {
         std::string a = argv[i];
         if (a == "--tier" && i + 1 < argc) tier = argv[++i];
         else if (a == "--reps" && i + 1 < argc) reps = std::max(1, std::atoi(argv[++i]));
         else if (a == "--passes" && i + 1 < argc) passes = std::max(1, std::atoi(argv[++i]));
         else if (a == "--markdown") markdown = true;
+        else if (a == "--table-only") table_only = true;
+        else if (a == "--plt") plt = true;
         else if (a.rfind("--", 0) == 0) {
             std::fprintf(stderr, "tessera bench: unknown option %s\n", a.c_str());
             return 2;
@@ -372,15 +429,22 @@ int cmd_bench(int argc, char **argv) {
     std::snprintf(method, sizeof method,
                   "cycles per call in time-stamp-counter ticks (rdtsc, %.3f GHz measured against "
                   "CLOCK_MONOTONIC; the core ran at about %.2f GHz by a chain of dependent adds, so one "
-                  "tick is about %.2f core cycles); median of %d interleaved repetitions of %zu calls each side",
+                  "tick is about %.2f core cycles); medians of %d interleaved repetitions of %zu calls each side, "
+                  "ratio tessera/libm the median of the repetitions' ratios",
                   ghz, ghz / tpc, 1 / tpc, reps, kN * size_t(passes));
-    if (markdown) {
+    if (plt)
+        std::snprintf(method + std::strlen(method), sizeof method - std::strlen(method),
+                      "; both sides called through a PLT-style jump, as from a program linked "
+                      "against both shared libraries");
+    if (markdown && !table_only) {
         char date[64];
         time_t now = time(nullptr);
         strftime(date, sizeof date, "%Y-%m-%d %H:%M UTC", gmtime(&now));
         std::printf("Machine: %s  \nDate: %s  \nCommand: `%s`  \nSystem libm: glibc %s (libm.so.6 through dlopen)  \n"
                     "Method: %s.\n\n",
                     cpu_model().c_str(), date, cmd.c_str(), gnu_get_libc_version(), method);
+    }
+    if (markdown) {
         std::printf("| function | tessera tier | inputs | throughput tessera | throughput libm | ratio | latency "
                     "tessera | latency libm | ratio |\n|---|---|---|---:|---:|---:|---:|---:|---:|\n");
     } else {
@@ -417,13 +481,19 @@ int cmd_bench(int argc, char **argv) {
             label = std::string(t->name) + (tier == "selected" ? " body" : "");
         }
         AnyFn theirs = reinterpret_cast<AnyFn>(dlsym(libm, f->name));
+        if (plt) {
+            tsr_tool_got0 = ours;
+            tsr_tool_got1 = theirs;
+            ours = tsr_tool_plt0;
+            theirs = tsr_tool_plt1;
+        }
         Form form = form_of(*f);
         const Range &r = range_of(f->name);
         Figures fig = f->prec == 'f'   ? measure_form<float>(form, ours, theirs, r, reps, passes)
                       : f->prec == 'l' ? measure_form<long double>(form, ours, theirs, r, reps, passes)
                                        : measure_form<double>(form, ours, theirs, r, reps, passes);
         if (label.empty()) label = f->dispatched ? slot_tier(f->name) : "direct";
-        double rt = fig.thr[0] / fig.thr[1], rl = fig.lat[0] / fig.lat[1];
+        double rt = fig.thr_ratio, rl = fig.lat_ratio;
         std::string in = range_text(r, form);
         if (markdown)
             std::printf("| %s | %s | %s | %.2f | %.2f | %.2f | %.2f | %.2f | %.2f |\n", f->name, label.c_str(),
