@@ -493,6 +493,7 @@ def gen_functions(units):
            "    const char *shape;  // e.g. R(R), R(R,I), L(R)",
            "    char prec;          // d f l h q",
            "    bool dispatched;    // its entry jumps through a slot",
+           "    bool bound;         // its entry jumps to its ex tier",
            "    AnyFn entry;",
            "    const TierEntry *tiers;",
            "    int ntiers;\n};"]
@@ -509,9 +510,9 @@ def gen_functions(units):
                 '{"%s", tsr::Tier::%s, reinterpret_cast<AnyFn>(&%s_local)}' % (t, t, body(t))
                 for t in u.tiers)))
             tiers = "tsr_fn_tiers_%s" % ident
-        rows.append('{"%s", "%s", \'%s\', %s, reinterpret_cast<AnyFn>(&%s_local), %s, %d}' % (
+        rows.append('{"%s", "%s", \'%s\', %s, %s, reinterpret_cast<AnyFn>(&%s_local), %s, %d}' % (
             u.uid, re.sub(r"\s*([(),])\s*", r"\1", u.shape), u.prec, "true" if u.kind == "dispatch" else "false",
-            entry, tiers, len(u.tiers)))
+            "true" if u.kind == "bound" else "false", entry, tiers, len(u.tiers)))
     out.append("inline const Function tsr_functions[] = {")
     out += ["    " + r + "," for r in rows]
     out.append("};")

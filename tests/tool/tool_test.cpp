@@ -163,6 +163,9 @@ TEST(ToolEval, CeilThroughEntryAndTiers) {
         std::string pat = std::string("\n  ") + t.name + " += 0xc000000000000000  -0x1p\\+1  -2\n";
         if (tsr::tier_runnable(t.tier)) EXPECT_TRUE(std::regex_search(all.out, std::regex(pat))) << all.out;
     }
+    auto named = tool({"eval", "__libm_ceil_ex", "-2.25"});
+    EXPECT_TRUE(std::regex_search(named.out, std::regex("\n  ex += 0xc000000000000000 "))) << named.out;
+    EXPECT_EQ(named.out.find("entry"), std::string::npos) << named.out;
     auto modes = tool({"eval", "ceil", "0.25", "--mode", "all", "--tier", "ex"});
     for (const char *m : {"nearest", "downward", "upward", "towardzero"})
         EXPECT_NE(modes.out.find(std::string("mode ") + m + "\n"), std::string::npos) << modes.out;
@@ -191,7 +194,7 @@ TEST(ToolEval, RejectsWhatItCannotCall) {
     const std::vector<std::vector<std::string>> bad = {
         {"eval"}, {"eval", "no_such_function", "1"}, {"eval", "ceil"}, {"eval", "ceil", "1", "2"},
         {"eval", "ceil", "1.5x"}, {"eval", "ceil", "raw:0x12345678901234567"}, {"eval", "ceil", "1", "--tier", "q9"},
-        {"eval", "ceil", "1", "--mode", "sideways"}, {"frobnicate"},
+        {"eval", "ceil", "1", "--mode", "sideways"}, {"eval", "__libm_ceil_q7", "1"}, {"frobnicate"},
     };
     for (const auto &args : bad) {
         auto r = tool(args);

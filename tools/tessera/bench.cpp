@@ -462,14 +462,16 @@ int cmd_bench(int argc, char **argv) {
         if (want == "selected") {
             // The body the slot holds, called directly: the entry's cost without its jump.
             if (f->dispatched) settle_slot(f->name);
-            want = f->dispatched ? slot_tier(f->name) : "";
+            want = f->dispatched ? slot_tier(f->name) : f->bound ? "ex" : "";
             if (want.empty()) label = "direct";
         }
         if (!want.empty()) {
             const tsr_gen::TierEntry *t = find_tier(*f, want);
             if (!t) {
-                std::fprintf(stderr, "tessera bench: %s has no tier %s\n", f->name, want.c_str());
-                status = 2;
+                if (!names.empty()) {  // asked for by name: say so; otherwise pass over it
+                    std::fprintf(stderr, "tessera bench: %s has no tier %s\n", f->name, want.c_str());
+                    status = 2;
+                }
                 continue;
             }
             if (!tsr::tier_runnable(t->tier)) {
@@ -492,7 +494,7 @@ int cmd_bench(int argc, char **argv) {
         Figures fig = f->prec == 'f'   ? measure_form<float>(form, ours, theirs, r, reps, passes)
                       : f->prec == 'l' ? measure_form<long double>(form, ours, theirs, r, reps, passes)
                                        : measure_form<double>(form, ours, theirs, r, reps, passes);
-        if (label.empty()) label = f->dispatched ? slot_tier(f->name) : "direct";
+        if (label.empty()) label = f->dispatched ? slot_tier(f->name) : f->bound ? "ex bound" : "direct";
         double rt = fig.thr_ratio, rl = fig.lat_ratio;
         std::string in = range_text(r, form);
         if (markdown)

@@ -97,6 +97,14 @@ int cmd_eval(int argc, char **argv) {
         return 2;
     }
     const tsr_gen::Function *f = find_function(pos[0]);
+    if (!f && tier.empty()) {
+        // A tier's own name, such as __libm_ceil_y8: that tier of that function.
+        size_t cut = pos[0].rfind('_');
+        if (cut != std::string::npos && (f = find_function(pos[0].substr(0, cut))) != nullptr) {
+            if (find_tier(*f, pos[0].substr(cut + 1))) tier = pos[0].substr(cut + 1);
+            else f = nullptr;
+        }
+    }
     if (!f) {
         std::fprintf(stderr, "tessera eval: %s is not a built function\n", pos[0].c_str());
         return 2;
@@ -158,6 +166,8 @@ int cmd_eval(int argc, char **argv) {
                 // The first call settles the slot; run it first so the label is true.
                 run(*f, t.fn, args, kModes[0]);
                 label += " (" + slot_tier(f->name) + ")";
+            } else if (label == "entry" && f->bound) {
+                label += " (ex)";
             }
             if (!t.runnable) {
                 std::printf("  %-12s not run: this processor lacks the tier's instruction set\n", label.c_str());

@@ -115,7 +115,7 @@ int cmd_info(int argc, char **argv) {
             for (int i = 0; i < f.ntiers; ++i)
                 t += std::string(" ") + f.tiers[i].name + (tsr::tier_runnable(f.tiers[i].tier) ? "*" : "");
             std::printf("  %-24s %-10s %-12s %s%s\n", f.name, f.shape, prec_name(f.prec),
-                        f.dispatched ? "dispatched" : "direct", t.c_str());
+                        f.dispatched ? "dispatched" : f.bound ? "bound" : "direct", t.c_str());
         }
     }
     return 0;
