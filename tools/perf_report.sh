@@ -83,7 +83,8 @@ How to read it:
   table charges tessera for its dispatch and glibc for none. The second table calls the
   selected tessera body directly: the difference between the two is the cost of the slot
   jump. A program linked dynamically pays one further PLT jump on both sides
-  (\`tessera bench --plt\` measures that).
+  (\`tessera bench --plt\` measures that). [performance/dispatch-entry.md](performance/dispatch-entry.md)
+  looks at that jump's cost for the smallest functions.
 
 ## Through the public entry
 
