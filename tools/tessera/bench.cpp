@@ -82,6 +82,16 @@ constexpr Range kRanges[] = {
     {"lgamma", 0.1, 100, false, 0, 0, false},     {"fdim", -1e3, 1e3, false, -1e3, 1e3, false},
     {"fmax", -1e3, 1e3, false, -1e3, 1e3, false}, {"fmin", -1e3, 1e3, false, -1e3, 1e3, false},
     {"copysign", -1e3, 1e3, false, -1e3, 1e3, false},
+    // Restricted domains: operands outside would measure the error path, not the function.
+    {"acosd", -1, 1, false, 0, 0, false},         {"asind", -1, 1, false, 0, 0, false},
+    {"acospi", -1, 1, false, 0, 0, false},        {"asinpi", -1, 1, false, 0, 0, false},
+    {"erfinv", -0.999, 0.999, false, 0, 0, false}, {"erfcinv", 0.001, 1.999, false, 0, 0, false},
+    {"cdfnorminv", 0.001, 0.999, false, 0, 0, false}, {"log2p1", -0.9, 100, false, 0, 0, false},
+    {"invsqrt", 1e-300, 1e300, true, 0, 0, false}, {"invsqrtf", 1e-37, 1e37, true, 0, 0, false},
+    {"y0", 0.1, 100, false, 0, 0, false},         {"y1", 0.1, 100, false, 0, 0, false},
+    {"j0", -100, 100, false, 0, 0, false},        {"j1", -100, 100, false, 0, 0, false},
+    {"scalbln", -10, 10, false, -100, 100, false}, {"powr", 1e-3, 100, false, -50, 50, false},
+    {"exp2m1", -1000, 1000, false, 0, 0, false},  {"exp2m1f", -125, 127, false, 0, 0, false},
 };
 
 const Range &range_of(const std::string &name) {
