@@ -108,7 +108,7 @@ const Range &range_of(const std::string &name) {
 std::string range_text(const Range &r, Form form) {
     char buf[128];
     int n = std::snprintf(buf, sizeof buf, "%s[%g, %g]", r.log ? "log " : "", r.lo, r.hi);
-    if (form == Form::r_rr || form == Form::r_ri)
+    if (two_operands(form))
         std::snprintf(buf + n, sizeof buf - n, " x %s[%g, %g]", r.log2 ? "log " : "", r.lo2, r.hi2);
     return buf;
 }
@@ -243,6 +243,7 @@ template <class T, Form F> double throughput(AnyFn fn, Inputs<T> &in, int passes
             else if constexpr (F == Form::r_ri) out[i] = reinterpret_cast<T (*)(T, int)>(fn)(x[i], n[i]);
             else if constexpr (F == Form::l_r) iout[i] = reinterpret_cast<long (*)(T)>(fn)(x[i]);
             else if constexpr (F == Form::ll_r) iout[i] = reinterpret_cast<long long (*)(T)>(fn)(x[i]);
+            else if constexpr (F == Form::i_rr) iout[i] = reinterpret_cast<int (*)(T, T)>(fn)(x[i], y[i]);
             else iout[i] = reinterpret_cast<int (*)(T)>(fn)(x[i]);
         }
     }
@@ -265,6 +266,7 @@ template <class T, Form F> double latency(AnyFn fn, Inputs<T> &in, int passes) {
             else if constexpr (F == Form::r_ri) r = reinterpret_cast<T (*)(T, int)>(fn)(link(x[i], r, z), n[i]);
             else if constexpr (F == Form::l_r) ri = reinterpret_cast<long (*)(T)>(fn)(link_int(x[i], ri, zi));
             else if constexpr (F == Form::ll_r) ri = reinterpret_cast<long long (*)(T)>(fn)(link_int(x[i], ri, zi));
+            else if constexpr (F == Form::i_rr) ri = reinterpret_cast<int (*)(T, T)>(fn)(link_int(x[i], ri, zi), y[i]);
             else ri = reinterpret_cast<int (*)(T)>(fn)(link_int(x[i], ri, zi));
         }
     }
@@ -322,6 +324,7 @@ template <class T> Figures measure_form(Form form, AnyFn a, AnyFn b, const Range
     case Form::l_r: return measure<T, Form::l_r>(a, b, r, reps, passes);
     case Form::ll_r: return measure<T, Form::ll_r>(a, b, r, reps, passes);
     case Form::i_r: return measure<T, Form::i_r>(a, b, r, reps, passes);
+    case Form::i_rr: return measure<T, Form::i_rr>(a, b, r, reps, passes);
     default: return {};
     }
 }

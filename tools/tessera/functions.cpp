@@ -21,6 +21,7 @@ Form form_of(const tsr_gen::Function &f) {
     if (s == "L(R)") return Form::l_r;
     if (s == "LL(R)") return Form::ll_r;
     if (s == "I(R)") return Form::i_r;
+    if (s == "I(R,R)") return Form::i_rr;
     return Form::unsupported;
 }
 
@@ -182,6 +183,10 @@ static Result call_as(Form form, tsr_gen::AnyFn fn, const std::vector<Value> &a)
     case Form::ll_r:
         r.integral = true, r.v.prec = 'i';
         r.v.i = reinterpret_cast<long long (*)(T)>(fn)(get<T>(a[0]));
+        break;
+    case Form::i_rr:
+        r.integral = true, r.v.prec = 'i';
+        r.v.i = reinterpret_cast<int (*)(T, T)>(fn)(get<T>(a[0]), get<T>(a[1]));
         break;
     case Form::i_r:
         r.integral = true, r.v.prec = 'i';

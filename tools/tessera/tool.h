@@ -9,7 +9,8 @@
 namespace tool {
 
 // The call forms the tool can drive, by the catalogue's shape strings.
-enum class Form { r_r, r_rr, r_ri, l_r, ll_r, i_r, unsupported };
+enum class Form { r_r, r_rr, r_ri, l_r, ll_r, i_r, i_rr, unsupported };
+inline bool two_operands(Form f) { return f == Form::r_rr || f == Form::r_ri || f == Form::i_rr; }
 
 Form form_of(const tsr_gen::Function &f);
 const char *prec_name(char prec);
