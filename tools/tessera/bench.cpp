@@ -4,7 +4,8 @@
 // Both are called through function pointers: tessera through its public entry (which, for a
 // dispatched function, jumps through the slot to the tier the slot holds), the system libm
 // through the address dlsym gives for the same name in libm.so.6.  Each repetition measures
-// both, alternating which goes first; the reported figure is the median over repetitions.
+// both, alternating which goes first; each side's figure is its median over repetitions and
+// the ratio the median of the repetitions' own ratios.
 //
 // Reciprocal throughput: independent calls over an input array, results stored.
 // Latency: each call's operand depends on the previous call's result through an and/or pair
@@ -13,9 +14,10 @@
 // same on both sides; it is counted in the latency figures.
 //
 // Cycles are time-stamp-counter ticks (rdtsc, fenced): the processor's constant reference
-// rate, which the tool measures against CLOCK_MONOTONIC and prints.  Where the core runs
-// above or below that rate, ticks and core cycles differ by the same factor on both sides,
-// so the ratio is unaffected.
+// rate, which the tool measures against CLOCK_MONOTONIC and prints, together with the core
+// clock estimated from a chain of dependent adds.  Where the core runs above or below the
+// counter's rate, ticks and core cycles differ by the same factor on both sides, so the
+// ratio is unaffected.
 #include <dlfcn.h>
 #include <gnu/libc-version.h>
 #include <x86intrin.h>
