@@ -518,7 +518,7 @@ def gen_functions(units):
            "    int ntiers;\n};"]
     rows = []
     for u in units:
-        if u.kind == "data" or u.shape in (None, "?"):
+        if u.kind == "data" or u.shape in (None, "?") or not (u.entry_names or u.exported):
             continue
         ident = re.sub(r"\W", "_", u.uid)
         entry = u.entry_names[0] if u.entry_names else u.exported[0]
