@@ -34,12 +34,9 @@ inline double log_fma(double x) {
         b = bits(x);
         adj = -64;
     }
-    uint64_t m = b & 0x000fffffffffffffull;
-    float mf = f32(uint32_t((m | 0x07f0000000000000ull) >> 29));
-    uint32_t v = (bits(logk::rcp(mf)) + 0x8000) >> 16;
-    double R = f64(uint64_t(v) << 45);
-    double r = __builtin_fma(f64(m | 0x77f0000000000000ull), R, -1.0);
-    const double *t = logtab::log_neg129_fma[v & 0xff];
+    logk::FmaRed red = logk::fma_reduce<false>(x);
+    double r = __builtin_fma(red.w, red.R, -1.0);
+    const double *t = logtab::log_neg129_fma[red.v & 0xff];
 #if TSR_TIER_L9
     double n = double(int(b >> 52) - 1023 + adj);
 #else
@@ -48,12 +45,14 @@ inline double log_fma(double x) {
     double lo = __builtin_fma(f64(0xbd48432a1b0e2634ull), n, t[1]);
     double H = __builtin_fma(f64(0x3fe62e42fefa4000ull), n, t[0]);
     double S = H + r;
-    lo += r - (S - H);
     double A = __builtin_fma(f64(0x3fc2494ada7861ffull), r, f64(0xbfc55576d47e8a7aull));
     double B = __builtin_fma(f64(0x3fc9999999788658ull), r, f64(0xbfcfffffffebf6c8ull));
     double C = __builtin_fma(f64(0x3fd555555555555aull), r, f64(0xbfe0000000000001ull));
     double s = r * r;
-    return S + __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
+    // The rounding error of S joins after the polynomial rather than before it: the same
+    // terms, and the chain through the table row (load, H, S) no longer ends the critical path.
+    double P = __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
+    return S + (P + (r - (S - H)));
 }
 }  // namespace
 #endif

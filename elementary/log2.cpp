@@ -30,21 +30,19 @@ TSR_DEFINE(double, __libm_log2_l9, (double x)) {
         b = bits(x);
         adj = -64;
     }
-    uint64_t m = b & 0x000fffffffffffffull;
-    float mf = f32(uint32_t((m | 0x07f0000000000000ull) >> 29));
-    uint32_t v = (bits(logk::rcp(mf) * f32(0x3fb80000)) + 0x8000) >> 16;
-    double R = f64(uint64_t(v) << 45);
-    double r = __builtin_fma(f64(m | 0x77f0000000000000ull), R, f64(0xbff7000000000000ull));
-    const double *t = logtab::log2_rows_l9[(v + 200) & 0xff];
+    logk::FmaRed red = logk::fma_reduce<true>(x, f32(0x3fb80000));  // 1.4375
+    double r = __builtin_fma(red.w, red.R, f64(0xbff7000000000000ull));
+    const double *t = logtab::log2_rows_l9[(red.v + 200) & 0xff];
     double n = double(int(b >> 52) - 1023 + adj);
     double H = n + t[0];
     double lo = __builtin_fma(f64(0x3f6d9afc100429deull), r, t[1]);
     double S = H + r;
-    lo += r - (S - H);
     double A = __builtin_fma(f64(0x3f90a3a5927b4ddfull), r, f64(0xbf9be7c10af26d12ull));
     double B = __builtin_fma(f64(0x3fa811571bde72eeull), r, f64(0xbfb59f9443110077ull));
     double C = __builtin_fma(f64(0x3fc4b8ee15a7ef57ull), r, f64(0xbfd65760af590e08ull));
     double s = r * r;
-    return S + __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
+    // S's rounding error joins after the polynomial (as in log), off the critical path.
+    double P = __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
+    return S + (P + (r - (S - H)));
 }
 #endif

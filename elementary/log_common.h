@@ -1,7 +1,7 @@
 // What the logarithm bodies share: the reciprocal estimate, the error report, the pole and
 // domain results, and the frame of the no-FMA double tiers of log, log2 and log10.
 #pragma once
-#include <xmmintrin.h>
+#include <immintrin.h>
 
 #include "elementary/log_data.h"
 #include "tsr/common.h"
@@ -37,6 +37,37 @@ inline T domain_div(T x, int code) {
     __libm_error_support(&x, &x, &r, code);
     return r;
 }
+
+#ifdef __AVX2__
+// The FMA tiers' reduction of a positive normal double's mantissa, kept in the vector unit
+// (a round trip through the integer registers would sit on the critical path): the float
+// 1.m, its reciprocal estimate (times c) rounded to 7 bits, v = its top 16 bits, R = v << 45
+// as a double (R carries 2^-896), and the mantissa under exponent field 0x77f.  The row
+// index comes from v in the integer unit, off the path to r.
+struct FmaRed {
+    double R, w;
+    uint32_t v;
+};
+alignas(16) inline constexpr uint64_t kRedMant[2] = {0x000fffffffffffffull, 0};
+alignas(16) inline constexpr uint64_t kRedF[2] = {0x07f0000000000000ull, 0};
+alignas(16) inline constexpr uint64_t kRedW[2] = {0x77f0000000000000ull, 0};
+alignas(16) inline constexpr uint32_t kRedRound[4] = {0x8000, 0, 0, 0};
+template <bool WithC>
+inline FmaRed fma_reduce(double x, float c = 1.0f) {
+    __m128i xb = _mm_castpd_si128(_mm_set_sd(x));
+    __m128i m = _mm_and_si128(xb, _mm_load_si128(reinterpret_cast<const __m128i *>(kRedMant)));
+    __m128i mf = _mm_srli_epi64(_mm_or_si128(m, _mm_load_si128(reinterpret_cast<const __m128i *>(kRedF))), 29);
+    __m128 rc = _mm_rcp_ss(_mm_castsi128_ps(mf));
+    if constexpr (WithC) rc = _mm_mul_ss(rc, _mm_set_ss(c));
+    // the upper lanes are zero from here on: only lane 0 was ever non-zero
+    __m128i vi = _mm_srli_epi32(_mm_add_epi32(_mm_castps_si128(rc),
+                                              _mm_load_si128(reinterpret_cast<const __m128i *>(kRedRound))), 16);
+    __m128i Ri = _mm_slli_epi64(vi, 45);
+    __m128i wi = _mm_or_si128(m, _mm_load_si128(reinterpret_cast<const __m128i *>(kRedW)));
+    return {_mm_cvtsd_f64(_mm_castsi128_pd(Ri)), _mm_cvtsd_f64(_mm_castsi128_pd(wi)),
+            uint32_t(_mm_cvtsi128_si32(vi))};
+}
+#endif
 
 enum class Base { e, two, ten };
 

@@ -136,6 +136,9 @@ TSR_DEFINE(float, __libm_log10f_e7, (float x)) { return logf_e7<Base::ten>(x); }
 
 #if TSR_TIER_L9
 namespace {
+alignas(16) constexpr uint64_t kTopF[2] = {0xf000000000000000ull, 0};
+alignas(16) constexpr uint32_t kRound9[4] = {0x2000, 0, 0, 0};
+alignas(16) constexpr uint32_t kMask9[4] = {0xffffc000u, 0, 0, 0};
 template <Base B>
 inline float logf_l9(float x) {
     uint32_t b = bits(x);
@@ -153,11 +156,16 @@ inline float logf_l9(float x) {
     }
     // W: the mantissa under a huge negative exponent; Rd: the rounded estimate under a tiny
     // one, so that -(W*Rd) is x*R and one fused operation gives u = x*R - 1 exactly.
-    double W = f64((uint64_t(b) << 29) | 0xf000000000000000ull);
-    uint32_t Rb = (bits(logk::rcp(x)) + 0x2000) & 0xffffc000u;
-    double Rd = f64(uint64_t(Rb) << 29);
+    // Both formed in the vector unit, off the integer registers.
+    __m128i xi = _mm_castps_si128(_mm_set_ss(x));
+    double W = _mm_cvtsd_f64(_mm_castsi128_pd(
+        _mm_or_si128(_mm_slli_epi64(xi, 29), _mm_load_si128(reinterpret_cast<const __m128i *>(kTopF)))));
+    __m128i Rv = _mm_and_si128(_mm_add_epi32(_mm_castps_si128(_mm_rcp_ss(_mm_castsi128_ps(xi))),
+                                             _mm_load_si128(reinterpret_cast<const __m128i *>(kRound9))),
+                               _mm_load_si128(reinterpret_cast<const __m128i *>(kMask9)));
+    double Rd = _mm_cvtsd_f64(_mm_castsi128_pd(_mm_slli_epi64(Rv, 29)));
     double u = __builtin_fma(-W, Rd, -1.0);
-    int32_t g = (int32_t(Rb) >> 14) + gadd;
+    int32_t g = (_mm_cvtsi128_si32(Rv) >> 14) + gadd;
     double L2 = double(g >> 9) + logtab::log_l2f512[g & 0x1ff];  // log2 R
     double res;
     if constexpr (B == Base::two) {

@@ -149,3 +149,23 @@ TEST(LogLong, Log2p1_10M) {
 }
 
 }  // namespace
+
+namespace {
+// Every float in [1/2, 2), where the result is smallest against its argument (the hardest
+// binades for the reductions), and for log1pf every float of either sign in [2^-12, 2^-9),
+// where its e7 tier's error peaks: a shorter exhaustive run than the whole range.
+float near_one(uint64_t i) { return std::bit_cast<float>(uint32_t(0x3f000000u + i)); }
+constexpr uint64_t kNearOne = 1ull << 24;
+
+TEST(LogLong, FloatsNearOneExhaustive) {
+    long_sweep<float>("logf", tsr_tiers_logf, mpfr_log, kNearOne, near_one, 0.51, 2.0, "e7", 0.52);
+    long_sweep<float>("log2f", tsr_tiers_log2f, mpfr_log2, kNearOne, near_one, 0.51, 2.0, "e7", 0.52);
+    long_sweep<float>("log10f", tsr_tiers_log10f, mpfr_log10, kNearOne, near_one, 0.51, 2.0, "e7", 0.52);
+    constexpr uint32_t lo = 0x39800000u, hi = 0x3b000000u;  // 2^-12, 2^-9
+    long_sweep<float>("log1pf", tsr_tiers_log1pf, mpfr_log1p, 2ull * (hi - lo),
+                      [](uint64_t i) {
+                          return std::bit_cast<float>((i & 1 ? 0x80000000u : 0u) | (lo + uint32_t(i >> 1)));
+                      },
+                      0.51, 2.0, "e7", 0.52);
+}
+}  // namespace
