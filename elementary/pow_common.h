@@ -245,6 +245,7 @@ inline double scale(double T, double Y, int e, double x, double y) {
     double hi = one + y0;
     double lo = ((one - hi) + y0) + l0;
     double res = (hi + lo) - one;
+    if (res == 0) res = one * 0.0;  // x - x is -0 when rounding down: keep the result's sign
     double r = res * 0x1p-1022;
     if (__builtin_fabs(res) < 1.0) {
         raise_underflow();
