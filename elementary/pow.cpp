@@ -186,6 +186,12 @@ TSR_DEFINE(double, __libm_pow_e7, (double x, double y)) {
         int32_t k = int32_t(tsr::lo(s));
         double kf = s - kShift8;
         double z = y * L + ((P - kf) + yl * H);
+        if (k == 0 && __builtin_fabs(z) < 0x1p-60) {
+            // x a few ulps from 1: the 2^-72 that row 0 adds for inexactness would outweigh
+            // y log2 x and could push a directed rounding to the wrong side of 1.
+            double one = neg ? -1.0 : 1.0;
+            return one + one * (z * kLn2);
+        }
         double T, t;
         exp_row(k, neg, T, t, true);
         return exp_tail(z, T, t) + T;

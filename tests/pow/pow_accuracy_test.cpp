@@ -84,6 +84,9 @@ void sweep(const tsr::TierFn<Fn> (&tiers)[N], const std::vector<Pair<T>> &pairs,
     th::Mp ref;
     for (const auto &p : pairs) {
         th::ref(ref, mpfr_pow, p.x, p.y);
+        // Beyond MPFR's own exponent range: a value far outside the format, same sign.
+        if (mpfr_inf_p(ref)) mpfr_set_si_2exp(ref, mpfr_signbit(ref) ? -1 : 1, 1 << 20, MPFR_RNDN);
+        if (mpfr_zero_p(ref) && p.x != 0) mpfr_set_si_2exp(ref, mpfr_signbit(ref) ? -1 : 1, -(1 << 20), MPFR_RNDN);
         bool overflows = mpfr_get_exp(ref) > th::Format<T>::emax + 1;
         for (size_t t = 0; t < N; ++t) {
             if (!run[t]) continue;
@@ -118,6 +121,73 @@ void sweep(const tsr::TierFn<Fn> (&tiers)[N], const std::vector<Pair<T>> &pairs,
 }
 
 }  // namespace
+
+// Path boundaries: y at and beside powers of two for x at and beside the near-1 and
+// table edges, and results at and beside 2^-1074, 2^-1022, 2^+-992 and 2^1024.
+std::vector<Pair<double>> edge_pairs() {
+    std::vector<Pair<double>> v;
+    const double xs[] = {1.5, 3.0, 0.7, 0x1p-1074, 0x1.8p-1060, 1e-300, 1e300, 0x1.fffffffffffffp1023,
+                         1 + 0x1p-30, 1 - 0x1p-30, 0x1.0000000000001p0, 0x1.fffffffffffffp-1,
+                         0.96875, std::nextafter(0.96875, 0.0), 1.0625, std::nextafter(1.0625, 0.0),
+                         0.75, std::nextafter(0.75, 0.0), 1.029296875, std::nextafter(1.029296875, 2.0),
+                         0.998046875, 1.00390625, 0.5, std::nextafter(0.5, 1.0), 2.0, std::nextafter(2.0, 0.0)};
+    for (double x : xs) {
+        for (int e = -60; e <= 64; ++e) {
+            for (double y0 : {std::ldexp(1.0, e), std::ldexp(1.5, e)}) {
+                for (double y : {y0, std::nextafter(y0, 0.0), std::nextafter(y0, INFINITY)}) {
+                    v.push_back({x, y});
+                    v.push_back({x, -y});
+                }
+            }
+        }
+        double l = std::log2(x);
+        if (l == 0) continue;
+        for (double t : {1024.0, 1023.99, 992.0, 991.9, -992.0, -1022.0, -1021.9, -1074.0, -1075.0, -1073.5, 126.0, -126.0, -149.0}) {
+            double y = t / l;
+            for (int d = -3; d <= 3; ++d) {
+                double yy = y;
+                for (int i = 0; i < (d < 0 ? -d : d); ++i) yy = std::nextafter(yy, d < 0 ? 0.0 : INFINITY);
+                v.push_back({x, yy});
+            }
+        }
+    }
+    return v;
+}
+
+TEST(PowAccuracy, PathBoundaries) {
+    sweep(tsr_tiers_pow, edge_pairs(), 0.55, 2.0, "pow");
+    std::vector<Pair<float>> f;
+    for (const auto &p : edge_pairs()) {
+        float x = float(p.x), y = float(p.y);
+        if (x != 0 && std::isfinite(x) && std::isfinite(y) && y != 0) f.push_back({x, y});
+    }
+    sweep(tsr_tiers_powf, f, 0.51, 2.0, "powf");
+}
+
+// Exact powers come back exact in round-to-nearest.
+TEST(PowAccuracy, ExactPowers) {
+    th::for_each_tier(tsr_tiers_pow, [](const auto &t) {
+        for (int k = -1074; k <= 1023; ++k) EXPECT_EQ(t.fn(2.0, double(k)), std::ldexp(1.0, k)) << t.name << " 2^" << k;
+        double p = 1;
+        for (int k = 0; k <= 22; ++k, p *= 10) EXPECT_EQ(t.fn(10.0, double(k)), p) << t.name << " 10^" << k;
+        for (int b = 3; b <= 15; ++b) {
+            double q = b;
+            for (int k = 2; q * b < 0x1p53; ++k) {
+                q *= b;
+                EXPECT_EQ(t.fn(double(b), double(k)), q) << t.name << " " << b << "^" << k;
+                EXPECT_EQ(t.fn(-double(b), double(k)), (k & 1) ? -q : q) << t.name << " -" << b << "^" << k;
+            }
+        }
+        EXPECT_EQ(t.fn(0x1p-600, 0.5), 0x1p-300) << t.name;
+        EXPECT_EQ(t.fn(0.25, -1.5), 8.0) << t.name;
+    });
+    th::for_each_tier(tsr_tiers_powf, [](const auto &t) {
+        for (int k = -149; k <= 127; ++k) EXPECT_EQ(t.fn(2.0f, float(k)), std::ldexp(1.0f, k)) << t.name << " 2^" << k;
+        float p = 1;
+        for (int k = 0; k <= 10; ++k, p *= 10) EXPECT_EQ(t.fn(10.0f, float(k)), p) << t.name << " 10^" << k;
+        EXPECT_EQ(t.fn(-3.0f, 15.0f), -14348907.0f) << t.name;
+    });
+}
 
 TEST(PowAccuracy, AllTiersAllModes) {
     auto pairs = make_pairs<double>(sweep_count(100000), 1, -1080, 1030, -1074, 1023.99, 1100);
