@@ -350,8 +350,9 @@ TSR_DEFINE(double, __libm_pow_ex, (double x, double y)) {
 // reciprocals R (r = R m - 1 exact in one fma); near 1 (0.75 <= x < 1.0293) the leading
 // terms log2(e) r and c2 r^2 are taken with their rounding errors so that log2 x keeps its
 // relative accuracy when it is tiny.  The product y (S + Lw) runs in round-to-nearest with
-// flush-to-zero and exceptions masked, so that its shifter step is exact and no flag of its
-// own escapes; the caller's control and status word is restored before the last operation.
+// exceptions masked (and flush-to-zero, where the register has to be written anyway), so
+// that its shifter step rounds to nearest; the caller's control and status word is restored
+// before the last operation, so no flag of the step escapes.
 // Special operands, negative or subnormal x, and results with |y log2 x| >= 992 go to the
 // e7 body, which handles the subnormal range and the error reports.
 namespace {
@@ -406,8 +407,18 @@ TSR_DEFINE(double, __libm_pow_l9, (double x, double y)) {
         Lw = __builtin_fma(r, G, (e3 + e2) + lo0t);
     }
 
+    // |y log2 x| < 2^-60: 1, rounded in the caller's direction.  Leaving here also keeps
+    // every operation of the product step away from the subnormal range.
+    int ep = int((uy >> 52) & 0x7ff) + int((bits(S) >> 52) & 0x7ff) - 2 * 0x3ff;
+    if (ep < -62) return 1.0 + (((uy ^ bits(S)) >> 63) ? -0x1p-60 : 0x1p-60);
+
+    // The product step needs round-to-nearest with exceptions masked.  Writing the control
+    // register costs more than the rest of the step, so it is written only when the
+    // caller's setting differs; flush-to-zero is not needed once the tiny products have
+    // left above.
     uint32_t saved = get_mxcsr();
-    set_mxcsr((saved & MXCSR_FLAGS) | 0x8000u | 0x1f80u);  // FTZ, all masked, nearest
+    bool set = (saved & 0x7f80u) != 0x1f80u;
+    if (set) set_mxcsr((saved & MXCSR_FLAGS) | 0x8000u | 0x1f80u);  // FTZ, all masked, nearest
     double Sv = opaque(S), Lv = opaque(Lw), yv = opaque(y);
     double p = yv * Sv;
     double e4 = __builtin_fma(Sv, yv, -p);
@@ -419,7 +430,7 @@ TSR_DEFINE(double, __libm_pow_l9, (double x, double y)) {
     q = opaque(q);
     s = opaque(s);
     z = opaque(z);
-    set_mxcsr(saved);
+    if (set) set_mxcsr(saved);
 
     uint32_t hw = uint32_t(bits(q) >> 48) & 0x7fff;
     if (hw <= 0x3c6f) return q + 1.0;

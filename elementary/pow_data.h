@@ -3,6 +3,8 @@
 #pragma once
 #include <cstdint>
 
+// Hidden: the bodies reach the tables directly, not through the GOT.
+#pragma GCC visibility push(hidden)
 namespace tsr::pow_tab {
 // pow e7: (hi, lo) of log2(1.4453125/R) per reciprocal row; (T, t) of 2^(j/256).
 extern const uint64_t log513[1026];
@@ -25,3 +27,4 @@ extern const uint64_t powf_exp32[32];
 // powf l9: -126 - log2(1 + i/128), the exponent bias built in.
 extern const uint64_t powf_l9_log[256];
 }  // namespace tsr::pow_tab
+#pragma GCC visibility pop

@@ -119,7 +119,8 @@ std::vector<Row<double>> pow_rows() {
         {4.0, 0.5, 2.0, kAny, -1}, {2.0, -1022.0, 0x1p-1022, kAny, -1},
         {2.0, 1023.0, 0x1p1023, kAny, -1}, {3.0, 3.0, 27.0, kAny, -1},
         // |y log2 x| too small to move 1
-        {2.0, 1e-300, 1.0, kAny, -1}, {2.0, 0x1p-1074, 1.0, kAny, -1}, {0x1p-1000, -1e-300, 1.0, kAny, -1},
+        {2.0, 1e-300, 1.0, FE_INEXACT, -1}, {2.0, 0x1p-1074, 1.0, FE_INEXACT, -1},
+        {0x1p-1000, -1e-300, 1.0, FE_INEXACT, -1}, {0x1.8p-1000, 0x1p-1050, 1.0, FE_INEXACT, -1},
         // NaN payloads are kept (quieted)
         {th::qnan<double>(), 1.0, th::qnan<double>(), kNone, -1},
     };
@@ -152,7 +153,7 @@ std::vector<Row<float>> powf_rows() {
         {2.0f, -150.0f, 0.0f, kUnf, 31}, {0.5f, 200.0f, 0.0f, kUnf, 31}, {-0.5f, 201.0f, -0.0f, kUnf, 31},
         {0x1.fffffep-1f, 0x1p40f, 0.0f, kUnf, 31},
         {2.0f, 10.0f, 1024.0f, kAny, -1}, {2.0f, -126.0f, 0x1p-126f, kAny, -1}, {9.0f, 0.5f, 3.0f, kAny, -1},
-        {2.0f, 1e-30f, 1.0f, kAny, -1},
+        {2.0f, 1e-30f, 1.0f, FE_INEXACT, -1}, {3.0f, 0x1p-149f, 1.0f, FE_INEXACT, -1},
     };
 }
 
