@@ -237,11 +237,12 @@ TSR_DEFINE(double, __libm_pow_e7, (double x, double y)) {
 // and 2^-100 relative when A = 0 (x near 1).
 //
 // Product: S and y are cut to 26 bits so that t0 = 128 yh Sh is exact; k = t0 rounded to
-// an integer (in the caller's mode, which only widens |z| to 2^-7 in the directed modes),
+// the nearest integer (the conversion rounds in the caller's mode; a directed result is
+// moved back by one, so that |z| <= 2^-8 in every mode),
 //     z = (t0 - k)/128 + yh Sl + yl S + y Lt        (the cross terms of the split),
 // each of the last three with an error below 2^-70 |y log2 x|.  The result is
 // 2^(k >> 7) * T_j (1 + p(z)), j = k & 127, with p the degree-5 polynomial of 2^z - 1
-// (relative error below 2^-60 for |z| <= 2^-8, 2^-54 for 2^-7).  In the normal range the
+// (relative error below 2^-60 for |z| <= 2^-8).  In the normal range the
 // scaling by 2^(k >> 7) is exact; outside it the shared scaling step rounds once, into the
 // subnormal range included.  Total error: the final rounding plus about 2^-58 relative,
 // i.e. below 0.52 ulp in round-to-nearest.
@@ -312,14 +313,14 @@ TSR_DEFINE(double, __libm_pow_ex, (double x, double y)) {
     // Exponent of y log2 x: |y S| < 2^(ey + eS + 2).
     int ey = int((uy >> 52) & 0x7ff) - 0x3ff, eS = int((bits(S) >> 52) & 0x7ff) - 0x3ff;
     int es = ey + eS;
-    if (es < -56 || es > 10) {
+    if (es < -56) {  // |y log2 x| < 2^-54: 1, rounded in the caller's direction
+        double one = neg ? -1.0 : 1.0;
+        double tiny = ((uy ^ bits(S)) >> 63) ? -0x1p-60 : 0x1p-60;
+        return one + (neg ? -tiny : tiny);
+    }
+    if (es > 10) {  // the exponent sum may be one too high: decide on the product
         double w = y * S;
         int ew = int((bits(w) >> 52) & 0x7ff) - 0x3ff;
-        if (ew < -56) {
-            double one = neg ? -1.0 : 1.0;
-            double tiny = (w > 0) ? 0x1p-60 : -0x1p-60;
-            return one + (neg ? -tiny : tiny);
-        }
         if (ew > 10) return w > 0 ? overflow(x, y, neg) : underflow(x, y, neg);
     }
     double Sh = f64(bits(S) & kCut), Sl = S - Sh;
@@ -327,7 +328,17 @@ TSR_DEFINE(double, __libm_pow_ex, (double x, double y)) {
     double t0 = (yh * Sh) * 128.0;
     int64_t k = _mm_cvtsd_si64(_mm_set_sd(t0));
     double kf = double(k);
-    double z = (t0 - kf) * 0x1p-7 + ((yh * Sl + yl * S) + y * Lt);
+    double d = t0 - kf;  // exact
+    // In a directed mode the conversion rounds the same way: bring |d| back to 1/2, so
+    // that |z| <= 2^-8 where the polynomial is good to 2^-60.
+    if (d > 0.5) {
+        k += 1;
+        d -= 1.0;
+    } else if (d < -0.5) {
+        k -= 1;
+        d += 1.0;
+    }
+    double z = d * 0x1p-7 + ((yh * Sl + yl * S) + y * Lt);
 
     int j = int(k & 127);
     double T = tbl(tab::exp128, 2 * j), t = tbl(tab::exp128, 2 * j + 1);
