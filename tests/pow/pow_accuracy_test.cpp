@@ -7,6 +7,7 @@
 // mode is measured against it.  POW_SWEEP_N overrides the count (the Long tests use 10M).
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <random>
@@ -187,6 +188,25 @@ TEST(PowAccuracy, ExactPowers) {
         for (int k = 0; k <= 10; ++k, p *= 10) EXPECT_EQ(t.fn(10.0f, float(k)), p) << t.name << " 10^" << k;
         EXPECT_EQ(t.fn(-3.0f, 15.0f), -14348907.0f) << t.name;
     });
+}
+
+// Random bit patterns for both operands (zeros, subnormals, infinities and NaNs among
+// them, with a bias toward exponents that give results in range): no crash, and the
+// result MPFR gives, NaN for NaN.
+TEST(PowAccuracy, RandomBitPatterns) {
+    std::mt19937_64 g(7);
+    std::vector<Pair<double>> d;
+    std::vector<Pair<float>> f;
+    for (int i = 0; i < 20000; ++i) {
+        uint64_t bx = g(), by = g();
+        if (i & 1) by = (by & 0x800fffffffffffffull) | (uint64_t(0x3f0 + g() % 0x20) << 52);
+        d.push_back({std::bit_cast<double>(bx), std::bit_cast<double>(by)});
+        uint32_t fx = uint32_t(g()), fy = uint32_t(g());
+        if (i & 1) fy = (fy & 0x807fffffu) | (uint32_t(0x70 + g() % 0x18) << 23);
+        f.push_back({std::bit_cast<float>(fx), std::bit_cast<float>(fy)});
+    }
+    sweep(tsr_tiers_pow, d, 0.55, 2.0, "pow");
+    sweep(tsr_tiers_powf, f, 0.51, 2.0, "powf");
 }
 
 TEST(PowAccuracy, AllTiersAllModes) {

@@ -38,7 +38,7 @@ void log2_of(mpfr_ptr out, double num, double den) {
 }
 }  // namespace
 
-// The rows printed for each table (bit patterns).
+// The reference rows of each table (bit patterns).
 TEST(PowTables, ReferenceRows) {
     struct R { const uint64_t *t; int i; uint64_t v; };
     const R rows[] = {
