@@ -9,6 +9,7 @@
 // The double result carries about 2^-44 relative error, so the final conversion to float
 // is the only rounding that matters (below 0.5001 ulp in round-to-nearest; in a directed
 // mode the double rounding and the float conversion go the same way).
+#include <emmintrin.h>
 #include <xmmintrin.h>
 
 #include <bit>
@@ -113,10 +114,13 @@ TSR_DEFINE(float, __libm_powf_l9, (float x, float y)) {
     // x positive, normal and finite, y finite; else the e7 body.
     if (ux - 0x800000u >= 0x7f000000u || (uy & 0x7fffffff) >= 0x7f800000u)
         return __libm_powf_e7_local(x, y);
-    float mp = f32((ux & 0x7fffff) | 0x3b800000u);  // 1.f * 2^-8
-    float rc = _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(mp)));
-    uint32_t Rb = (bits(rc) + 0x8000u) & 0xffff0000u;  // 8 significant bits
-    double u = double(__builtin_fmaf(f32(Rb), mp, -1.0f));  // exact
+    // m' = 1.f * 2^-8; R = its reciprocal estimate rounded to 8 significant bits, the
+    // rounding done in the vector unit so that the value never leaves it.
+    __m128 mv = _mm_castsi128_ps(_mm_cvtsi32_si128(int((ux & 0x7fffff) | 0x3b800000u)));
+    __m128i rv = _mm_and_si128(_mm_add_epi32(_mm_castps_si128(_mm_rcp_ss(mv)), _mm_set1_epi32(0x8000)),
+                               _mm_set1_epi32(int(0xffff0000u)));
+    uint32_t Rb = uint32_t(_mm_cvtsi128_si32(rv));
+    double u = double(__builtin_fmaf(_mm_cvtss_f32(_mm_castsi128_ps(rv)), _mm_cvtss_f32(mv), -1.0f));  // exact
     double H = double(ux >> 23) + f64(tab::powf_l9_log[(Rb >> 16) & 0xff]);
     double L = __builtin_fma(
         __builtin_fma(u * u, __builtin_fma(D(0xbfd71563027e14e2), u, D(0x3fdec71ff3a912b3)),
