@@ -341,10 +341,13 @@ TSR_DEFINE(double, __libm_pow_ex, (double x, double y)) {
         double tiny = ((uy ^ bits(S)) >> 63) ? -0x1p-60 : 0x1p-60;
         return one + (neg ? -tiny : tiny);
     }
-    if (es > 10) {  // the exponent sum may be one too high: decide on the product
+    if (es > 10) {
+        bool up = !((uy ^ bits(S)) >> 63);  // y log2 x > 0
+        if (es > 12) return up ? overflow(x, y, neg) : underflow(x, y, neg);
+        // |y S| < 2^15 here, and the exponent sum may be one too high: ask the product.
         double w = y * S;
         int ew = int((bits(w) >> 52) & 0x7ff) - 0x3ff;
-        if (ew > 10) return w > 0 ? overflow(x, y, neg) : underflow(x, y, neg);
+        if (ew > 10) return up ? overflow(x, y, neg) : underflow(x, y, neg);
     }
     double Sh = f64(bits(S) & kCut), Sl = S - Sh;
     double yh = f64(uy & kCut), yl = y - yh;
@@ -445,6 +448,8 @@ TSR_DEFINE(double, __libm_pow_l9, (double x, double y)) {
     // every operation of the product step away from the subnormal range.
     int ep = int((uy >> 52) & 0x7ff) + int((bits(S) >> 52) & 0x7ff) - 2 * 0x3ff;
     if (ep < -62) return 1.0 + (((uy ^ bits(S)) >> 63) ? -0x1p-60 : 0x1p-60);
+    // |y log2 x| >= 2^11: the e7 body decides, before the product could overflow.
+    if (ep > 10) return __libm_pow_e7_local(x, y);
 
     // The product step needs round-to-nearest with exceptions masked.  Writing the control
     // register costs more than the rest of the step, so it is written only when the

@@ -83,6 +83,7 @@ void sweep(const tsr::TierFn<Fn> (&tiers)[N], const std::vector<Pair<T>> &pairs,
         if (!run[t]) std::printf("[  NOTICE  ] tier %s not run: this processor lacks its instruction set\n", tiers[t].name);
     }
     th::Mp ref;
+    int flag_faults = 0;
     for (const auto &p : pairs) {
         th::ref(ref, mpfr_pow, p.x, p.y);
         // Beyond MPFR's own exponent range: a value far outside the format, same sign.
@@ -93,10 +94,30 @@ void sweep(const tsr::TierFn<Fn> (&tiers)[N], const std::vector<Pair<T>> &pairs,
             if (!run[t]) continue;
             for (int m = 0; m < 4; ++m) {
                 T r;
+                int fl;
                 {
                     th::ModeGuard mg(th::kModes[m].fe);
+                    th::clear_flags();
                     r = tiers[t].fn(p.x, p.y);
+                    fl = th::flags_raised();
                 }
+                // No flag without its cause: overflow only beyond the largest finite value,
+                // underflow only below the smallest normal, invalid only for a NaN result
+                // or a signalling operand, divide-by-zero only for a zero base; and the
+                // first two when certainly due.
+                bool nan_in = std::isnan(p.x) || std::isnan(p.y);
+                long ex = mpfr_nan_p(ref) || mpfr_zero_p(ref) ? 0 : long(mpfr_get_exp(ref)) - 1;
+                bool big = !mpfr_nan_p(ref) && ex >= th::Format<T>::emax;
+                bool tiny = !mpfr_nan_p(ref) && !mpfr_zero_p(ref) && ex < th::Format<T>::emin;
+                bool bad = ((fl & FE_OVERFLOW) && !(big && (overflows || ex == th::Format<T>::emax))) ||
+                           (!(fl & FE_OVERFLOW) && overflows) ||
+                           ((fl & FE_UNDERFLOW) && !tiny) ||
+                           (!(fl & FE_UNDERFLOW) && (fl & FE_INEXACT) && tiny && ex < th::Format<T>::emin - 1) ||
+                           ((fl & FE_INVALID) && !(mpfr_nan_p(ref) || nan_in)) ||
+                           ((fl & FE_DIVBYZERO) && p.x != 0);
+                if (bad && flag_faults++ < 10)
+                    ADD_FAILURE() << fname << " " << tiers[t].name << " " << th::kModes[m].name << " x=" << std::hexfloat
+                                  << double(p.x) << " y=" << double(p.y) << " flags " << th::flags_str(fl);
                 double e;
                 if (overflows) {  // beyond the format: the rounded result or nothing
                     T want = th::round_to<T>(ref, th::kModes[m].rnd);
