@@ -27,7 +27,6 @@ namespace tab = tsr::pow_tab;
 
 constexpr double D(uint64_t u) { return std::bit_cast<double>(u); }
 inline double tbl(const uint64_t *t, int i) { return f64(t[i]); }
-inline int64_t sext(uint64_t u) { return int64_t(u); }
 }  // namespace
 
 // =====================================================================================
@@ -87,11 +86,11 @@ inline void two_sum(double a, double b, double &s, double &e) {
     e = (a - (s - bb)) + (b - bb);
 }
 
-// Row (T, t) of 2^(j/256), the exponent moved by `ex` and the sign set, by integer
-// addition on the bit patterns.
+// Row (T, t) of 2^(j/256) for j = k & 0xff, with the sign set and, when `scale_in`, the
+// exponent moved by k >> 8, by integer addition on the bit patterns.
 inline void exp_row(int k, bool neg, double &T, double &t, bool scale_in) {
     int j = k & 0xff;
-    uint64_t add = scale_in ? uint64_t(sext(uint64_t(int64_t(k >> 8))) << 52) : 0;
+    uint64_t add = scale_in ? uint64_t(int64_t(k >> 8)) << 52 : 0;
     uint64_t sg = neg ? 0x8000000000000000ull : 0;
     T = f64((tab::exp256[2 * j] + add) ^ sg);
     t = f64((tab::exp256[2 * j + 1] + add) ^ sg);
@@ -105,7 +104,7 @@ inline double exp_tail(double z, double T, double t) {
 
 // The careful product: y * (S + e) = k/256 + z with |z| <= 2^-8, S cut so that the
 // leading product is exact; then 2^(k/256) 2^z scaled with one rounding.
-inline double careful(double S, double e, double y, bool neg, double x, double yarg) {
+inline double careful(double S, double e, double y, bool neg, double x) {
     double Sh = f64(bits(S) & kMask26), Sl = S - Sh;
     double yh = f64(bits(y) & kMask26), yl = y - yh;
     double P = yh * Sh;
@@ -113,11 +112,11 @@ inline double careful(double S, double e, double y, bool neg, double x, double y
     int32_t k = int32_t(tsr::lo(s));
     double kf = s - kShift8;
     double z = (y * (e + Sl) + yl * Sh) + (P - kf);
-    if (kf >= 1088.0) return overflow(x, yarg, neg);
-    if (kf <= -1088.0) return underflow(x, yarg, neg);
+    if (kf >= 1088.0) return overflow(x, y, neg);
+    if (kf <= -1088.0) return underflow(x, y, neg);
     double T, t;
     exp_row(k, neg, T, t, false);
-    return scale(T, exp_tail(z, T, t), k >> 8, x, yarg);
+    return scale(T, exp_tail(z, T, t), k >> 8, x, y);
 }
 }  // namespace
 
@@ -190,7 +189,7 @@ TSR_DEFINE(double, __libm_pow_e7, (double x, double y)) {
             bool over = (uy >> 63) == (bits(S) >> 63);
             return over ? overflow(x, y, neg) : underflow(x, y, neg);
         }
-        return careful(S, tail, y, neg, x, y);
+        return careful(S, tail, y, neg, x);
     }
 
     double H = (rh + hi) + double(n);  // exact by construction of the cut
@@ -230,7 +229,7 @@ TSR_DEFINE(double, __libm_pow_e7, (double x, double y)) {
     if (v < 0x2f) {
         double S = H + L;
         double e = L + (H - S);
-        return careful(S, e, y, neg, x, y);
+        return careful(S, e, y, neg, x);
     }
     bool over = (n >= 0) == !(uy >> 63);
     return over ? overflow(x, y, neg) : underflow(x, y, neg);
