@@ -17,6 +17,12 @@
 //   x < 0 finite, y integer     the result's sign is that of x^y; go on with |x|
 //   x = -1, y integer           +-1 at once (|x| = 1 has nothing left to compute)
 // powf reports 0^0 only for x = +0.
+//
+// A signalling NaN raises invalid even where the table's result is 1 (pow(sNaN, 0),
+// pow(1, sNaN)): the operand was signalling, the value of the result doesn't depend on it.
+// Nothing here clears a flag the caller had raised: for x = +1 the answer leaves before any
+// arithmetic, so there is nothing of ours to clear.  The integer test works on the bits
+// alone in every tier (a shifter would raise inexact for a non-integer y).
 #pragma once
 #include <cstdint>
 
