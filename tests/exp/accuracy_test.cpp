@@ -1,0 +1,40 @@
+// Accuracy against MPFR: >= 100,000 inputs per function and tier in the default run, log-
+// uniform over the domain plus the regions near the overflow and underflow thresholds and
+// near zero; the float functions over every input in the Long run.
+#include "sweep.h"
+
+using namespace expt;
+
+namespace {
+
+template <class T>
+std::vector<T> inputs(T tiny, T lo_neg, T hi_pos, T band, uint64_t seed) {
+    // lo_neg: the most negative input of interest; hi_pos: the largest finite result's input.
+    std::vector<T> xs = th::log_uniform<T>(T(0x1p-8), hi_pos, 60000, seed, false);
+    xs = cat(xs, th::log_uniform<T>(T(0x1p-8), -lo_neg, 60000, seed + 1, false));
+    for (size_t i = 60000; i < xs.size(); ++i) xs[i] = -xs[i];
+    xs = cat(xs, th::log_uniform<T>(tiny, T(0x1p-8), 20000, seed + 2, true));
+    xs = cat(xs, th::uniform<T>(hi_pos - band, hi_pos, 10000, seed + 3));
+    xs = cat(xs, th::uniform<T>(lo_neg, lo_neg + band, 10000, seed + 4));
+    return xs;
+}
+
+struct Case {
+    const char *name;
+    th::MpFn1 ref;
+};
+
+}  // namespace
+
+TEST(ExpAccuracy, Exp) {
+    auto xs = inputs<double>(0x1p-60, -745.2, 709.79, 40.0, 11);
+    auto refs = references(mpfr_exp, xs);
+    sweep("exp", tsr_tiers_exp, xs, refs, 0.55, 2.0);
+    sweep("exp", tsr_portable_tiers_exp, xs, refs, 0.55, 2.0);
+}
+
+TEST(ExpAccuracy, Expf) {
+    auto xs = inputs<float>(0x1p-30f, -103.98f, 88.72f, 10.0f, 21);
+    auto refs = references(mpfr_exp, xs);
+    sweep("expf", tsr_tiers_expf, xs, refs, 0.51, 2.0);
+}
