@@ -70,7 +70,7 @@ inline Extreme extreme(int n, uint64_t m, Rest rest) {
     int d = -1022 - n;
     double y0 = rest(tp);
     if (d > 52) return {(y0 + tp) * s, 2};
-    double H = d <= 0 ? 0.0 : f64(bits(tp) & ~((uint64_t(1) << d) - 1));
+    double H = d < 0 ? 0.0 : f64(bits(tp) & ~((uint64_t(1) << d) - 1));
     double y = y0 + (tp - H);
     if (n >= 1023) {
         double z = (y + H) * s;
