@@ -53,7 +53,7 @@ TEST(ExpKernel, PairMatchesMpfrInEveryMode) {
                 double e = rel_err_log2(k, x, sc, o);
                 if (e > worst) worst = e, wx = x;
                 ASSERT_LE(std::fabs(o[1]), std::fabs(o[0]) * 0x1p-16) << k.name << " x=" << std::hexfloat << x;
-                if (k.fn == __libm_exp10_k64) {  // renormalised: out[0] is the pair's sum rounded to nearest
+                if (k.fn == __libm_exp10_k64 && std::fabs(x) >= 0x1p-57) {  // the core renormalises in round-to-nearest
                     th::ModeGuard rn(FE_TONEAREST);
                     ASSERT_EQ(o[0], o[0] + o[1]) << "not renormalised at " << x;
                 }
