@@ -85,7 +85,7 @@ inline float expf_body(float x) {
     if (b < 0x42ad496b) return y;
     uint32_t yb = bits(y);
     if (yb < 0x00800000) return report(x, y, 17);
-    if (yb == 0x7f800000) return report(x, opaque(kMaxF) * kMaxF, 16);
+    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, 16);
     return y;
 }
 #endif

@@ -165,7 +165,7 @@ inline float exp10f_e7(float x) {
     if (b < 0x4217b800) return y;
     uint32_t yb = bits(y);
     if (yb < 0x00800000) return report(x, y, 266);
-    if (yb == 0x7f800000) return report(x, opaque(kMaxF) * kMaxF, 167);
+    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, 167);
     return y;
 }
 #endif

@@ -223,7 +223,7 @@ inline float exp2f_e7(float x) {
     if (b < 0x42fc0000) return y;
     uint32_t yb = bits(y);
     if (yb < 0x00800000) return report(x, y, 164);
-    if (yb == 0x7f800000) return report(x, opaque(kMaxF) * kMaxF, 163);
+    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, 163);
     return y;
 }
 #endif

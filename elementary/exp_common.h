@@ -73,8 +73,12 @@ inline Extreme extreme(int n, uint64_t m, Rest rest) {
     double H = d < 0 ? 0.0 : f64(bits(tp) & ~((uint64_t(1) << d) - 1));
     double y = y0 + (tp - H);
     if (n >= 1023) {
-        double z = (y + H) * s;
-        return {z, (bits(z) & 0x7ff0000000000000ull) == 0x7ff0000000000000ull ? 1 : 0};
+        // Overflow in every rounding mode: the unscaled sum reaches 2^(1024 - h) (a mode that
+        // rounds toward zero then gives the largest finite value, still an overflow).
+        double yh = y + H;
+        double z = yh * s;
+        bool over = (bits(z) & 0x7ff0000000000000ull) == 0x7ff0000000000000ull || yh >= pow2(1024 - h);
+        return {z, over ? 1 : 0};
     }
     if (d == 0 && !(y < 0.0)) return {(y + H) * s, 0};
     double z = (y + H) * s;
