@@ -39,15 +39,24 @@ inline double pow2_clamped(int e) {
     return pow2(e);
 }
 
+// Tier e7 hands values to the interpreter's register wrappers; the other tiers hand cells.
 inline double report(double x, double result, int code) {
+#if TSR_TIER_E7
+    return __libm_error_support_wrapper_x64(result, x, x, code);
+#else
     double r = result;
     __libm_error_support(&x, &x, &r, code);
     return r;
+#endif
 }
 inline float report(float x, float result, int code) {
+#if TSR_TIER_E7
+    return __libm_error_support_wrapper_x64f(result, x, x, code);
+#else
     float r = result;
     __libm_error_support(&x, &x, &r, code);
     return r;
+#endif
 }
 
 constexpr double kMax = 0x1.fffffffffffffp1023, kMinNorm = 0x1p-1022;
