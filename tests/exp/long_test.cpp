@@ -76,7 +76,7 @@ void exhaustive(const char *fname, const tsr::TierFn<Fn> (&tiers)[N], const tsr:
             std::printf("[  ACCURACY] %-7s %-12s %-8s max %.4f ulp at x = %a (every %llu-th float)\n", fname,
                         run[t]->name, th::kModes[m].name, w.err, w.x, (unsigned long long)stride);
             bool fma = run[t]->name[0] == 'l' || run[t]->name[0] == 'z' || run[t]->name[0] == 'd';
-            double bound_rn = (fma && std::string(fname) == "exp2f") ? 0.515 : 0.51;
+            double bound_rn = (fma && std::string(fname) == "exp2f") ? 0.52 : 0.51;
             EXPECT_LT(w.err, m == 0 ? bound_rn : 2.0) << fname << " " << run[t]->name << " " << th::kModes[m].name;
         }
     }
