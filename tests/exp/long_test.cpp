@@ -25,8 +25,39 @@ void exhaustive(const char *fname, const tsr::TierFn<Fn> (&tiers)[N], const tsr:
     constexpr int kThreads = 2;
     std::vector<std::vector<expt::Worst>> worst(kThreads, std::vector<expt::Worst>(run.size() * 4));
     std::atomic<uint64_t> bad{0};
+    // Inputs go in blocks: references first (MPFR at 64 bits, ample for a float's ulp), then
+    // each mode once per block for every tier.
     auto work = [&](int id) {
-        th::Mp v(128), a(128);
+        th::Mp v(64), a(64);
+        constexpr size_t kBlock = 4096;
+        std::vector<float> xs;
+        std::vector<expt::Ref> refs;
+        std::vector<bool> sat;
+        auto flush = [&] {
+            for (int m = 0; m < 4; ++m) {
+                th::ModeGuard g(th::kModes[m].fe);
+                bool up = m == 1, down = m == 2 || m == 3;
+                for (size_t t = 0; t < run.size(); ++t) {
+                    expt::Worst &w = worst[id][t * 4 + m];
+                    for (size_t i = 0; i < xs.size(); ++i) {
+                        float x = xs[i], y = run[t]->fn(x);
+                        if (sat[i]) {
+                            // Saturated: +inf or the largest float above, 0 or the smallest
+                            // subnormal below, by the mode.
+                            float want = x > 0 ? (down ? 0x1.fffffep127f : INFINITY) : (up ? 0x1p-149f : 0.0f);
+                            if (std::bit_cast<uint32_t>(y) != std::bit_cast<uint32_t>(want) && bad++ < 10)
+                                std::printf("%s %s %s x = %a: %a, want %a\n", fname, run[t]->name, th::kModes[m].name, x, y, want);
+                            continue;
+                        }
+                        double e = expt::ulps(y, refs[i]);
+                        if (!(e <= w.err)) w = {e, double(x)};
+                    }
+                }
+            }
+            xs.clear();
+            refs.clear();
+            sat.clear();
+        };
         for (uint64_t u = uint64_t(id) * stride; u <= 0xffffffffull; u += stride * kThreads) {
             float x = std::bit_cast<float>(uint32_t(u));
             if (!(x == x) || x == INFINITY || x == -INFINITY) continue;
@@ -44,25 +75,12 @@ void exhaustive(const char *fname, const tsr::TierFn<Fn> (&tiers)[N], const tsr:
                     r.lo = mpfr_get_d(v, MPFR_RNDN);
                 }
             }
-            for (int m = 0; m < 4; ++m) {
-                th::ModeGuard g(th::kModes[m].fe);
-                for (size_t t = 0; t < run.size(); ++t) {
-                    float y = run[t]->fn(x);
-                    if (beyond) {
-                        // Saturated: +inf or the largest float above, 0 or the smallest
-                        // subnormal below, by the mode.
-                        bool up = m == 1, down = m == 2 || m == 3;
-                        float want = x > 0 ? (down ? 0x1.fffffep127f : INFINITY) : (up ? 0x1p-149f : 0.0f);
-                        if (std::bit_cast<uint32_t>(y) != std::bit_cast<uint32_t>(want) && bad++ < 10)
-                            std::printf("%s %s %s x = %a: %a, want %a\n", fname, run[t]->name, th::kModes[m].name, x, y, want);
-                        continue;
-                    }
-                    double e = expt::ulps(y, r);
-                    expt::Worst &w = worst[id][t * 4 + m];
-                    if (!(e <= w.err)) w = {e, double(x)};
-                }
-            }
+            xs.push_back(x);
+            refs.push_back(r);
+            sat.push_back(beyond);
+            if (xs.size() == kBlock) flush();
         }
+        flush();
     };
     std::vector<std::thread> th;
     for (int i = 0; i < kThreads; ++i) th.emplace_back(work, i);
