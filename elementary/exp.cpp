@@ -39,7 +39,8 @@ inline double exp_body(double x) {
     const double K = D(0x40571547652b82fe), L1 = D(0x3f862e42fefa0000), L2 = D(0x3d1cf79abc9e3b3a);
     const double c2 = D(0x3fdffffffffffffe), c3 = D(0x3fc5555555548ba1), c4 = D(0x3fa55555555b9e25),
                  c5 = D(0x3f811115c090cf0f), c6 = D(0x3f56c15ce3289860);
-    RnGuard g;
+    RnGuardInexact g;
+    x = opaque(x);
     double s = opaque(K * x + S);
     double kf = s - S;
     int k = int(uint32_t(bits(s)));
@@ -50,10 +51,10 @@ inline double exp_body(double x) {
     double p = (((r + row.t) + r * r2 * r2 * (c5 + c6 * r)) + r * r2 * (c3 + c4 * r)) + c2 * r2;
     if (n >= -894 && n <= 1022) {
         double T = f64((uint64_t(uint32_t((k & 0xffffffc0) + 0xffc0)) << 46) | row.m);
-        g.restore();
+        p = g.finish(p);
         return p * T + T;
     }
-    g.restore();
+    p = g.finish(p);
     Extreme e = extreme(n, row.m, [&](double tp) { return p * tp; });
     if (e.kind == 1) return report(x, e.value, 14);
     if (e.kind == 2) return report(x, e.value, 15);
@@ -72,7 +73,8 @@ inline float expf_body(float x) {
         }
     }
     const double K = D(0x40771547652b82fe), c1 = D(0x3f662e42fefa72c5), c2 = D(0x3ecebfbdff82c58e);
-    RnGuard g;
+    RnGuardInexact g;
+    x = opaque(x);
     double u = x;
     double t = K * u;
     double s = opaque(S + t);
@@ -80,7 +82,7 @@ inline float expf_body(float x) {
     double r = t + (S - s);
     double T = f64(bits(d256[k & 255]) + (uint64_t(int64_t(k >> 8)) << 52));
     double v = T * ((1.0 + c1 * r) + c2 * (r * r));
-    g.restore();
+    v = g.finish(v);
     float y = float(v);
     if (b < 0x42ad496b) return y;
     uint32_t yb = bits(y);
@@ -116,7 +118,8 @@ inline double exp_fma(double x) {
 #if TSR_TIER_Z0
     double s = avx512::fma_rn(K, x, S);
 #else
-    RnGuard g;
+    RnGuardInexact g;
+    x = opaque(x);
     double s = __builtin_fma(K, x, S);
 #endif
     double kf = s + D(0xc33800000000ffc0);
@@ -130,7 +133,7 @@ inline double exp_fma(double x) {
     B = __builtin_fma(r2, A, B);
     double v = __builtin_fma(B, r2, r + row.t);
 #if !TSR_TIER_Z0
-    g.restore();
+    v = g.finish(v);
 #endif
     return __builtin_fma(v, Tb, Tb);
 }
@@ -154,7 +157,8 @@ TSR_DEFINE(float, __libm_expf_l9, (float x)) {
         return __libm_expf_e7_local(x);
     }
     const double S = 0x1.8p52;
-    RnGuard g;
+    RnGuardInexact g;
+    x = opaque(x);
     double u = x;
     double s = __builtin_fma(D(0x40471547652b82fe), u, S);
     double kf = s - S;
@@ -164,7 +168,7 @@ TSR_DEFINE(float, __libm_expf_l9, (float x)) {
     double q = __builtin_fma(__builtin_fma(D(0x3fc55561a20a7574), r, D(0x3fe0000a3fec6dc4)), r,
                              D(0x3feffffffff81eec));
     double v = __builtin_fma(r * T, q, T);
-    g.restore();
+    v = g.finish(v);
     return float(v);
 }
 #endif

@@ -37,7 +37,8 @@ inline double exp10_ex(double x) {
         int e = int(H >> 20) - 1023;
         if ((ax & ((uint64_t(1) << (52 - e)) - 1)) == 0) return pow10[int(x)];
     }
-    RnGuard g;
+    RnGuardInexact g;
+    x = opaque(x);
     double s = opaque(D(0x407a934f0979a371) * x + S);
     double kf = s - S;
     int k = int(uint32_t(bits(s)));
@@ -61,14 +62,18 @@ inline double exp10_ex(double x) {
     double v = row.head * B;  // exact
     double f1 = f64(uint64_t(n + (neg ? 0x5ff : 0x1ff)) << 52), f2 = neg ? 0x1p-512 : 0x1p512;
     if (k >= -130814) {
-        g.restore();
+        W = opaque(W);
+        v = g.finish(v);
+        W = opaque(W);
         return ((v + W) * f1) * f2;
     }
     // Below the normal range: a 21-bit head of the sum is kept apart, so that when the
     // result is subnormal the rest is rounded to the grid once and the head added exactly.
     double Hc = f64(bits(v + W) & 0xffffffff00000000ull);
     double lo = (v - Hc) + W;
-    g.restore();
+    Hc = opaque(Hc);
+    lo = g.finish(lo);
+    Hc = opaque(Hc);
     double res = ((lo + Hc) * f1) * f2;
     if (hi(res) < 0x00100000) res = (lo * f1) * f2 + (Hc * f1) * f2;
     return res;
@@ -87,7 +92,8 @@ inline float exp10f_ex(float x) {
         int e = int(b >> 23) - 127;
         if ((b & ((1u << (23 - e)) - 1)) == 0) return pow10f[int(x)];
     }
-    RnGuard g;
+    RnGuardInexact g;
+    x = opaque(x);
     double u = x;
     float t = float(opaque(D(0x406a934f0979a371) * u + D(0x4168000000000000)));
     float tf = opaque(t) + -12582912.0f;
@@ -100,7 +106,7 @@ inline float exp10f_ex(float x) {
     double p = (D(0x3ff2d784e2724acf) * s2 + D(0x40053524cd26a2f3)) * s2 +
                (D(0x400046f7d3f4b8ec) * s2 + D(0x40026bb1bbb47127)) * r;
     double v = (p * T + T) * pow2(n);
-    g.restore();
+    v = g.finish(v);
     return float(v);
 }
 #endif
@@ -108,16 +114,17 @@ inline float exp10f_ex(float x) {
 #if TSR_TIER_E7
 inline double exp10_e7(double x) {
     RnGuard g;  // round-to-nearest for the whole function
+    x = opaque(x);
     uint32_t ix = hi(x) & 0x7fffffff;
     uint32_t hw = ix >> 16;
     if (hw - 0x3c70u > 0x4074u - 0x3c70u) {
-        if (hw < 0x3c70) return x + 1.0;
+        if (hw < 0x3c70) return g.finish(x + 1.0);
         if (ix >= 0x7ff00000) {
-            if ((bits(x) & 0x000fffffffffffffull) != 0) return x + x;
+            if ((bits(x) & 0x000fffffffffffffull) != 0) return g.finish(x + x);
             return (hi(x) >> 31) ? 0.0 : x;
         }
         double res = (hi(x) >> 31) ? opaque(kMinNorm) * kMinNorm : opaque(kMax) * 2.0;
-        g.restore();
+        res = g.finish(res);
         return report(x, res, (hi(x) >> 31) ? 265 : 166);
     }
     const double K = D(0x406a934f0979a371), L1 = D(0x3f734413509e0000), L2 = D(0x3d379fef311f12b3);
@@ -132,10 +139,10 @@ inline double exp10_e7(double x) {
                r2 * (D(0x40053524c73cd328) + D(0x4000470591daeb1e) * r);
     if (n >= -894 && n <= 1022) {
         double T = f64((uint64_t(uint32_t((k & 0xffffffc0) + 0xffc0)) << 46) | row.m);
-        return p * T + T;
+        return g.finish(p * T + T);
     }
     Extreme e = extreme(n, row.m, [&](double tp) { return p * tp; });
-    g.restore();
+    e.value = g.finish(e.value);
     if (e.kind == 1) return report(x, e.value, 166);
     if (e.kind == 2) return report(x, e.value, 265);
     return e.value;
@@ -152,7 +159,8 @@ inline float exp10f_e7(float x) {
         }
     }
     const double K = D(0x408a934f0979a371), c1 = D(0x3f662e42fefa72c5), c2 = D(0x3ecebfbdff82c58e);
-    RnGuard g;
+    RnGuardInexact g;
+    x = opaque(x);
     double u = x;
     double t = K * u;
     double s = opaque(S + t);
@@ -160,7 +168,7 @@ inline float exp10f_e7(float x) {
     double r = t + (S - s);
     double T = f64(bits(d256[k & 255]) + (uint64_t(int64_t(k >> 8)) << 52));
     double v = T * ((1.0 + c1 * r) + c2 * (r * r));
-    g.restore();
+    v = g.finish(v);
     float y = float(v);
     if (b < 0x4217b800) return y;
     uint32_t yb = bits(y);

@@ -57,6 +57,7 @@ inline double exp2_ex(double x) {
         }
     }
     RnGuard g;
+    x = opaque(x);
     double s = opaque(128.0 * x + S);
     double kf = s - S;
     int k = int(uint32_t(bits(s)));
@@ -77,19 +78,24 @@ inline double exp2_ex(double x) {
     double v = row.head * B;  // exact
     if (direct) {
         double f = double(f32((uint32_t((k - j) & ~127) << 16) + 0x3f800000u));
-        g.restore();
+        W = opaque(W);
+        v = g.finish(v);
+        W = opaque(W);
         return (v + W) * f;
     }
     bool neg = hi(x) >> 31;
     double f1 = f64(uint64_t(n + (neg ? 0x5ff : 0x1ff)) << 52), f2 = neg ? 0x1p-512 : 0x1p512;
     if (k >= -130814) {
-        g.restore();
+        W = opaque(W);
+        v = g.finish(v);
+        W = opaque(W);
         return ((v + W) * f1) * f2;
     }
     // Far below the normal range: the sum and both scalings in 80-bit arithmetic with a
     // 64-bit significand, then one rounding to double.
     double Hc = f64(bits(v + W) & ~uint64_t(0xfff));
-    g.restore();
+    W = opaque(W);
+    Hc = g.finish(Hc);
     uint16_t cw = get_x87_cw();
     if ((cw & X87_PC_MASK) != X87_PC_MASK) set_x87_cw(cw | X87_PC_MASK);
     long double t = opaque(((long double)v - Hc) + W);
@@ -111,6 +117,7 @@ inline bool is_intf(float x) {
 // The float core of tier ex: double arithmetic on the centred 64-row table.
 inline float exp2f_ex_core(float x) {
     RnGuard g;
+    x = opaque(x);
     double u = x;
     float t = float(opaque(64.0 * u + D(0x4168000000000000)));
     float tf = opaque(t) + -12582912.0f;
@@ -123,7 +130,7 @@ inline float exp2f_ex_core(float x) {
     double p = (D(0x3f83ce0f3e46f43a) * s2 + D(0x3fcebfbe081585e7)) * s2 +
                (D(0x3fac6af0d93cf576) * s2 + D(0x3fe62e42fef9277b)) * r;
     double v = (p * T + T) * pow2(n);
-    g.restore();
+    v = g.finish(v);
     return float(v);
 }
 
@@ -173,6 +180,7 @@ inline double exp2_e7(double x) {
         }
     }
     RnGuard g;
+    x = opaque(x);
     double xp = f64(bits(x) + 0x0070000000000000ull);  // x·128, exponent field + 7
     int k = _mm_cvtsd_si32(_mm_set_sd(xp));
     double kf = opaque(xp + S) - S;
@@ -188,10 +196,10 @@ inline double exp2_e7(double x) {
         double T = f64((uint64_t(E) << 52) | row.m);
         double U = row.t * pow2(n);
         double y = ((c1 * rp) * T + U) + (r2 * A + B) * (T * r2);
-        g.restore();
+        y = g.finish(y);
         return y + T;
     }
-    g.restore();
+    rp = g.finish(rp);
     int h = n >> 1;
     double Up = row.t * pow2(n - h);
     Extreme e = extreme(n, row.m, [&](double tp) { return ((c1 * rp) * tp + Up) + (r2 * A + B) * (tp * r2); });
@@ -212,13 +220,14 @@ inline float exp2f_e7(float x) {
     }
     const double S2 = D(0x42b8000000000000), c1 = D(0x3fe62e42fefa72c5), c2 = D(0x3fcebfbdff82c58e);
     RnGuard g;
+    x = opaque(x);
     double u = x;
     double s = opaque(S2 + u);
     int k = int(uint32_t(bits(s)));
     double r = u + (S2 - s);
     double T = f64(bits(d256[k & 255]) + (uint64_t(int64_t(k >> 8)) << 52));
     double v = T * ((1.0 + c1 * r) + c2 * (r * r));
-    g.restore();
+    v = g.finish(v);
     float y = float(v);
     if (b < 0x42fc0000) return y;
     uint32_t yb = bits(y);
@@ -240,14 +249,18 @@ inline double exp2_fma(double x) {
 #if TSR_TIER_Z0
     double s = avx512::add_rn(x, Sp);
     double r = avx512::reduce_rn<6>(x);
-#elif TSR_TIER_D1
-    RnGuard g;
-    double s = opaque(x + Sp);
-    double r = avx512::reduce_rn<6>(x);
 #else
-    RnGuard g;
+    // The shifter step in the caller's mode first: when it was exact, so is every mode's.
+    RnGuardLazy g;
     double s = opaque(x + Sp);
     double r = x - (s + D(0xc2d800000000ffc0));
+    if (r != 0.0 && g.engage()) {  // x goes through opaque: the sum must be formed again
+        s = opaque(opaque(x) + Sp);
+        r = x - (s + D(0xc2d800000000ffc0));
+    }
+#if TSR_TIER_D1
+    r = avx512::reduce_rn<6>(x);
+#endif
 #endif
     uint64_t sb = bits(s);
     const MT &row = frac64r[sb & 63];
@@ -258,7 +271,7 @@ inline double exp2_fma(double x) {
     P = __builtin_fma(P, r * r, Q);
     P = __builtin_fma(P, r, row.t);
 #if !TSR_TIER_Z0
-    g.restore();
+    P = g.finish(P);
 #endif
     return __builtin_fma(P, Tb, Tb);
 }
@@ -275,9 +288,13 @@ inline float exp2f_fma(float x) {
     float s = avx512::add_rn(x, Sf);
     float r = avx512::reduce_rn<5>(x);
 #else
-    RnGuard g;
+    RnGuardLazy g;
     float s = opaque(x + Sf);
     float r = x - (s + F(0xc8c00fe0));
+    if (r != 0.0f && g.engage()) {
+        s = opaque(opaque(x) + Sf);
+        r = x - (s + F(0xc8c00fe0));
+    }
 #endif
     uint32_t sb = bits(s);
     uint32_t j = sb & 31;
@@ -285,7 +302,7 @@ inline float exp2f_fma(float x) {
     float q = __builtin_fmaf(__builtin_fmaf(F(0x3d6358ca), r, F(0x3e75fe8e)), r, F(0x3f317218));
     q = __builtin_fmaf(q, r, f32_tail[j]);
 #if !TSR_TIER_Z0
-    g.restore();
+    q = g.finish(q);
 #endif
     return __builtin_fmaf(q, Tb, Tb);
 }

@@ -14,6 +14,9 @@ constexpr float F(uint32_t b) { return std::bit_cast<float>(b); }
 // The shifter steps need round-to-nearest.  The guard forces it only when the caller's
 // mode differs (one store of the control word otherwise) and puts the caller's mode back,
 // keeping every flag raised meanwhile, so that the last operation rounds the caller's way.
+// The compiler does not see the control word: a core passes its argument through opaque()
+// after the guard is set up, and its last values through finish(), so that no arithmetic
+// moves across a change of mode.
 struct RnGuard {
     uint32_t saved;
     bool forced;
@@ -26,7 +29,80 @@ struct RnGuard {
             forced = false;
         }
     }
+    // Hands v over the restore: v is computed before the caller's mode returns, and what is
+    // computed from the result after it (the compiler moves no arithmetic across either).
+    template <class T>
+    T finish(T v) {
+        v = opaque(v);
+        restore();
+        return opaque(v);
+    }
     ~RnGuard() { restore(); }
+};
+
+// A guard engaged only on demand: 2^x cores whose shifter step was exact (64x or 32x an
+// integer) need no particular mode, and their exact results must stay free of flags; the
+// others are inexact anyway and tell the mode by arithmetic as below.
+struct RnGuardLazy {
+    uint32_t saved = 0;
+    bool forced = false;
+    // Forces round-to-nearest if the caller's mode differs; true when it did.
+    bool engage() {
+        double a = opaque(1.0) + 0x1p-60, b = opaque(1.0) - 0x1p-60;
+        if (a == b) return false;
+        saved = get_mxcsr();
+        set_mxcsr(saved & ~MXCSR_RC_MASK);
+        forced = true;
+        return true;
+    }
+    void restore() {
+        if (forced) {
+            set_mxcsr((get_mxcsr() & ~MXCSR_RC_MASK) | (saved & MXCSR_RC_MASK));
+            forced = false;
+        }
+    }
+    // Hands v over the restore: v is computed before the caller's mode returns, and what is
+    // computed from the result after it (the compiler moves no arithmetic across either).
+    template <class T>
+    T finish(T v) {
+        v = opaque(v);
+        restore();
+        return opaque(v);
+    }
+    ~RnGuardLazy() { restore(); }
+};
+
+// The same guard for cores whose result is inexact anyway (e^x, 10^x of a non-zero
+// argument): the mode is told by arithmetic instead of a read of the control word, which
+// costs more than the whole core on some processors.  1 + 2^-60 and 1 - 2^-60 both round to
+// 1 only in round-to-nearest; upward moves the first, downward and toward zero the second.
+// The probe's inexact flag falls where the core's would.
+struct RnGuardInexact {
+    uint32_t saved = 0;
+    bool forced;
+    RnGuardInexact() {
+        double a = opaque(1.0) + 0x1p-60, b = opaque(1.0) - 0x1p-60;
+        forced = a != b;
+        if (forced) {
+            saved = get_mxcsr();
+            set_mxcsr(saved & ~MXCSR_RC_MASK);
+        }
+    }
+    void restore() {
+        if (forced) {
+            set_mxcsr((get_mxcsr() & ~MXCSR_RC_MASK) | (saved & MXCSR_RC_MASK));
+            forced = false;
+        }
+    }
+    // Hands v over the restore: v is computed before the caller's mode returns, and what is
+    // computed from the result after it (the compiler moves no arithmetic across either).
+    template <class T>
+    T finish(T v) {
+        v = opaque(v);
+        restore();
+        return opaque(v);
+    }
+    ~RnGuardInexact() { restore(); }
 };
 
 // 2^e for a normal exponent e (-1022 <= e <= 1023), exactly.

@@ -39,6 +39,7 @@ inline void kernel(double x, int *scale, double out[2]) {
         return;
     }
     RnGuard g;
+    x = opaque(x);
     const double S = 0x1.8p52;
     const double K = F == kE ? D(0x40671547652b82fe) : F == k2 ? 128.0 : D(0x407a934f0979a371);
     double s = opaque(K * x + S);
@@ -89,14 +90,13 @@ inline void kernel(double x, int *scale, double out[2]) {
     double W = Q * row.head + (B + Q) * row.tail;
     double v = row.head * B;  // exact
     *scale = n;
+    double o0 = v, o1 = W;
     if constexpr (F == k10) {
-        double h = v + W;
-        out[0] = h;
-        out[1] = W - (h - v);
-    } else {
-        out[0] = v;
-        out[1] = W;
+        o0 = v + W;
+        o1 = W - (o0 - v);
     }
+    out[0] = g.finish(o0);
+    out[1] = opaque(o1);
 }
 
 }  // namespace
