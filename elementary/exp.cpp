@@ -106,35 +106,51 @@ TSR_DEFINE(float, __libm_expf_e7, (float x)) { return expf_body(x); }
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 // The fused form: s carries k + 1023·64 in its low bits, so the exponent field comes out of
 // one mask and shift.  z0 rounds the first step to nearest by the instruction; l9 and d1
-// clear the rounding control around the core.
+// clear the rounding control around the core when the caller's mode is not nearest (a
+// separate path, so that the usual one carries no ordering constraints).
 namespace {
-inline double exp_fma(double x) {
-    uint32_t hw = (hi(x) >> 16) & 0x7fff;
-    if (hw - 0x3c80u > 0x4083u - 0x3c80u) {
-        if (hw < 0x3c80) return x + 1.0;
-        return __libm_exp_e7_local(x);
-    }
+// The core up to the last fused multiply-add: returns v, with Tb, and the result
+// fma(v, Tb, Tb).
+inline double exp_fma_core(double x, double &Tb) {
     const double K = D(0x40571547652b82fe), S = D(0x433800000000ffc0);
 #if TSR_TIER_Z0
     double s = avx512::fma_rn(K, x, S);
 #else
-    RnGuardInexact g;
-    x = opaque(x);
     double s = __builtin_fma(K, x, S);
 #endif
     double kf = s + D(0xc33800000000ffc0);
     double r = __builtin_fma(kf, D(0xbd1cf79abc9e3b3a), __builtin_fma(kf, D(0xbf862e42fefa0000), x));
     uint32_t sl = uint32_t(bits(s));
     const MT &row = frac64[sl & 63];
-    double Tb = f64((uint64_t(sl & 0x3ffc0) << 46) | row.m);
+    Tb = f64((uint64_t(sl & 0x3ffc0) << 46) | row.m);
     double A = __builtin_fma(D(0x3f8111126eeb729a), r, D(0x3fa555570aa70f87));
     double B = __builtin_fma(D(0x3fc55555555541d3), r, D(0x3fdfffffffffe5bc));
     double r2 = r * r;
     B = __builtin_fma(r2, A, B);
-    double v = __builtin_fma(B, r2, r + row.t);
+    return __builtin_fma(B, r2, r + row.t);
+}
+
 #if !TSR_TIER_Z0
-    v = g.finish(v);
+__attribute__((noinline, cold)) double exp_fma_directed(double x) {
+    RnGuard g;
+    x = opaque(x);
+    double Tb;
+    double v = g.finish(exp_fma_core(x, Tb));
+    return __builtin_fma(v, Tb, Tb);
+}
 #endif
+
+inline double exp_fma(double x) {
+    uint32_t hw = (hi(x) >> 16) & 0x7fff;
+    if (hw - 0x3c80u > 0x4083u - 0x3c80u) {
+        if (hw < 0x3c80) return x + 1.0;
+        return __libm_exp_e7_local(x);
+    }
+#if !TSR_TIER_Z0
+    if (!rn_probe()) return exp_fma_directed(x);
+#endif
+    double Tb;
+    double v = exp_fma_core(x, Tb);
     return __builtin_fma(v, Tb, Tb);
 }
 }  // namespace
@@ -150,15 +166,9 @@ TSR_DEFINE(double, __libm_exp_d1, (double x)) { return exp_fma(x); }
 #if TSR_TIER_L9
 // Single precision, N = 32, degree 3 in double with fused multiply-adds.  The tier that
 // would be d1 is this same code: the dispatch rows give l9 on those processors.
-TSR_DEFINE(float, __libm_expf_l9, (float x)) {
-    uint32_t b = bits(x) & 0x7fffffff;
-    if (b - 0x31800000u >= 0x42ad496bu - 0x31800000u) {
-        if (b < 0x31800000) return x + 1.0f;
-        return __libm_expf_e7_local(x);
-    }
+namespace {
+inline double expf_fma_core(float x) {
     const double S = 0x1.8p52;
-    RnGuardInexact g;
-    x = opaque(x);
     double u = x;
     double s = __builtin_fma(D(0x40471547652b82fe), u, S);
     double kf = s - S;
@@ -167,8 +177,22 @@ TSR_DEFINE(float, __libm_expf_l9, (float x)) {
     double T = f64(bits(d32[sb & 31]) + ((sb << 47) & 0xfff0000000000000ull));
     double q = __builtin_fma(__builtin_fma(D(0x3fc55561a20a7574), r, D(0x3fe0000a3fec6dc4)), r,
                              D(0x3feffffffff81eec));
-    double v = __builtin_fma(r * T, q, T);
-    v = g.finish(v);
-    return float(v);
+    return __builtin_fma(r * T, q, T);
+}
+__attribute__((noinline, cold)) float expf_fma_directed(float x) {
+    RnGuard g;
+    x = opaque(x);
+    return float(g.finish(expf_fma_core(x)));
+}
+}  // namespace
+
+TSR_DEFINE(float, __libm_expf_l9, (float x)) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x31800000u >= 0x42ad496bu - 0x31800000u) {
+        if (b < 0x31800000) return x + 1.0f;
+        return __libm_expf_e7_local(x);
+    }
+    if (!rn_probe()) return expf_fma_directed(x);
+    return float(expf_fma_core(x));
 }
 #endif

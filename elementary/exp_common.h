@@ -72,6 +72,10 @@ struct RnGuardLazy {
     ~RnGuardLazy() { restore(); }
 };
 
+// True in round-to-nearest: 1 + 2^-60 and 1 - 2^-60 both round to 1 only there.  For
+// cores whose result is inexact anyway, so that the probe's inexact flag changes nothing.
+inline bool rn_probe() { return opaque(1.0) + 0x1p-60 == opaque(1.0) - 0x1p-60; }
+
 // The same guard for cores whose result is inexact anyway (e^x, 10^x of a non-zero
 // argument): the mode is told by arithmetic instead of a read of the control word, which
 // costs more than the whole core on some processors.  1 + 2^-60 and 1 - 2^-60 both round to
