@@ -95,7 +95,7 @@ inline void force(long double x) { asm volatile("" : : "f"(x)); }
 // Keep a value opaque, so that arithmetic on it is neither folded nor moved.
 template <class T>
 inline T opaque(T x) { asm volatile("" : "+x"(x)); return x; }
-inline long double opaque(long double x) { asm volatile("" : "+f"(x)); return x; }
+inline long double opaque(long double x) { asm volatile("" : "+t"(x)); return x; }
 
 // ---- control and status words ------------------------------------------------------
 inline uint32_t get_mxcsr() { uint32_t v; asm volatile("stmxcsr %0" : "=m"(v)); return v; }
