@@ -4,7 +4,6 @@
 #include "features.h"
 
 #include <cstdlib>
-#include <cstring>
 
 using namespace tsr;
 
@@ -206,6 +205,14 @@ const char *feature_row_name(int row) { return kRows[row - 1].name; }
 const char *feature_row_word(int row) { return kRows[row - 1].word; }
 int feature_row_bit(int row) { return kRows[row - 1].bit; }
 
+// Exact match of a disable word with the `len` bytes at w: same length, same bytes.
+static bool same_word(const char *dw, const char *w, size_t len) {
+    size_t i = 0;
+    for (; i < len; ++i)
+        if (dw[i] != w[i]) return false;
+    return dw[i] == 0;
+}
+
 int feature_disable_mask(const char *env, uint64_t mask[2]) {
     mask[0] = mask[1] = 0;
     int accepted = 0;
@@ -219,7 +226,7 @@ int feature_disable_mask(const char *env, uint64_t mask[2]) {
         size_t len = size_t(p - w);
         for (int row = 1; row <= kFeatureRows; ++row) {
             const char *dw = kRows[row - 1].word;
-            if (!dw || std::strlen(dw) != len || std::memcmp(dw, w, len) != 0) continue;
+            if (!dw || !same_word(dw, w, len)) continue;
             if (row >= 2) {
                 int rc = __libm_cpu_feature_set(mask, row);
                 if (rc != 0) return rc;

@@ -11,6 +11,15 @@
 #endif
 
 // ---- defining bodies -------------------------------------------------------------
+#ifdef TSR_PORTABLE_AVX512
+// The test-only portable build of an AVX-512 tier: every body takes a _portable suffix
+// and stays hidden, beside the real variant.
+#define TSR_DEFINE(ret, name, params)                                                   \
+    extern "C" ret name##_portable params noexcept TSR_HIDDEN;                           \
+    extern "C" ret name##_portable params noexcept
+#define TSR_ALIAS(ret, name, params, target)                                             \
+    extern "C" ret name##_portable params noexcept __attribute__((alias(#target "_portable"))) TSR_HIDDEN;
+#else
 // TSR_DEFINE(ret, name, params) { ... } defines `name_local` (hidden: what the library
 // itself calls and what dispatch tables hold) and `name` at the same address (exported
 // when the catalogue lists it, local otherwise).
@@ -23,6 +32,7 @@
 #define TSR_ALIAS(ret, name, params, target)                                             \
     extern "C" ret name params noexcept TSR_PUBLIC __attribute__((alias(#target "_local"), used));  \
     extern "C" ret name##_local params noexcept __attribute__((alias(#target "_local"))) TSR_HIDDEN;
+#endif
 
 // ---- tiers -------------------------------------------------------------------------
 // A family file names its tiers on a line `// tessera-tiers: ex e7 y8`; the build compiles

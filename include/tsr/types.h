@@ -5,6 +5,12 @@
 #define TSR_HIDDEN __attribute__((visibility("hidden")))
 #define TSR_PUBLIC __attribute__((visibility("default")))
 
+// The binary128 complex type, as the public header names it.
+#ifndef TESSERA_COMPLEX128_DEFINED
+#define TESSERA_COMPLEX128_DEFINED
+typedef _Complex float __attribute__((mode(TC))) tessera_complex128;
+#endif
+
 namespace tsr {
 
 // Tiers, by the suffix of their variants' names.  Each is compiled for its own

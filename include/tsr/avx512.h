@@ -1,0 +1,73 @@
+// The AVX-512-only operations of tiers z0 and d1, each with an exact portable definition.
+// The library's z0/d1 objects use the instructions; the test build of those tiers
+// (TSR_PORTABLE_AVX512) uses the definitions below, so the tiers' logic is tested on any
+// processor with AVX2.  A portable definition gives the instruction's result bits and
+// raises no flag where the instruction suppresses exceptions (embedded rounding).
+#pragma once
+#include <bit>
+
+#include "tsr/common.h"
+
+#if !defined(TSR_PORTABLE_AVX512) && (TSR_TIER_Z0 || TSR_TIER_D1)
+#include <immintrin.h>
+#define TSR_AVX512_NATIVE 1
+#else
+#define TSR_AVX512_NATIVE 0
+#endif
+
+namespace tsr::avx512 {
+
+#if !TSR_AVX512_NATIVE
+// Runs op in round-to-nearest and leaves the caller's control word and flags as they were:
+// what an embedded {rn-sae} rounding does.
+template <class F>
+inline auto rn_sae(F op) {
+    uint32_t saved = get_mxcsr();
+    set_mxcsr((saved & ~MXCSR_RC_MASK) | 0x1f80);
+    auto r = op();
+    force(r);
+    set_mxcsr(saved);
+    return r;
+}
+#endif
+
+// a + b, a * b, a * b + c rounded to nearest whatever the control word says, no flags.
+inline double add_rn(double a, double b) {
+#if TSR_AVX512_NATIVE
+    return _mm_cvtsd_f64(_mm_add_round_sd(_mm_set_sd(a), _mm_set_sd(b), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+#else
+    return rn_sae([&] { return opaque(a) + opaque(b); });
+#endif
+}
+inline double mul_rn(double a, double b) {
+#if TSR_AVX512_NATIVE
+    return _mm_cvtsd_f64(_mm_mul_round_sd(_mm_set_sd(a), _mm_set_sd(b), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+#else
+    return rn_sae([&] { return opaque(a) * opaque(b); });
+#endif
+}
+inline double fma_rn(double a, double b, double c) {
+#if TSR_AVX512_NATIVE
+    return _mm_cvtsd_f64(_mm_fmadd_round_sd(_mm_set_sd(a), _mm_set_sd(b), _mm_set_sd(c),
+                                            _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+#else
+    return rn_sae([&] { return __builtin_fma(opaque(a), b, c); });
+#endif
+}
+
+// The unbiased exponent of x as a double (floor(log2|x|)), subnormals normalised;
+// -inf for a zero, +inf for an infinity, a quiet NaN for a NaN.
+inline double getexp(double x) {
+#if TSR_AVX512_NATIVE
+    return _mm_cvtsd_f64(_mm_getexp_sd(_mm_set_sd(x), _mm_set_sd(x)));
+#else
+    uint64_t b = bits(x) & 0x7fffffffffffffffull;
+    if (b >= 0x7ff0000000000000ull) return b == 0x7ff0000000000000ull ? f64(0x7ff0000000000000ull) : x + x;
+    if (b == 0) return f64(0xfff0000000000000ull);
+    int e = int(b >> 52);
+    if (e == 0) return double(-1011 - std::countl_zero(b));  // 2^-1074 has 63 leading zeros
+    return double(e - 1023);
+#endif
+}
+
+}  // namespace tsr::avx512
