@@ -55,6 +55,44 @@ inline double fma_rn(double a, double b, double c) {
 #endif
 }
 
+// a + b in single precision, rounded to nearest whatever the control word says, no flags.
+inline float add_rn(float a, float b) {
+#if TSR_AVX512_NATIVE
+    return _mm_cvtss_f32(_mm_add_round_ss(_mm_set_ss(a), _mm_set_ss(b), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+#else
+    return rn_sae([&] { return opaque(a) + opaque(b); });
+#endif
+}
+
+// vreducesd/vreducess with M fraction bits, round to nearest, precision exception
+// suppressed: x - round(x·2^M)·2^-M, which is exact.  The portable definition rounds by the
+// 1.5·2^52 (2^23) shifter and holds for |x|·2^M < 2^51 (2^22) and NaN; the tiers call it
+// on arguments far inside that.
+template <int M>
+inline double reduce_rn(double x) {
+#if TSR_AVX512_NATIVE
+    return _mm_cvtsd_f64(_mm_reduce_sd(_mm_set_sd(x), _mm_set_sd(x), (M << 4) | 0x8));
+#else
+    return rn_sae([&] {
+        double t = opaque(x * double(1ull << M));
+        double k = opaque(t + 0x1.8p52) - 0x1.8p52;
+        return x - k * (1.0 / double(1ull << M));
+    });
+#endif
+}
+template <int M>
+inline float reduce_rn(float x) {
+#if TSR_AVX512_NATIVE
+    return _mm_cvtss_f32(_mm_reduce_ss(_mm_set_ss(x), _mm_set_ss(x), (M << 4) | 0x8));
+#else
+    return rn_sae([&] {
+        float t = opaque(x * float(1u << M));
+        float k = opaque(t + 0x1.8p23f) - 0x1.8p23f;
+        return x - k * (1.0f / float(1u << M));
+    });
+#endif
+}
+
 // The unbiased exponent of x as a double (floor(log2|x|)), subnormals normalised;
 // -inf for a zero, +inf for an infinity, a quiet NaN for a NaN.
 inline double getexp(double x) {

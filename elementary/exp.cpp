@@ -1,0 +1,198 @@
+// tessera-tiers: ex e7 l9 z0 d1
+// e^x and e^x in single precision.
+//
+// Double, tiers ex and e7 (one algorithm): x = (k/64)·ln 2 + r with k rounded by a shifter,
+// 2^(k/64) from a 64-row table of cut mantissas with relative tails, a degree-6 Taylor
+// polynomial whose linear term takes in the tail, and the exponent set by integer work.
+// Results that are not normal doubles go through the careful split of exp_common.h.
+// Tiers l9, z0, d1: the same reduction written with fused multiply-adds and a fitted
+// degree-5 polynomial; they serve 2^-55 <= |x| < 640, where no scaling question arises, and
+// hand everything else to the e7 body.
+//
+// Single, tiers ex and e7: double arithmetic, N = 256, a degree-2 polynomial, rounded to
+// float once.  Tier l9: N = 32, degree 3 with fused multiply-adds.
+#include "elementary/exp_common.h"
+#if TSR_TIER_Z0 || TSR_TIER_D1
+#include "tsr/avx512.h"
+#endif
+
+using namespace tsr;
+using namespace tsr::expd;
+
+namespace {
+
+#if TSR_TIER_EX || TSR_TIER_E7
+constexpr double S = 0x1.8p52;
+
+inline double exp_body(double x) {
+    uint32_t ix = hi(x) & 0x7fffffff;
+    uint32_t hw = ix >> 16;
+    if (hw - 0x3c90u > 0x408fu - 0x3c90u) {
+        if (ix < 0x40900000) return x + 1.0;
+        if (ix >= 0x7ff00000) {
+            if ((bits(x) & 0x000fffffffffffffull) != 0) return x + x;  // NaN of either sign
+            return (hi(x) >> 31) ? 0.0 : x;
+        }
+        if (hi(x) >> 31) return report(x, opaque(kMinNorm) * kMinNorm, 15);
+        return report(x, opaque(kMax) * kMax, 14);
+    }
+    const double K = D(0x40571547652b82fe), L1 = D(0x3f862e42fefa0000), L2 = D(0x3d1cf79abc9e3b3a);
+    const double c2 = D(0x3fdffffffffffffe), c3 = D(0x3fc5555555548ba1), c4 = D(0x3fa55555555b9e25),
+                 c5 = D(0x3f811115c090cf0f), c6 = D(0x3f56c15ce3289860);
+    RnGuardInexact g;
+    x = opaque(x);
+    double s = opaque(K * x + S);
+    double kf = s - S;
+    int k = int(uint32_t(bits(s)));
+    double r = (x - L1 * kf) - L2 * kf;
+    const MT &row = frac64[k & 63];
+    int n = k >> 6;
+    double r2 = r * r;
+    double p = (((r + row.t) + r * r2 * r2 * (c5 + c6 * r)) + r * r2 * (c3 + c4 * r)) + c2 * r2;
+    if (n >= -894 && n <= 1022) {
+        double T = f64((uint64_t(uint32_t((k & 0xffffffc0) + 0xffc0)) << 46) | row.m);
+        p = g.finish(p);
+        return p * T + T;
+    }
+    p = g.finish(p);
+    Extreme e = extreme(n, row.m, [&](double tp) { return p * tp; });
+    if (e.kind == 1) return report(x, e.value, 14);
+    if (e.kind == 2) return report(x, e.value, 15);
+    return e.value;
+}
+
+// Single precision, N = 256, in double.
+inline float expf_body(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x31800000u >= 0x42ad496bu - 0x31800000u) {
+        if (b < 0x31800000) return x + 1.0f;
+        if (b >= 0x43000000) {
+            if (b >= 0x7f800000) return bits(x) == 0xff800000u ? 0.0f : x + x;
+            if (bits(x) >> 31) return report(x, opaque(kMinNormF) * kMinNormF, 17);
+            return report(x, opaque(kMaxF) * kMaxF, 16);
+        }
+    }
+    const double K = D(0x40771547652b82fe), c1 = D(0x3f662e42fefa72c5), c2 = D(0x3ecebfbdff82c58e);
+    RnGuardInexact g;
+    x = opaque(x);
+    double u = x;
+    double t = K * u;
+    double s = opaque(S + t);
+    int k = int(uint32_t(bits(s)));
+    double r = t + (S - s);
+    double T = f64(bits(d256[k & 255]) + (uint64_t(int64_t(k >> 8)) << 52));
+    double v = T * ((1.0 + c1 * r) + c2 * (r * r));
+    v = g.finish(v);
+    float y = float(v);
+    if (b < 0x42ad496b) return y;
+    uint32_t yb = bits(y);
+    if (yb < 0x00800000) return report(x, y, 17);
+    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, 16);
+    return y;
+}
+#endif
+
+}  // namespace
+
+#if TSR_TIER_EX
+TSR_DEFINE(double, __libm_exp_ex, (double x)) { return exp_body(x); }
+TSR_DEFINE(float, __libm_expf_ex, (float x)) { return expf_body(x); }
+#endif
+#if TSR_TIER_E7
+TSR_DEFINE(double, __libm_exp_e7, (double x)) { return exp_body(x); }
+TSR_DEFINE(float, __libm_expf_e7, (float x)) { return expf_body(x); }
+#endif
+
+#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
+// The fused form: s carries k + 1023·64 in its low bits, so the exponent field comes out of
+// one mask and shift.  z0 rounds the first step to nearest by the instruction; l9 and d1
+// clear the rounding control around the core when the caller's mode is not nearest (a
+// separate path, so that the usual one carries no ordering constraints).
+namespace {
+// The core up to the last fused multiply-add: returns v, with Tb, and the result
+// fma(v, Tb, Tb).
+inline double exp_fma_core(double x, double &Tb) {
+    const double K = D(0x40571547652b82fe), S = D(0x433800000000ffc0);
+#if TSR_TIER_Z0
+    double s = avx512::fma_rn(K, x, S);
+#else
+    double s = __builtin_fma(K, x, S);
+#endif
+    double kf = s + D(0xc33800000000ffc0);
+    double r = __builtin_fma(kf, D(0xbd1cf79abc9e3b3a), __builtin_fma(kf, D(0xbf862e42fefa0000), x));
+    uint32_t sl = uint32_t(bits(s));
+    const MT &row = frac64[sl & 63];
+    Tb = f64((uint64_t(sl & 0x3ffc0) << 46) | row.m);
+    double A = __builtin_fma(D(0x3f8111126eeb729a), r, D(0x3fa555570aa70f87));
+    double B = __builtin_fma(D(0x3fc55555555541d3), r, D(0x3fdfffffffffe5bc));
+    double r2 = r * r;
+    B = __builtin_fma(r2, A, B);
+    return __builtin_fma(B, r2, r + row.t);
+}
+
+#if !TSR_TIER_Z0
+__attribute__((noinline, cold)) double exp_fma_directed(double x) {
+    RnGuard g;
+    x = opaque(x);
+    double Tb;
+    double v = g.finish(exp_fma_core(x, Tb));
+    return __builtin_fma(v, Tb, Tb);
+}
+#endif
+
+inline double exp_fma(double x) {
+    uint32_t hw = (hi(x) >> 16) & 0x7fff;
+    if (hw - 0x3c80u > 0x4083u - 0x3c80u) {
+        if (hw < 0x3c80) return x + 1.0;
+        return __libm_exp_e7_local(x);
+    }
+#if !TSR_TIER_Z0
+    if (!rn_probe()) return exp_fma_directed(x);
+#endif
+    double Tb;
+    double v = exp_fma_core(x, Tb);
+    return __builtin_fma(v, Tb, Tb);
+}
+}  // namespace
+#if TSR_TIER_L9
+TSR_DEFINE(double, __libm_exp_l9, (double x)) { return exp_fma(x); }
+#elif TSR_TIER_Z0
+TSR_DEFINE(double, __libm_exp_z0, (double x)) { return exp_fma(x); }
+#else
+TSR_DEFINE(double, __libm_exp_d1, (double x)) { return exp_fma(x); }
+#endif
+#endif
+
+#if TSR_TIER_L9
+// Single precision, N = 32, degree 3 in double with fused multiply-adds.  The tier that
+// would be d1 is this same code: the dispatch rows give l9 on those processors.
+namespace {
+inline double expf_fma_core(float x) {
+    const double S = 0x1.8p52;
+    double u = x;
+    double s = __builtin_fma(D(0x40471547652b82fe), u, S);
+    double kf = s - S;
+    double r = __builtin_fma(kf, D(0xbf962e42fefa39ef), u);
+    uint64_t sb = bits(s);
+    double T = f64(bits(d32[sb & 31]) + ((sb << 47) & 0xfff0000000000000ull));
+    double q = __builtin_fma(__builtin_fma(D(0x3fc55561a20a7574), r, D(0x3fe0000a3fec6dc4)), r,
+                             D(0x3feffffffff81eec));
+    return __builtin_fma(r * T, q, T);
+}
+__attribute__((noinline, cold)) float expf_fma_directed(float x) {
+    RnGuard g;
+    x = opaque(x);
+    return float(g.finish(expf_fma_core(x)));
+}
+}  // namespace
+
+TSR_DEFINE(float, __libm_expf_l9, (float x)) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x31800000u >= 0x42ad496bu - 0x31800000u) {
+        if (b < 0x31800000) return x + 1.0f;
+        return __libm_expf_e7_local(x);
+    }
+    if (!rn_probe()) return expf_fma_directed(x);
+    return float(expf_fma_core(x));
+}
+#endif

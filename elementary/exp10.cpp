@@ -1,0 +1,190 @@
+// tessera-tiers: ex e7
+// 10^x and 10^x in single precision.
+//
+// Double.  Tier ex: integer arguments 1..22 come from a table of exact powers; the rest runs
+// the generic scheme on the 129-row split table, with r = x - k·log10(2)/128 carried as a
+// short high part and a low part so that the head B of e^(r ln 10) stays short and head·B
+// exact.  It scales by two factors and reports only overflow: an underflowing result is
+// returned as it falls.  Tier e7: the N = 64 scheme of exp with K = 64·log2(10), run in
+// round-to-nearest from end to end, reporting both overflow and underflow.
+//
+// Single.  Tier ex: exact powers 10^1..10^10, else double arithmetic on the centred 64-row
+// table; it never reports.  Tier e7: the N = 256 scheme of expf.
+#include "elementary/exp_common.h"
+
+using namespace tsr;
+using namespace tsr::expd;
+
+namespace {
+
+constexpr double S = 0x1.8p52;
+
+#if TSR_TIER_EX
+inline double exp10_ex(double x) {
+    uint32_t H = hi(x) & 0x7fffffff;
+    if (H < 0x3c600000) return x + 1.0;
+    uint64_t ax = bits(x) & 0x7fffffffffffffffull;
+    bool neg = hi(x) >> 31;
+    if (neg ? ax > 0x407439b746e36b52ull : ax > 0x40734413509f79feull) {
+        if (H > 0x7fefffff) {
+            if (ax > 0x7ff0000000000000ull) return x + x;
+            return neg ? 0.0 : x;
+        }
+        if (!neg) return report(x, opaque(kMax) * kMax, 166);
+        return opaque(kMinNorm) * kMinNorm;  // +0; this tier does not report underflow
+    }
+    if (!neg && H >= 0x3ff00000 && H < 0x40370000) {  // 1 <= x < 23
+        int e = int(H >> 20) - 1023;
+        if ((ax & ((uint64_t(1) << (52 - e)) - 1)) == 0) return pow10[int(x)];
+    }
+    RnGuardInexact g;
+    x = opaque(x);
+    double s = opaque(D(0x407a934f0979a371) * x + S);
+    double kf = s - S;
+    int k = int(uint32_t(bits(s)));
+    int j = int(uint32_t(k) << 25) >> 25;
+    int n = (k - j) >> 7;
+    double a = x + kf * D(0xbf63441300000000);
+    double b = kf * D(0x3e0427de7fbcc47c);
+    double rh = opaque((a - b) + D(0x41f8000000000000)) - D(0x41f8000000000000);
+    double rl = (a - rh) - b;
+    double r = rh + rl;
+    const double L = D(0x40026bb100000000);
+    double a2 = rh * L;  // exact: rh is short
+    double B = f64(bits(1.0 + a2) & 0xffffffff00000000ull);
+    double s2 = r * r;
+    double Q = ((D(0x3fca7ed8d9d41e9c) * s2 + D(0x3ff2bd7609fd8b95)) * s2 + D(0x40053524c73cea69)) * s2 +
+               rl * L + (a2 - (B - 1.0)) +
+               (((D(0x3fb16e4f25f8c2cc) * s2 + D(0x3fe1429ffd1d41fe)) * s2 + D(0x4000470591de2ca4)) * s2 +
+                D(0x3eb776aaa2b05ba9)) * r;
+    const TH &row = split128[j + 64];
+    double W = Q * row.head + (B + Q) * row.tail;
+    double v = row.head * B;  // exact
+    double f1 = f64(uint64_t(n + (neg ? 0x5ff : 0x1ff)) << 52), f2 = neg ? 0x1p-512 : 0x1p512;
+    if (k >= -130814) {
+        W = opaque(W);
+        v = g.finish(v);
+        W = opaque(W);
+        return ((v + W) * f1) * f2;
+    }
+    // Below the normal range: a 21-bit head of the sum is kept apart, so that when the
+    // result is subnormal the rest is rounded to the grid once and the head added exactly.
+    double Hc = f64(bits(v + W) & 0xffffffff00000000ull);
+    double lo = (v - Hc) + W;
+    Hc = opaque(Hc);
+    lo = g.finish(lo);
+    Hc = opaque(Hc);
+    double res = ((lo + Hc) * f1) * f2;
+    if (hi(res) < 0x00100000) res = (lo * f1) * f2 + (Hc * f1) * f2;
+    return res;
+}
+
+inline float exp10f_ex(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b < 0x00800000) return x + 1.0f;
+    bool neg = bits(x) >> 31;
+    if (neg ? b > 0x4235d276 : b > 0x421a209b) {
+        if (b > 0x7f800000) return x * 1.0f;
+        if (b == 0x7f800000) return neg ? 0.0f : x;
+        return neg ? opaque(kMinNormF) * kMinNormF : opaque(kMaxF) * kMaxF;
+    }
+    if (!neg && b >= 0x3f800000 && b <= 0x41200000) {  // 1 <= x <= 10
+        int e = int(b >> 23) - 127;
+        if ((b & ((1u << (23 - e)) - 1)) == 0) return pow10f[int(x)];
+    }
+    RnGuardInexact g;
+    x = opaque(x);
+    double u = x;
+    float t = float(opaque(D(0x406a934f0979a371) * u + D(0x4168000000000000)));
+    float tf = opaque(t) + -12582912.0f;
+    double r = double(tf) * D(0xbf734413509f79ff) + u;
+    int k = int(bits(t)) - 0x4b400000;
+    int j = int(uint32_t(k) << 26) >> 26;
+    int n = (k - j) >> 6;
+    double T = centred64[j + 32];
+    double s2 = r * r;
+    double p = (D(0x3ff2d784e2724acf) * s2 + D(0x40053524cd26a2f3)) * s2 +
+               (D(0x400046f7d3f4b8ec) * s2 + D(0x40026bb1bbb47127)) * r;
+    double v = (p * T + T) * pow2(n);
+    v = g.finish(v);
+    return float(v);
+}
+#endif
+
+#if TSR_TIER_E7
+inline double exp10_e7(double x) {
+    RnGuard g;  // round-to-nearest for the whole function
+    x = opaque(x);
+    uint32_t ix = hi(x) & 0x7fffffff;
+    uint32_t hw = ix >> 16;
+    if (hw - 0x3c70u > 0x4074u - 0x3c70u) {
+        if (hw < 0x3c70) return g.finish(x + 1.0);
+        if (ix >= 0x7ff00000) {
+            if ((bits(x) & 0x000fffffffffffffull) != 0) return g.finish(x + x);
+            return (hi(x) >> 31) ? 0.0 : x;
+        }
+        double res = (hi(x) >> 31) ? opaque(kMinNorm) * kMinNorm : opaque(kMax) * 2.0;
+        res = g.finish(res);
+        return report(x, res, (hi(x) >> 31) ? 265 : 166);
+    }
+    const double K = D(0x406a934f0979a371), L1 = D(0x3f734413509e0000), L2 = D(0x3d379fef311f12b3);
+    double s = opaque(K * x + S);
+    double kf = s - S;
+    int k = int(uint32_t(bits(s)));
+    double r = (x - L1 * kf) - L2 * kf;
+    const MT &row = frac64[k & 63];
+    int n = k >> 6;
+    double r2 = r * r;
+    double p = ((D(0x40026bb1bbb55516) * r + row.t) + r2 * r2 * (D(0x3ff2bd77b1487d50) + D(0x3fe142b5d38ee238) * r)) +
+               r2 * (D(0x40053524c73cd328) + D(0x4000470591daeb1e) * r);
+    if (n >= -894 && n <= 1022) {
+        double T = f64((uint64_t(uint32_t((k & 0xffffffc0) + 0xffc0)) << 46) | row.m);
+        return g.finish(p * T + T);
+    }
+    Extreme e = extreme(n, row.m, [&](double tp) { return p * tp; });
+    e.value = g.finish(e.value);
+    if (e.kind == 1) return report(x, e.value, 166);
+    if (e.kind == 2) return report(x, e.value, 265);
+    return e.value;
+}
+
+inline float exp10f_e7(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x31800000u >= 0x4217b800u - 0x31800000u) {
+        if (b < 0x31800000) return x + 1.0f;
+        if (b >= 0x42800000) {
+            if (b >= 0x7f800000) return bits(x) == 0xff800000u ? 0.0f : x + x;
+            if (bits(x) >> 31) return report(x, opaque(kMinNormF) * kMinNormF, 266);
+            return report(x, opaque(kMaxF) * kMaxF, 167);
+        }
+    }
+    const double K = D(0x408a934f0979a371), c1 = D(0x3f662e42fefa72c5), c2 = D(0x3ecebfbdff82c58e);
+    RnGuardInexact g;
+    x = opaque(x);
+    double u = x;
+    double t = K * u;
+    double s = opaque(S + t);
+    int k = int(uint32_t(bits(s)));
+    double r = t + (S - s);
+    double T = f64(bits(d256[k & 255]) + (uint64_t(int64_t(k >> 8)) << 52));
+    double v = T * ((1.0 + c1 * r) + c2 * (r * r));
+    v = g.finish(v);
+    float y = float(v);
+    if (b < 0x4217b800) return y;
+    uint32_t yb = bits(y);
+    if (yb < 0x00800000) return report(x, y, 266);
+    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, 167);
+    return y;
+}
+#endif
+
+}  // namespace
+
+#if TSR_TIER_EX
+TSR_DEFINE(double, __libm_exp10_ex, (double x)) { return exp10_ex(x); }
+TSR_DEFINE(float, __libm_exp10f_ex, (float x)) { return exp10f_ex(x); }
+#endif
+#if TSR_TIER_E7
+TSR_DEFINE(double, __libm_exp10_e7, (double x)) { return exp10_e7(x); }
+TSR_DEFINE(float, __libm_exp10f_e7, (float x)) { return exp10f_e7(x); }
+#endif

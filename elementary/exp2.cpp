@@ -1,0 +1,332 @@
+// tessera-tiers: ex e7 l9 z0 d1
+// 2^x and 2^x in single precision.
+//
+// Double.  Tier ex: integer arguments are exact powers built from the exponent field; the
+// rest runs the generic scheme, whose table head (31 fraction bits) times a short head B of
+// e^(r ln 2) is exact, so the value is an exact product plus a small correction W; far
+// subnormal results are summed and scaled in 80-bit arithmetic and rounded once.  Tier e7:
+// N = 128 with rounded mantissas and absolute tails, r in units of 1/128, and the extreme
+// split of exp_common.h.  Tiers l9, z0, d1: N = 64 with fused multiply-adds for |x| < 1022
+// (the e7 body beyond); z0 and d1 take r from the reduce instruction.
+//
+// Single.  Tier ex: exact integer powers, else double arithmetic with N = 64 centred on 0.
+// Tier e7: double, N = 256, degree 2.  Tiers l9, z0, d1: single precision throughout, N = 32,
+// the table mantissa corrected by a relative tail.
+#include "elementary/exp_common.h"
+#if TSR_TIER_E7
+#include <emmintrin.h>
+#endif
+#if TSR_TIER_Z0 || TSR_TIER_D1
+#include "tsr/avx512.h"
+#endif
+
+using namespace tsr;
+using namespace tsr::expd;
+
+namespace {
+
+#if TSR_TIER_EX
+constexpr double S = 0x1.8p52;
+
+// True for a finite x with 1 <= |x| < 2^52 that is an integer (by its bits: no rounding).
+inline bool is_int(double x) {
+    int e = int((bits(x) >> 52) & 0x7ff) - 1023;
+    if (e < 0 || e >= 52) return e >= 52;
+    return (bits(x) & ((uint64_t(1) << (52 - e)) - 1)) == 0;
+}
+
+inline double exp2_ex(double x) {
+    uint32_t H = hi(x) & 0x7fffffff;
+    if (H - 0x3ff00000u <= 0x9ff800u && is_int(x)) {
+        int n = int(x);  // exact
+        if (n >= -1022) return f64((uint64_t(int64_t(n)) << 52) + 0x3ff0000000000000ull);
+        return f64(uint64_t(1) << (n + 1074));
+    }
+    bool direct = H <= 0x405f3fff;
+    if (direct) {
+        if (H <= 0x3c5fffff) return x + 1.0;
+    } else {
+        if (H > 0x7fefffff) {
+            if (H > 0x7ff00000 || lo(x) != 0) return x + x;
+            return (hi(x) >> 31) ? 0.0 : x;
+        }
+        if (hi(x) >> 31) {
+            if (H > 0x4090cfff) return report(x, opaque(kMinNorm) * kMinNorm, 162);
+        } else if (H > 0x408fffff) {
+            return report(x, opaque(kMax) * kMax, 161);
+        }
+    }
+    RnGuard g;
+    x = opaque(x);
+    double s = opaque(128.0 * x + S);
+    double kf = s - S;
+    int k = int(uint32_t(bits(s)));
+    int j = int(uint32_t(k) << 25) >> 25;
+    int n = (k - j) >> 7;
+    double r = x + kf * -0x1p-7;
+    const TH &row = split128[j + 64];
+    const double L = D(0x3fe62e4200000000);
+    double rt = f64(bits(r) & 0xffffffff00000000ull);
+    double a = rt * L;
+    double B = opaque(a + D(0x41f0000000100000)) + D(0xc1f0000000000000);
+    double s2 = r * r;
+    double Q = ((D(0x3f24308cac59a345) * s2 + D(0x3f83b2ab6fba31d1)) * s2 + D(0x3fcebfbdff82c58f)) * s2 +
+               (r - rt) * L + (a - (B - 1.0)) +
+               (((D(0x3ef0097a00cb0678) * s2 + D(0x3f55d87fe87ed439)) * s2 + D(0x3fac6b08d704a0c3)) * s2 +
+                D(0x3e9fdf473de6af28)) * r;
+    double W = Q * row.head + (B + Q) * row.tail;
+    double v = row.head * B;  // exact
+    if (direct) {
+        double f = double(f32((uint32_t((k - j) & ~127) << 16) + 0x3f800000u));
+        W = opaque(W);
+        v = g.finish(v);
+        W = opaque(W);
+        return (v + W) * f;
+    }
+    bool neg = hi(x) >> 31;
+    double f1 = f64(uint64_t(n + (neg ? 0x5ff : 0x1ff)) << 52), f2 = neg ? 0x1p-512 : 0x1p512;
+    if (k >= -130814) {
+        W = opaque(W);
+        v = g.finish(v);
+        W = opaque(W);
+        return ((v + W) * f1) * f2;
+    }
+    // Far below the normal range: the sum and both scalings in 80-bit arithmetic with a
+    // 64-bit significand, then one rounding to double.
+    double Hc = f64(bits(v + W) & ~uint64_t(0xfff));
+    W = opaque(W);
+    Hc = g.finish(Hc);
+    uint16_t cw = get_x87_cw();
+    if ((cw & X87_PC_MASK) != X87_PC_MASK) set_x87_cw(cw | X87_PC_MASK);
+    long double t = opaque(((long double)v - Hc) + W);
+    t = opaque(t + Hc);
+    t = opaque(t * f1) * f2;
+    double res = double(opaque(t));
+    force(res);
+    if ((cw & X87_PC_MASK) != X87_PC_MASK) set_x87_cw(cw);
+    if (hi(res) < 0x00100000) return report(x, res, 162);
+    return res;
+}
+
+inline bool is_intf(float x) {
+    int e = int((bits(x) >> 23) & 0xff) - 127;
+    if (e < 0 || e >= 23) return e >= 23;
+    return (bits(x) & ((1u << (23 - e)) - 1)) == 0;
+}
+
+// The float core of tier ex: double arithmetic on the centred 64-row table.
+inline float exp2f_ex_core(float x) {
+    RnGuard g;
+    x = opaque(x);
+    double u = x;
+    float t = float(opaque(64.0 * u + D(0x4168000000000000)));
+    float tf = opaque(t) + -12582912.0f;
+    double r = double(tf) * -0x1p-6 + u;
+    int k = int(bits(t)) - 0x4b400000;
+    int j = int(uint32_t(k) << 26) >> 26;
+    int n = (k - j) >> 6;
+    double T = centred64[j + 32];
+    double s2 = r * r;
+    double p = (D(0x3f83ce0f3e46f43a) * s2 + D(0x3fcebfbe081585e7)) * s2 +
+               (D(0x3fac6af0d93cf576) * s2 + D(0x3fe62e42fef9277b)) * r;
+    double v = (p * T + T) * pow2(n);
+    v = g.finish(v);
+    return float(v);
+}
+
+inline float exp2f_ex(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x3f800000u <= 0x37e0000u && is_intf(x)) {
+        int n = int(x);
+        if (n >= -126) return f32((uint32_t(n) << 23) + 0x3f800000u);
+        return f32(1u << (n + 149));
+    }
+    if (b <= 0x42f9ffff) {
+        if (b <= 0x317fffff) return x + 1.0f;
+        return exp2f_ex_core(x);
+    }
+    if (b >= 0x7f800000) return bits(x) == 0xff800000u ? 0.0f : x + x;
+    if (bits(x) >> 31) {
+        if (b > 0x431e0000) return report(x, opaque(kMinNormF) * kMinNormF, 164);
+    } else if (b > 0x42ffffff) {
+        return report(x, opaque(kMaxF) * kMaxF, 163);
+    }
+    float y = exp2f_ex_core(x);
+    if (bits(y) <= 0x007fffff) return report(x, y, 164);
+    return y;
+}
+#endif
+
+#if TSR_TIER_E7
+constexpr double S = 0x1.8p52;
+
+inline double exp2_e7(double x) {
+    uint32_t ix = hi(x) & 0x7fffffff;
+    uint32_t hw = ix >> 16;
+    if (hw - 0x3c90u > 0x408fu - 0x3c90u) {
+        if (hw < 0x3c90) return x + 1.0;
+        if (ix >= 0x7ff00000) {
+            if ((bits(x) & 0x000fffffffffffffull) != 0) return x + x;
+            return (hi(x) >> 31) ? 0.0 : x;
+        }
+        if (!(hi(x) >> 31)) return report(x, opaque(kMax) * kMax, 161);
+        if (hi(x) > 0xc090c800u) {
+            // Down to -1075 the smallest subnormal comes back; below, zero.
+            if (hi(x) <= 0xc090cc00u) {
+                force(opaque(kMinNorm) * kMinNorm);
+                return report(x, f64(1), 162);
+            }
+            return report(x, opaque(kMinNorm) * kMinNorm, 162);
+        }
+    }
+    RnGuard g;
+    x = opaque(x);
+    double xp = f64(bits(x) + 0x0070000000000000ull);  // x·128, exponent field + 7
+    int k = _mm_cvtsd_si32(_mm_set_sd(xp));
+    double kf = opaque(xp + S) - S;
+    double rp = xp - kf;
+    int n = k >> 7;
+    const MT &row = frac128[k & 127];
+    const double c1 = D(0x3f762e42fefa39ef);
+    double r2 = rp * rp;
+    double A = D(0x3d25d87fe78a6731) * rp + D(0x3dc3b2ab6fba4e77);
+    double B = D(0x3e5c6b08d704a0bf) * rp + D(0x3eeebfbdff82c58e);
+    int E = n + 1023;
+    if (E >= 0x3c && E <= 0x7fe) {
+        double T = f64((uint64_t(E) << 52) | row.m);
+        double U = row.t * pow2(n);
+        double y = ((c1 * rp) * T + U) + (r2 * A + B) * (T * r2);
+        y = g.finish(y);
+        return y + T;
+    }
+    rp = g.finish(rp);
+    int h = n >> 1;
+    double Up = row.t * pow2(n - h);
+    Extreme e = extreme(n, row.m, [&](double tp) { return ((c1 * rp) * tp + Up) + (r2 * A + B) * (tp * r2); });
+    if (e.kind == 1) return report(x, e.value, 161);
+    if (e.kind == 2) return report(x, e.value, 162);
+    return e.value;
+}
+
+inline float exp2f_e7(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x31800000u >= 0x42fc0000u - 0x31800000u) {
+        if (b < 0x31800000) return x + 1.0f;
+        if (b >= 0x43200000) {
+            if (b >= 0x7f800000) return bits(x) == 0xff800000u ? 0.0f : x + x;
+            if (bits(x) >> 31) return report(x, opaque(kMinNormF) * kMinNormF, 164);
+            return report(x, opaque(kMaxF) * kMaxF, 163);
+        }
+    }
+    const double S2 = D(0x42b8000000000000), c1 = D(0x3fe62e42fefa72c5), c2 = D(0x3fcebfbdff82c58e);
+    RnGuard g;
+    x = opaque(x);
+    double u = x;
+    double s = opaque(S2 + u);
+    int k = int(uint32_t(bits(s)));
+    double r = u + (S2 - s);
+    double T = f64(bits(d256[k & 255]) + (uint64_t(int64_t(k >> 8)) << 52));
+    double v = T * ((1.0 + c1 * r) + c2 * (r * r));
+    v = g.finish(v);
+    float y = float(v);
+    if (b < 0x42fc0000) return y;
+    uint32_t yb = bits(y);
+    if (yb < 0x00800000) return report(x, y, 164);
+    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, 163);
+    return y;
+}
+#endif
+
+#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
+// N = 64 with fused multiply-adds: s carries round(64x) + 1023·64 in its low bits.
+inline double exp2_fma(double x) {
+    uint32_t H = hi(x) & 0x7fffffff;
+    if (H - 0x3c800000u >= 0x408ff000u - 0x3c800000u) {
+        if (H < 0x3c800000) return x + 1.0;
+        return __libm_exp2_e7_local(x);
+    }
+    const double Sp = D(0x42d800000000ffc0);
+#if TSR_TIER_Z0
+    double s = avx512::add_rn(x, Sp);
+    double r = avx512::reduce_rn<6>(x);
+#else
+    // The shifter step in the caller's mode first: when it was exact, so is every mode's.
+    RnGuardLazy g;
+    double s = opaque(x + Sp);
+    double r = x - (s + D(0xc2d800000000ffc0));
+    if (r != 0.0 && g.engage()) {  // x goes through opaque: the sum must be formed again
+        s = opaque(opaque(x) + Sp);
+        r = x - (s + D(0xc2d800000000ffc0));
+    }
+#if TSR_TIER_D1
+    r = avx512::reduce_rn<6>(x);
+#endif
+#endif
+    uint64_t sb = bits(s);
+    const MT &row = frac64r[sb & 63];
+    double Tb = f64(((sb << 46) & 0xfff0000000000000ull) | row.m);
+    double P = __builtin_fma(D(0x3f55d881e7541815), r, D(0x3f83b2ad5447fdff));
+    P = __builtin_fma(P, r, D(0x3fac6b08d7047ac4));
+    double Q = __builtin_fma(D(0x3fcebfbdff829821), r, D(0x3fe62e42fefa39ef));
+    P = __builtin_fma(P, r * r, Q);
+    P = __builtin_fma(P, r, row.t);
+#if !TSR_TIER_Z0
+    P = g.finish(P);
+#endif
+    return __builtin_fma(P, Tb, Tb);
+}
+
+// Single precision throughout, N = 32: s carries round(32x) + 127·32 in its low bits.
+inline float exp2f_fma(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x32800000u >= 0x42fc0000u - 0x32800000u) {
+        if (b <= 0x327fffff) return x + 1.0f;
+        return __libm_exp2f_e7_local(x);
+    }
+    const float Sf = F(0x48c00fe0);
+#if TSR_TIER_Z0
+    float s = avx512::add_rn(x, Sf);
+    float r = avx512::reduce_rn<5>(x);
+#else
+    RnGuardLazy g;
+    float s = opaque(x + Sf);
+    float r = x - (s + F(0xc8c00fe0));
+    if (r != 0.0f && g.engage()) {
+        s = opaque(opaque(x) + Sf);
+        r = x - (s + F(0xc8c00fe0));
+    }
+#endif
+    uint32_t sb = bits(s);
+    uint32_t j = sb & 31;
+    float Tb = f32(((sb << 18) & 0xff800000u) | f32_head[j]);
+    float q = __builtin_fmaf(__builtin_fmaf(F(0x3d6358ca), r, F(0x3e75fe8e)), r, F(0x3f317218));
+    q = __builtin_fmaf(q, r, f32_tail[j]);
+#if !TSR_TIER_Z0
+    q = g.finish(q);
+#endif
+    return __builtin_fmaf(q, Tb, Tb);
+}
+#endif
+
+}  // namespace
+
+#if TSR_TIER_EX
+TSR_DEFINE(double, __libm_exp2_ex, (double x)) { return exp2_ex(x); }
+TSR_DEFINE(float, __libm_exp2f_ex, (float x)) { return exp2f_ex(x); }
+#endif
+#if TSR_TIER_E7
+TSR_DEFINE(double, __libm_exp2_e7, (double x)) { return exp2_e7(x); }
+TSR_DEFINE(float, __libm_exp2f_e7, (float x)) { return exp2f_e7(x); }
+#endif
+#if TSR_TIER_L9
+TSR_DEFINE(double, __libm_exp2_l9, (double x)) { return exp2_fma(x); }
+TSR_DEFINE(float, __libm_exp2f_l9, (float x)) { return exp2f_fma(x); }
+#endif
+#if TSR_TIER_Z0
+TSR_DEFINE(double, __libm_exp2_z0, (double x)) { return exp2_fma(x); }
+TSR_DEFINE(float, __libm_exp2f_z0, (float x)) { return exp2f_fma(x); }
+#endif
+#if TSR_TIER_D1
+TSR_DEFINE(double, __libm_exp2_d1, (double x)) { return exp2_fma(x); }
+TSR_DEFINE(float, __libm_exp2f_d1, (float x)) { return exp2f_fma(x); }
+#endif

@@ -1,0 +1,118 @@
+// The generic exponential scheme as a kernel: k rounded by a shifter with K = 128 per unit
+// of the base-2 exponent, 2^(j/128) from the split table (head with 31 fraction bits), a
+// short head B of e^r such that head·B is exact, and the correction W; the power of two is
+// handed back as an integer, so no result is ever scaled out of range here.
+#include "elementary/exp_kernels.h"
+#include "elementary/exp_common.h"
+
+using namespace tsr;
+using namespace tsr::expd;
+
+namespace {
+
+enum Base { kE, k2, k10 };
+
+template <Base F>
+inline void kernel(double x, int *scale, double out[2]) {
+    uint32_t E = uint32_t(bits(x) >> 52) & 0x7ff;
+    *scale = 0;
+    if (E == 2047) {
+        out[0] = (bits(x) == 0xfff0000000000000ull) ? 0.0 : x;
+        out[1] = 0.0;
+        return;
+    }
+    if (E <= 916) {  // |x| < 2^-106: 1 is e^x to far more than double-double precision
+        out[0] = 1.0;
+        out[1] = 0.0;
+        return;
+    }
+    if (E < 966) {  // |x| < 2^-57: 1 + y and its rounding error
+        double y = F == kE ? x : F == k2 ? x * D(0x3fe62e42fefa39ef) : x * D(0x40026bb1bbb55516);
+        double one_y = 1.0 + y;
+        out[0] = one_y;
+        out[1] = y - (one_y - 1.0);
+        return;
+    }
+    if (F == k10 ? E > 1033 : E >= 1035) {
+        out[0] = (bits(x) >> 63) ? 0.0 : f64(0x7ff0000000000000ull);
+        out[1] = 0.0;
+        return;
+    }
+    RnGuard g;
+    x = opaque(x);
+    const double S = 0x1.8p52;
+    const double K = F == kE ? D(0x40671547652b82fe) : F == k2 ? 128.0 : D(0x407a934f0979a371);
+    double s = opaque(K * x + S);
+    double kf = s - S;
+    int k = int(uint32_t(bits(s)));
+    int j = int(uint32_t(k) << 25) >> 25;
+    int n = (k - j) >> 7;
+    double B, Q;
+    if constexpr (F == kE) {
+        double a = x + kf * D(0xbf762e4200000000);
+        double b = kf * D(0x3e2fdf473de6af28);
+        double rh = a - b;
+        double rl = (a - rh) - b;
+        double r = rh + rl;
+        B = f64(bits(1.0 + rh) & 0xffffffff00000000ull);
+        double s2 = r * r;
+        Q = s2 * 0.5 +
+            ((D(0x3f56c16c87372663) * s2 + D(0x3fa555555555541d)) * s2 +
+             (D(0x3f8111116887cd7c) * s2 + D(0x3fc5555555555405)) * r) * s2 +
+            ((rh - (B - 1.0)) + rl);
+    } else if constexpr (F == k2) {
+        double r = x + kf * -0x1p-7;
+        const double L = D(0x3fe62e4200000000);
+        double rt = f64(bits(r) & 0xffffffff00000000ull);
+        double a = rt * L;
+        B = f64(bits(1.0 + a) & 0xffffffff00000000ull);
+        double s2 = r * r;
+        Q = ((D(0x3f24308cac59a345) * s2 + D(0x3f83b2ab6fba31d1)) * s2 + D(0x3fcebfbdff82c58f)) * s2 +
+            (r - rt) * L + (a - (B - 1.0)) +
+            (((D(0x3ef0097a00cb0678) * s2 + D(0x3f55d87fe87ed439)) * s2 + D(0x3fac6b08d704a0c3)) * s2 +
+             D(0x3e9fdf473de6af28)) * r;
+    } else {
+        double a = x + kf * D(0xbf63441300000000);
+        double b = kf * D(0x3e0427de7fbcc47c);
+        double rh = opaque((a - b) + D(0x41f8000000000000)) - D(0x41f8000000000000);
+        double rl = (a - rh) - b;
+        double r = rh + rl;
+        const double L = D(0x40026bb100000000);
+        double a2 = rh * L;
+        B = f64(bits(1.0 + a2) & 0xffffffff00000000ull);
+        double s2 = r * r;
+        Q = ((D(0x3fca7ed8d9d41e9c) * s2 + D(0x3ff2bd7609fd8b95)) * s2 + D(0x40053524c73cea69)) * s2 +
+            rl * L + (a2 - (B - 1.0)) +
+            (((D(0x3fb16e4f25f8c2cc) * s2 + D(0x3fe1429ffd1d41fe)) * s2 + D(0x4000470591de2ca4)) * s2 +
+             D(0x3eb776aaa2b05ba9)) * r;
+    }
+    const TH &row = split128[j + 64];
+    double W = Q * row.head + (B + Q) * row.tail;
+    double v = row.head * B;  // exact
+    *scale = n;
+    double o0 = v, o1 = W;
+    if constexpr (F == k10) {
+        o0 = v + W;
+        o1 = W - (o0 - v);
+    }
+    out[0] = g.finish(o0);
+    out[1] = opaque(o1);
+}
+
+}  // namespace
+
+extern "C" void __libm_exp_k64(double x, int *scale, double out[2]) noexcept { kernel<kE>(x, scale, out); }
+extern "C" void __libm_exp2_k64(double x, int *scale, double out[2]) noexcept { kernel<k2>(x, scale, out); }
+extern "C" void __libm_exp10_k64(double x, int *scale, double out[2]) noexcept { kernel<k10>(x, scale, out); }
+
+// e^x as one double: the kernel's pair summed and scaled in two steps, each factor a
+// normal power of two for every scale the kernel gives within range.
+extern "C" double __libm_exp_k32(double x) noexcept {
+    if ((bits(x) & 0x7fe0000000000000ull) <= 0x3c5fffff00000000ull) return x + 1.0;
+    int n;
+    double o[2];
+    __libm_exp_k64(x, &n, o);
+    double v = o[0] + o[1];
+    if (bits(x) >> 63) return (v * pow2_clamped(n + 512)) * 0x1p-512;
+    return (v * pow2_clamped(n - 512)) * 0x1p512;
+}

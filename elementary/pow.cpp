@@ -1,0 +1,485 @@
+// tessera-tiers: ex e7 l9
+//
+// pow(x, y) = 2^(y * log2 x), with log2 x carried in more than one double so that the
+// product keeps the ~64 bits the exponential needs (|y log2 x| reaches 1075, and a result
+// correct to 0.5 ulp wants the product correct to about 2^-62 absolute).  The three tiers
+// are three separate algorithms that share only the special-value table
+// (elementary/pow_common.h):
+//   ex  three multiplicative reduction stages, no reciprocal instruction, 2^(j/128) table;
+//   e7  reciprocal-indexed log2 on a 513-row table, 2^(j/256) table, a double-double
+//       log2 for x near 1 with |y| >= 4096;
+//   l9  fused multiply-add, 128-row log2 table with a two-word evaluation near 1, 2^(j/128)
+//       with relative tails; everything special or extreme goes to the e7 body.
+#include <emmintrin.h>
+#include <xmmintrin.h>
+
+#include <bit>
+#include <cstdint>
+
+#include "elementary/pow_common.h"
+#include "elementary/pow_data.h"
+#include "tsr/common.h"
+
+namespace {
+using namespace tsr;
+using namespace tsr::powk;
+namespace tab = tsr::pow_tab;
+
+constexpr double D(uint64_t u) { return std::bit_cast<double>(u); }
+inline double tbl(const uint64_t *t, int i) { return f64(t[i]); }
+}  // namespace
+
+// =====================================================================================
+#if TSR_TIER_E7
+// Tier e7: log2 x from the reciprocal estimate.
+//
+// m = 1.f; R ~ 1.4453125/m with 9 fraction bits (rcpss, scaled, rounded by +0x2000 on the
+// float's bits) picks a row of log2(1.4453125/R) = hi + lo.  With r = m R - 1.4453125,
+//     log2 x = n + hi + lo + log2(1 + r/1.4453125),
+// and 1/(1.4453125 ln 2) is within 2^-9 of 1, so the leading term of the log is r itself
+// plus a small correction h r.  m is cut into wh + wl with fewer bits in wh as |n| grows,
+// so that H = (wh R - 1.4453125 + hi) + n is exact and has at most 35 bits (hi sits on the
+// grid 2^-24); L = wl R + lo + the degree-8 polynomial (about 2^-69 relative to log2 x).
+//
+// v = (exponent field of y) + floor(log2(|n| + 1)) - 0x3e0 bounds the exponent of y log2 x:
+//   v < -0x18   1 + or - 2^-60 (|y log2 x| < 2^-55), rounded in the caller's direction;
+//   v < 0       1 + y log2 x ln 2;
+//   v < 0x27    direct: y cut to 18 bits makes yh H exact; k = y log2 x to 2^-8 by the
+//               shifter, z the remainder (|z| <= 2^-8 in every mode); 2^(k/256) from the
+//               table with the exponent and sign added to its bits; |y log2 x| < 512;
+//   v < 0x2f    careful: S = H + L renormalised and y both cut to 26 bits; the result is
+//               scaled with one rounding into the subnormal range (pow_common.h);
+//   else        y log2 x beyond 2^15: overflow or underflow at once.
+// x in [0.96875, 1.0625) with |y| >= 4096 takes a double-double log2 instead: r exact in
+// two words, the coefficients h and d in two words each, every addition to the head a
+// two-sum; about 2^-100 relative, which |y log2 x| < 2^13 turns into 2^-87 absolute.
+// Error: about 2^-60 relative before the last rounding (below 0.51 ulp measured).
+namespace {
+constexpr double kC = 1.4453125;               // R * m ~ kC, so that 1/(kC ln 2) ~ 1
+constexpr double kShift8 = D(0x42b8000000000000);  // 1.5 * 2^44: rounds to multiples of 2^-8
+constexpr double kLn2 = D(0x3fe62e42fefa39ef);
+// log2(1 + r/kC) - r = r*(h + d r) + r^3 (g + c r) + r^5 (f + b r) + r^7 (e + a r)
+constexpr double cA = D(0xbf8365786dc96112), cB = D(0xbf9b0301ee241472),
+                 cC = D(0xbfb528db9f95985a), cD = D(0xbfd619b6b3841d2a),
+                 cE = D(0x3f9004f2518775e3), cF = D(0x3fa76c9bac8349bb),
+                 cG = D(0x3fc4635e486ececc), cH = D(0xbf5dabe1161bb241);
+// The two coefficients whose rounding matters when log2 x is tiny, in two words.
+constexpr double cHs = D(0xbf5dabe100000000), cHr = D(0xbdd61bb2412055cc);
+constexpr double cDs = D(0xbfd61a0000000000), cDr = D(0x3ef2531ef8b5787d);
+constexpr double cG1 = D(0x3fc4635e486ececb);
+// 2^z = 1 + z ln2 + z^2 B + z^4 A
+constexpr double eA0 = D(0x3f83b2ab6fba4e77), eA1 = D(0x3f55d87fe78a6731),
+                 eB0 = D(0x3fcebfbdff82c58f), eB1 = D(0x3fac6b08d704a0c0);
+
+constexpr uint64_t kMask26 = 0xfffffffff8000000ull;
+
+// a*b = p + e exactly (up to 2^-104 relative), without a fused multiply-add.
+inline void two_prod(double a, double b, double &p, double &e) {
+    p = a * b;
+    double ah = f64(bits(a) & kMask26), al = a - ah;
+    double bh = f64(bits(b) & kMask26), bl = b - bh;
+    e = ((ah * bh - p) + ah * bl + al * bh) + al * bl;
+}
+inline void two_sum(double a, double b, double &s, double &e) {
+    s = a + b;
+    double bb = s - a;
+    e = (a - (s - bb)) + (b - bb);
+}
+
+// Row (T, t) of 2^(j/256) for j = k & 0xff, with the sign set and, when `scale_in`, the
+// exponent moved by k >> 8, by integer addition on the bit patterns.
+inline void exp_row(int k, bool neg, double &T, double &t, bool scale_in) {
+    int j = k & 0xff;
+    uint64_t add = scale_in ? uint64_t(int64_t(k >> 8)) << 52 : 0;
+    uint64_t sg = neg ? 0x8000000000000000ull : 0;
+    T = f64((tab::exp256[2 * j] + add) ^ sg);
+    t = f64((tab::exp256[2 * j + 1] + add) ^ sg);
+}
+// T * 2^z - T, for |z| <= 2^-8 (about 2^-60 relative).
+inline double exp_tail(double z, double T, double t) {
+    double A = eA0 + eA1 * z, B = eB0 + eB1 * z;
+    double z2 = z * z;
+    return ((z2 * z2 * A * T) + (kLn2 * z * T + t)) + z2 * B * T;
+}
+
+// The careful product: y * (S + e) = k/256 + z with |z| <= 2^-8, S cut so that the
+// leading product is exact; then 2^(k/256) 2^z scaled with one rounding.
+inline double careful(double S, double e, double y, bool neg, double x) {
+    double Sh = f64(bits(S) & kMask26), Sl = S - Sh;
+    double yh = f64(bits(y) & kMask26), yl = y - yh;
+    double P = yh * Sh;
+    double s = P + kShift8;
+    int32_t k = int32_t(tsr::lo(s));
+    double kf = s - kShift8;
+    double z = (y * (e + Sl) + yl * Sh) + (P - kf);
+    if (kf >= 1088.0) return overflow(x, y, neg);
+    if (kf <= -1088.0) return underflow(x, y, neg);
+    double T, t;
+    exp_row(k, neg, T, t, false);
+    return scale(T, exp_tail(z, T, t), k >> 8, x, y);
+}
+}  // namespace
+
+TSR_DEFINE(double, __libm_pow_e7, (double x, double y)) {
+    uint64_t ux = bits(x), uy = bits(y);
+    bool neg = false;
+    double ax = x;
+    if (needs_special(ux, uy)) {
+        double out;
+        if (special(x, y, &out, &ax, &neg)) return out;
+    }
+    uint64_t ub = bits(ax);
+    int n = 0;
+    if (ub < 0x0010000000000000ull) {  // subnormal: scale into the normal range
+        ub = bits(ax * 0x1p64);
+        n = -64;
+    }
+    n += int(ub >> 52) - 0x3ff;
+    double m = f64((ub & 0x000fffffffffffffull) | kOne);
+
+    // R ~ kC/m with 9 fraction bits, from the reciprocal estimate: its row in the table.
+    float rc = _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(float(m)))) * 1.4453125f;
+    uint32_t rb = (bits(rc) + 0x2000) & 0xffffc000u;
+    double R = double(f32(rb));
+    int row = int((rb >> 14) & 0x3ff) - 228;
+    double hi = tbl(tab::log513, 2 * row), lo = tbl(tab::log513, 2 * row + 1);
+
+    // As |n| grows, fewer bits of m stay in the high part, so that n + hi + wh*R - kC is
+    // exact and still has room for an 18-bit y in an exact product.
+    int an = n < 0 ? -n : n;
+    int b2 = 31 - __builtin_clz(uint32_t(an + 1));
+    int Ey = int((uy >> 52) & 0x7ff);
+
+    bool near1 = ((ub >> 48) == 0x3fef || (ub >> 48) == 0x3ff0) && Ey >= 0x40b;
+    uint64_t cut = near1 ? 0xffffffff00000000ull : (0xffffffffull << b2) << 32;
+    double wh = f64(bits(m) & cut), wl = m - wh;
+    double rh = wh * R - kC;  // exact
+    double rl = wl * R;       // exact: wl has at most 33 bits, R 10
+
+    if (near1) {
+        // x within [0.96875, 1.0625) and |y| >= 4096: log2 x as a double-double good to
+        // about 2^-100 relative.  r = rh + rl exactly; the linear and quadratic
+        // coefficients are taken in two words, each addition to the head keeps its error.
+        double r1 = rh + rl;
+        double r2 = rl - (r1 - rh);
+        double A0 = hi + double(n);  // exact: n is 0 or -1 and hi on the grid 2^-24
+        double q1, q1e, s2, s2e, q2, q2e;
+        two_prod(cHs, r1, q1, q1e);
+        q1e += cHs * r2 + cHr * r1;
+        two_prod(r1, r1, s2, s2e);
+        s2e += 2.0 * r1 * r2;
+        two_prod(cDs, s2, q2, q2e);
+        q2e += cDs * s2e + cDr * s2;
+        double r4 = s2 * s2;
+        double t3 = r1 * s2 * ((cG1 + cC * r1) + s2 * (cF + cB * r1) + r4 * (cE + cA * r1));
+        double S = A0, tail = 0.0, err;
+        two_sum(S, r1, S, err);
+        tail += err;
+        two_sum(S, q1, S, err);
+        tail += err;
+        two_sum(S, q2, S, err);
+        tail += err;
+        tail += (((q2e + q1e) + r2) + t3) + lo;
+        double Sn = S + tail;
+        tail = tail - (Sn - S);
+        S = Sn;
+        // |y S| >= 2^13: certainly beyond the range.
+        int eS = int((bits(S) >> 52) & 0x7ff) - 0x3ff;
+        if (Ey + eS >= 0x40c) {
+            bool over = (uy >> 63) == (bits(S) >> 63);
+            return over ? overflow(x, y, neg) : underflow(x, y, neg);
+        }
+        return careful(S, tail, y, neg, x);
+    }
+
+    double H = (rh + hi) + double(n);  // exact by construction of the cut
+    double Lo = rl + lo;
+    double r = rh + rl;
+    double r2 = r * r, r3 = r2 * r, r5 = r3 * r2, r7 = r5 * r2;
+    double L = (r7 * (cE + cA * r) + (r3 * (cG + cC * r) + Lo)) + (r5 * (cF + cB * r) + r * (cH + cD * r));
+
+    // v measures the exponent of y log2 x: |y log2 x| < 2^(v - 29).
+    int v = Ey + b2 - 0x3e0;
+    if (v >= 0 && v < 0x27) {
+        // Direct: y is cut to 18 bits so that yh * H is exact.
+        double yh = f64(uy & 0xfffffff800000000ull), yl = y - yh;
+        double P = yh * H;
+        double s = P + kShift8;
+        int32_t k = int32_t(tsr::lo(s));
+        double kf = s - kShift8;
+        double z = y * L + ((P - kf) + yl * H);
+        if (k == 0 && __builtin_fabs(z) < 0x1p-60) {
+            // x a few ulps from 1: the 2^-72 that row 0 adds for inexactness would outweigh
+            // y log2 x and could push a directed rounding to the wrong side of 1.
+            double one = neg ? -1.0 : 1.0;
+            return one + one * (z * kLn2);
+        }
+        double T, t;
+        exp_row(k, neg, T, t, true);
+        return exp_tail(z, T, t) + T;
+    }
+    if (v < 0) {
+        double one = neg ? -1.0 : 1.0;
+        if (v >= -0x18) return one + (y * H + y * L) * (neg ? -kLn2 : kLn2);
+        // |y log2 x| < 2^-55: 1 rounded in the caller's direction.
+        bool up = (uy >> 63) == ((H + L) < 0.0);
+        double tiny = up ? 0x1p-60 : -0x1p-60;
+        return one + (neg ? -tiny : tiny);
+    }
+    if (v < 0x2f) {
+        double S = H + L;
+        double e = L + (H - S);
+        return careful(S, e, y, neg, x);
+    }
+    bool over = (n >= 0) == !(uy >> 63);
+    return over ? overflow(x, y, neg) : underflow(x, y, neg);
+}
+#endif  // TSR_TIER_E7
+
+// =====================================================================================
+#if TSR_TIER_EX
+// Tier ex: log2 x by three multiplicative stages, no reciprocal instruction.
+//
+// m = 1.f is multiplied by three short constants c1, c2, c3 taken from rows chosen by the
+// leading bits of the running product: p1 = m c1 ~ 1 +- 2^-8, p2 = p1 c2 ~ 1 +- 1.5 2^-14,
+// p3 = p2 c3 ~ C0 (1 +- 2^-20.4), C0 = log2 e cut to 23 bits.  The rows of a product just
+// below 1 are the top rows of the next table (its index bits wrap), so each table serves
+// both sides.  Then
+//     log2 x = n + log2(1/c1) + log2(1/c2) + log2(C0/c3) + log2(1 + (p3 - e - C0)/C0)
+// where e = p3 - c1 c2 c3 m is the rounding error of the three products.  Each product
+// rounds once; its error is regained exactly from a 26-bit split of its wide factor
+// (the c are at most 23 bits long, so every partial product is exact):
+//     e1 = p1 - m c1,  e2 = p2 - p1 c2,  e3 = p3 - p2 c3,  e = c3 (c2 e1 + e2) + e3.
+// The table logs have their high parts on the grid 2^-42, so n plus the three of them is
+// exact.  With r = p3 - C0 (exact) and r' = r - e (kept in two words: when r is a few
+// ulps of 1 the rounding error e is as large as r itself), log2(1 + r'/C0) = r' + Q(r') with
+//     Q = k1 r' + k2 r'^2 + k3 r'^3 + k4 r'^4,  k1 = 1/(C0 ln 2) - 1 ~ 9.6e-8,
+// whose truncation error is below 2^-100 for |r'| < 2^-20.  log2 x = S + Lt, S = A + r'
+// rounded, Lt = its error + the tail of r' + the table tails + Q: about 2^-90 absolute
+// and 2^-100 relative when A = 0 (x near 1).
+//
+// Product: S and y are cut to 26 bits so that t0 = 128 yh Sh is exact; k = t0 rounded to
+// the nearest integer (the conversion rounds in the caller's mode; a directed result is
+// moved back by one, so that |z| <= 2^-8 in every mode),
+//     z = (t0 - k)/128 + yh Sl + yl S + y Lt        (the cross terms of the split),
+// each of the last three with an error below 2^-70 |y log2 x|.  The result is
+// 2^(k >> 7) * T_j (1 + p(z)), j = k & 127, with p the degree-5 polynomial of 2^z - 1
+// (relative error below 2^-60 for |z| <= 2^-8).  In the normal range the
+// scaling by 2^(k >> 7) is exact; outside it the shared scaling step rounds once, into the
+// subnormal range included.  Total error: the final rounding plus about 2^-58 relative,
+// i.e. below 0.52 ulp in round-to-nearest.
+namespace {
+constexpr double kC0 = D(0x3ff7154740000000);
+constexpr double kK1 = D(0x3e79c3a6966457ee), kK2 = D(0xbfd62e4346694107),
+                 kK3 = D(0x3fc47fd462b3b816), kK4 = D(0xbfb550472a8bb463);
+constexpr double kLn2x = D(0x3fe62e42fefa39ef);
+constexpr double xA0 = D(0x3f83b2ab6fba4e77), xA1 = D(0x3f55d87fe78a6731),
+                 xB0 = D(0x3fcebfbdff82c58f), xB1 = D(0x3fac6b08d704a0c0);
+constexpr uint64_t kCut = 0xfffffffff8000000ull;
+
+inline void two_sum(double a, double b, double &s, double &e) {
+    s = a + b;
+    double bb = s - a;
+    e = (a - (s - bb)) + (b - bb);
+}
+// p - a*c for a product p = fl(a*c) with c short: exact.
+inline double prod_err(double p, double a, double c) {
+    double ah = f64(bits(a) & kCut), al = a - ah;
+    return (p - ah * c) - al * c;
+}
+}  // namespace
+
+TSR_DEFINE(double, __libm_pow_ex, (double x, double y)) {
+    uint64_t ux = bits(x), uy = bits(y);
+    bool neg = false;
+    double ax = x;
+    if (needs_special(ux, uy)) {
+        double out;
+        if (special(x, y, &out, &ax, &neg)) return out;
+    }
+    uint64_t ub = bits(ax);
+    int n = 0;
+    if (ub < 0x0010000000000000ull) {
+        ub = bits(ax * 0x1p64);
+        n = -64;
+    }
+    n += int(ub >> 52) - 0x3ff;
+    double m = f64((ub & 0x000fffffffffffffull) | kOne);
+
+    int i1 = int(((ub >> 44) & 0xff) + 1) >> 1;
+    double c1 = f64(tab::stage1_c[i1]);
+    double p1 = m * c1;
+    int i2 = int(((bits(p1) >> 38) & 0xff) + 1) >> 1;
+    double c2 = f64(tab::stage2_c[i2]);
+    double p2 = p1 * c2;
+    int i3 = int(((bits(p2) >> 31) & 0x1ff) + 1) >> 1;
+    double c3 = f64(tab::stage3_c[i3]);
+    double p3 = p2 * c3;
+    double e = c3 * (c2 * prod_err(p1, m, c1) + prod_err(p2, p1, c2)) + prod_err(p3, p2, c3);
+
+    double A = ((double(n) + tbl(tab::stage1_log, 2 * i1)) + tbl(tab::stage2_log, 2 * i2)) +
+               tbl(tab::stage3_log, 2 * i3);  // exact: all on the grid 2^-42
+    double Alo = (tbl(tab::stage1_log, 2 * i1 + 1) + tbl(tab::stage2_log, 2 * i2 + 1)) +
+                 tbl(tab::stage3_log, 2 * i3 + 1);
+    double r = p3 - kC0;  // exact
+    double rp, rpe, S, St;
+    two_sum(r, -e, rp, rpe);  // r' = rp + rpe exactly
+    two_sum(A, rp, S, St);
+    double r2 = rp * rp;
+    double Q = r2 * (kK3 * rp + kK4 * r2) + (kK1 * rp + kK2 * r2);
+    double Lt = ((St + rpe) + Alo) + Q;
+    double S2 = S + Lt;  // renormalise: S may be 0 when p3 lands on C0 exactly
+    Lt = Lt - (S2 - S);
+    S = S2;
+
+    // Exponent of y log2 x: |y S| < 2^(ey + eS + 2).
+    int ey = int((uy >> 52) & 0x7ff) - 0x3ff, eS = int((bits(S) >> 52) & 0x7ff) - 0x3ff;
+    int es = ey + eS;
+    if (es < -56) {  // |y log2 x| < 2^-54: 1, rounded in the caller's direction
+        double one = neg ? -1.0 : 1.0;
+        double tiny = ((uy ^ bits(S)) >> 63) ? -0x1p-60 : 0x1p-60;
+        return one + (neg ? -tiny : tiny);
+    }
+    if (es > 10) {
+        bool up = !((uy ^ bits(S)) >> 63);  // y log2 x > 0
+        if (es > 12) return up ? overflow(x, y, neg) : underflow(x, y, neg);
+        // |y S| < 2^15 here, and the exponent sum may be one too high: ask the product.
+        double w = y * S;
+        int ew = int((bits(w) >> 52) & 0x7ff) - 0x3ff;
+        if (ew > 10) return up ? overflow(x, y, neg) : underflow(x, y, neg);
+    }
+    double Sh = f64(bits(S) & kCut), Sl = S - Sh;
+    double yh = f64(uy & kCut), yl = y - yh;
+    double t0 = (yh * Sh) * 128.0;
+    int64_t k = _mm_cvtsd_si64(_mm_set_sd(t0));
+    double kf = double(k);
+    double d = t0 - kf;  // exact
+    // In a directed mode the conversion rounds the same way: bring |d| back to 1/2, so
+    // that |z| <= 2^-8 where the polynomial is good to 2^-60.
+    if (d > 0.5) {
+        k += 1;
+        d -= 1.0;
+    } else if (d < -0.5) {
+        k -= 1;
+        d += 1.0;
+    }
+    double z = d * 0x1p-7 + ((yh * Sl + yl * S) + y * Lt);
+
+    int j = int(k & 127);
+    double T = tbl(tab::exp128, 2 * j), t = tbl(tab::exp128, 2 * j + 1);
+    if (neg) {
+        T = -T;
+        t = -t;
+    }
+    double a4 = xA0 + xA1 * z, b2c = xB0 + xB1 * z;
+    double z2 = z * z;
+    double Y = ((z2 * z2 * a4 * T) + (kLn2x * z * T + t)) + z2 * b2c * T;
+    int64_t ek = k >> 7;
+    if (k >= -0x1e1ff && k <= 0x1ff7f) return (T + Y) * f64(uint64_t(ek + 1023) << 52);
+    return scale(T, Y, int(ek < -2000 ? -2000 : ek > 2000 ? 2000 : ek), x, y);
+}
+#endif  // TSR_TIER_EX
+
+// =====================================================================================
+#if TSR_TIER_L9
+// Tier l9: fused multiply-add throughout.  log2 x = S + Lw from a 128-row table of short
+// reciprocals R (r = R m - 1 exact in one fma); near 1 (0.75 <= x < 1.0293) the leading
+// terms log2(e) r and c2 r^2 are taken with their rounding errors so that log2 x keeps its
+// relative accuracy when it is tiny.  The product y (S + Lw) runs in round-to-nearest with
+// exceptions masked (and flush-to-zero, where the register has to be written anyway), so
+// that its shifter step rounds to nearest; the caller's control and status word is restored
+// before the last operation, so no flag of the step escapes.
+// Special operands, negative or subnormal x, and results with |y log2 x| >= 992 go to the
+// e7 body, which handles the subnormal range and the error reports.
+namespace {
+constexpr double kL2e = D(0x3ff71547652b82fe), kL2eLo = D(0x3c7777d1083f2b10);
+constexpr double kShift7 = D(0x42c800000001ff80);  // 1.5 2^45 + 1023*128 ulps of 2^-7
+}  // namespace
+
+TSR_DEFINE(double, __libm_pow_l9, (double x, double y)) {
+    uint64_t ux = bits(x), uy = bits(y);
+    if ((uy & kAbs) - 1 >= kInf - 1) return __libm_pow_e7_local(x, y);
+    int32_t z0 = int32_t(hi(x) - 0x3feff000u);
+    int32_t n = z0 >> 20, g = z0 >> 11;
+    bool near1 = g >= -254 && g < 259;
+    if (!near1 && (g < -0x7fbfe || g > 0x80001)) return __libm_pow_e7_local(x, y);
+    if (ux == kOne) return 1.0;
+    double m = f64(ux - (uint64_t(int64_t(n)) << 52));
+    const uint64_t *row = &tab::log128[4 * ((z0 >> 13) & 0x7f)];
+    double R = f64(row[0]), hi0 = f64(row[2]), lo0t = f64(row[3]);
+    double r = __builtin_fma(R, m, -1.0);
+    double H0 = double(n) + hi0;
+    double r2 = r * r;
+    double A = __builtin_fma(D(0x3fc48569ebc938ec), r, D(0xbfc715ed9b489989));
+    double B = __builtin_fma(D(0x3fd2776c50ef9e4a), r, D(0xbfd71547652b8413));
+    double C = __builtin_fma(D(0x3fca617627a8eb10), r, D(0xbfcec709da475e58));
+    double S, Lw;
+    if (!near1) {
+        double lo0 = __builtin_fma(kL2eLo, r, lo0t);
+        S = __builtin_fma(kL2e, r, H0);
+        double e = __builtin_fma(kL2e, r, H0 - S);
+        double Dd = __builtin_fma(D(0x3fdec709dc3a03fd), r, D(0xbfe71547652b82fe));
+        C = __builtin_fma(r2, A, C);
+        Dd = __builtin_fma(r2, B, Dd);
+        double G = __builtin_fma(r2 * r2, C, Dd);
+        Lw = __builtin_fma(r2, G, lo0 + e);
+    } else {
+        constexpr double c2 = D(0xbfe71547652b82fe);
+        // S1 + e1 = H0 + log2(e) r exactly.  H0 and log2(e) r may nearly cancel (x just
+        // below 1 with n = -1), so H0 - S1 need not be exact: take the product in two
+        // words and add its head to H0 with a two-sum.
+        double ph = kL2e * r;
+        double pl = __builtin_fma(kL2e, r, -ph);
+        double S1 = H0 + ph;
+        double bb = S1 - H0;
+        double e1 = ((H0 - (S1 - bb)) + (ph - bb)) + pl;
+        double Dd = __builtin_fma(D(0x3fdec709dc3a03fd), r, D(0xbc674e42f9c11c7e));
+        S = __builtin_fma(c2, r2, S1);
+        double e2 = __builtin_fma(r2, c2, S1 - S);
+        double e3 = __builtin_fma(__builtin_fma(r, r, -r2), c2, e1);
+        C = __builtin_fma(r2, A, C);
+        Dd = __builtin_fma(r2, B, Dd);
+        double G = __builtin_fma(__builtin_fma(r2 * r2, C, Dd), r, kL2eLo);
+        Lw = __builtin_fma(r, G, (e3 + e2) + lo0t);
+    }
+
+    // |y log2 x| < 2^-60: 1, rounded in the caller's direction.  Leaving here also keeps
+    // every operation of the product step away from the subnormal range.
+    int ep = int((uy >> 52) & 0x7ff) + int((bits(S) >> 52) & 0x7ff) - 2 * 0x3ff;
+    if (ep < -62) return 1.0 + (((uy ^ bits(S)) >> 63) ? -0x1p-60 : 0x1p-60);
+    // |y log2 x| >= 2^11: the e7 body decides, before the product could overflow.
+    if (ep > 10) return __libm_pow_e7_local(x, y);
+
+    // The product step needs round-to-nearest with exceptions masked.  Writing the control
+    // register costs more than the rest of the step, so it is written only when the
+    // caller's setting differs; flush-to-zero is not needed once the tiny products have
+    // left above.
+    uint32_t saved = get_mxcsr();
+    bool set = (saved & 0x7f80u) != 0x1f80u;
+    if (set) set_mxcsr((saved & MXCSR_FLAGS) | 0x8000u | 0x1f80u);  // FTZ, all masked, nearest
+    double Sv = opaque(S), Lv = opaque(Lw), yv = opaque(y);
+    double p = yv * Sv;
+    double e4 = __builtin_fma(Sv, yv, -p);
+    double q = __builtin_fma(Lv, yv, p);
+    double e5 = __builtin_fma(yv, Lv, p - q);
+    double s = q + kShift7;
+    double kf = s - kShift7;
+    double z = (q - kf) + (e4 + e5);
+    q = opaque(q);
+    s = opaque(s);
+    z = opaque(z);
+    if (set) set_mxcsr(saved);
+
+    uint32_t hw = uint32_t(bits(q) >> 48) & 0x7fff;
+    if (hw <= 0x3c6f) return q + 1.0;
+    if (hw >= 0x408f) return __libm_pow_e7_local(x, y);
+    uint64_t sb = bits(s);
+    const uint64_t *er = &tab::exp128f[2 * (sb & 0x7f)];
+    double Tb = f64(((sb & 0x7ff80) << 45) | er[0]);
+    double t = f64(er[1]);
+    double Ae = __builtin_fma(D(0x3f55d880677c3b3d), z, D(0x3f83b2abe8ddb6ba));
+    double Be = __builtin_fma(D(0x3fac6b08d7049e60), z, D(0x3fcebfbdff82c2b8));
+    double z2 = z * z;
+    return __builtin_fma(__builtin_fma(__builtin_fma(z2, Ae, Be), z2, __builtin_fma(D(0x3fe62e42fefa39ef), z, t)), Tb, Tb);
+}
+#endif  // TSR_TIER_L9

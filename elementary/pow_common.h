@@ -1,0 +1,263 @@
+// What every tier of pow and powf shares: the integer test on y, the special-value table
+// (C99 Annex F) with its order and error codes, and the last scaling step of the double
+// tiers that must round once even when the result falls into the subnormal range.
+//
+// Order of the special table (first match wins):
+//   y = +-0                     1 (x = +-0: code 26/32, x NaN: code 29/35; sNaN raises invalid)
+//   x = +1                      1, also for a NaN y (an sNaN y raises invalid)
+//   x NaN, then y NaN           quiet NaN of x, resp. of y
+//   x = -1, y = +-inf           1
+//   y = +inf                    +inf for |x| > 1, +0 for |x| < 1
+//   y = -inf                    +0 for |x| > 1, +inf for 0 < |x| < 1
+//   x = +-0, y < 0              1/x for odd integer y, +inf otherwise; divide-by-zero, code 27/33
+//   x = +-0, y > 0              x for odd integer y, +0 otherwise
+//   x = +inf                    +inf for y > 0, +0 for y < 0
+//   x = -inf                    -inf / -0 for odd integer y, +inf / +0 otherwise
+//   x < 0 finite, y non-integer NaN, invalid, code 28/34
+//   x < 0 finite, y integer     the result's sign is that of x^y; go on with |x|
+//   x = -1, y integer           +-1 at once (|x| = 1 has nothing left to compute)
+// powf reports 0^0 only for x = +0.
+//
+// A signalling NaN raises invalid even where the table's result is 1 (pow(sNaN, 0),
+// pow(1, sNaN)): the operand was signalling, the value of the result doesn't depend on it.
+// Nothing here clears a flag the caller had raised: for x = +1 the answer leaves before any
+// arithmetic, so there is nothing of ours to clear.  The integer test works on the bits
+// alone in every tier (a shifter would raise inexact for a non-integer y).
+#pragma once
+#include <cstdint>
+
+#include "tsr/common.h"
+#include "tsr/report.h"
+
+namespace tsr::powk {
+
+constexpr uint64_t kAbs = 0x7fffffffffffffffull;
+constexpr uint64_t kInf = 0x7ff0000000000000ull;
+constexpr uint64_t kOne = 0x3ff0000000000000ull;
+
+enum YType { kNotInt = 0, kOdd = 1, kEven = 2 };
+
+// Integer test on the bits of a finite non-zero y, by the position of the units bit: no
+// floating-point operation, so that it raises nothing.
+inline int ytype(uint64_t uy) {
+    int e = int((uy >> 52) & 0x7ff);
+    if (e > 0x433) return kEven;                    // |y| >= 2^53: even
+    if (e < 0x3ff) return kNotInt;                  // 0 < |y| < 1
+    int s = 0x433 - e;                              // fraction bits below the units bit
+    uint64_t m = (uy & 0x000fffffffffffffull) | 0x0010000000000000ull;
+    if (m & ((uint64_t(1) << s) - 1)) return kNotInt;
+    return ((m >> s) & 1) ? kOdd : kEven;
+}
+
+// Integer test on a finite non-zero float: the significand with its implicit bit shifted
+// left by (exponent + 8) brings the units bit to bit 31, the fraction below it.
+inline int ytypef(uint32_t uy) {
+    int e = int((uy >> 23) & 0xff);
+    int sh = e - 119;
+    if (sh < 0) return kNotInt;
+    if (sh >= 32) return kEven;
+    uint32_t w = ((uy & 0x7fffff) | 0x800000) << sh;
+    if (w & 0x7fffffff) return kNotInt;
+    return (w >> 31) ? kOdd : kEven;
+}
+
+inline bool is_snan(double v) {
+    uint64_t u = bits(v) & kAbs;
+    return u > kInf && !(u & 0x0008000000000000ull);
+}
+inline bool is_snanf(float v) {
+    uint32_t u = bits(v) & 0x7fffffff;
+    return u > 0x7f800000 && !(u & 0x00400000);
+}
+
+inline double report(double x, double y, double r, int code) {
+    __libm_error_support(&x, &y, &r, code);
+    return r;
+}
+inline float reportf(float x, float y, float r, int code) {
+    __libm_error_support(&x, &y, &r, code);
+    return r;
+}
+
+// True when (x, y) needs the special table: y zero, infinite or NaN; x zero, negative,
+// infinite, NaN or +1.  Subnormal positive x is not special.
+inline bool needs_special(uint64_t ux, uint64_t uy) {
+    return (uy & kAbs) - 1 >= kInf - 1 || ux - 1 >= kInf - 1 || ux == kOne;
+}
+inline bool needs_specialf(uint32_t ux, uint32_t uy) {
+    return (uy & 0x7fffffff) - 1 >= 0x7f800000u - 1 || ux - 1 >= 0x7f800000u - 1 ||
+           ux == 0x3f800000u;
+}
+
+// The special table for double (codes 24..29).  Returns true with *out the result; else x
+// is finite, non-zero and not +-1, y finite and non-zero, *ax = |x| and *neg the sign of
+// the result.
+inline bool special(double x, double y, double *out, double *ax, bool *neg) {
+    uint64_t ux = bits(x), uy = bits(y);
+    uint64_t axb = ux & kAbs, ayb = uy & kAbs;
+    *neg = false;
+    if (ayb == 0) {
+        if (axb == 0) { *out = report(x, y, 1.0, 26); return true; }
+        if (axb > kInf) {
+            if (is_snan(x)) raise_invalid();
+            *out = report(x, y, 1.0, 29);
+            return true;
+        }
+        *out = 1.0;
+        return true;
+    }
+    if (ux == kOne) {
+        if (is_snan(y)) raise_invalid();
+        *out = 1.0;
+        return true;
+    }
+    if (axb > kInf) {
+        if (ayb > kInf) force(opaque(y) + opaque(y));
+        *out = opaque(x) + opaque(x);
+        return true;
+    }
+    if (ayb > kInf) { *out = opaque(y) + opaque(y); return true; }
+    bool ypos = !(uy >> 63);
+    if (ayb == kInf) {
+        if (axb == kOne) { *out = 1.0; return true; }   // x = -1
+        if (axb > kOne) { *out = ypos ? f64(kInf) : 0.0; return true; }
+        if (ypos) { *out = 0.0; return true; }
+        if (axb != 0) { *out = f64(kInf); return true; }
+        // x = +-0, y = -inf: as any negative non-integer y below.
+    }
+    int yt = ayb == kInf ? kEven : ytype(uy);
+    if (axb == 0) {
+        if (!ypos) {
+            double r = opaque(1.0) / (yt == kOdd ? opaque(x) : opaque(0.0));
+            *out = report(x, y, r, 27);
+        } else {
+            *out = yt == kOdd ? x : 0.0;
+        }
+        return true;
+    }
+    if (axb == kInf) {
+        double v = ypos ? f64(kInf) : 0.0;
+        *out = (ux >> 63) && yt == kOdd ? -v : v;
+        return true;
+    }
+    if (ux >> 63) {
+        if (yt == kNotInt) {
+            double r = opaque(0.0) * opaque(f64(kInf));
+            *out = report(x, y, r, 28);
+            return true;
+        }
+        *neg = yt == kOdd;
+        if (axb == kOne) { *out = *neg ? -1.0 : 1.0; return true; }
+    }
+    *ax = f64(axb);
+    return false;
+}
+
+// The same table for float (codes 30..35; 0^0 reported for x = +0 only).
+inline bool specialf(float x, float y, float *out, float *ax, bool *neg) {
+    uint32_t ux = bits(x), uy = bits(y);
+    uint32_t axb = ux & 0x7fffffff, ayb = uy & 0x7fffffff;
+    const uint32_t inf = 0x7f800000, one = 0x3f800000;
+    *neg = false;
+    if (ayb == 0) {
+        if (ux == 0) { *out = reportf(x, y, 1.0f, 32); return true; }
+        if (axb > inf) {
+            if (is_snanf(x)) raise_invalid();
+            *out = reportf(x, y, 1.0f, 35);
+            return true;
+        }
+        *out = 1.0f;
+        return true;
+    }
+    if (ux == one) {
+        if (is_snanf(y)) raise_invalid();
+        *out = 1.0f;
+        return true;
+    }
+    if (axb > inf) {
+        if (ayb > inf) force(opaque(y) + opaque(y));
+        *out = opaque(x) + opaque(x);
+        return true;
+    }
+    if (ayb > inf) { *out = opaque(y) + opaque(y); return true; }
+    bool ypos = !(uy >> 31);
+    if (ayb == inf) {
+        if (axb == one) { *out = 1.0f; return true; }
+        if (axb > one) { *out = ypos ? f32(inf) : 0.0f; return true; }
+        if (ypos) { *out = 0.0f; return true; }
+        if (axb != 0) { *out = f32(inf); return true; }
+    }
+    int yt = ayb == inf ? kEven : ytypef(uy);
+    if (axb == 0) {
+        if (!ypos) {
+            float r = opaque(1.0f) / (yt == kOdd ? opaque(x) : opaque(0.0f));
+            *out = reportf(x, y, r, 33);
+        } else {
+            *out = yt == kOdd ? x : 0.0f;
+        }
+        return true;
+    }
+    if (axb == inf) {
+        float v = ypos ? f32(inf) : 0.0f;
+        *out = (ux >> 31) && yt == kOdd ? -v : v;
+        return true;
+    }
+    if (ux >> 31) {
+        if (yt == kNotInt) {
+            float r = opaque(0.0f) * opaque(f32(inf));
+            *out = reportf(x, y, r, 34);
+            return true;
+        }
+        *neg = yt == kOdd;
+        if (axb == one) { *out = *neg ? -1.0f : 1.0f; return true; }
+    }
+    *ax = f32(axb);
+    return false;
+}
+
+// Overflow and underflow decided before any evaluation: the product of two huge or two
+// tiny numbers makes the flags and, in every rounding mode, the right result.
+inline double overflow(double x, double y, bool neg) {
+    double r = opaque(neg ? -0x1.fffffffffffffp1023 : 0x1.fffffffffffffp1023) * opaque(0x1.fffffffffffffp1023);
+    return report(x, y, r, 24);
+}
+inline double underflow(double x, double y, bool neg) {
+    double r = opaque(neg ? -0x1p-1022 : 0x1p-1022) * opaque(0x1p-1022);
+    return report(x, y, r, 25);
+}
+
+// (T + Y) * 2^e, rounded once in the caller's mode.  T and Y carry the result's sign and
+// 0.9 < |T + Y| < 2.1.  In the normal range (e > -1022, or e = -1022 with |T + Y| >= 1) the sum is the only rounding and the scaling
+// is exact.  Below it the sum is moved to the binade [1, 2) of a unit offset, where the
+// grid of doubles is the grid of subnormals scaled by 2^1022: the one rounding happens in
+// that addition, and taking the offset away and scaling are exact.
+inline double scale(double T, double Y, int e, double x, double y) {
+    if (e >= -1022) {
+        double v = T + Y;
+        double av = __builtin_fabs(v);
+        if (e >= 1023) {
+            if (e > 1024 || (e == 1024 && av >= 1.0) || (e == 1023 && av >= 2.0))
+                return overflow(x, y, v < 0);
+            return v * 0x1p1000 * f64(uint64_t(e - 1000 + 1023) << 52);
+        }
+        if (e > -1022 || av >= 1.0) return v * f64(uint64_t(e + 1023) << 52);
+    }
+    if (e < -1022 - 60) return underflow(x, y, T < 0);
+    double sc = f64(uint64_t(e + 1022 + 1023) << 52);
+    double a = T * sc, b = Y * sc;
+    double one = T < 0 ? -1.0 : 1.0;
+    double y0 = a + b;
+    double l0 = (a - y0) + b;
+    double hi = one + y0;
+    double lo = ((one - hi) + y0) + l0;
+    double res = (hi + lo) - one;
+    if (res == 0) res = one * 0.0;  // x - x is -0 when rounding down: keep the result's sign
+    double r = res * 0x1p-1022;
+    if (__builtin_fabs(res) < 1.0) {
+        raise_underflow();
+        return report(x, y, r, 25);
+    }
+    return r;
+}
+
+}  // namespace tsr::powk
