@@ -144,33 +144,37 @@ TSR_DEFINE(float, __libm_powf_l9, (float x, float y)) {
     // m' = 1.f * 2^-8; R = its reciprocal estimate rounded to 8 significant bits.  The
     // rcp leaves lanes 1-3 of m' (zeros) above R, so the 64-bit lane holds R's pattern; it is
     // moved up into a double's fields and rounded there (the carry of the rounding runs into
-    // the exponent exactly as in the float), and the exponent rebiased, so that R and m'
-    // reach the product as doubles without a conversion.
+    // the exponent exactly as in the float), and the exponent rebiased, so that R reaches the
+    // product as a double with no conversion on its path (m' is converted beside the
+    // estimate, where it costs no time).
     __m128 xv = lane_ps(x);
     __m128 mv = _mm_or_ps(_mm_and_ps(xv, _mm_load_ps(reinterpret_cast<const float*>(kMantMask))),
                           _mm_load_ps(reinterpret_cast<const float*>(kMantExp)));
-    __m128i rd = _mm_and_si128(_mm_add_epi64(_mm_slli_epi64(_mm_castps_si128(_mm_rcp_ss(mv)), 29),
+    __m128i rcp = _mm_castps_si128(_mm_rcp_ss(mv));
+    __m128i rd = _mm_and_si128(_mm_add_epi64(_mm_slli_epi64(rcp, 29),
                                              _mm_load_si128(reinterpret_cast<const __m128i*>(kRcpRound))),
                                _mm_load_si128(reinterpret_cast<const __m128i*>(kRcpKeep)));
-    double md = double(_mm_cvtss_f32(mv));  // exact, and off the estimate's path
+    double md = double(_mm_cvtss_f32(mv));
     // R m' has at most 32 significant bits and lies within 2^-7 of 1: u = R m' - 1 is exact
     // (the same value a float fused multiply-add gives).
     double u = __builtin_fma(_mm_cvtsd_f64(_mm_castsi128_pd(rd)), md, -1.0);
     // The biased exponent, converted in the vector unit (x is positive: no sign bit).
     double E = _mm_cvtsd_f64(_mm_cvtepi32_pd(_mm_srli_epi32(_mm_castps_si128(xv), 23)));
-    // Row: the low exponent bit and the 7 fraction bits of R (the rebias is even).
-    uint32_t row = uint32_t(uint64_t(_mm_cvtsi128_si64(rd)) >> 45) & 0xff;
+    // Row: the low exponent bit and the 7 fraction bits of R, rounded once more in a general
+    // register, so that the table read starts while the vector unit is still forming R.
+    uint32_t row = ((uint32_t(_mm_cvtsi128_si32(rcp)) + 0x8000u) >> 16) & 0xff;
     double H = E + f64(tab::powf_l9_log[row]);
     double L = __builtin_fma(
         __builtin_fma(u * u, __builtin_fma(D(0xbfd71563027e14e2), u, D(0x3fdec71ff3a912b3)),
                       __builtin_fma(D(0xbfe715476526017e), u, D(0x3ff71547652aaf92))),
         u, H);
     double dy = double(y);
-    // s = fma(y, L, shift) and below z = fma(L, y, -kf), each written so that the product
-    // lands on the register of its addend: left to itself the compiler spends a register
-    // copy of L on one of them, on the path of the result.
-    double s = kShift5;
-    __asm__("vfmadd231sd %[y], %[L], %[s]" : [s] "+x"(s) : [L] "x"(L), [y] "x"(dy));
+    // s = fma(y, L, shift), kf = s - shift and z = fma(L, y, -kf) are written out so that
+    // each product lands on its addend's register and the shift is read from memory twice:
+    // left to itself the compiler spends register copies of L and of the shift here, one of
+    // them on the path of the result.
+    double s;
+    __asm__("vfmadd231sd %[y], %[L], %[s]" : [s] "=x"(s) : "0"(kShift5), [L] "x"(L), [y] "x"(dy));
     // s lies in the binade of the shift while |y log2 x| < 2^46, where its pattern less the
     // shift's is k = 32 kf; any s outside that binade gives a pattern difference far out of
     // the ranges tested here, so one unsigned compare tests |kf| < 126.
@@ -182,7 +186,8 @@ TSR_DEFINE(float, __libm_powf_l9, (float x, float y)) {
     // fitted linear coefficient (1.2e-11) is the relative error of log2 x; from
     // |y log2 x| >= 32 on it would cost 0.01 ulp: the e7 body takes those.
     if (__builtin_expect((row & 0x7f) == 0, 0) && k + 1023 > 2046) return powf_l9_other(x, y);
-    double z = s - kShift5;
+    double z;
+    __asm__("vsubsd %[K], %[s], %[z]" : [z] "=x"(z) : [s] "x"(s), [K] "m"(kShift5));
     __asm__("vfmsub231sd %[y], %[L], %[z]" : [z] "+x"(z) : [L] "x"(L), [y] "x"(dy));
     // T = 2^(j/32) with k >> 5 added to its exponent field (the shift's pattern has zeros
     // from bit 5 to bit 16, so that s's bits there are those of k >> 5).
