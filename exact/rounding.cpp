@@ -525,22 +525,27 @@ TSR_DEFINE(float, __libm_nearbyintf_y8, (float x)) { return round_ss<0xC>(x); }
 // The instruction has no half-away mode: round to nearest even, then move a tie that went
 // toward zero one further out.  x - r is exact (both lie in one binade or r is 0).
 TSR_DEFINE(double, __libm_round_y8, (double x)) {
-    double r = round_sd<0>(x);
-    uint64_t b = bits(x);
-    if ((b & 0x7ff0000000000000ull) == 0x7ff0000000000000ull) return r;
-    double d = x - r;
-    if (b & kSign64) d = -d;
-    if (d == 0.5) r = r + f64((b & kSign64) | 0x3ff0000000000000ull);
-    return f64(bits(r) | (b & kSign64));
+    __m128d v = _mm_set_sd(x);
+    __m128d r = _mm_round_sd(v, v, 0);
+    if ((bits(x) & 0x7ff0000000000000ull) == 0x7ff0000000000000ull) return _mm_cvtsd_f64(r);
+    // The tie test and its correction stay in the vector unit (d = x - r with the sign of
+    // x taken off); the rare tie is a branch, so the usual path is the rounding and the
+    // sign alone.
+    __m128d sign = _mm_and_pd(v, _mm_castsi128_pd(_mm_cvtsi64_si128(int64_t(kSign64))));
+    __m128d d = _mm_xor_pd(_mm_sub_sd(v, r), sign);
+    if (__builtin_expect(_mm_ucomieq_sd(d, _mm_set_sd(0.5)), 0))
+        r = _mm_add_sd(r, _mm_or_pd(sign, _mm_set_sd(1.0)));
+    return _mm_cvtsd_f64(_mm_or_pd(r, sign));
 }
 
 TSR_DEFINE(float, __libm_roundf_y8, (float x)) {
-    float r = round_ss<0>(x);
-    uint32_t u = bits(x);
-    if ((u & 0x7f800000) == 0x7f800000) return r;
-    float d = x - r;
-    if (u & kSign32) d = -d;
-    if (d == 0.5f) r = r + f32((u & kSign32) | 0x3f800000);
-    return f32(bits(r) | (u & kSign32));
+    __m128 v = _mm_set_ss(x);
+    __m128 r = _mm_round_ss(v, v, 0);
+    if ((bits(x) & 0x7f800000) == 0x7f800000) return _mm_cvtss_f32(r);
+    __m128 sign = _mm_and_ps(v, _mm_castsi128_ps(_mm_cvtsi32_si128(int32_t(kSign32))));
+    __m128 d = _mm_xor_ps(_mm_sub_ss(v, r), sign);
+    if (__builtin_expect(_mm_ucomieq_ss(d, _mm_set_ss(0.5f)), 0))
+        r = _mm_add_ss(r, _mm_or_ps(sign, _mm_set_ss(1.0f)));
+    return _mm_cvtss_f32(_mm_or_ps(r, sign));
 }
 #endif  // TSR_TIER_Y8
