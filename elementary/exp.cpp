@@ -174,7 +174,7 @@ inline double expf_fma_core(float x) {
     double kf = s - S;
     double r = __builtin_fma(kf, D(0xbf962e42fefa39ef), u);
     uint64_t sb = bits(s);
-    double T = f64(bits(d32[sb & 31]) + ((sb << 47) & 0xfff0000000000000ull));
+    double T = f64(bits(d32[sb & 31]) + ((sb >> 5) << 52));
     double q = __builtin_fma(__builtin_fma(D(0x3fc55561a20a7574), r, D(0x3fe0000a3fec6dc4)), r,
                              D(0x3feffffffff81eec));
     return __builtin_fma(r * T, q, T);
@@ -184,15 +184,30 @@ __attribute__((noinline, cold)) float expf_fma_directed(float x) {
     x = opaque(x);
     return float(g.finish(expf_fma_core(x)));
 }
+// Outside the core's band: below it x + 1, above it the e7 body (extremes, specials).
+__attribute__((noinline, cold)) float expf_fma_edge(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b < 0x31800000) return x + 1.0f;
+    return __libm_expf_e7_local(x);
+}
 }  // namespace
 
+// One unsigned compare for the band, the core written out straight, and one test of the
+// mode on the reduced argument (r is never zero in the band): both leave the usual path
+// without a taken branch.
 TSR_DEFINE(float, __libm_expf_l9, (float x)) {
     uint32_t b = bits(x) & 0x7fffffff;
-    if (b - 0x31800000u >= 0x42ad496bu - 0x31800000u) {
-        if (b < 0x31800000) return x + 1.0f;
-        return __libm_expf_e7_local(x);
-    }
-    if (!rn_probe()) return expf_fma_directed(x);
-    return float(expf_fma_core(x));
+    if (__builtin_expect(b - 0x31800000u >= 0x42ad496bu - 0x31800000u, 0)) return expf_fma_edge(x);
+    const double S = 0x1.8p52;
+    double u = x;
+    double s = __builtin_fma(D(0x40471547652b82fe), u, S);
+    double kf = s - S;
+    double r = __builtin_fma(kf, D(0xbf962e42fefa39ef), u);
+    if (__builtin_expect(!rn_or_exact(r * 0x1p-60), 0)) return expf_fma_directed(x);
+    uint64_t sb = bits(s);
+    double T = f64(bits(d32[sb & 31]) + ((sb >> 5) << 52));
+    double q = __builtin_fma(__builtin_fma(D(0x3fc55561a20a7574), r, D(0x3fe0000a3fec6dc4)), r,
+                             D(0x3feffffffff81eec));
+    return float(__builtin_fma(r * T, q, T));
 }
 #endif
