@@ -12,6 +12,9 @@
 // Single, tiers ex and e7: double arithmetic, N = 256, a degree-2 polynomial, rounded to
 // float once.  Tier l9: N = 32, degree 3 with fused multiply-adds.
 #include "elementary/exp_common.h"
+#if TSR_TIER_L9
+#include <immintrin.h>
+#endif
 #if TSR_TIER_Z0 || TSR_TIER_D1
 #include "tsr/avx512.h"
 #endif
@@ -193,8 +196,7 @@ __attribute__((noinline, cold)) float expf_fma_edge(float x) {
 }  // namespace
 
 // One unsigned compare for the band, the core written out straight, and one test of the
-// mode on the reduced argument (r is never zero in the band): both leave the usual path
-// without a taken branch.
+// mode by arithmetic independent of x: both leave the usual path without a taken branch.
 TSR_DEFINE(float, __libm_expf_l9, (float x)) {
     uint32_t b = bits(x) & 0x7fffffff;
     if (__builtin_expect(b - 0x31800000u >= 0x42ad496bu - 0x31800000u, 0)) return expf_fma_edge(x);
@@ -203,9 +205,13 @@ TSR_DEFINE(float, __libm_expf_l9, (float x)) {
     double s = __builtin_fma(D(0x40471547652b82fe), u, S);
     double kf = s - S;
     double r = __builtin_fma(kf, D(0xbf962e42fefa39ef), u);
-    if (__builtin_expect(!rn_or_exact(r * 0x1p-60), 0)) return expf_fma_directed(x);
-    uint64_t sb = bits(s);
-    double T = f64(bits(d32[sb & 31]) + ((sb >> 5) << 52));
+    if (__builtin_expect(!rn_probe(), 0)) return expf_fma_directed(x);
+    // T stays in the vector unit: the exponent field from s by two shifts beside the row's
+    // load, rather than a round trip of the sum through the integer registers.
+    __m128i sv = _mm_castpd_si128(_mm_set_sd(s));
+    __m128i ev = _mm_slli_epi64(_mm_srli_epi64(sv, 5), 52);
+    __m128i tv = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(&d32[uint32_t(bits(s)) & 31]));
+    double T = _mm_cvtsd_f64(_mm_castsi128_pd(_mm_add_epi64(tv, ev)));
     double q = __builtin_fma(__builtin_fma(D(0x3fc55561a20a7574), r, D(0x3fe0000a3fec6dc4)), r,
                              D(0x3feffffffff81eec));
     return float(__builtin_fma(r * T, q, T));
