@@ -198,11 +198,12 @@ __attribute__((noinline, cold)) float expf_fma_edge(float x) {
 // One unsigned compare for the band, the core written out straight, and one test of the
 // mode by arithmetic independent of x: both leave the usual path without a taken branch.
 TSR_DEFINE(float, __libm_expf_l9, (float x)) {
-    uint32_t b = bits(x) & 0x7fffffff;
-    if (__builtin_expect(b - 0x31800000u >= 0x42ad496bu - 0x31800000u, 0)) return expf_fma_edge(x);
+    // |x| in [0x31800000, 0x42ad496b) as bits, the sign shifted out: one lea and one compare.
+    if (__builtin_expect(bits(x) * 2u - 0x63000000u >= 0x855a92d6u - 0x63000000u, 0))
+        return expf_fma_edge(x);
     const double S = 0x1.8p52;
     double u = x;
-    double s = __builtin_fma(D(0x40471547652b82fe), u, S);
+    double s = __builtin_fma(u, D(0x40471547652b82fe), S);
     double kf = s - S;
     double r = __builtin_fma(kf, D(0xbf962e42fefa39ef), u);
     if (__builtin_expect(!rn_probe(), 0)) return expf_fma_directed(x);

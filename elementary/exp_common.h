@@ -72,17 +72,30 @@ struct RnGuardLazy {
     ~RnGuardLazy() { restore(); }
 };
 
-// True in round-to-nearest: 1 + 2^-60 and 1 - 2^-60 both round to 1 only there.  For
-// cores whose result is inexact anyway, so that the probe's inexact flag changes nothing.
-inline bool rn_probe() { return opaque(1.0) + 0x1p-60 == opaque(1.0) - 0x1p-60; }
+// True in round-to-nearest: 1 + 2^-60 and 1 - 2^-60 both round to 1 only there; every
+// other mode leaves the first above the second (upward moves the first, downward and toward
+// zero the second), so one ordered compare and one branch tell them apart.  For cores whose
+// result is inexact anyway, so that the probe's inexact flag changes nothing.
+inline bool rn_probe() {
+    double one = opaque(1.0);
+    return !(one + 0x1p-60 > one - 0x1p-60);
+}
 
 // The probe on the core's own reduced argument, for the cores' usual path: t is r scaled by a
 // power of two (exactly), so small that 1 + t and 1 - t are both 1 in round-to-nearest and
 // only there.  With r = 0 (an exact shifter step, so an exact or correctly rounded result in
 // any mode) the probe raises nothing and passes; otherwise the result is inexact anyway.
 // One branch, taken only in a directed mode, so that the usual path stays straight.
-inline bool rn_or_exact(double t) { return 1.0 + t == 1.0 - t; }
-inline bool rn_or_exact(float t) { return 1.0f + t == 1.0f - t; }
+// With t's magnitude the first is never below the second, and above it in a directed mode:
+// one ordered compare, one branch.
+inline bool rn_or_exact(double t) {
+    t = __builtin_fabs(t);
+    return !(1.0 + t > 1.0 - t);
+}
+inline bool rn_or_exact(float t) {
+    t = __builtin_fabsf(t);
+    return !(1.0f + t > 1.0f - t);
+}
 
 // The same guard for cores whose result is inexact anyway (e^x, 10^x of a non-zero
 // argument): the mode is told by arithmetic instead of a read of the control word, which
