@@ -109,3 +109,19 @@ inline double getexp(double x) {
 }
 
 }  // namespace tsr::avx512
+
+// ---- added for the logarithms (log2p1 z0) ------------------------------------------------
+namespace tsr::avx512 {
+// The 14-bit reciprocal estimate of a double (vrcp14sd), for positive normal x whose
+// reciprocal is normal.  Its bits differ between processor makers; the portable model is
+// 1/x cut to 14 mantissa bits, relative error below 2^-14 as the instruction guarantees, no
+// flags.  Callers must stay exact for any estimate within that bound.
+inline double rcp14(double x) {
+#if TSR_AVX512_NATIVE
+    return _mm_cvtsd_f64(_mm_rcp14_sd(_mm_set_sd(x), _mm_set_sd(x)));
+#else
+    double r = rn_sae([&] { return 1.0 / opaque(x); });
+    return f64(bits(r) & 0xffffffc000000000ull);
+#endif
+}
+}  // namespace tsr::avx512

@@ -1,0 +1,248 @@
+// tessera-tiers: ex e7 l9 z0 d1
+// log1p and log1pf.  ex: bands on |x| (the body of the reproducible form): polynomials for
+// small |x|, and above them the mantissa-indexed short reciprocals of log_rcp256 applied to
+// 1 + x in two words.  e7: log's no-FMA frame on v = 1 + x with a correction for the
+// rounding of v.  l9, z0, d1: log's FMA algorithm with the same correction.  log1pf ex is a
+// double log of 1 + x; log1pf e7 the logf e7 frame with u formed from x itself.
+#include "elementary/log_common.h"
+#include "tsr/avx512.h"
+
+using namespace tsr;
+
+#if TSR_TIER_EX
+namespace {
+// log1p(x) = x - x^2/2 + x^3*P(x): -x^2/2 in two words (x split at 21 bits), the sum
+// x - x^2/2 rounded once with its error kept, the rest added to that error.
+template <int Deg>
+inline double log1p_series(double x) {
+    double xh = f64(bits(x) & 0xffffffff00000000ull);
+    double xl = x - xh;
+    double q_hi = -0.5 * (xh * xh);            // exact: 21-bit square
+    double q_lo = -0.5 * (xl * (x + xh));      // the rest of -x^2/2
+    double s = x + q_hi;
+    double err = (x - s) + q_hi;               // |x| > |q_hi|
+    // x^3 * (1/3 - x/4 + x^2/5 - ... ) to degree Deg, by Horner from the top.
+    double p = ((Deg & 1) ? 1.0 : -1.0) / Deg;
+    for (int k = Deg - 1; k >= 3; --k) p = p * x + ((k & 1) ? 1.0 : -1.0) / k;
+    double x3 = (x * x) * x;
+    return s + (err + (q_lo + x3 * p));
+}
+}  // namespace
+
+TSR_DEFINE(double, __libm_log1p_ex, (double x)) {
+    uint64_t b = bits(x);
+    uint32_t H = uint32_t(b >> 32) & 0x7fffffff;
+    if (H >= 0x7ff00000u) {
+        if ((b << 1) > 0xffe0000000000000ull) return x + x;
+        if (b >> 63) return logk::domain(x, 141);
+        return x;
+    }
+    if ((b >> 52) > 0xbfe) {  // x <= -1
+        if (b == 0xbff0000000000000ull) return logk::pole(x, 140);
+        return logk::domain(x, 141);
+    }
+    if (H < 0x3fb24000u) {
+        if (H >= 0x3f900000u) return log1p_series<16>(x);
+        if (H >= 0x3f200000u) return log1p_series<10>(x);
+        if (H >= 0x3c600000u) {
+            double s = x * x;
+            return ((f64(0x3fc99999a199b4b4ull) * s + f64(0x3fd5555555555555ull)) * s +
+                    (f64(0xbfd0000003555556ull) * s - 0.5) * x) * x + x;
+        }
+        if (H < 0x00100000u) force(x * x);  // underflow for a subnormal x
+        return x;
+    }
+    double hi, lo;
+    int n;
+    uint32_t i;
+    if (H > 0x435fffffu) {
+        // 1 + x is x itself here: reduce x's mantissa.
+        i = uint32_t(b >> 44) & 0xff;
+        n = int(b >> 52) - 1023;
+        double m = f64((b & 0x000fffffffffffffull) | 0x3ff0000000000000ull);
+        double mh = f64(bits(m) & 0xffffffff00000000ull);
+        double r = logtab::log_rcp256_r[i];
+        hi = mh * r - 1.0;
+        lo = (m - mh) * r;
+    } else {
+        double v = 1.0 + x;
+        uint64_t bv = bits(v);
+        i = uint32_t(bv >> 44) & 0xff;
+        n = int(bv >> 52) - 1023;
+        double rp = double(logtab::log_rcp256_r[i]) * f64(uint64_t(0x3ff - n) << 52);  // r_i * 2^-n
+        double xh = f64(b & 0xffffffff00000000ull), xl = x - xh;
+        double w = (rp - 1.0) + xh * rp;
+        hi = (w + xl * rp + 0x1p32) - 0x1p32;
+        lo = (w - hi) + xl * rp;
+    }
+    double u = hi + lo, s = u * u;
+    double L = logtab::log_rcp256_l[i];
+    double Lh = f64(bits(L) & 0xffffffff00000000ull), Lt = (L - Lh) + logtab::log_rcp256_t[i];
+    double dn = double(n);
+    return ((dn * f64(0x3fe62e42fee00000ull) + Lh) + hi) +
+           ((dn * f64(0x3dea39ef35793c76ull) + Lt) +
+            ((((f64(0xbfc5555f7bd1fcd4ull) * s + f64(0xbfcffffffffe169dull)) * s - 0.5) * s +
+              (f64(0x3fc999a24cdb6abcull) * s + f64(0x3fd555555554d0dfull)) * u * s) + lo));
+}
+
+TSR_DEFINE(float, __libm_log1pf_ex, (float x)) {
+    double u = x;
+    uint32_t b = bits(x);
+    if ((b << 1) > 0xff000000u) return x + x;
+    if (b == 0xbf800000u) return logk::pole(x, 142);
+    if (b > 0xbf800000u) return logk::domain(x, 143);
+    if ((b & 0x7fffffffu) < 0x31800000u) {  // |x| < 2^-28
+        if (u == 0) return x;
+        return float(u - u * u * 0.5);
+    }
+    return float(__libm_log_ex_local(1.0 + u));
+}
+#endif
+
+#if TSR_TIER_E7
+TSR_DEFINE(double, __libm_log1p_e7, (double x)) {
+    uint64_t bx = bits(x);
+    uint32_t tx = uint32_t(bx >> 48) & 0x7fff;
+    if (tx < 0x3f80) {
+        if (tx >= 0x3c90) {
+            double x2 = x * x, x3 = x2 * x;
+            double L0 = ((-0.125 * x + f64(0x3fc2492492492492ull)) * x - f64(0x3fc5555555555555ull)) * (x3 * x3);
+            double L1 = ((0.2 * x - 0.25) * x + f64(0x3fd5555555555555ull)) * x3;
+            return x + ((L0 + L1) - 0.5 * x2);
+        }
+        if (tx < 0x0010) force(x * x);
+        return x;
+    }
+    double v = 1.0 + x;
+    double e0 = x + (1.0 - v);
+    uint64_t b = bits(v);
+    uint32_t t = uint32_t(b >> 48);
+    if (t - 0x10u >= 0x7fe0u) {
+        if ((bx << 1) > 0xffe0000000000000ull) return x + x;
+        if ((b << 1) == 0) return logk::pole(x, 140);
+        if (b >> 63) return logk::domain(x, 141);
+        if (tx >= 0x7ff0) return x + x;  // +inf
+        // x finite and 1 + x rounded up to infinity: log1p(x) is log(x) to far below an ulp.
+        v = x;
+        e0 = 0;
+        b = bx;
+    }
+    float m = f32(uint32_t(uint32_t((b | 0x3ff0000000000000ull) >> 27) >> 2));
+    uint32_t rw = bits(logk::rcp(m)) + 0x8000;
+    int row = int((rw >> 16) & 0xff);
+    int n = int(b >> 52) - 0x3ff;
+    double w = f64((b & 0x000fffffffffffffull) | 0x3ff0000000000000ull);
+    double R = f64(((uint64_t(rw) << 29) & 0xffffe00000000000ull) + 0x3800000000000000ull);
+    double wh = f64(bits(w) & 0xffffe00000000000ull), wl = w - wh;
+    double r = (wh * R - 1.0) + wl * R;
+    double e1 = (e0 * f64(uint64_t(0x3ff - n) << 52)) * R;
+    double rr = r + e1;
+    double e2 = e1 + (r - rr);
+    const double *tb = logtab::log_neg129_ex[row];
+    double N = 16.0 * n;
+    double Hh = tb[0] + N * f64(0x3fa62e42fefa3800ull);
+    double S = Hh + rr;
+    double Z = ((rr + (Hh - S)) - e2 * rr) + ((N * f64(0x3ceef35793c76730ull) + e2) + tb[1]);
+    double r2 = rr * rr;
+    double P0 = (r2 * r2) * ((f64(0xbfc5555e3d6fb175ull) * rr + f64(0x3fc999999999999aull)) * rr +
+                             f64(0x3fc2492492492492ull) * (r2 * rr));
+    double P1 = r2 * ((f64(0x3fd5555555555555ull) * rr - 0.5) - 0.25 * r2);
+    return S + ((Z + P0) + P1);
+}
+
+TSR_DEFINE(float, __libm_log1pf_e7, (float x)) {
+    uint32_t bx = bits(x);
+    if ((bx & 0x7fffffffu) < 0x33800000u) {  // |x| < 2^-24
+        if ((bx & 0x7fffffffu) < 0x00800000u) force(x * x);
+        return x;
+    }
+    float v = 1.0f + x;
+    uint32_t b = bits(v);
+    double z = 0, xd = x, one = 1.0;
+    if (b - 0x800000u >= 0x7e000000u) {
+        if ((bx << 1) > 0xff000000u) return x + x;
+        if ((b << 1) == 0) return logk::pole(x, 142);
+        if (b >> 31) return logk::domain_div(x, 143);
+        if (bx == 0x7f800000u) return x + x;
+        // 1 + x at or above 2^126 (or rounded up to infinity): scale both by 2^-64.
+        v = x * f32(0x1f800000);
+        xd = v;
+        one = 0x1p-64;
+        z = f64(0x40462e42fefa39efull);
+        b = bits(v);
+    }
+    float R = f32((bits(logk::rcp(v)) + 0x4000) & 0xffff8000u);
+    double Rd = R;
+    double u = xd * Rd + (one * Rd - 1.0);
+    int32_t Ni = int32_t((b - 0x800000u) & 0xff800000u) - 0x3f000000;
+    uint32_t idx = (bits(R) + uint32_t(Ni) - 0x3f000000u) >> 15;
+    double q = f64(0xbfe0000141ffcb10ull) + f64(0x3fd5555555555555ull) * u;
+    return float((((z + u) + logtab::log_f257[idx]) + double(Ni) * f64(0x3e762e42fefa39efull)) + u * u * q);
+}
+#endif
+
+#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
+namespace {
+inline double log1p_fma(double x) {
+    uint64_t bx = bits(x);
+    double v = 1.0 + x;
+    uint64_t b = bits(v);
+    uint32_t h = uint32_t(b >> 32);
+    double e0;
+    if (h - 0x7fd00000u < 0x80400000u || h == 0x3fefffffu || h == 0x3ff00000u) {
+        if ((bx << 1) > 0xffe0000000000000ull) return v;
+        if (h == 0x3fefffffu || h == 0x3ff00000u) {
+            if (((bx >> 52) & 0x7ff) < 0x3bf) {
+                if (((bx >> 52) & 0x7ff) == 0) force(x * x);
+                return x;
+            }
+            double c = __builtin_fma(f64(0x3fd555555555555aull), x, f64(0xbfe0000000000001ull));
+            return __builtin_fma(x * c, x, x);
+        }
+        if (bx == 0x7ff0000000000000ull) return x;
+        if (bx == 0xbff0000000000000ull) return logk::pole(x, 140);
+        if (bx > 0xbff0000000000000ull) return logk::domain(x, 141);
+        // v >= 2^1022 (or 1 + x rounded up to infinity): the 1 no longer matters.
+        v = x;
+        b = bx;
+        e0 = 0;
+    } else {
+        double big = x > 1.0 ? x : 1.0, small = x > 1.0 ? 1.0 : x;
+        e0 = small - (v - big);
+    }
+    uint64_t m = b & 0x000fffffffffffffull;
+    float mf = f32(uint32_t((m | 0x07f0000000000000ull) >> 29));
+    uint32_t vr = (bits(logk::rcp(mf)) + 0x8000) >> 16;
+    double R = f64(uint64_t(vr) << 45);
+    double r = __builtin_fma(f64(m | 0x77f0000000000000ull), R, -1.0);
+    const double *t = logtab::log_neg129_fma[vr & 0xff];
+#if TSR_TIER_L9
+    double n = double(int(b >> 52) - 1023);
+#else
+    double n = avx512::getexp(v);
+#endif
+    // e0 * 2^(896 - n): R carries 2^-896.
+    double e1 = (e0 * f64(0xb7e0000000000000ull - (b & 0x7ff0000000000000ull))) * R;
+    double rr = r + e1;
+    double A = __builtin_fma(f64(0x3fc2494ada7861ffull), r, f64(0xbfc55576d47e8a7aull));
+    double B = __builtin_fma(f64(0x3fc9999999788658ull), r, f64(0xbfcfffffffebf6c8ull));
+    double C = __builtin_fma(f64(0x3fd555555555555aull), r, f64(0xbfe0000000000001ull));
+    double lo = __builtin_fma(n, f64(0xbd48432a1b0e2634ull), e1) + t[1];
+    double H = __builtin_fma(f64(0x3fe62e42fefa4000ull), n, t[0]);
+    double S = H + r;
+    lo += r - (S - H);
+    double s = rr * rr;
+    return S + __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
+}
+}  // namespace
+#endif
+
+#if TSR_TIER_L9
+TSR_DEFINE(double, __libm_log1p_l9, (double x)) { return log1p_fma(x); }
+#endif
+#if TSR_TIER_Z0
+TSR_DEFINE(double, __libm_log1p_z0, (double x)) { return log1p_fma(x); }
+#endif
+#if TSR_TIER_D1
+TSR_DEFINE(double, __libm_log1p_d1, (double x)) { return log1p_fma(x); }
+#endif

@@ -1,0 +1,157 @@
+// What the logarithm bodies share: the reciprocal estimate, the error report, the pole and
+// domain results, and the frame of the no-FMA double tiers of log, log2 and log10.
+#pragma once
+#include <immintrin.h>
+
+#include "elementary/log_data.h"
+#include "tsr/common.h"
+#include "tsr/report.h"
+
+namespace tsr::logk {
+namespace {
+
+// The processor's reciprocal estimate of a float (rcpss).  Its last bits depend on the
+// processor; every caller rounds it to a few bits and takes R and the table row from the
+// same rounded bits, so the reduction stays exact whatever it returns.
+inline float rcp(float x) { return _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(x))); }
+
+// Pole: -1/0 with divide-by-zero.  Domain: 0*inf with invalid.  Each stores its default
+// result and hands it to the error interpreter with the condition's code.
+template <class T>
+inline T pole(T x, int code) {
+    T r = opaque(T(-1)) / opaque(T(0));
+    __libm_error_support(&x, &x, &r, code);
+    return r;
+}
+template <class T>
+inline T domain(T x, int code) {
+    T r = opaque(T(0)) * opaque(T(__builtin_inf()));
+    __libm_error_support(&x, &x, &r, code);
+    return r;
+}
+
+// Domain by 0/0, for the bodies whose default NaN comes from a division.
+template <class T>
+inline T domain_div(T x, int code) {
+    T r = opaque(T(0)) / opaque(T(0));
+    __libm_error_support(&x, &x, &r, code);
+    return r;
+}
+
+#ifdef __AVX2__
+// The FMA tiers' reduction of a positive normal double's mantissa, kept in the vector unit
+// (a round trip through the integer registers would sit on the critical path): the float
+// 1.m, its reciprocal estimate (times c) rounded to 7 bits, v = its top 16 bits, R = v << 45
+// as a double (R carries 2^-896), and the mantissa under exponent field 0x77f.  The row
+// index comes from v in the integer unit, off the path to r.
+struct FmaRed {
+    double R, w;
+    uint32_t v;
+};
+alignas(16) inline constexpr uint64_t kRedMant[2] = {0x000fffffffffffffull, 0};
+alignas(16) inline constexpr uint64_t kRedF[2] = {0x07f0000000000000ull, 0};
+alignas(16) inline constexpr uint64_t kRedW[2] = {0x77f0000000000000ull, 0};
+alignas(16) inline constexpr uint32_t kRedRound[4] = {0x8000, 0, 0, 0};
+template <bool WithC>
+inline FmaRed fma_reduce(double x, float c = 1.0f) {
+    __m128i xb = _mm_castpd_si128(_mm_set_sd(x));
+    __m128i m = _mm_and_si128(xb, _mm_load_si128(reinterpret_cast<const __m128i *>(kRedMant)));
+    __m128i mf = _mm_srli_epi64(_mm_or_si128(m, _mm_load_si128(reinterpret_cast<const __m128i *>(kRedF))), 29);
+    __m128 rc = _mm_rcp_ss(_mm_castsi128_ps(mf));
+    if constexpr (WithC) rc = _mm_mul_ss(rc, _mm_set_ss(c));
+    // the upper lanes are zero from here on: only lane 0 was ever non-zero
+    __m128i vi = _mm_srli_epi32(_mm_add_epi32(_mm_castps_si128(rc),
+                                              _mm_load_si128(reinterpret_cast<const __m128i *>(kRedRound))), 16);
+    __m128i Ri = _mm_slli_epi64(vi, 45);
+    __m128i wi = _mm_or_si128(m, _mm_load_si128(reinterpret_cast<const __m128i *>(kRedW)));
+    return {_mm_cvtsd_f64(_mm_castsi128_pd(Ri)), _mm_cvtsd_f64(_mm_castsi128_pd(wi)),
+            uint32_t(_mm_cvtsi128_si32(vi))};
+}
+#endif
+
+enum class Base { e, two, ten };
+
+// Double log, log2, log10 without fused multiply-add (tiers ex and e7: one algorithm).
+// The mantissa, as a float 1.m, gets the reciprocal estimate (times c, the target of the
+// reduction); rounded to 7 bits it is both the multiplier R and the row of -log R.  Its
+// bits, moved into a double with a tiny exponent field, make w*R near c with w the
+// mantissa under a huge exponent field, so no further scaling is needed; w is split so
+// that both partial products are exact.
+template <Base B>
+inline double frame(double x) {
+    constexpr int pole_code = B == Base::e ? 2 : B == Base::two ? 170 : 8;
+    constexpr int dom_code = pole_code + 1;
+    uint64_t b = bits(x);
+    uint32_t t = uint32_t(b >> 48);
+    int bias = 0x3ff;
+    // log(1) is +0 in every rounding mode (the arithmetic gives -0 rounding downward).
+    if (b == 0x3ff0000000000000ull) return 0.0;
+    if (t - 0x10u >= 0x7fe0u) {
+        if (t >= 0x8000) {
+            if ((b << 1) > 0xffe0000000000000ull) return x + x;
+            if ((b << 1) == 0) return pole(x, pole_code);
+            return domain(x, dom_code);
+        }
+        if (t >= 0x7ff0) return x + x;
+        if (b == 0) return pole(x, pole_code);
+        x *= f64(0x47f0000000000000ull);  // 2^128
+        b = bits(x);
+        bias += 128;
+    }
+    float m = f32(uint32_t(uint32_t((b | 0x3ff0000000000000ull) >> 27) >> 2));
+    float rc = rcp(m);
+    if constexpr (B == Base::two) rc = rc * f32(0x3fb90000);  // 1.4453125
+    if constexpr (B == Base::ten) rc = rc * f32(0x3ede0000);  // 0.43359375
+    uint32_t rw = bits(rc) + 0x8000;
+    int row = int((rw >> 16) & 0xff) - (B == Base::two ? 57 : B == Base::ten ? 94 : 0);
+    double w = f64((b & 0x000fffffffffffffull) | 0x77f0000000000000ull);
+    double rd = f64((uint64_t(rw) << 29) & 0xffffe00000000000ull);
+    constexpr uint64_t cut = B == Base::e ? 0xffffe00000000000ull : 0xfffffffff8000000ull;
+    constexpr double c = B == Base::e ? 1.0 : B == Base::two ? 1.4453125 : 0.43359375;
+    double wh = f64(bits(w) & cut), wl = w - wh;
+    double r = (wh * rd - c) + wl * rd;
+    int n = int(b >> 52) - bias;
+    double a0, a1, b0, b1, c0, c1, H, Z, S, e1, hi, lo;
+    if constexpr (B == Base::e) {
+        hi = logtab::log_neg129_ex[row][0];
+        lo = logtab::log_neg129_ex[row][1];
+        double N = 16.0 * n;
+        H = hi + N * f64(0x3fa62e42fefa3800ull);
+        S = H + r;
+        e1 = r + (H - S);
+        Z = e1 + (N * f64(0x3ceef35793c76730ull) + lo);
+        a0 = f64(0x3fc2492492492492ull), a1 = f64(0xbfd0000000000000ull);
+        b0 = f64(0xbfc5555e3d6fb175ull), b1 = f64(0x3fd5555555555555ull);
+        c0 = f64(0x3fc999999999999aull), c1 = f64(0xbfe0000000000000ull);
+    } else if constexpr (B == Base::two) {
+        hi = logtab::log2_rows_ex[row][0];
+        lo = logtab::log2_rows_ex[row][1];
+        H = hi + double(n);
+        S = H + r;
+        e1 = r + (H - S);
+        // log2(e)/c - 1: the linear term's correction
+        Z = e1 + (lo + f64(0xbf5dabe1161bb241ull) * r);
+        a0 = f64(0x3f9004f2518775e3ull), a1 = f64(0xbfb528db9f95985aull);
+        b0 = f64(0xbf9b030cd737db11ull), b1 = f64(0x3fc4635e486ececcull);
+        c0 = f64(0x3fa76c9bac8349bbull), c1 = f64(0xbfd619b6b3841d2aull);
+    } else {
+        hi = logtab::log10_rows_ex[row][0];
+        lo = logtab::log10_rows_ex[row][1];
+        double N = 16.0 * n;
+        H = hi + N * f64(0x3f934413509f7800ull);
+        S = H + r;
+        e1 = r + (H - S);
+        // log10(e)/c - 1
+        Z = (e1 + f64(0x3f5a7a6cbf2e4108ull) * r) + (N * f64(0x3cdfef311f12b358ull) + lo);
+        a0 = f64(0x40358874c1a5f12eull), a1 = f64(0xc008930964d4ef0dull);
+        b0 = f64(0xc025c917385593b1ull), b1 = f64(0x3ffc6a02dc963467ull);
+        c0 = f64(0x4016ab9f7f9d3aa1ull), c1 = f64(0xbff27af2dc77b115ull);
+    }
+    double r2 = r * r;
+    double P0 = (r2 * r2) * ((b0 * r + c0) * r + a0 * (r2 * r));
+    double P1 = r2 * ((b1 * r + c1) + a1 * r2);
+    return S + ((Z + P0) + P1);
+}
+
+}  // namespace
+}  // namespace tsr::logk

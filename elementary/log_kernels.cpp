@@ -1,0 +1,83 @@
+// The logarithm kernels.  k64: a double-double argument, R from a 65-row table of short
+// reciprocals picked by a shifter, -ln R in a head with 21 low zero bits (so n*ln2_hi + head
+// is exact) and a tail; the result is left as head + tail.  k32: the float-accuracy
+// reduction of logf's ex tier on a double.
+#include "elementary/log_kernels.h"
+
+#include "elementary/log_data.h"
+#include "tsr/common.h"
+
+using namespace tsr;
+
+extern "C" void __libm_log_k64(double hi, double lo, double out[2]) noexcept {
+    uint64_t b = bits(hi);
+    int E = int(b >> 52) & 0x7ff;
+    if (E == 0x7ff) {
+        out[0] = hi + __builtin_inf();
+        out[1] = 0;
+        return;
+    }
+    if ((b << 1) == 0) {
+        out[0] = -__builtin_inf();
+        out[1] = 0;
+        return;
+    }
+    if (b >> 63) {
+        out[0] = out[1] = f64(0xfff8000000000000ull);
+        return;
+    }
+    int n;
+    if (E == 0) {
+        hi *= 0x1p53;
+        lo *= 0x1p53;
+        E = int(bits(hi) >> 52);
+        n = E - 1076;
+    } else {
+        n = E - 1023;
+    }
+    // Both words into hi's binade [1, 2), in two steps so that no factor leaves the range.
+    int k = E - 1023;
+    double s1 = f64(uint64_t(0x3ff - k / 2) << 52), s2 = f64(uint64_t(0x3ff - (k - k / 2)) << 52);
+    hi = hi * s1 * s2;
+    lo = lo * s1 * s2;
+    uint32_t i = uint32_t(bits(f64(0x42d0000000000040ull) + hi)) & 0x7f;  // round((hi - 1)*64)
+    const double *t = logtab::log_k64_rows[i];
+    double R = t[0];
+    double a = (hi + 0x1p21) - 0x1p21;  // hi to 32 bits: a*R is exact
+    double bb = ((hi - a) + lo) * R;
+    double aR1 = a * R - 1.0;
+    double r = aR1 + bb;
+    double dn = double(n);
+    double p = f64(0xbfc000b405a2836dull);
+    p = p * r + f64(0x3fc249c02481059dull);
+    p = p * r + f64(0xbfc555555228b38full);
+    p = p * r + f64(0x3fc9999997b36c81ull);
+    p = p * r + f64(0xbfd0000000000262ull);
+    p = p * r + f64(0x3fd5555555555613ull);
+    p = p * r - 0.5;
+    out[0] = aR1 + (f64(0x3fe62e42fefa3800ull) * dn + t[1]);
+    out[1] = (r * r) * p + (bb + (dn * f64(0x3d2ef35793c76730ull) + t[2]));
+}
+
+extern "C" double __libm_log_k32(double x) noexcept {
+    uint64_t b = bits(x);
+    uint32_t h = uint32_t(b >> 32);
+    if (h - 0x3fefc000u <= 0x3ff01fffu - 0x3fefc000u) {
+        double t = x - 1.0, s = t * t;
+        return (((f64(0xbfc4ea033ecbaf05ull) * s + f64(0xbfd0000131103c07ull)) * s +
+                 (f64(0x3fc999822c96ef82ull) * s + f64(0x3fd555555607defbull)) * t) +
+                f64(0xbfdffffffffe7cd8ull)) * s + t;
+    }
+    int bias = 1023;
+    if (h < 0x00100000u) {  // subnormal: no float caller passes one, but stay correct
+        x *= 0x1p64;
+        b = bits(x);
+        bias += 64;
+    }
+    int n = int(b >> 52) - bias;
+    uint32_t i = uint32_t(b >> 44) & 0xff;
+    double m = f64((b & 0x000fffffffffffffull) | 0x3ff0000000000000ull);
+    double u = double(logtab::log_rcp256_r[i]) * m - 1.0;
+    return n * f64(0x3fe62e42fefa39efull) + logtab::log_rcp256_l[i] +
+           ((f64(0x3fd5555a6890dd10ull) * u + f64(0xbfe00001e7362febull)) * u * u + u);
+}

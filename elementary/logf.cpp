@@ -1,0 +1,187 @@
+// tessera-tiers: ex e7 l9
+// logf, log2f, log10f.  ex: table by mantissa bits (log_rcp256) and a short polynomial, with
+// exact answers for powers of two (log2f) and of ten (log10f).  e7: the reciprocal estimate
+// rounded to 8 bits reduces x exactly in double, its bits index -log R.  l9: the estimate
+// rounded to 9 bits, with log2 R composed from its exponent and a 512-row table, and one
+// fused operation for the reduced argument; special values go to the e7 body.
+#include "elementary/log_common.h"
+
+using namespace tsr;
+using logk::Base;
+
+namespace {
+constexpr double kLn2 = tsr_d(0x3fe62e42fefa39efull);
+constexpr double kLog2e = tsr_d(0x3ff71547652b82feull);
+constexpr double kLog10e = tsr_d(0x3fdbcb7b1526e50eull);
+template <Base B> constexpr int kPole = B == Base::e ? 4 : B == Base::two ? 172 : 10;
+}  // namespace
+
+#if TSR_TIER_EX
+namespace {
+template <Base B>
+inline float logf_ex(float x) {
+    uint32_t b = bits(x);
+    if (b > 0x7f7fffffu) {
+        if ((b << 1) > 0xff000000u) return x * 1.0f;
+        if (b == 0x7f800000u) return x;
+        if ((b << 1) == 0) return logk::pole(x, kPole<B>);
+        return logk::domain(x, kPole<B> + 1);
+    }
+    constexpr uint32_t lo1 = B == Base::e ? 0x3f7c0000u : 0x3f7e0000u;
+    constexpr uint32_t hi1 = B == Base::e ? 0x3f83ffffu : 0x3f80ffffu;
+    if (b - lo1 <= hi1 - lo1) {
+        if (b == 0x3f800000u) return 0.0f;
+        double t = double(x) - 1.0, s = t * t;
+        double r;
+        if constexpr (B == Base::e)
+            r = (((f64(0xbfc4ea033ecbaf05ull) * s + f64(0xbfd0000131103c07ull)) * s +
+                  (f64(0x3fc999822c96ef82ull) * s + f64(0x3fd555555607defbull)) * t) +
+                 f64(0xbfdffffffffe7cd8ull)) * s + t;
+        else if constexpr (B == Base::two)
+            r = ((f64(0x3fd2775b6b01e410ull) * s + f64(0x3fdec709dd3b974dull)) * s + kLog2e) * t +
+                ((f64(0xbfce2c352133b234ull) * s + f64(0xbfd715491d488fd8ull)) * s + f64(0xbfe71547652a6bb8ull)) * s;
+        else
+            r = ((f64(0x3fb63c4e1e626defull) * s + f64(0x3fc287a7640a56cbull)) * s + kLog10e) * t +
+                ((f64(0xbfb22a6fb2e1aee3ull) * s + f64(0xbfbbcb7d2719f314ull)) * s + f64(0xbfcbcb7b152594c6ull)) * s;
+        return float(r);
+    }
+    uint32_t m = b;
+    int n;
+    if (b < 0x00800000u) {
+        if (b == 0) return logk::pole(x, kPole<B>);
+        m = bits(f32(b) * f32(0x4c000000));  // 2^25
+        n = int(m >> 23) - 152;
+    } else {
+        n = int(b >> 23) - 127;
+    }
+    if constexpr (B == Base::two)
+        if ((m & 0x7fffff) == 0) return float(n);
+    if constexpr (B == Base::ten) {
+        // 10^1 .. 10^10 are exact floats: a bit-for-bit match gives k exactly.
+        if (uint32_t(n) <= 34) {
+            const uint32_t *p = logtab::log10f_pow10[(n * 0x5556) >> 16];
+            if (p[0] == b) return f32(p[1]);
+        }
+    }
+    uint32_t i = (m >> 15) & 0xff;
+    double mm = double(f32((m & 0x7fffff) | 0x3f800000u));
+    double u = double(logtab::log_rcp256_r[i]) * mm - 1.0;
+    double L = logtab::log_rcp256_l[i];
+    if constexpr (B == Base::e) {
+        double q = u * u * (f64(0x3fd5555a6890dd10ull) * u + f64(0xbfe00001e7362febull));
+        return float((n * kLn2 + L) + (q + u));
+    } else if constexpr (B == Base::two) {
+        double q = u * u * (f64(0x3fdec7112e9f7aabull) * u + f64(0xbfe7154a24115d08ull));
+        return float(n + ((u + L) * kLog2e + q));
+    } else {
+        double q = u * u * (f64(0x3fc287abcbef04d1ull) * u + f64(0xbfcbcb7e6386795full));
+        return float(n * f64(0x3fd34413509f79ffull) + ((u + L) * kLog10e + q));
+    }
+}
+}  // namespace
+TSR_DEFINE(float, __libm_logf_ex, (float x)) { return logf_ex<Base::e>(x); }
+TSR_DEFINE(float, __libm_log2f_ex, (float x)) { return logf_ex<Base::two>(x); }
+TSR_DEFINE(float, __libm_log10f_ex, (float x)) { return logf_ex<Base::ten>(x); }
+#endif
+
+#if TSR_TIER_E7
+namespace {
+template <Base B>
+inline float logf_e7(float x) {
+    uint32_t b = bits(x);
+    double z = 0, zn = 0;
+    if (b == 0x3f800000u) return 0.0f;  // +0 in every rounding mode
+    // Out of range: specials leave; a subnormal or a value at or above 2^126 (whose
+    // reciprocal would be subnormal) is scaled by 2^+-64 once, with z compensating.
+    if (b - 0x800000u >= 0x7e000000u) {
+        if (b >> 31) {
+            if ((b << 1) > 0xff000000u) return x + x;
+            if ((b << 1) == 0) return logk::pole(x, kPole<B>);
+            return logk::domain_div(x, kPole<B> + 1);
+        }
+        if (b >= 0x7f800000u) return x + x;
+        if (b == 0) return logk::pole(x, kPole<B>);
+        if (b < 0x800000u) {
+            x *= f32(0x5f800000);  // 2^64
+            z = f64(0xc0462e42fefa39efull);
+            zn = -64;
+        } else {
+            x *= f32(0x1f800000);  // 2^-64
+            z = f64(0x40462e42fefa39efull);
+            zn = 64;
+        }
+        b = bits(x);
+    }
+    float R = f32((bits(logk::rcp(x)) + 0x4000) & 0xffff8000u);
+    double u = double(x) * double(R) - 1.0;
+    int32_t Ni = int32_t((b - 0x800000u) & 0xff800000u) - 0x3f000000;
+    double N = double(Ni);
+    uint32_t idx = (bits(R) + uint32_t(Ni) - 0x3f000000u) >> 15;
+    double q = f64(0xbfe0000141ffcb10ull) + f64(0x3fd5555555555555ull) * u;
+    double res;
+    if constexpr (B == Base::e)
+        res = (((z + u) + logtab::log_f257[idx]) + N * f64(0x3e762e42fefa39efull)) + u * u * q;
+    else if constexpr (B == Base::two)
+        // The scaling by 2^+-64 is given back as the integer it is in base 2.
+        res = (u * kLog2e + ((double(Ni >> 23) + zn) + logtab::log2_f257[idx])) + u * u * q * kLog2e;
+    else
+        res = ((z + u) * kLog10e + (N * f64(0x3e634413509f79ffull) + logtab::log10_f257[idx])) + u * u * q * kLog10e;
+    return float(res);
+}
+}  // namespace
+TSR_DEFINE(float, __libm_logf_e7, (float x)) { return logf_e7<Base::e>(x); }
+TSR_DEFINE(float, __libm_log2f_e7, (float x)) { return logf_e7<Base::two>(x); }
+TSR_DEFINE(float, __libm_log10f_e7, (float x)) { return logf_e7<Base::ten>(x); }
+#endif
+
+#if TSR_TIER_L9
+namespace {
+alignas(16) constexpr uint64_t kTopF[2] = {0xf000000000000000ull, 0};
+alignas(16) constexpr uint32_t kRound9[4] = {0x2000, 0, 0, 0};
+alignas(16) constexpr uint32_t kMask9[4] = {0xffffc000u, 0, 0, 0};
+template <Base B>
+inline float logf_l9(float x) {
+    uint32_t b = bits(x);
+    int32_t gadd = 0;
+    if (b == 0x3f800000u) return 0.0f;  // +0 in every rounding mode
+    if (b + 0x81800000u < 0x82000000u) {
+        if (b - 1u >= 0x7fffffu) {
+            if constexpr (B == Base::e) return __libm_logf_e7_local(x);
+            else if constexpr (B == Base::two) return __libm_log2f_e7_local(x);
+            else return __libm_log10f_e7_local(x);
+        }
+        x *= f32(0x4f800000);  // 2^32, given back through the exponent of R
+        b = bits(x);
+        gadd = 32 << 9;
+    }
+    // W: the mantissa under a huge negative exponent; Rd: the rounded estimate under a tiny
+    // one, so that -(W*Rd) is x*R and one fused operation gives u = x*R - 1 exactly.
+    // Both formed in the vector unit, off the integer registers.
+    __m128i xi = _mm_castps_si128(_mm_set_ss(x));
+    double W = _mm_cvtsd_f64(_mm_castsi128_pd(
+        _mm_or_si128(_mm_slli_epi64(xi, 29), _mm_load_si128(reinterpret_cast<const __m128i *>(kTopF)))));
+    __m128i Rv = _mm_and_si128(_mm_add_epi32(_mm_castps_si128(_mm_rcp_ss(_mm_castsi128_ps(xi))),
+                                             _mm_load_si128(reinterpret_cast<const __m128i *>(kRound9))),
+                               _mm_load_si128(reinterpret_cast<const __m128i *>(kMask9)));
+    double Rd = _mm_cvtsd_f64(_mm_castsi128_pd(_mm_slli_epi64(Rv, 29)));
+    double u = __builtin_fma(-W, Rd, -1.0);
+    int32_t g = (_mm_cvtsi128_si32(Rv) >> 14) + gadd;
+    double L2 = double(g >> 9) + logtab::log_l2f512[g & 0x1ff];  // log2 R
+    double res;
+    if constexpr (B == Base::two) {
+        double q = __builtin_fma(f64(0x3fdec70e30381c88ull), u, f64(0xbfe715498f2a8070ull));
+        double Y = __builtin_fma(u, kLog2e, -L2);
+        res = __builtin_fma(q, u * u, Y);
+    } else {
+        double q = __builtin_fma(f64(0x3fd555585555d331ull), u, f64(0xbfe00001800034a7ull));
+        double Y = __builtin_fma(L2, -kLn2, u);
+        res = __builtin_fma(q, u * u, Y);
+        if constexpr (B == Base::ten) res = res * kLog10e;
+    }
+    return float(res);
+}
+}  // namespace
+TSR_DEFINE(float, __libm_logf_l9, (float x)) { return logf_l9<Base::e>(x); }
+TSR_DEFINE(float, __libm_log2f_l9, (float x)) { return logf_l9<Base::two>(x); }
+TSR_DEFINE(float, __libm_log10f_l9, (float x)) { return logf_l9<Base::ten>(x); }
+#endif
