@@ -328,8 +328,9 @@ __attribute__((noinline, cold)) float exp2f_fma_directed(float x) {
 #endif
 
 inline float exp2f_fma(float x) {
-    uint32_t b = bits(x) & 0x7fffffff;
-    if (__builtin_expect(b - 0x32800000u >= 0x42fc0000u - 0x32800000u, 0)) return exp2f_fma_edge(x);
+    // |x| in [0x32800000, 0x42fc0000) as bits, the sign shifted out: one lea and one compare.
+    if (__builtin_expect(bits(x) * 2u - 0x65000000u >= 0x85f80000u - 0x65000000u, 0))
+        return exp2f_fma_edge(x);
 #if TSR_TIER_Z0
     float s = avx512::add_rn(x, kSpf);
     float r = avx512::reduce_rn<5>(x);
