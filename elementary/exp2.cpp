@@ -252,15 +252,15 @@ __attribute__((noinline, cold)) double exp2_fma_edge(double x) {
     return __libm_exp2_e7_local(x);
 }
 
-// From the shifter sum and r to the value P with Tb; the result is fma(P, Tb, Tb).
-inline double exp2_fma_poly(double s, double r, double &Tb) {
+// From the shifter sum, r and r^2 to the value P with Tb; the result is fma(P, Tb, Tb).
+inline double exp2_fma_poly(double s, double r, double r2, double &Tb) {
     uint64_t sb = bits(s);
     const MT &row = frac64r[sb & 63];
     Tb = f64(((sb >> 6) << 52) | row.m);
     double P = __builtin_fma(D(0x3f55d881e7541815), r, D(0x3f83b2ad5447fdff));
     P = __builtin_fma(P, r, D(0x3fac6b08d7047ac4));
     double Q = __builtin_fma(D(0x3fcebfbdff829821), r, D(0x3fe62e42fefa39ef));
-    P = __builtin_fma(P, r * r, Q);
+    P = __builtin_fma(P, r2, Q);
     return __builtin_fma(P, r, row.t);
 }
 
@@ -274,7 +274,7 @@ __attribute__((noinline, cold)) double exp2_fma_directed(double x) {
     r = avx512::reduce_rn<6>(x);
 #endif
     double Tb;
-    double P = g.finish(exp2_fma_poly(s, r, Tb));
+    double P = g.finish(exp2_fma_poly(s, r, r * r, Tb));
     return __builtin_fma(P, Tb, Tb);
 }
 #endif
@@ -288,13 +288,13 @@ inline double exp2_fma(double x) {
 #else
     double s = x + kSp2;
     double r = x - (s + kSpNeg2);
-    if (__builtin_expect(!rn_or_exact(r * 0x1p-60), 0)) return exp2_fma_directed(x);
+    if (__builtin_expect(!rn_or_exact_sq(r * r), 0)) return exp2_fma_directed(x);
 #if TSR_TIER_D1
     r = avx512::reduce_rn<6>(x);
 #endif
 #endif
     double Tb;
-    double P = exp2_fma_poly(s, r, Tb);
+    double P = exp2_fma_poly(s, r, r * r, Tb);
     return __builtin_fma(P, Tb, Tb);
 }
 
@@ -307,12 +307,17 @@ __attribute__((noinline, cold)) float exp2f_fma_edge(float x) {
     return __libm_exp2f_e7_local(x);
 }
 
-inline float exp2f_fma_poly(float s, float r, float &Tb) {
+inline float exp2f_fma_poly(float s, float r, float r2, float &Tb) {
     uint32_t sb = bits(s);
     uint32_t j = sb & 31;
     Tb = f32(((sb >> 5) << 23) | f32_head[j]);
-    float q = __builtin_fmaf(__builtin_fmaf(F(0x3d6358ca), r, F(0x3e75fe8e)), r, F(0x3f317218));
-    return __builtin_fmaf(q, r, f32_tail[j]);
+    // The polynomial tail + c1·r + c2·r^2 + c3·r^3 summed from its small end: the higher
+    // terms and the tail (below 2^-13) first, so that their roundings are negligible, and
+    // the linear term last, so that the sum is rounded once at the scale of r·ln 2 rather
+    // than twice (as Horner's order would, once in c1 + r·(...) and once in adding the tail).
+    float hi = __builtin_fmaf(F(0x3d6358ca), r, F(0x3e75fe8e));
+    float lo = __builtin_fmaf(hi, r2, f32_tail[j]);
+    return __builtin_fmaf(F(0x3f317218), r, lo);
 }
 
 #if !TSR_TIER_Z0
@@ -322,7 +327,7 @@ __attribute__((noinline, cold)) float exp2f_fma_directed(float x) {
     float s = x + kSpf;
     float r = x - (s + kSpNegf);
     float Tb;
-    float q = g.finish(exp2f_fma_poly(s, r, Tb));
+    float q = g.finish(exp2f_fma_poly(s, r, r * r, Tb));
     return __builtin_fmaf(q, Tb, Tb);
 }
 #endif
@@ -337,10 +342,10 @@ inline float exp2f_fma(float x) {
 #else
     float s = x + kSpf;
     float r = x - (s + kSpNegf);
-    if (__builtin_expect(!rn_or_exact(r * 0x1p-30f), 0)) return exp2f_fma_directed(x);
+    if (__builtin_expect(!rn_or_exact_sq(r * r), 0)) return exp2f_fma_directed(x);
 #endif
     float Tb;
-    float q = exp2f_fma_poly(s, r, Tb);
+    float q = exp2f_fma_poly(s, r, r * r, Tb);
     return __builtin_fmaf(q, Tb, Tb);
 }
 #endif

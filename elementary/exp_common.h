@@ -81,21 +81,16 @@ inline bool rn_probe() {
     return !(one + 0x1p-60 > one - 0x1p-60);
 }
 
-// The probe on the core's own reduced argument, for the cores' usual path: t is r scaled by a
-// power of two (exactly), so small that 1 + t and 1 - t are both 1 in round-to-nearest and
-// only there.  With r = 0 (an exact shifter step, so an exact or correctly rounded result in
-// any mode) the probe raises nothing and passes; otherwise the result is inexact anyway.
-// One branch, taken only in a directed mode, so that the usual path stays straight.
-// With t's magnitude the first is never below the second, and above it in a directed mode:
-// one ordered compare, one branch.
-inline bool rn_or_exact(double t) {
-    t = __builtin_fabs(t);
-    return !(1.0 + t > 1.0 - t);
-}
-inline bool rn_or_exact(float t) {
-    t = __builtin_fabsf(t);
-    return !(1.0f + t > 1.0f - t);
-}
+// The probe on the core's own reduced argument, for the usual path of the 2^x cores: t = r^2,
+// which the polynomial needs anyway.  C + t and C - t (C a power of two so large that t is
+// below half its ulp on either side while the caller's mode is round-to-nearest, where
+// |r| <= 1/64) are both C there; in every other mode the first is above the second.  With
+// r = 0 (an exact shifter step, so an exact or correctly rounded result in any mode) the
+// probe raises nothing and passes; otherwise the result is inexact anyway.  r^2 never
+// underflows here (|r| >= 2^-107, or 2^-49 in single precision).  One ordered compare, one
+// branch, taken only in a directed mode.
+inline bool rn_or_exact_sq(double t) { return !(0x1p44 + t > 0x1p44 - t); }
+inline bool rn_or_exact_sq(float t) { return !(0x1p20f + t > 0x1p20f - t); }
 
 // The same guard for cores whose result is inexact anyway (e^x, 10^x of a non-zero
 // argument): the mode is told by arithmetic instead of a read of the control word, which
