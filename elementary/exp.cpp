@@ -209,8 +209,9 @@ TSR_DEFINE(float, __libm_expf_l9, (float x)) {
     if (__builtin_expect(!rn_probe(), 0)) return expf_fma_directed(x);
     // T stays in the vector unit: the exponent field from s by two shifts beside the row's
     // load, rather than a round trip of the sum through the integer registers.
-    __m128i sv = _mm_castpd_si128(_mm_set_sd(s));
-    __m128i ev = _mm_slli_epi64(_mm_srli_epi64(sv, 5), 52);
+    __m128i sv;  // s >> 5 straight from s's register (the upper lane is never used)
+    asm("vpsrlq $5, %1, %0" : "=x"(sv) : "x"(s));
+    __m128i ev = _mm_slli_epi64(sv, 52);
     __m128i tv = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(&d32[uint32_t(bits(s)) & 31]));
     double T = _mm_cvtsd_f64(_mm_castsi128_pd(_mm_add_epi64(tv, ev)));
     double q = __builtin_fma(__builtin_fma(D(0x3fc55561a20a7574), r, D(0x3fe0000a3fec6dc4)), r,
