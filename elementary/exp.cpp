@@ -12,6 +12,9 @@
 // Single, tiers ex and e7: double arithmetic, N = 256, a degree-2 polynomial, rounded to
 // float once.  Tier l9: N = 32, degree 3 with fused multiply-adds.
 #include "elementary/exp_common.h"
+#if TSR_TIER_L9
+#include <immintrin.h>
+#endif
 #if TSR_TIER_Z0 || TSR_TIER_D1
 #include "tsr/avx512.h"
 #endif
@@ -174,7 +177,7 @@ inline double expf_fma_core(float x) {
     double kf = s - S;
     double r = __builtin_fma(kf, D(0xbf962e42fefa39ef), u);
     uint64_t sb = bits(s);
-    double T = f64(bits(d32[sb & 31]) + ((sb << 47) & 0xfff0000000000000ull));
+    double T = f64(bits(d32[sb & 31]) + ((sb >> 5) << 52));
     double q = __builtin_fma(__builtin_fma(D(0x3fc55561a20a7574), r, D(0x3fe0000a3fec6dc4)), r,
                              D(0x3feffffffff81eec));
     return __builtin_fma(r * T, q, T);
@@ -184,15 +187,35 @@ __attribute__((noinline, cold)) float expf_fma_directed(float x) {
     x = opaque(x);
     return float(g.finish(expf_fma_core(x)));
 }
+// Outside the core's band: below it x + 1, above it the e7 body (extremes, specials).
+__attribute__((noinline, cold)) float expf_fma_edge(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b < 0x31800000) return x + 1.0f;
+    return __libm_expf_e7_local(x);
+}
 }  // namespace
 
+// One unsigned compare for the band, the core written out straight, and one test of the
+// mode by arithmetic independent of x: both leave the usual path without a taken branch.
 TSR_DEFINE(float, __libm_expf_l9, (float x)) {
-    uint32_t b = bits(x) & 0x7fffffff;
-    if (b - 0x31800000u >= 0x42ad496bu - 0x31800000u) {
-        if (b < 0x31800000) return x + 1.0f;
-        return __libm_expf_e7_local(x);
-    }
-    if (!rn_probe()) return expf_fma_directed(x);
-    return float(expf_fma_core(x));
+    // |x| in [0x31800000, 0x42ad496b) as bits, the sign shifted out: one lea and one compare.
+    if (__builtin_expect(bits(x) * 2u - 0x63000000u >= 0x855a92d6u - 0x63000000u, 0))
+        return expf_fma_edge(x);
+    const double S = 0x1.8p52;
+    double u = x;
+    double s = __builtin_fma(u, D(0x40471547652b82fe), S);
+    double kf = s - S;
+    double r = __builtin_fma(kf, D(0xbf962e42fefa39ef), u);
+    if (__builtin_expect(!rn_probe(), 0)) return expf_fma_directed(x);
+    // T stays in the vector unit: the exponent field from s by two shifts beside the row's
+    // load, rather than a round trip of the sum through the integer registers.
+    __m128i sv;  // s >> 5 straight from s's register (the upper lane is never used)
+    asm("vpsrlq $5, %1, %0" : "=x"(sv) : "x"(s));
+    __m128i ev = _mm_slli_epi64(sv, 52);
+    __m128i tv = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(&d32[uint32_t(bits(s)) & 31]));
+    double T = _mm_cvtsd_f64(_mm_castsi128_pd(_mm_add_epi64(tv, ev)));
+    double q = __builtin_fma(__builtin_fma(D(0x3fc55561a20a7574), r, D(0x3fe0000a3fec6dc4)), r,
+                             D(0x3feffffffff81eec));
+    return float(__builtin_fma(r * T, q, T));
 }
 #endif

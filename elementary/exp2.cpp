@@ -239,71 +239,113 @@ inline float exp2f_e7(float x) {
 
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 // N = 64 with fused multiply-adds: s carries round(64x) + 1023·64 in its low bits.
+//
+// The usual path is straight: one unsigned compare for the band, the shifter step in the
+// caller's mode, and (l9, d1) one test of the mode on r.  When r is zero the step was exact
+// in every mode (x a multiple of 1/64) and the core goes on in the caller's mode, so exact
+// powers raise nothing; otherwise a directed caller's mode takes the cold path, which runs
+// the core in round-to-nearest and only the last step in the caller's mode.
+constexpr double kSp2 = D(0x42d800000000ffc0), kSpNeg2 = D(0xc2d800000000ffc0);
+
+__attribute__((noinline, cold)) double exp2_fma_edge(double x) {
+    if ((hi(x) & 0x7fffffff) < 0x3c800000) return x + 1.0;
+    return __libm_exp2_e7_local(x);
+}
+
+// From the shifter sum, r and r^2 to the value P with Tb; the result is fma(P, Tb, Tb).
+inline double exp2_fma_poly(double s, double r, double r2, double &Tb) {
+    uint64_t sb = bits(s);
+    const MT &row = frac64r[sb & 63];
+    Tb = f64(((sb >> 6) << 52) | row.m);
+    double P = __builtin_fma(D(0x3f55d881e7541815), r, D(0x3f83b2ad5447fdff));
+    P = __builtin_fma(P, r, D(0x3fac6b08d7047ac4));
+    double Q = __builtin_fma(D(0x3fcebfbdff829821), r, D(0x3fe62e42fefa39ef));
+    P = __builtin_fma(P, r2, Q);
+    return __builtin_fma(P, r, row.t);
+}
+
+#if !TSR_TIER_Z0
+__attribute__((noinline, cold)) double exp2_fma_directed(double x) {
+    RnGuard g;
+    x = opaque(x);
+    double s = x + kSp2;
+    double r = x - (s + kSpNeg2);
+#if TSR_TIER_D1
+    r = avx512::reduce_rn<6>(x);
+#endif
+    double Tb;
+    double P = g.finish(exp2_fma_poly(s, r, r * r, Tb));
+    return __builtin_fma(P, Tb, Tb);
+}
+#endif
+
 inline double exp2_fma(double x) {
     uint32_t H = hi(x) & 0x7fffffff;
-    if (H - 0x3c800000u >= 0x408ff000u - 0x3c800000u) {
-        if (H < 0x3c800000) return x + 1.0;
-        return __libm_exp2_e7_local(x);
-    }
-    const double Sp = D(0x42d800000000ffc0);
+    if (__builtin_expect(H - 0x3c800000u >= 0x408ff000u - 0x3c800000u, 0)) return exp2_fma_edge(x);
 #if TSR_TIER_Z0
-    double s = avx512::add_rn(x, Sp);
+    double s = avx512::add_rn(x, kSp2);
     double r = avx512::reduce_rn<6>(x);
 #else
-    // The shifter step in the caller's mode first: when it was exact, so is every mode's.
-    RnGuardLazy g;
-    double s = opaque(x + Sp);
-    double r = x - (s + D(0xc2d800000000ffc0));
-    if (r != 0.0 && g.engage()) {  // x goes through opaque: the sum must be formed again
-        s = opaque(opaque(x) + Sp);
-        r = x - (s + D(0xc2d800000000ffc0));
-    }
+    double s = x + kSp2;
+    double r = x - (s + kSpNeg2);
+    if (__builtin_expect(!rn_or_exact_sq(r * r), 0)) return exp2_fma_directed(x);
 #if TSR_TIER_D1
     r = avx512::reduce_rn<6>(x);
 #endif
 #endif
-    uint64_t sb = bits(s);
-    const MT &row = frac64r[sb & 63];
-    double Tb = f64(((sb << 46) & 0xfff0000000000000ull) | row.m);
-    double P = __builtin_fma(D(0x3f55d881e7541815), r, D(0x3f83b2ad5447fdff));
-    P = __builtin_fma(P, r, D(0x3fac6b08d7047ac4));
-    double Q = __builtin_fma(D(0x3fcebfbdff829821), r, D(0x3fe62e42fefa39ef));
-    P = __builtin_fma(P, r * r, Q);
-    P = __builtin_fma(P, r, row.t);
-#if !TSR_TIER_Z0
-    P = g.finish(P);
-#endif
+    double Tb;
+    double P = exp2_fma_poly(s, r, r * r, Tb);
     return __builtin_fma(P, Tb, Tb);
 }
 
-// Single precision throughout, N = 32: s carries round(32x) + 127·32 in its low bits.
-inline float exp2f_fma(float x) {
-    uint32_t b = bits(x) & 0x7fffffff;
-    if (b - 0x32800000u >= 0x42fc0000u - 0x32800000u) {
-        if (b <= 0x327fffff) return x + 1.0f;
-        return __libm_exp2f_e7_local(x);
-    }
-    const float Sf = F(0x48c00fe0);
-#if TSR_TIER_Z0
-    float s = avx512::add_rn(x, Sf);
-    float r = avx512::reduce_rn<5>(x);
-#else
-    RnGuardLazy g;
-    float s = opaque(x + Sf);
-    float r = x - (s + F(0xc8c00fe0));
-    if (r != 0.0f && g.engage()) {
-        s = opaque(opaque(x) + Sf);
-        r = x - (s + F(0xc8c00fe0));
-    }
-#endif
+// Single precision throughout, N = 32: s carries round(32x) + 127·32 in its low bits.  The
+// same layout as above.
+constexpr float kSpf = F(0x48c00fe0), kSpNegf = F(0xc8c00fe0);
+
+__attribute__((noinline, cold)) float exp2f_fma_edge(float x) {
+    if ((bits(x) & 0x7fffffff) <= 0x327fffff) return x + 1.0f;
+    return __libm_exp2f_e7_local(x);
+}
+
+inline float exp2f_fma_poly(float s, float r, float r2, float &Tb) {
     uint32_t sb = bits(s);
     uint32_t j = sb & 31;
-    float Tb = f32(((sb << 18) & 0xff800000u) | f32_head[j]);
-    float q = __builtin_fmaf(__builtin_fmaf(F(0x3d6358ca), r, F(0x3e75fe8e)), r, F(0x3f317218));
-    q = __builtin_fmaf(q, r, f32_tail[j]);
+    Tb = f32(((sb >> 5) << 23) | f32_head[j]);
+    // The polynomial tail + c1·r + c2·r^2 + c3·r^3 summed from its small end: the higher
+    // terms and the tail (below 2^-13) first, so that their roundings are negligible, and
+    // the linear term last, so that the sum is rounded once at the scale of r·ln 2 rather
+    // than twice (as Horner's order would, once in c1 + r·(...) and once in adding the tail).
+    float hi = __builtin_fmaf(F(0x3d6358ca), r, F(0x3e75fe8e));
+    float lo = __builtin_fmaf(hi, r2, f32_tail[j]);
+    return __builtin_fmaf(F(0x3f317218), r, lo);
+}
+
 #if !TSR_TIER_Z0
-    q = g.finish(q);
+__attribute__((noinline, cold)) float exp2f_fma_directed(float x) {
+    RnGuard g;
+    x = opaque(x);
+    float s = x + kSpf;
+    float r = x - (s + kSpNegf);
+    float Tb;
+    float q = g.finish(exp2f_fma_poly(s, r, r * r, Tb));
+    return __builtin_fmaf(q, Tb, Tb);
+}
 #endif
+
+inline float exp2f_fma(float x) {
+    // |x| in [0x32800000, 0x42fc0000) as bits, the sign shifted out: one lea and one compare.
+    if (__builtin_expect(bits(x) * 2u - 0x65000000u >= 0x85f80000u - 0x65000000u, 0))
+        return exp2f_fma_edge(x);
+#if TSR_TIER_Z0
+    float s = avx512::add_rn(x, kSpf);
+    float r = avx512::reduce_rn<5>(x);
+#else
+    float s = x + kSpf;
+    float r = x - (s + kSpNegf);
+    if (__builtin_expect(!rn_or_exact_sq(r * r), 0)) return exp2f_fma_directed(x);
+#endif
+    float Tb;
+    float q = exp2f_fma_poly(s, r, r * r, Tb);
     return __builtin_fmaf(q, Tb, Tb);
 }
 #endif

@@ -72,9 +72,25 @@ struct RnGuardLazy {
     ~RnGuardLazy() { restore(); }
 };
 
-// True in round-to-nearest: 1 + 2^-60 and 1 - 2^-60 both round to 1 only there.  For
-// cores whose result is inexact anyway, so that the probe's inexact flag changes nothing.
-inline bool rn_probe() { return opaque(1.0) + 0x1p-60 == opaque(1.0) - 0x1p-60; }
+// True in round-to-nearest: 1 + 2^-60 and 1 - 2^-60 both round to 1 only there; every
+// other mode leaves the first above the second (upward moves the first, downward and toward
+// zero the second), so one ordered compare and one branch tell them apart.  For cores whose
+// result is inexact anyway, so that the probe's inexact flag changes nothing.
+inline bool rn_probe() {
+    double one = opaque(1.0);
+    return !(one + 0x1p-60 > one - 0x1p-60);
+}
+
+// The probe on the core's own reduced argument, for the usual path of the 2^x cores: t = r^2,
+// which the polynomial needs anyway.  C + t and C - t (C a power of two so large that t is
+// below half its ulp on either side while the caller's mode is round-to-nearest, where
+// |r| <= 1/64) are both C there; in every other mode the first is above the second.  With
+// r = 0 (an exact shifter step, so an exact or correctly rounded result in any mode) the
+// probe raises nothing and passes; otherwise the result is inexact anyway.  r^2 never
+// underflows here (|r| >= 2^-107, or 2^-49 in single precision).  One ordered compare, one
+// branch, taken only in a directed mode.
+inline bool rn_or_exact_sq(double t) { return !(0x1p44 + t > 0x1p44 - t); }
+inline bool rn_or_exact_sq(float t) { return !(0x1p20f + t > 0x1p20f - t); }
 
 // The same guard for cores whose result is inexact anyway (e^x, 10^x of a non-zero
 // argument): the mode is told by arithmetic instead of a read of the control word, which

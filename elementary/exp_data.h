@@ -4,6 +4,9 @@
 #pragma once
 #include <cstdint>
 
+// Hidden, so that every reference is a direct pc-relative address (no load of the address
+// from the global offset table on the fast paths).
+#pragma GCC visibility push(hidden)
 namespace tsr::expd {
 
 struct MT {        // a power of two as mantissa bits and a tail
@@ -27,3 +30,4 @@ extern const double pow10[23];
 extern const float pow10f[11];
 
 }  // namespace tsr::expd
+#pragma GCC visibility pop
