@@ -82,8 +82,10 @@ inline FmaRed fma_reduce(double x, float c = 1.0f) {
             uint32_t(_mm_cvtsi128_si32(vi))};
 }
 
-// The (hi, lo) row of a 129-row table for the rounded estimate's top bits v, as one
-// 16-byte load (hi in lane 0, lo in lane 1).  v runs over one contiguous stretch,
+// The (hi, lo) row of a 129-row table for the rounded estimate's top bits v, as two loads
+// addressed base + offset (written out: the compiler would otherwise add the offset into
+// the base first, one more step before the loads; the tables are constant, so the loads
+// need no ordering against stores).  v runs over one contiguous stretch,
 // v0 .. v0 + 128 (the estimate's error keeps the rounded value inside it), where the row
 // number v & 0xff, or (v + k) & 0xff, equals v - v0: the subtraction folds into the base,
 // leaving one shift between the move out of the vector unit and the load.
@@ -93,8 +95,11 @@ struct Row {
 inline Row row16(const double *table, uint32_t v, uint32_t v0) {
     uintptr_t base = reinterpret_cast<uintptr_t>(table) - uintptr_t(v0) * 16;
     asm("" : "+r"(base));  // keep the displacement in the base, not in the index
-    __m128d row = _mm_loadu_pd(reinterpret_cast<const double *>(base + uintptr_t(v) * 16));
-    return {_mm_cvtsd_f64(row), _mm_cvtsd_f64(_mm_unpackhi_pd(row, row))};
+    uintptr_t off = uintptr_t(v) * 16;
+    double hi, lo;
+    asm("vmovsd (%1,%2), %0" : "=x"(hi) : "r"(base), "r"(off) : );
+    asm("vmovsd 8(%1,%2), %0" : "=x"(lo) : "r"(base), "r"(off) : );
+    return {hi, lo};
 }
 #endif
 
