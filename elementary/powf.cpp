@@ -109,36 +109,89 @@ TSR_ALIAS(float, __libm_powf_e7, (float x, float y), __libm_powf_ex)
 #endif  // TSR_TIER_EX
 
 #if TSR_TIER_L9
+#include <immintrin.h>
+namespace {
+// The head works on the vector register x arrives in: the float viewed as the low lane of
+// a vector, the other lanes left as they are (nothing reads them; the masks below clear
+// them where it matters), so that x makes no round trip through the general registers on
+// the way to the reciprocal estimate.
+inline __m128 lane_ps(float v) {
+    __m128 r;
+    __asm__("" : "=x"(r) : "0"(v));
+    return r;
+}
+alignas(16) constexpr uint32_t kMantMask[4] = {0x7fffff, 0, 0, 0};
+alignas(16) constexpr uint32_t kMantExp[4] = {0x3b800000, 0, 0, 0};   // 2^-8
+// The float's rounding constant 0x8000 and its kept bits 0xffff0000, moved up 29 places,
+// with the exponent rebias (1023 - 127) << 52.
+alignas(16) constexpr uint64_t kRcpRound[2] = {(0x8000ull << 29) + (896ull << 52), 0};
+alignas(16) constexpr uint64_t kRcpKeep[2] = {0xffffe00000000000ull, 0};
+constexpr uint64_t kShiftBits = 0x42e8000000000000ull;
+
+// Everything that leaves the usual path goes to the e7 body; kept apart so that the usual
+// path carries no spill or register shuffle for it.
+__attribute__((cold, noinline)) float powf_l9_other(float x, float y) {
+    return __libm_powf_e7_local(x, y);
+}
+}  // namespace
+
 TSR_DEFINE(float, __libm_powf_l9, (float x, float y)) {
     uint32_t ux = bits(x), uy = bits(y);
-    // x positive, normal and finite, y finite; else the e7 body.
-    if (ux - 0x800000u >= 0x7f000000u || (uy & 0x7fffffff) >= 0x7f800000u)
-        return __libm_powf_e7_local(x, y);
-    // m' = 1.f * 2^-8; R = its reciprocal estimate rounded to 8 significant bits, the
-    // rounding done in the vector unit so that the value never leaves it.
-    __m128 mv = _mm_castsi128_ps(_mm_cvtsi32_si128(int((ux & 0x7fffff) | 0x3b800000u)));
-    __m128i rv = _mm_and_si128(_mm_add_epi32(_mm_castps_si128(_mm_rcp_ss(mv)), _mm_set1_epi32(0x8000)),
-                               _mm_set1_epi32(int(0xffff0000u)));
-    uint32_t Rb = uint32_t(_mm_cvtsi128_si32(rv));
-    double u = double(__builtin_fmaf(_mm_cvtss_f32(_mm_castsi128_ps(rv)), _mm_cvtss_f32(mv), -1.0f));  // exact
-    double H = double(ux >> 23) + f64(tab::powf_l9_log[(Rb >> 16) & 0xff]);
+    // x positive, normal and finite, y finite (2 uy below the pattern of 2 inf); else the
+    // e7 body.
+    if (__builtin_expect(ux - 0x800000u >= 0x7f000000u, 0) || __builtin_expect(uy * 2u >= 0xff000000u, 0))
+        return powf_l9_other(x, y);
+    // m' = 1.f * 2^-8; R = its reciprocal estimate rounded to 8 significant bits.  The
+    // rcp leaves lanes 1-3 of m' (zeros) above R, so the 64-bit lane holds R's pattern; it is
+    // moved up into a double's fields and rounded there (the carry of the rounding runs into
+    // the exponent exactly as in the float), and the exponent rebiased, so that R reaches the
+    // product as a double with no conversion on its path (m' is converted beside the
+    // estimate, where it costs no time).
+    __m128 xv = lane_ps(x);
+    __m128 mv = _mm_or_ps(_mm_and_ps(xv, _mm_load_ps(reinterpret_cast<const float*>(kMantMask))),
+                          _mm_load_ps(reinterpret_cast<const float*>(kMantExp)));
+    __m128i rcp = _mm_castps_si128(_mm_rcp_ss(mv));
+    __m128i rd = _mm_and_si128(_mm_add_epi64(_mm_slli_epi64(rcp, 29),
+                                             _mm_load_si128(reinterpret_cast<const __m128i*>(kRcpRound))),
+                               _mm_load_si128(reinterpret_cast<const __m128i*>(kRcpKeep)));
+    double md = double(_mm_cvtss_f32(mv));
+    // R m' has at most 32 significant bits and lies within 2^-7 of 1: u = R m' - 1 is exact
+    // (the same value a float fused multiply-add gives).
+    double u = __builtin_fma(_mm_cvtsd_f64(_mm_castsi128_pd(rd)), md, -1.0);
+    // The biased exponent, converted in the vector unit (x is positive: no sign bit).
+    double E = _mm_cvtsd_f64(_mm_cvtepi32_pd(_mm_srli_epi32(_mm_castps_si128(xv), 23)));
+    // Row: the low exponent bit and the 7 fraction bits of R, rounded once more in a general
+    // register, so that the table read starts while the vector unit is still forming R.
+    uint32_t row = ((uint32_t(_mm_cvtsi128_si32(rcp)) + 0x8000u) >> 16) & 0xff;
+    double H = E + f64(tab::powf_l9_log[row]);
     double L = __builtin_fma(
         __builtin_fma(u * u, __builtin_fma(D(0xbfd71563027e14e2), u, D(0x3fdec71ff3a912b3)),
                       __builtin_fma(D(0xbfe715476526017e), u, D(0x3ff71547652aaf92))),
         u, H);
     double dy = double(y);
-    double s = __builtin_fma(dy, L, kShift5);
-    double kf = s - kShift5;
-    uint64_t akf = bits(kf) & 0x7fff800000000000ull;
-    if (akf > 0x405f7fff00000000ull)  // |y log2 x| >= 126
-        return __libm_powf_e7_local(x, y);
+    // s = fma(y, L, shift), kf = s - shift and z = fma(L, y, -kf) are written out so that
+    // each product lands on its addend's register and the shift is read from memory twice:
+    // left to itself the compiler spends register copies of L and of the shift here, one of
+    // them on the path of the result.
+    double s;
+    __asm__("vfmadd231sd %[y], %[L], %[s]" : [s] "=x"(s) : "0"(kShift5), [L] "x"(L), [y] "x"(dy));
+    // s lies in the binade of the shift while |y log2 x| < 2^46, where its pattern less the
+    // shift's is k = 32 kf; any s outside that binade gives a pattern difference far out of
+    // the ranges tested here, so one unsigned compare tests |kf| < 126.
+    uint64_t sb = bits(s);
+    uint64_t k = sb - kShiftBits;
+    if (__builtin_expect(k + 4031 > 8062, 0))  // |y log2 x| >= 126
+        return powf_l9_other(x, y);
     // Rows 0 and 128 (x within 2^-8 of 1) have H = 0, so that the relative error of the
     // fitted linear coefficient (1.2e-11) is the relative error of log2 x; from
     // |y log2 x| >= 32 on it would cost 0.01 ulp: the e7 body takes those.
-    if (((Rb >> 16) & 0x7f) == 0 && akf >= 0x4040000000000000ull) return __libm_powf_e7_local(x, y);
-    double z = __builtin_fma(L, dy, -kf);
-    uint64_t sb = bits(s);
-    double T = f64(tab::powf_exp32[sb & 31] + ((sb << 47) & 0xfff0000000000000ull));
+    if (__builtin_expect((row & 0x7f) == 0, 0) && k + 1023 > 2046) return powf_l9_other(x, y);
+    double z;
+    __asm__("vsubsd %[K], %[s], %[z]" : [z] "=x"(z) : [s] "x"(s), [K] "m"(kShift5));
+    __asm__("vfmsub231sd %[y], %[L], %[z]" : [z] "+x"(z) : [L] "x"(L), [y] "x"(dy));
+    // T = 2^(j/32) with k >> 5 added to its exponent field (the shift's pattern has zeros
+    // from bit 5 to bit 16, so that s's bits there are those of k >> 5).
+    double T = f64(tab::powf_exp32[sb & 31] + ((sb >> 5) << 52));
     double q = __builtin_fma(__builtin_fma(D(0x3fac6b1939683018), z, D(0x3fcebfd1b232e085)), z,
                              D(0x3fe62e42fef4c3ce));
     return float(__builtin_fma(z * T, q, T));
