@@ -21,29 +21,23 @@ namespace {
 // The mantissa as a float 1.m gets the reciprocal estimate; rounded to 7 bits and moved
 // into a double's top bits it is R with exponent field 0x07e or 0x07f, so that the mantissa
 // under exponent field 0x77f times R is near 1 and one fused operation gives r = m*R - 1
-// exactly.
-inline double log_fma(double x) {
+// exactly.  adj is the exponent taken out by a scaling before entry (subnormals).
+inline double log_fma(double x, int adj) {
     uint64_t b = bits(x);
-    uint32_t h = uint32_t(b >> 32);
-    int adj = 0;
-    // log(1) is +0 in every rounding mode (the arithmetic gives -0 rounding downward).
-    if (b == 0x3ff0000000000000ull) return 0.0;
-    if (h + 0x80100000u < 0x80200000u) {
-        if (h >= 0x00100000u || b == 0) return __libm_log_e7_local(x);
-        x *= f64(0x43f0000000000000ull);  // 2^64
-        b = bits(x);
-        adj = -64;
-    }
     logk::FmaRed red = logk::fma_reduce<false>(x);
     double r = __builtin_fma(red.w, red.R, -1.0);
-    const double *t = logtab::log_neg129_fma[red.v & 0xff];
+    logk::Row t = logk::row16(&logtab::log_neg129_fma[0][0], red.v, 0x3f00);
 #if TSR_TIER_L9
     double n = double(int(b >> 52) - 1023 + adj);
 #else
+    (void)b;
     double n = avx512::getexp(x) + double(adj);
 #endif
-    double lo = __builtin_fma(f64(0xbd48432a1b0e2634ull), n, t[1]);
-    double H = __builtin_fma(f64(0x3fe62e42fefa4000ull), n, t[0]);
+    double lo = __builtin_fma(f64(0xbd48432a1b0e2634ull), n, t.lo);
+    // n times the high part of ln 2 is exact (the high part ends in 14 zero bits), so
+    // hi + that product rounds as the fused form does; the product is ready before the row,
+    // and the add after the load is shorter than a fused operation.
+    double H = t.hi + n * f64(0x3fe62e42fefa4000ull);
     double S = H + r;
     double A = __builtin_fma(f64(0x3fc2494ada7861ffull), r, f64(0xbfc55576d47e8a7aull));
     double B = __builtin_fma(f64(0x3fc9999999788658ull), r, f64(0xbfcfffffffebf6c8ull));
@@ -54,15 +48,31 @@ inline double log_fma(double x) {
     double P = __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
     return S + (P + (r - (S - H)));
 }
+
+// Everything outside the positive normal numbers: a positive subnormal is scaled into them,
+// the rest goes to the e7 body.  Kept out of line so the main path carries none of it.
+__attribute__((cold, noinline)) double log_fma_cold(double x) {
+    if (bits(x) - 1 >= 0x000fffffffffffffull) return __libm_log_e7_local(x);
+    return log_fma(x * f64(0x43f0000000000000ull), -64);  // 2^64
+}
+
+inline double log_fma_entry(double x) {
+    uint64_t b = bits(x);
+    // log(1) is +0 in every rounding mode (the arithmetic gives -0 rounding downward).
+    if (b == 0x3ff0000000000000ull) return 0.0;
+    // One compare: the biased exponent (with the sign above it) outside 1 .. 0x7fe.
+    if (uint32_t(b >> 52) - 1u >= 0x7feu) return log_fma_cold(x);
+    return log_fma(x, 0);
+}
 }  // namespace
 #endif
 
 #if TSR_TIER_L9
-TSR_DEFINE(double, __libm_log_l9, (double x)) { return log_fma(x); }
+TSR_DEFINE(double, __libm_log_l9, (double x)) { return log_fma_entry(x); }
 #endif
 #if TSR_TIER_Z0
-TSR_DEFINE(double, __libm_log_z0, (double x)) { return log_fma(x); }
+TSR_DEFINE(double, __libm_log_z0, (double x)) { return log_fma_entry(x); }
 #endif
 #if TSR_TIER_D1
-TSR_DEFINE(double, __libm_log_d1, (double x)) { return log_fma(x); }
+TSR_DEFINE(double, __libm_log_d1, (double x)) { return log_fma_entry(x); }
 #endif

@@ -17,25 +17,18 @@ TSR_DEFINE(double, __libm_log2_e7, (double x)) { return logk::frame<logk::Base::
 
 #if TSR_TIER_L9
 // The estimate times 1.4375, rounded to 7 bits: R in (0.71875, 1.4375] and, from the same
-// bits, the row (v + 200) & 0xff of log2(1.4375/R).
-TSR_DEFINE(double, __libm_log2_l9, (double x)) {
+// bits, the row (v + 200) & 0xff of log2(1.4375/R).  adj is the exponent taken out by a
+// scaling before entry (subnormals).
+namespace {
+inline double log2_fma(double x, int adj) {
     uint64_t b = bits(x);
-    uint32_t h = uint32_t(b >> 32);
-    int adj = 0;
-    // log(1) is +0 in every rounding mode (the arithmetic gives -0 rounding downward).
-    if (b == 0x3ff0000000000000ull) return 0.0;
-    if (h + 0x80100000u < 0x80200000u) {
-        if (h >= 0x00100000u || b == 0) return __libm_log2_e7_local(x);
-        x *= f64(0x43f0000000000000ull);  // 2^64
-        b = bits(x);
-        adj = -64;
-    }
     logk::FmaRed red = logk::fma_reduce<true>(x, f32(0x3fb80000));  // 1.4375
     double r = __builtin_fma(red.w, red.R, f64(0xbff7000000000000ull));
-    const double *t = logtab::log2_rows_l9[(red.v + 200) & 0xff];
+    // v runs over 0x3f38 .. 0x3fb8 (0.71875 .. 1.4375), where (v + 200) & 0xff is v - 0x3f38
+    logk::Row t = logk::row16(&logtab::log2_rows_l9[0][0], red.v, 0x3f38);
     double n = double(int(b >> 52) - 1023 + adj);
-    double H = n + t[0];
-    double lo = __builtin_fma(f64(0x3f6d9afc100429deull), r, t[1]);
+    double H = n + t.hi;
+    double lo = __builtin_fma(f64(0x3f6d9afc100429deull), r, t.lo);
     double S = H + r;
     double A = __builtin_fma(f64(0x3f90a3a5927b4ddfull), r, f64(0xbf9be7c10af26d12ull));
     double B = __builtin_fma(f64(0x3fa811571bde72eeull), r, f64(0xbfb59f9443110077ull));
@@ -44,5 +37,22 @@ TSR_DEFINE(double, __libm_log2_l9, (double x)) {
     // S's rounding error joins after the polynomial (as in log), off the critical path.
     double P = __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
     return S + (P + (r - (S - H)));
+}
+
+// Outside the positive normal numbers: a positive subnormal is scaled into them, the rest
+// goes to the e7 body; out of line so the main path carries none of it.
+__attribute__((cold, noinline)) double log2_fma_cold(double x) {
+    if (bits(x) - 1 >= 0x000fffffffffffffull) return __libm_log2_e7_local(x);
+    return log2_fma(x * f64(0x43f0000000000000ull), -64);  // 2^64
+}
+}  // namespace
+
+TSR_DEFINE(double, __libm_log2_l9, (double x)) {
+    uint64_t b = bits(x);
+    // log2(1) is +0 in every rounding mode (the arithmetic gives -0 rounding downward).
+    if (b == 0x3ff0000000000000ull) return 0.0;
+    // One compare: the biased exponent (with the sign above it) outside 1 .. 0x7fe.
+    if (uint32_t(b >> 52) - 1u >= 0x7feu) return log2_fma_cold(x);
+    return log2_fma(x, 0);
 }
 #endif

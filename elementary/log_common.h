@@ -52,20 +52,54 @@ alignas(16) inline constexpr uint64_t kRedMant[2] = {0x000fffffffffffffull, 0};
 alignas(16) inline constexpr uint64_t kRedF[2] = {0x07f0000000000000ull, 0};
 alignas(16) inline constexpr uint64_t kRedW[2] = {0x77f0000000000000ull, 0};
 alignas(16) inline constexpr uint32_t kRedRound[4] = {0x8000, 0, 0, 0};
+// A scalar in lane 0 of a vector register, the other lanes left as they are: the reductions
+// below only ever read lane 0 (or clear the rest by a mask), and setting the upper lanes to
+// zero would cost an instruction on the critical path.
+inline __m128d lane0(double x) {
+    __m128d v;
+    asm("" : "=x"(v) : "0"(x));
+    return v;
+}
+inline __m128 lane0(float x) {
+    __m128 v;
+    asm("" : "=x"(v) : "0"(x));
+    return v;
+}
+
 template <bool WithC>
 inline FmaRed fma_reduce(double x, float c = 1.0f) {
-    __m128i xb = _mm_castpd_si128(_mm_set_sd(x));
+    __m128i xb = _mm_castpd_si128(lane0(x));
+    // the mask clears the upper lanes: from here on only lane 0 is ever non-zero
     __m128i m = _mm_and_si128(xb, _mm_load_si128(reinterpret_cast<const __m128i *>(kRedMant)));
     __m128i mf = _mm_srli_epi64(_mm_or_si128(m, _mm_load_si128(reinterpret_cast<const __m128i *>(kRedF))), 29);
     __m128 rc = _mm_rcp_ss(_mm_castsi128_ps(mf));
     if constexpr (WithC) rc = _mm_mul_ss(rc, _mm_set_ss(c));
-    // the upper lanes are zero from here on: only lane 0 was ever non-zero
     __m128i vi = _mm_srli_epi32(_mm_add_epi32(_mm_castps_si128(rc),
                                               _mm_load_si128(reinterpret_cast<const __m128i *>(kRedRound))), 16);
     __m128i Ri = _mm_slli_epi64(vi, 45);
     __m128i wi = _mm_or_si128(m, _mm_load_si128(reinterpret_cast<const __m128i *>(kRedW)));
     return {_mm_cvtsd_f64(_mm_castsi128_pd(Ri)), _mm_cvtsd_f64(_mm_castsi128_pd(wi)),
             uint32_t(_mm_cvtsi128_si32(vi))};
+}
+
+// The (hi, lo) row of a 129-row table for the rounded estimate's top bits v, as two loads
+// addressed base + offset (written out: the compiler would otherwise add the offset into
+// the base first, one more step before the loads; the tables are constant, so the loads
+// need no ordering against stores).  v runs over one contiguous stretch,
+// v0 .. v0 + 128 (the estimate's error keeps the rounded value inside it), where the row
+// number v & 0xff, or (v + k) & 0xff, equals v - v0: the subtraction folds into the base,
+// leaving one shift between the move out of the vector unit and the load.
+struct Row {
+    double hi, lo;
+};
+inline Row row16(const double *table, uint32_t v, uint32_t v0) {
+    uintptr_t base = reinterpret_cast<uintptr_t>(table) - uintptr_t(v0) * 16;
+    asm("" : "+r"(base));  // keep the displacement in the base, not in the index
+    uintptr_t off = uintptr_t(v) * 16;
+    double hi, lo;
+    asm("vmovsd (%1,%2), %0" : "=x"(hi) : "r"(base), "r"(off) : );
+    asm("vmovsd 8(%1,%2), %0" : "=x"(lo) : "r"(base), "r"(off) : );
+    return {hi, lo};
 }
 #endif
 

@@ -139,34 +139,28 @@ namespace {
 alignas(16) constexpr uint64_t kTopF[2] = {0xf000000000000000ull, 0};
 alignas(16) constexpr uint32_t kRound9[4] = {0x2000, 0, 0, 0};
 alignas(16) constexpr uint32_t kMask9[4] = {0xffffc000u, 0, 0, 0};
-template <Base B>
-inline float logf_l9(float x) {
-    uint32_t b = bits(x);
-    int32_t gadd = 0;
-    if (b == 0x3f800000u) return 0.0f;  // +0 in every rounding mode
-    if (b + 0x81800000u < 0x82000000u) {
-        if (b - 1u >= 0x7fffffu) {
-            if constexpr (B == Base::e) return __libm_logf_e7_local(x);
-            else if constexpr (B == Base::two) return __libm_log2f_e7_local(x);
-            else return __libm_log10f_e7_local(x);
-        }
-        x *= f32(0x4f800000);  // 2^32, given back through the exponent of R
-        b = bits(x);
-        gadd = 32 << 9;
-    }
+// Sub: x was scaled by 2^32 before entry, which R's exponent gives back (g + 32 << 9).
+template <Base B, bool Sub>
+inline float logf_l9_main(float x) {
     // W: the mantissa under a huge negative exponent; Rd: the rounded estimate under a tiny
     // one, so that -(W*Rd) is x*R and one fused operation gives u = x*R - 1 exactly.
-    // Both formed in the vector unit, off the integer registers.
-    __m128i xi = _mm_castps_si128(_mm_set_ss(x));
+    // Both formed in the vector unit, off the integer registers; only lane 0 matters (the
+    // shift moves the upper lane's bits out or under the constant's ones, the mask clears it).
+    __m128i xi = _mm_castps_si128(logk::lane0(x));
     double W = _mm_cvtsd_f64(_mm_castsi128_pd(
         _mm_or_si128(_mm_slli_epi64(xi, 29), _mm_load_si128(reinterpret_cast<const __m128i *>(kTopF)))));
-    __m128i Rv = _mm_and_si128(_mm_add_epi32(_mm_castps_si128(_mm_rcp_ss(_mm_castsi128_ps(xi))),
-                                             _mm_load_si128(reinterpret_cast<const __m128i *>(kRound9))),
-                               _mm_load_si128(reinterpret_cast<const __m128i *>(kMask9)));
+    __m128i Ra = _mm_add_epi32(_mm_castps_si128(_mm_rcp_ss(_mm_castsi128_ps(xi))),
+                               _mm_load_si128(reinterpret_cast<const __m128i *>(kRound9)));
+    __m128i Rv = _mm_and_si128(Ra, _mm_load_si128(reinterpret_cast<const __m128i *>(kMask9)));
     double Rd = _mm_cvtsd_f64(_mm_castsi128_pd(_mm_slli_epi64(Rv, 29)));
     double u = __builtin_fma(-W, Rd, -1.0);
-    int32_t g = (_mm_cvtsi128_si32(Rv) >> 14) + gadd;
-    double L2 = double(g >> 9) + logtab::log_l2f512[g & 0x1ff];  // log2 R
+    // log2 R = its exponent field (converted in the vector unit, beside the table load) plus
+    // the row of its 9 mantissa bits, which carries the bias; the row index is taken before
+    // the mask (which touches only bits below it).
+    double ge = _mm_cvtsd_f64(_mm_cvtepi32_pd(_mm_srli_epi32(Rv, 23)));
+    if constexpr (Sub) ge = ge + 32.0;
+    uint32_t i = (uint32_t(_mm_cvtsi128_si32(Ra)) >> 14) & 0x1ff;
+    double L2 = ge + logtab::log_l2f512[i];
     double res;
     if constexpr (B == Base::two) {
         double q = __builtin_fma(f64(0x3fdec70e30381c88ull), u, f64(0xbfe715498f2a8070ull));
@@ -179,6 +173,26 @@ inline float logf_l9(float x) {
         if constexpr (B == Base::ten) res = res * kLog10e;
     }
     return float(res);
+}
+
+// Outside the positive normal numbers: a positive subnormal is scaled into them, the rest
+// goes to the e7 body.  Out of line so the main path carries none of it.
+template <Base B>
+__attribute__((cold, noinline)) float logf_l9_cold(float x) {
+    if (bits(x) - 1u >= 0x7fffffu) {
+        if constexpr (B == Base::e) return __libm_logf_e7_local(x);
+        else if constexpr (B == Base::two) return __libm_log2f_e7_local(x);
+        else return __libm_log10f_e7_local(x);
+    }
+    return logf_l9_main<B, true>(x * f32(0x4f800000));  // 2^32
+}
+
+template <Base B>
+inline float logf_l9(float x) {
+    uint32_t b = bits(x);
+    if (b == 0x3f800000u) return 0.0f;  // +0 in every rounding mode
+    if (b + 0x81800000u < 0x82000000u) return logf_l9_cold<B>(x);
+    return logf_l9_main<B, false>(x);
 }
 }  // namespace
 TSR_DEFINE(float, __libm_logf_l9, (float x)) { return logf_l9<Base::e>(x); }
