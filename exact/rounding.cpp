@@ -315,17 +315,23 @@ TSR_DEFINE(long double, roundl, (long double x)) {
 }
 
 TSR_DEFINE(long double, rintl, (long double x)) {
+    // The operand goes onto the x87 stack straight from its argument cell before its
+    // fields are read: reassembling it from integer registers would stall on a store
+    // that the 10-byte load cannot forward from.
+    long double xx;
+    asm("fldt %1" : "=t"(xx) : "m"(x));
     Ext v = ext(x);
     uint32_t f = v.se & 0x7fff, s = v.se >> 15;
     uint16_t cw = x87_full_precision();
     long double r;
     if ((f & 0x7ffe) > 0x403d) {
-        r = opaque(opaque(x) * 1.0L);
+        r = opaque(xx * 1.0L);
     } else {
         // +-2^63 puts the binary point of the sum at the unit, in the caller's mode.
         const long double S = s ? -(long double)f32(kTwo63) : (long double)f32(kTwo63);
-        r = opaque(opaque(opaque(x) + S) - S);
-        if (r == 0.0L) r = kZeroSmallL[s];
+        r = opaque(opaque(xx + S) - S);
+        // Only a magnitude below 1 can round to zero; the test stays off the usual path.
+        if (f < 0x3fff && r == 0.0L) r = kZeroSmallL[s];
     }
     x87_restore(cw);
     return r;
