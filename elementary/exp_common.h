@@ -17,43 +17,15 @@ constexpr float F(uint32_t b) { return std::bit_cast<float>(b); }
 // The compiler does not see the control word: a core passes its argument through opaque()
 // after the guard is set up, and its last values through finish(), so that no arithmetic
 // moves across a change of mode.
-struct RnGuard {
-    uint32_t saved;
-    bool forced;
-    RnGuard() : saved(get_mxcsr()), forced((saved & MXCSR_RC_MASK) != 0) {
-        if (forced) set_mxcsr(saved & ~MXCSR_RC_MASK);
-    }
-    void restore() {
-        if (forced) {
-            set_mxcsr((get_mxcsr() & ~MXCSR_RC_MASK) | (saved & MXCSR_RC_MASK));
-            forced = false;
-        }
-    }
-    // Hands v over the restore: v is computed before the caller's mode returns, and what is
-    // computed from the result after it (the compiler moves no arithmetic across either).
-    template <class T>
-    T finish(T v) {
-        v = opaque(v);
-        restore();
-        return opaque(v);
-    }
-    ~RnGuard() { restore(); }
-};
-
-// A guard engaged only on demand: 2^x cores whose shifter step was exact (64x or 32x an
-// integer) need no particular mode, and their exact results must stay free of flags; the
-// others are inexact anyway and tell the mode by arithmetic as below.
-struct RnGuardLazy {
+// What every guard shares: forcing round-to-nearest, and putting the caller's mode back
+// while keeping every flag raised meanwhile.
+struct RnRestore {
     uint32_t saved = 0;
     bool forced = false;
-    // Forces round-to-nearest if the caller's mode differs; true when it did.
-    bool engage() {
-        double a = opaque(1.0) + 0x1p-60, b = opaque(1.0) - 0x1p-60;
-        if (a == b) return false;
-        saved = get_mxcsr();
-        set_mxcsr(saved & ~MXCSR_RC_MASK);
+    void force(uint32_t mxcsr) {
+        saved = mxcsr;
         forced = true;
-        return true;
+        set_mxcsr(mxcsr & ~MXCSR_RC_MASK);
     }
     void restore() {
         if (forced) {
@@ -69,7 +41,16 @@ struct RnGuardLazy {
         restore();
         return opaque(v);
     }
-    ~RnGuardLazy() { restore(); }
+    ~RnRestore() { restore(); }
+};
+
+// The guard for cores that must stay exact and flag-free where their result is: it reads
+// the control word.
+struct RnGuard : RnRestore {
+    RnGuard() {
+        uint32_t m = get_mxcsr();
+        if (m & MXCSR_RC_MASK) force(m);
+    }
 };
 
 // True in round-to-nearest: 1 + 2^-60 and 1 - 2^-60 both round to 1 only there; every
@@ -93,36 +74,13 @@ inline bool rn_or_exact_sq(double t) { return !(0x1p44 + t > 0x1p44 - t); }
 inline bool rn_or_exact_sq(float t) { return !(0x1p20f + t > 0x1p20f - t); }
 
 // The same guard for cores whose result is inexact anyway (e^x, 10^x of a non-zero
-// argument): the mode is told by arithmetic instead of a read of the control word, which
-// costs more than the whole core on some processors.  1 + 2^-60 and 1 - 2^-60 both round to
-// 1 only in round-to-nearest; upward moves the first, downward and toward zero the second.
-// The probe's inexact flag falls where the core's would.
-struct RnGuardInexact {
-    uint32_t saved = 0;
-    bool forced;
+// argument): the mode is told by the probe above instead of a read of the control word,
+// which costs more than the whole core on some processors.  The probe's inexact flag falls
+// where the core's would.
+struct RnGuardInexact : RnRestore {
     RnGuardInexact() {
-        double a = opaque(1.0) + 0x1p-60, b = opaque(1.0) - 0x1p-60;
-        forced = a != b;
-        if (forced) {
-            saved = get_mxcsr();
-            set_mxcsr(saved & ~MXCSR_RC_MASK);
-        }
+        if (!rn_probe()) force(get_mxcsr());
     }
-    void restore() {
-        if (forced) {
-            set_mxcsr((get_mxcsr() & ~MXCSR_RC_MASK) | (saved & MXCSR_RC_MASK));
-            forced = false;
-        }
-    }
-    // Hands v over the restore: v is computed before the caller's mode returns, and what is
-    // computed from the result after it (the compiler moves no arithmetic across either).
-    template <class T>
-    T finish(T v) {
-        v = opaque(v);
-        restore();
-        return opaque(v);
-    }
-    ~RnGuardInexact() { restore(); }
 };
 
 // 2^e for a normal exponent e (-1022 <= e <= 1023), exactly.
