@@ -59,9 +59,7 @@ inline double exp_body(double x) {
     }
     p = g.finish(p);
     Extreme e = extreme(n, row.m, [&](double tp) { return p * tp; });
-    if (e.kind == 1) return report(x, e.value, 14);
-    if (e.kind == 2) return report(x, e.value, 15);
-    return e.value;
+    return e.reported(x, 14, 15);
 }
 
 // Single precision, N = 256, in double.
@@ -70,9 +68,7 @@ inline float expf_body(float x) {
     if (b - 0x31800000u >= 0x42ad496bu - 0x31800000u) {
         if (b < 0x31800000) return x + 1.0f;
         if (b >= 0x43000000) {
-            if (b >= 0x7f800000) return bits(x) == 0xff800000u ? 0.0f : x + x;
-            if (bits(x) >> 31) return report(x, opaque(kMinNormF) * kMinNormF, 17);
-            return report(x, opaque(kMaxF) * kMaxF, 16);
+            return float_beyond_range(x, 16, 17);
         }
     }
     const double K = D(0x40771547652b82fe), c1 = D(0x3f662e42fefa72c5), c2 = D(0x3ecebfbdff82c58e);

@@ -143,9 +143,7 @@ inline double exp10_e7(double x) {
     }
     Extreme e = extreme(n, row.m, [&](double tp) { return p * tp; });
     e.value = g.finish(e.value);
-    if (e.kind == 1) return report(x, e.value, 166);
-    if (e.kind == 2) return report(x, e.value, 265);
-    return e.value;
+    return e.reported(x, 166, 265);
 }
 
 // Single precision, N = 256 in double.  The usual path (the band up to 37.93) is straight:
@@ -168,9 +166,7 @@ __attribute__((noinline, cold)) float exp10f_e7_slow(float x) {
     uint32_t b = bits(x) & 0x7fffffff;
     if (b < 0x31800000) return x + 1.0f;
     if (b >= 0x42800000) {
-        if (b >= 0x7f800000) return bits(x) == 0xff800000u ? 0.0f : x + x;
-        if (bits(x) >> 31) return report(x, opaque(kMinNormF) * kMinNormF, 266);
-        return report(x, opaque(kMaxF) * kMaxF, 167);
+        return float_beyond_range(x, 167, 266);
     }
     RnGuard g;
     x = opaque(x);

@@ -203,9 +203,7 @@ inline double exp2_e7(double x) {
     int h = n >> 1;
     double Up = row.t * pow2(n - h);
     Extreme e = extreme(n, row.m, [&](double tp) { return ((c1 * rp) * tp + Up) + (r2 * A + B) * (tp * r2); });
-    if (e.kind == 1) return report(x, e.value, 161);
-    if (e.kind == 2) return report(x, e.value, 162);
-    return e.value;
+    return e.reported(x, 161, 162);
 }
 
 inline float exp2f_e7(float x) {
@@ -213,9 +211,7 @@ inline float exp2f_e7(float x) {
     if (b - 0x31800000u >= 0x42fc0000u - 0x31800000u) {
         if (b < 0x31800000) return x + 1.0f;
         if (b >= 0x43200000) {
-            if (b >= 0x7f800000) return bits(x) == 0xff800000u ? 0.0f : x + x;
-            if (bits(x) >> 31) return report(x, opaque(kMinNormF) * kMinNormF, 164);
-            return report(x, opaque(kMaxF) * kMaxF, 163);
+            return float_beyond_range(x, 163, 164);
         }
     }
     const double S2 = D(0x42b8000000000000), c1 = D(0x3fe62e42fefa72c5), c2 = D(0x3fcebfbdff82c58e);
