@@ -6,6 +6,10 @@
 #include "elementary/exp_data.h"
 
 namespace tsr::expd {
+// Internal linkage: this header is compiled once per tier, with each tier's instruction
+// set, and a helper left out of line must not become one shared copy that the linker
+// could take from a newer tier's object.
+namespace {
 
 // Constants are written as their bit patterns.
 constexpr double D(uint64_t b) { return std::bit_cast<double>(b); }
@@ -116,6 +120,14 @@ inline float report(float x, float result, int code) {
 constexpr double kMax = 0x1.fffffffffffffp1023, kMinNorm = 0x1p-1022;
 constexpr float kMaxF = 0x1p127f, kMinNormF = 0x1p-126f;
 
+// A float argument beyond both result bounds: e^-inf = +0, NaN stays NaN, otherwise an
+// overflow or an underflow, raised by the product that makes the result and reported.
+inline float float_beyond_range(float x, int overflow_code, int underflow_code) {
+    if ((bits(x) & 0x7fffffff) >= 0x7f800000) return bits(x) == 0xff800000u ? 0.0f : x + x;
+    if (bits(x) >> 31) return report(x, opaque(kMinNormF) * kMinNormF, underflow_code);
+    return report(x, opaque(kMaxF) * kMaxF, overflow_code);
+}
+
 // The extreme path of the N = 64 and N = 128 schemes: the value p*T + T (or its analogue
 // y0 + T) when 2^n is not a normal double.  T is split as 1.M * 2^(n - h) * 2^h with
 // h = n >> 1, so both factors are normal.  A subnormal result is built from H, the part of
@@ -124,6 +136,12 @@ constexpr float kMaxF = 0x1p127f, kMinNormF = 0x1p-126f;
 struct Extreme {
     double value;
     int kind;  // 0 normal, 1 overflow, 2 underflow (subnormal or zero)
+    // The value, reported under the code of its kind.
+    double reported(double x, int overflow_code, int underflow_code) const {
+        if (kind == 1) return report(x, value, overflow_code);
+        if (kind == 2) return report(x, value, underflow_code);
+        return value;
+    }
 };
 template <class Rest>
 inline Extreme extreme(int n, uint64_t m, Rest rest) {
@@ -153,4 +171,5 @@ inline Extreme extreme(int n, uint64_t m, Rest rest) {
     return {f64(same ? bits(b) + ab : bits(b) - ab), 2};
 }
 
+}  // namespace
 }  // namespace tsr::expd

@@ -30,6 +30,10 @@
 #include "tsr/report.h"
 
 namespace tsr::powk {
+// Internal linkage: this header is compiled once per tier, with each tier's instruction
+// set, and a helper left out of line must not become one shared copy that the linker
+// could take from a newer tier's object.
+namespace {
 
 constexpr uint64_t kAbs = 0x7fffffffffffffffull;
 constexpr uint64_t kInf = 0x7ff0000000000000ull;
@@ -260,4 +264,5 @@ inline double scale(double T, double Y, int e, double x, double y) {
     return r;
 }
 
+}  // namespace
 }  // namespace tsr::powk

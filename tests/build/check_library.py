@@ -122,6 +122,13 @@ class Library(unittest.TestCase):
                     self.assertNotEqual(bs[0], "62", "%s: EVEX in tier l9: %s" % (obj, line))
         self.assertIn("ex", seen)
 
+    def test_tier_objects_share_no_out_of_line_copies(self):
+        # A weak (COMDAT) definition in a tier object is one copy the linker picks from any
+        # tier: an l9 copy could end up serving ex code on a processor without AVX.
+        for tier, obj in tier_objects():
+            weak = [l for l in run("nm", obj).splitlines() if l.split()[-2:-1] and l.split()[-2] in ("W", "V", "u")]
+            self.assertEqual(weak, [], "%s (tier %s) defines shared copies" % (obj, tier))
+
     def test_linked_before_libm_it_takes_the_place_of_the_system_functions(self):
         with tempfile.TemporaryDirectory() as d:
             src = os.path.join(d, "t.c")
