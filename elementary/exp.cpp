@@ -166,6 +166,16 @@ TSR_DEFINE(double, __libm_exp_d1, (double x)) { return exp_fma(x); }
 // Single precision, N = 32, degree 3 in double with fused multiply-adds.  The tier that
 // would be d1 is this same code: the dispatch rows give l9 on those processors.
 namespace {
+// T·(1 + c1·r + c2·r^2 + c3·r^3), the polynomial of the design (q = c1 + c2·r + c3·r^2 with
+// the result T + (r·T)·q) grouped as T·((1 + c1·r) + r^2·(c2 + c3·r)): the two inner
+// multiply-adds and r^2 run side by side, so the chain after r is fma, fma, multiply
+// rather than fma, fma, fma with r·T waiting on the table.  In double the regrouping moves
+// the value by a few units of 2^-53, nothing at the float result's scale.
+inline double expf_fma_poly(double r, double T) {
+    double a = __builtin_fma(D(0x3fc55561a20a7574), r, D(0x3fe0000a3fec6dc4));
+    double b = __builtin_fma(D(0x3feffffffff81eec), r, 1.0);
+    return T * __builtin_fma(r * r, a, b);
+}
 inline double expf_fma_core(float x) {
     const double S = 0x1.8p52;
     double u = x;
@@ -174,10 +184,10 @@ inline double expf_fma_core(float x) {
     double r = __builtin_fma(kf, D(0xbf962e42fefa39ef), u);
     uint64_t sb = bits(s);
     double T = f64(bits(d32[sb & 31]) + ((sb >> 5) << 52));
-    double q = __builtin_fma(__builtin_fma(D(0x3fc55561a20a7574), r, D(0x3fe0000a3fec6dc4)), r,
-                             D(0x3feffffffff81eec));
-    return __builtin_fma(r * T, q, T);
+    return expf_fma_poly(r, T);
 }
+// 32/ln 2 as a memory operand of the multiply-add below.
+const double kExpfInvLn2N = D(0x40471547652b82fe);
 __attribute__((noinline, cold)) float expf_fma_directed(float x) {
     RnGuard g;
     x = opaque(x);
@@ -199,7 +209,11 @@ TSR_DEFINE(float, __libm_expf_l9, (float x)) {
         return expf_fma_edge(x);
     const double S = 0x1.8p52;
     double u = x;
-    double s = __builtin_fma(u, D(0x40471547652b82fe), S);
+    // s = u·(32/ln 2) + S accumulated into S's register: written as the compiler would,
+    // the multiply-add overwrites u's register, and u (still needed for r) is first copied
+    // by a merging move that adds a cycle to the chain.
+    double s;
+    asm("vfmadd231sd %2, %1, %0" : "=x"(s) : "x"(u), "m"(kExpfInvLn2N), "0"(S));
     double kf = s - S;
     double r = __builtin_fma(kf, D(0xbf962e42fefa39ef), u);
     if (__builtin_expect(!rn_probe(), 0)) return expf_fma_directed(x);
@@ -210,8 +224,6 @@ TSR_DEFINE(float, __libm_expf_l9, (float x)) {
     __m128i ev = _mm_slli_epi64(sv, 52);
     __m128i tv = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(&d32[uint32_t(bits(s)) & 31]));
     double T = _mm_cvtsd_f64(_mm_castsi128_pd(_mm_add_epi64(tv, ev)));
-    double q = __builtin_fma(__builtin_fma(D(0x3fc55561a20a7574), r, D(0x3fe0000a3fec6dc4)), r,
-                             D(0x3feffffffff81eec));
-    return float(__builtin_fma(r * T, q, T));
+    return float(expf_fma_poly(r, T));
 }
 #endif
