@@ -2,6 +2,8 @@
 // with |x| below the function's saturation bound is checked against MPFR in all four modes,
 // every tier; beyond the bound the result is fixed (overflow or total underflow) and checked
 // exactly.  TSR_EXP_LONG_STRIDE=n checks every n-th bit pattern instead (a quicker pass).
+// Next to 0 the reference is the exponential series (see series_ref), checked against MPFR
+// by ExpLong.SeriesReferenceMatchesMpfr.
 #include <atomic>
 #include <cstdlib>
 #include <thread>
@@ -10,9 +12,19 @@
 
 namespace {
 
+// The reference next to 0, where MPFR would spend half of the run on inputs whose value is
+// 1 + t + t^2/2 + ...: with t = x·ln b and |x| < 2^-20 the series to t^4 is exact within
+// 2^-79 and its evaluation in double within 2^-68, against a float ulp of 2^-24.
+expt::Ref series_ref(double t) {
+    double d = t + (t * t) * (0.5 + t * (1.0 / 6 + t / 24));
+    if (d >= 0) return {1.0, d, 0};
+    return {2.0, 2 * d, -1};  // below 1: the value over 2^-1
+}
+
+// ln_b: the natural logarithm of the function's base, for the series next to 0.
 template <class Fn, size_t N, size_t P>
 void exhaustive(const char *fname, const tsr::TierFn<Fn> (&tiers)[N], const tsr::TierFn<Fn> (&ptiers)[P],
-                size_t np, th::MpFn1 ref, float bound) {
+                size_t np, th::MpFn1 ref, float bound, double ln_b) {
     std::vector<const tsr::TierFn<Fn> *> run;
     for (const auto &t : tiers) {
         if (tsr::tier_runnable(t.tier)) run.push_back(&t);
@@ -63,7 +75,9 @@ void exhaustive(const char *fname, const tsr::TierFn<Fn> (&tiers)[N], const tsr:
             if (!(x == x) || x == INFINITY || x == -INFINITY) continue;
             bool beyond = x > bound || x < -bound;
             expt::Ref r{0, 0, 0};
-            if (!beyond) {
+            if (!beyond && std::fabs(x) < 0x1p-20f) {
+                r = series_ref(double(x) * ln_b);
+            } else if (!beyond) {
                 th::set(a, x);
                 ref(v, a, MPFR_RNDN);
                 if (mpfr_get_exp(v) - 1 > 127) beyond = true;
@@ -105,8 +119,32 @@ const tsr::TierFn<Fn> kNone[1] = {{"", tsr::Tier::ex, nullptr}};
 
 }  // namespace
 
-TEST(ExpLong, ExpfEveryInput) { exhaustive("expf", tsr_tiers_expf, kNone<float (*)(float)>, 0, mpfr_exp, 110.0f); }
+TEST(ExpLong, ExpfEveryInput) { exhaustive("expf", tsr_tiers_expf, kNone<float (*)(float)>, 0, mpfr_exp, 110.0f, 1.0); }
 TEST(ExpLong, Exp2fEveryInput) {
-    exhaustive("exp2f", tsr_tiers_exp2f, tsr_portable_tiers_exp2f, 2, mpfr_exp2, 160.0f);
+    exhaustive("exp2f", tsr_tiers_exp2f, tsr_portable_tiers_exp2f, 2, mpfr_exp2, 160.0f, 0x1.62e42fefa39efp-1);
 }
-TEST(ExpLong, Exp10fEveryInput) { exhaustive("exp10f", tsr_tiers_exp10f, kNone<float (*)(float)>, 0, mpfr_exp10, 50.0f); }
+TEST(ExpLong, Exp10fEveryInput) { exhaustive("exp10f", tsr_tiers_exp10f, kNone<float (*)(float)>, 0, mpfr_exp10, 50.0f, 0x1.26bb1bbb55516p+1); }
+
+TEST(ExpLong, SeriesReferenceMatchesMpfr) {
+    // The series against MPFR over |x| < 2^-20 for the three bases: every 2^12-th float and
+    // the ends of the range, both signs.
+    struct Base {
+        th::MpFn1 f;
+        double ln_b;
+    } bases[3] = {{mpfr_exp, 1.0}, {mpfr_exp2, 0x1.62e42fefa39efp-1}, {mpfr_exp10, 0x1.26bb1bbb55516p+1}};
+    for (const Base &b : bases) {
+        th::Mp a(24), v(200);
+        for (uint32_t u = 0; u < 0x35800000u; u += 0x1000u) {
+            for (uint32_t sign : {0u, 0x80000000u}) {
+                float x = std::bit_cast<float>(u | sign);
+                expt::Ref r = series_ref(double(x) * b.ln_b);
+                mpfr_set_flt(a, x, MPFR_RNDN);
+                b.f(v, a, MPFR_RNDN);
+                mpfr_mul_2si(v, v, -r.e, MPFR_RNDN);
+                mpfr_sub_d(v, v, r.hi, MPFR_RNDN);
+                mpfr_sub_d(v, v, r.lo, MPFR_RNDN);
+                ASSERT_LE(std::fabs(mpfr_get_d(v, MPFR_RNDN)), 0x1p-66) << b.ln_b << " " << x;
+            }
+        }
+    }
+}

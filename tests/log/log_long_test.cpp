@@ -2,6 +2,7 @@
 // log1pf) in every tier and mode, and 10 million doubles per function and tier.  References
 // come from MPFR once per input; errors are then measured in double-double arithmetic, and
 // the work is spread over the processor's threads.
+#include <random>
 #include <thread>
 
 #include "log_test_util.h"
@@ -43,10 +44,11 @@ struct Max {
     double err = 0, x = 0;
 };
 
-// Sweeps inputs produced by next(i) for i < count, all tiers and modes, on all threads.
-template <class T, class Fn, size_t N, class Gen>
-void long_sweep(const char *fname, const tsr::TierFn<Fn> (&tiers)[N], th::MpFn1 f, uint64_t count, Gen next,
-                double rn_bound, double dir_bound, const char *loose_tier = nullptr, double loose_rn = 0) {
+// Sweeps inputs produced by next(i) for i < count, all tiers and modes, on all threads;
+// refs(xs, n, hi, lo) gives the references of a block.
+template <class T, class Fn, size_t N, class Gen, class RefFn>
+void long_sweep_with(const char *fname, const tsr::TierFn<Fn> (&tiers)[N], RefFn refs, uint64_t count, Gen next,
+                     double rn_bound, double dir_bound, const char *loose_tier = nullptr, double loose_rn = 0) {
     unsigned nt = std::max(1u, std::thread::hardware_concurrency());
     std::vector<std::array<Max, N * 4>> res(nt);
     std::vector<std::thread> th;
@@ -58,7 +60,7 @@ void long_sweep(const char *fname, const tsr::TierFn<Fn> (&tiers)[N], th::MpFn1 
             for (uint64_t start = uint64_t(k) * B; start < count; start += uint64_t(nt) * B) {
                 size_t n = size_t(std::min<uint64_t>(B, count - start));
                 for (size_t i = 0; i < n; ++i) xs[i] = next(start + i);
-                refs_block(xs.data(), n, f, hi.data(), lo.data());
+                refs(xs.data(), n, hi.data(), lo.data());
                 for (size_t t = 0; t < N; ++t) {
                     if (!tsr::tier_runnable(tiers[t].tier)) continue;
                     for (int m = 0; m < 4; ++m) {
@@ -95,15 +97,105 @@ void long_sweep(const char *fname, const tsr::TierFn<Fn> (&tiers)[N], th::MpFn1 
 float pos_float(uint64_t i) { return std::bit_cast<float>(uint32_t(i + 1)); }
 constexpr uint64_t kPosFloats = 0x7f7fffffull;
 
-TEST(LogLong, LogfExhaustive) {
-    long_sweep<float>("logf", tsr_tiers_logf, mpfr_log, kPosFloats, pos_float, 0.51, 2.0, "e7", 0.53);
+template <class T, class Fn, size_t N, class Gen>
+void long_sweep(const char *fname, const tsr::TierFn<Fn> (&tiers)[N], th::MpFn1 f, uint64_t count, Gen next,
+                double rn_bound, double dir_bound, const char *loose_tier = nullptr, double loose_rn = 0) {
+    long_sweep_with<T>(
+        fname, tiers, [f](const T *xs, size_t n, double *hi, double *lo) { refs_block(xs, n, f, hi, lo); }, count,
+        next, rn_bound, dir_bound, loose_tier, loose_rn);
 }
-TEST(LogLong, Log2fExhaustive) {
-    long_sweep<float>("log2f", tsr_tiers_log2f, mpfr_log2, kPosFloats, pos_float, 0.51, 2.0, "e7", 0.53);
+
+// References for every positive float without an MPFR call per input: log_b(m·2^e) is
+// log_b(m) + e·log_b(2), so MPFR gives log_b(m) once per float mantissa m in [1, 2) (2^23
+// values, each as a double pair within 2^-106) and log_b(2) as three doubles, the first
+// with 44 bits so that e times it is exact; the two terms are added in double-double
+// arithmetic.  The tail sum is rounded at about 2^-53 of e·2^-45; the only cancellation
+// (e = -1, m next to 2) leaves at least 2^-24, so every reference stays within 2^-70
+// relative (2^-46 of a float ulp), and a test checks the composition against MPFR directly
+// on a sample of every binade.
+struct ByMantissa {
+    std::vector<double> hi, lo;  // log_b(1 + i·2^-23)
+    double l1, l2, l3;           // log_b(2) = l1 + l2 + l3, l1 with 44 bits
+
+    explicit ByMantissa(th::MpFn1 f) : hi(1u << 23), lo(1u << 23) {
+        th::Mp two(8), r(200), t(200);
+        mpfr_set_ui(two, 2, MPFR_RNDN);
+        f(r, two, MPFR_RNDN);
+        l1 = mpfr_get_d(r, MPFR_RNDN);
+        l1 = std::bit_cast<double>(std::bit_cast<uint64_t>(l1) & ~((1ull << 9) - 1));  // 44 bits
+        mpfr_sub_d(r, r, l1, MPFR_RNDN);
+        l2 = mpfr_get_d(r, MPFR_RNDN);
+        mpfr_sub_d(r, r, l2, MPFR_RNDN);
+        l3 = mpfr_get_d(r, MPFR_RNDN);
+        unsigned nt = std::max(1u, std::thread::hardware_concurrency());
+        std::vector<std::thread> th;
+        for (unsigned k = 0; k < nt; ++k)
+            th.emplace_back([&, k] {
+                th::Mp a(24), v(120), d(120);
+                for (uint32_t i = k; i < (1u << 23); i += nt) {
+                    mpfr_set_flt(a, std::bit_cast<float>(0x3f800000u | i), MPFR_RNDN);
+                    f(v, a, MPFR_RNDN);
+                    hi[i] = mpfr_get_d(v, MPFR_RNDN);
+                    mpfr_sub_d(d, v, hi[i], MPFR_RNDN);
+                    lo[i] = mpfr_get_d(d, MPFR_RNDN);
+                }
+            });
+        for (auto &t : th) t.join();
+    }
+    // The reference of a positive finite float.
+    void ref(float x, double &h, double &l) const {
+        int e = std::ilogb(x);
+        uint32_t i = std::bit_cast<uint32_t>(std::scalbn(x, -e)) & 0x7fffff;
+        double p = e * l1;                        // exact
+        double q = e * l2, qe = std::fma(e, l2, -q);  // e·l2 exactly as q + qe
+        // (p + hi) + (q + lo + qe + e·l3), the head sum without error (two-sum)
+        double s = p + hi[i], z = s - p, se = (p - (s - z)) + (hi[i] - z);
+        double t = se + q + lo[i] + qe + e * l3;
+        h = s + t;
+        l = t - (h - s);
+    }
+};
+
+TEST(LogLong, ByMantissaReferenceMatchesMpfr) {
+    // The composition above against MPFR on floats of every binade (both ends of the
+    // mantissa range and random ones), for the three bases.
+    th::MpFn1 fs[3] = {mpfr_log, mpfr_log2, mpfr_log10};
+    std::vector<float> xs;
+    std::mt19937 g(77);
+    for (uint32_t b = 1; b < 0x7f800000u; b += 0x00400000u) xs.push_back(std::bit_cast<float>(b));
+    for (int k = 0; k < 20000; ++k) xs.push_back(std::bit_cast<float>(uint32_t(g() % 0x7f7fffffu) + 1));
+    for (uint32_t b = 0x3f7f0000u; b < 0x3f810000u; b += 7) xs.push_back(std::bit_cast<float>(b));
+    for (auto f : fs) {
+        ByMantissa bm(f);
+        th::Mp a(24), v(160);
+        for (float x : xs) {
+            double h, l;
+            bm.ref(x, h, l);
+            mpfr_set_flt(a, x, MPFR_RNDN);
+            f(v, a, MPFR_RNDN);
+            double want = mpfr_get_d(v, MPFR_RNDN);
+            mpfr_sub_d(v, v, h, MPFR_RNDN);
+            mpfr_sub_d(v, v, l, MPFR_RNDN);
+            ASSERT_LE(std::fabs(mpfr_get_d(v, MPFR_RNDN)), std::fabs(want) * 0x1p-70) << x;
+        }
+    }
 }
-TEST(LogLong, Log10fExhaustive) {
-    long_sweep<float>("log10f", tsr_tiers_log10f, mpfr_log10, kPosFloats, pos_float, 0.51, 2.0, "e7", 0.53);
+
+template <class Fn, size_t N>
+void every_positive_float(const char *fname, const tsr::TierFn<Fn> (&tiers)[N], th::MpFn1 f) {
+    ByMantissa bm(f);
+    long_sweep_with<float>(
+        fname, tiers,
+        [&bm](const float *xs, size_t n, double *hi, double *lo) {
+            for (size_t i = 0; i < n; ++i) bm.ref(xs[i], hi[i], lo[i]);
+        },
+        kPosFloats, pos_float, 0.51, 2.0, "e7", 0.53);
 }
+
+
+TEST(LogLong, LogfExhaustive) { every_positive_float("logf", tsr_tiers_logf, mpfr_log); }
+TEST(LogLong, Log2fExhaustive) { every_positive_float("log2f", tsr_tiers_log2f, mpfr_log2); }
+TEST(LogLong, Log10fExhaustive) { every_positive_float("log10f", tsr_tiers_log10f, mpfr_log10); }
 // Every float above -1: the positive ones, then -0x1p-149 .. -0x1.fffffep-1.
 TEST(LogLong, Log1pfExhaustive) {
     long_sweep<float>("log1pf", tsr_tiers_log1pf, mpfr_log1p, kPosFloats + 0x3f7fffffull,
