@@ -18,7 +18,7 @@ TSR_DEFINE(double, __libm_log2_e7, (double x)) { return logk::frame<logk::Base::
 #if TSR_TIER_L9
 // The estimate times 1.4375, rounded to 7 bits: R in (0.71875, 1.4375] and, from the same
 // bits, the row (v + 200) & 0xff of log2(1.4375/R).  adj is the exponent taken out by a
-// scaling before entry (subnormals).
+// scaling before entry (subnormals).  Forced inline: as a call it would sit on the main path.
 namespace {
 __attribute__((always_inline)) inline double log2_fma(double x, int adj) {
     uint64_t b = bits(x);
