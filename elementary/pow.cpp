@@ -121,20 +121,11 @@ inline double careful(double S, double e, double y, bool neg, double x) {
 }  // namespace
 
 TSR_DEFINE(double, __libm_pow_e7, (double x, double y)) {
-    uint64_t ux = bits(x), uy = bits(y);
-    bool neg = false;
-    double ax = x;
-    if (needs_special(ux, uy)) {
-        double out;
-        if (special(x, y, &out, &ax, &neg)) return out;
-    }
-    uint64_t ub = bits(ax);
-    int n = 0;
-    if (ub < 0x0010000000000000ull) {  // subnormal: scale into the normal range
-        ub = bits(ax * 0x1p64);
-        n = -64;
-    }
-    n += int(ub >> 52) - 0x3ff;
+    uint64_t uy = bits(y), ub;
+    int n;
+    bool neg;
+    double out;
+    if (pow_operands(x, y, &out, &ub, &n, &neg)) return out;
     double m = f64((ub & 0x000fffffffffffffull) | kOne);
 
     // R ~ kC/m with 9 fraction bits, from the reciprocal estimate: its row in the table.
@@ -290,20 +281,11 @@ inline double prod_err(double p, double a, double c) {
 }  // namespace
 
 TSR_DEFINE(double, __libm_pow_ex, (double x, double y)) {
-    uint64_t ux = bits(x), uy = bits(y);
-    bool neg = false;
-    double ax = x;
-    if (needs_special(ux, uy)) {
-        double out;
-        if (special(x, y, &out, &ax, &neg)) return out;
-    }
-    uint64_t ub = bits(ax);
-    int n = 0;
-    if (ub < 0x0010000000000000ull) {
-        ub = bits(ax * 0x1p64);
-        n = -64;
-    }
-    n += int(ub >> 52) - 0x3ff;
+    uint64_t uy = bits(y), ub;
+    int n;
+    bool neg;
+    double out;
+    if (pow_operands(x, y, &out, &ub, &n, &neg)) return out;
     double m = f64((ub & 0x000fffffffffffffull) | kOne);
 
     int i1 = int(((ub >> 44) & 0xff) + 1) >> 1;

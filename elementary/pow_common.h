@@ -158,6 +158,23 @@ inline bool special(double x, double y, double *out, double *ax, bool *neg) {
 }
 
 // The same table for float (codes 30..35; 0^0 reported for x = +0 only).
+// The entry of tiers ex and e7: special operands answered in *out (true); otherwise the bits
+// of |x| in *ub (a subnormal scaled into the normal range by 2^64), its unbiased exponent in
+// *n, and in *neg the sign the result takes.
+inline bool pow_operands(double x, double y, double *out, uint64_t *ub, int *n, bool *neg) {
+    double ax = x;
+    *neg = false;
+    if (needs_special(bits(x), bits(y)) && special(x, y, out, &ax, neg)) return true;
+    *ub = bits(ax);
+    *n = 0;
+    if (*ub < 0x0010000000000000ull) {  // subnormal
+        *ub = bits(ax * 0x1p64);
+        *n = -64;
+    }
+    *n += int(*ub >> 52) - 0x3ff;
+    return false;
+}
+
 inline bool specialf(float x, float y, float *out, float *ax, bool *neg) {
     uint32_t ux = bits(x), uy = bits(y);
     uint32_t axb = ux & 0x7fffffff, ayb = uy & 0x7fffffff;
