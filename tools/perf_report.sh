@@ -4,10 +4,10 @@
 #
 #   tools/perf_report.sh [RUNS] [OUTPUT]     (defaults: 5 runs, docs/performance.md)
 #
-# The bench runs RUNS times, each in a fresh process, and the report takes each figure's
-# median over the runs: on some processors a call's cost depends on where a process's code
-# and data happen to lie (branch-predictor and cache-set placement), so one process can sit
-# a cycle above or below the typical figure.  The tool is built first if it is missing
+# Every function is benched RUNS times, each time in a fresh process, and the report takes
+# each figure's median over the runs: on some processors a call's cost depends on where a
+# process's code and data happen to lie (branch-predictor and cache-set placement), so one
+# process can sit a cycle above or below the typical figure.  The tool is built first if it is missing
 # (set BUILD to use another build directory).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -22,9 +22,15 @@ fi
 TMP=$(mktemp -d)
 trap 'rm -rf "$TMP"' EXIT
 
+# Each function in its own process: in one long process a function's figures were seen to
+# depend on which functions had been measured before it (by up to a tenth for the cheapest).
+NAMES=$("$TOOL" bench --markdown --table-only --reps 1 --passes 1 | sed -n 's/^| \([^ |]*\) |.*/\1/p' | grep -v '^function$')
+"$TOOL" bench ceil --markdown > "$TMP/header"
 for i in $(seq "$RUNS"); do
-  "$TOOL" bench --markdown > "$TMP/entry.$i"
-  "$TOOL" bench --markdown --table-only --tier selected > "$TMP/body.$i"
+  for f in $NAMES; do
+    "$TOOL" bench "$f" --markdown --table-only >> "$TMP/entry.$i"
+    "$TOOL" bench "$f" --markdown --table-only --tier selected >> "$TMP/body.$i"
+  done
 done
 
 # Median of each numeric cell over the runs (rows matched by function name).
@@ -65,9 +71,10 @@ regenerate it on the machine you care about.
 
 Machine: ${CPU:-unknown} ($(nproc) logical processors)  
 Date: $(date -u '+%Y-%m-%d %H:%M UTC')  
-Command: \`tools/perf_report.sh $RUNS\` (\`tessera bench --markdown\` and
-\`tessera bench --markdown --tier selected\`, each in $RUNS processes; the median of each figure)  
-$(sed -n 's/^\(Method: .*\)/\1/p' "$TMP/entry.1")
+Command: \`tools/perf_report.sh $RUNS\` (\`tessera bench FUNC --markdown\` and
+\`tessera bench FUNC --markdown --tier selected\` for every function, each in its own process,
+$RUNS times; the median of each figure)  
+$(sed -n 's/^\(Method: .*\)/\1/p' "$TMP/header")
 
 How to read it:
 

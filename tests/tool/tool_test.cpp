@@ -263,6 +263,8 @@ TEST(ToolBench, CeilAgainstSystemLibm) {
 
     auto tier = tool({"bench", "ceil", "--tier", "ex", "--reps", "1", "--passes", "1"});
     EXPECT_TRUE(std::regex_search(tier.out, std::regex("\nceil +ex "))) << tier.out;
+    auto range = tool({"bench", "ceil", "--range", "-2", "3", "--reps", "1", "--passes", "1"});
+    EXPECT_TRUE(std::regex_search(range.out, std::regex(R"(\nceil +\w+ +\[-2, 3\])"))) << range.out;
     EXPECT_EQ(tool({"bench", "no_such_function"}).status, 2);
 }
 

@@ -23,6 +23,7 @@
 #include <x86intrin.h>
 
 #include <algorithm>
+#include <array>
 #include <cfloat>
 #include <cmath>
 #include <cstdio>
@@ -30,6 +31,7 @@
 #include <ctime>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tool.h"
@@ -231,8 +233,21 @@ volatile long long g_zero_i = 0;
 
 template <class T> T zero_of() { return T(g_zero_d); }
 
+// ---- placements ------------------------------------------------------------------------------
+// On some processors the cost of a call loop depends on where the loop's call site and
+// return address fall within a 64-byte line, by as much as a tenth of a cheap function's
+// figure and differently for different callees (a loop placed one way made one libm's
+// function look faster, placed another way slower).  Where the tool's code lands shifts
+// with every change to the library linked beside it, so a single placement would make the
+// figures move between builds of code they do not measure.  Each timing loop starts on a
+// line (the file is built with -falign-loops=64) and exists in eight placements: Pad
+// bytes of no-operation instructions ahead of the call, 0 to 56 in steps of 8.
+// Repetition k measures both sides in placement k mod 8; the figures are medians over
+// all repetitions, so over the placements a program might give its call.
+constexpr int kPlacements = 8;
+
 // Ticks per call over `passes` passes of the inputs.
-template <class T, Form F> double throughput(AnyFn fn, Inputs<T> &in, int passes) {
+template <class T, Form F, int Pad> double throughput(AnyFn fn, Inputs<T> &in, int passes) {
     const T *x = in.x, *y = in.y;
     const int *n = in.n;
     T *out = in.out;
@@ -240,6 +255,7 @@ template <class T, Form F> double throughput(AnyFn fn, Inputs<T> &in, int passes
     uint64_t t0 = ticks();
     for (int p = 0; p < passes; ++p) {
         for (size_t i = 0; i < kN; ++i) {
+            asm volatile(".nops %c0" ::"i"(Pad));
             if constexpr (F == Form::r_r) out[i] = reinterpret_cast<T (*)(T)>(fn)(x[i]);
             else if constexpr (F == Form::r_rr) out[i] = reinterpret_cast<T (*)(T, T)>(fn)(x[i], y[i]);
             else if constexpr (F == Form::r_ri) out[i] = reinterpret_cast<T (*)(T, int)>(fn)(x[i], n[i]);
@@ -253,7 +269,7 @@ template <class T, Form F> double throughput(AnyFn fn, Inputs<T> &in, int passes
     return double(t1 - t0) / double(kN * size_t(passes));
 }
 
-template <class T, Form F> double latency(AnyFn fn, Inputs<T> &in, int passes) {
+template <class T, Form F, int Pad> double latency(AnyFn fn, Inputs<T> &in, int passes) {
     const T *x = in.x, *y = in.y;
     const int *n = in.n;
     const T z = zero_of<T>();
@@ -263,6 +279,7 @@ template <class T, Form F> double latency(AnyFn fn, Inputs<T> &in, int passes) {
     uint64_t t0 = ticks();
     for (int p = 0; p < passes; ++p) {
         for (size_t i = 0; i < kN; ++i) {
+            asm volatile(".nops %c0" ::"i"(Pad));
             if constexpr (F == Form::r_r) r = reinterpret_cast<T (*)(T)>(fn)(link(x[i], r, z));
             else if constexpr (F == Form::r_rr) r = reinterpret_cast<T (*)(T, T)>(fn)(link(x[i], r, z), y[i]);
             else if constexpr (F == Form::r_ri) r = reinterpret_cast<T (*)(T, int)>(fn)(link(x[i], r, z), n[i]);
@@ -278,9 +295,23 @@ template <class T, Form F> double latency(AnyFn fn, Inputs<T> &in, int passes) {
     return double(t1 - t0) / double(kN * size_t(passes));
 }
 
+using TimeFn = double (*)(AnyFn, void *, int);
+template <class T, Form F, int Pad> double thr_at(AnyFn fn, void *in, int passes) {
+    return throughput<T, F, Pad>(fn, *static_cast<Inputs<T> *>(in), passes);
+}
+template <class T, Form F, int Pad> double lat_at(AnyFn fn, void *in, int passes) {
+    return latency<T, F, Pad>(fn, *static_cast<Inputs<T> *>(in), passes);
+}
+template <class T, Form F, size_t... I> constexpr std::array<TimeFn, kPlacements> thr_table(std::index_sequence<I...>) {
+    return {&thr_at<T, F, int(I) * 8>...};
+}
+template <class T, Form F, size_t... I> constexpr std::array<TimeFn, kPlacements> lat_table(std::index_sequence<I...>) {
+    return {&lat_at<T, F, int(I) * 8>...};
+}
+
 struct Figures {
-    double thr[2], lat[2];  // [0] tessera, [1] libm: median ticks per call
-    double thr_ratio, lat_ratio;  // median of the ratios of each repetition's pair
+    double thr[2], lat[2];  // [0] tessera, [1] libm: ticks per call
+    double thr_ratio, lat_ratio;  // tessera/libm
 };
 
 double median(std::vector<double> v) {
@@ -292,30 +323,46 @@ double median(std::vector<double> v) {
 template <class T, Form F> Figures measure(AnyFn ours, AnyFn theirs, const Range &r, int reps, int passes) {
     Inputs<T> in = make_inputs<T>(r, 0x7e55e7a);
     AnyFn fns[2] = {ours, theirs};
+    constexpr auto thr_fns = thr_table<T, F>(std::make_index_sequence<kPlacements>());
+    constexpr auto lat_fns = lat_table<T, F>(std::make_index_sequence<kPlacements>());
     for (AnyFn fn : fns) {  // warm up: caches, predictors, and the first call's slot settling
-        throughput<T, F>(fn, in, 2);
-        latency<T, F>(fn, in, 2);
+        thr_fns[0](fn, &in, 2);
+        lat_fns[0](fn, &in, 2);
     }
     std::vector<double> thr[2], lat[2];
     for (int k = 0; k < reps; ++k) {
+        int at = k % kPlacements;
         for (int j = 0; j < 2; ++j) {
-            int s = (k + j) & 1;  // alternate which side goes first
-            thr[s].push_back(throughput<T, F>(fns[s], in, passes));
+            int s = (k / kPlacements + j) & 1;  // alternate which side goes first
+            thr[s].push_back(thr_fns[at](fns[s], &in, passes));
         }
         for (int j = 0; j < 2; ++j) {
-            int s = (k + j + 1) & 1;
-            lat[s].push_back(latency<T, F>(fns[s], in, passes));
+            int s = (k / kPlacements + j + 1) & 1;
+            lat[s].push_back(lat_fns[at](fns[s], &in, passes));
         }
     }
-    // A repetition measures both sides back to back, so its ratio compares them under the same
-    // conditions (the machine's other load, the core's clock); the median of those ratios is
-    // steadier than the ratio of the medians.
-    std::vector<double> rt, rl;
-    for (int k = 0; k < reps; ++k) {
-        rt.push_back(thr[0][k] / thr[1][k]);
-        rl.push_back(lat[0][k] / lat[1][k]);
+    // Within a placement the median over its repetitions: a repetition measures both sides
+    // back to back, so its ratio compares them under the same conditions (the machine's other
+    // load, the core's clock), and the median of those ratios is steadier than the ratio of
+    // the medians.  Across placements the mean (for the ratio, the geometric mean): each
+    // placement is as likely as another for a caller's loop.
+    int used = std::min(reps, kPlacements);
+    Figures f{};
+    double lrt = 0, lrl = 0;
+    for (int at = 0; at < used; ++at) {
+        std::vector<double> t[2], l[2], rt, rl;
+        for (int k = at; k < reps; k += kPlacements) {
+            for (int s = 0; s < 2; ++s) t[s].push_back(thr[s][k]), l[s].push_back(lat[s][k]);
+            rt.push_back(thr[0][k] / thr[1][k]);
+            rl.push_back(lat[0][k] / lat[1][k]);
+        }
+        for (int s = 0; s < 2; ++s) f.thr[s] += median(t[s]) / used, f.lat[s] += median(l[s]) / used;
+        lrt += std::log(median(rt)) / used;
+        lrl += std::log(median(rl)) / used;
     }
-    return {{median(thr[0]), median(thr[1])}, {median(lat[0]), median(lat[1])}, median(rt), median(rl)};
+    f.thr_ratio = std::exp(lrt);
+    f.lat_ratio = std::exp(lrl);
+    return f;
 }
 
 template <class T> Figures measure_form(Form form, AnyFn a, AnyFn b, const Range &r, int reps, int passes) {
@@ -390,12 +437,20 @@ struct Row {
 int cmd_bench(int argc, char **argv) {
     std::vector<std::string> names;
     std::string tier;
-    int reps = 31, passes = 16;
-    bool markdown = false, table_only = false, plt = false;
+    int reps = 64, passes = 16;
+    bool markdown = false, table_only = false, plt = false, have_range = false;
+    double range_lo = 0, range_hi = 0;
     for (int i = 0; i < argc; ++i) {
         std::string a = argv[i];
         if (a == "--tier" && i + 1 < argc) tier = argv[++i];
         else if (a == "--reps" && i + 1 < argc) reps = std::max(1, std::atoi(argv[++i]));
+        else if (a == "--range" && i + 2 < argc) {
+            // the first operand drawn uniformly from [LO, HI] instead of the function's own range
+            range_lo = std::atof(argv[i + 1]);
+            range_hi = std::atof(argv[i + 2]);
+            have_range = true;
+            i += 2;
+        }
         else if (a == "--passes" && i + 1 < argc) passes = std::max(1, std::atoi(argv[++i]));
         else if (a == "--markdown") markdown = true;
         else if (a == "--table-only") table_only = true;
@@ -444,9 +499,10 @@ int cmd_bench(int argc, char **argv) {
     std::snprintf(method, sizeof method,
                   "cycles per call in time-stamp-counter ticks (rdtsc, %.3f GHz measured against "
                   "CLOCK_MONOTONIC; the core ran at about %.2f GHz by a chain of dependent adds, so one "
-                  "tick is about %.2f core cycles); medians of %d interleaved repetitions of %zu calls each side, "
-                  "ratio tessera/libm the median of the repetitions' ratios",
-                  ghz, ghz / tpc, 1 / tpc, reps, kN * size_t(passes));
+                  "tick is about %.2f core cycles); %d interleaved repetitions of %zu calls each side, spread "
+                  "over %d placements of the calling loop: the median within a placement, the mean across "
+                  "placements (ratio tessera/libm: the geometric mean of the placements' median ratios)",
+                  ghz, ghz / tpc, 1 / tpc, reps, kN * size_t(passes), kPlacements);
     if (plt)
         std::snprintf(method + std::strlen(method), sizeof method - std::strlen(method),
                       "; both sides called through a PLT-style jump, as from a program linked "
@@ -505,7 +561,8 @@ int cmd_bench(int argc, char **argv) {
             theirs = tsr_tool_plt1;
         }
         Form form = form_of(*f);
-        const Range &r = range_of(f->name);
+        Range r = range_of(f->name);
+        if (have_range) r.lo = range_lo, r.hi = range_hi, r.log = false;
         Figures fig = f->prec == 'f'   ? measure_form<float>(form, ours, theirs, r, reps, passes)
                       : f->prec == 'l' ? measure_form<long double>(form, ours, theirs, r, reps, passes)
                                        : measure_form<double>(form, ours, theirs, r, reps, passes);
