@@ -25,7 +25,7 @@ __attribute__((always_inline)) inline double log2_fma(double x, int adj) {
     logk::FmaRed red = logk::fma_reduce<true>(x, f32(0x3fb80000));  // 1.4375
     double r = __builtin_fma(red.w, red.R, f64(0xbff7000000000000ull));
     // v runs over 0x3f38 .. 0x3fb8 (0.71875 .. 1.4375), where (v + 200) & 0xff is v - 0x3f38
-    logk::Row t = logk::row16(&logtab::log2_rows_l9[0][0], red.v, 0x3f38);
+    logk::Row t = logk::row8(logtab::log2_rows_l9, red.v, 0x3f38);
     double n = double(int(b >> 52) - 1023 + adj);
     double H = n + t.hi;
     double lo = __builtin_fma(f64(0x3f6d9afc100429deull), r, t.lo);

@@ -101,6 +101,20 @@ inline Row row16(const double *table, uint32_t v, uint32_t v0) {
     asm("vmovsd 8(%1,%2), %0" : "=x"(lo) : "r"(base), "r"(off) : );
     return {hi, lo};
 }
+
+// The same for a table stored as two arrays (Rows129): the index scaled by 8 in the
+// address itself, so the shift goes too, and a base register for each array (an address
+// of base, scaled index and displacement takes a cycle longer on some processors).
+inline Row row8(const logtab::Rows129 &table, uint32_t v, uint32_t v0) {
+    uintptr_t bh = reinterpret_cast<uintptr_t>(&table.hi[0]) - uintptr_t(v0) * 8;
+    uintptr_t bl = reinterpret_cast<uintptr_t>(&table.lo[0]) - uintptr_t(v0) * 8;
+    asm("" : "+r"(bh), "+r"(bl));
+    uintptr_t idx = v;
+    double hi, lo;
+    asm("vmovsd (%1,%2,8), %0" : "=x"(hi) : "r"(bh), "r"(idx));
+    asm("vmovsd (%1,%2,8), %0" : "=x"(lo) : "r"(bl), "r"(idx));
+    return {hi, lo};
+}
 #endif
 
 enum class Base { e, two, ten };

@@ -8,12 +8,17 @@
 constexpr double tsr_d(uint64_t b) { return std::bit_cast<double>(b); }
 
 namespace tsr::logtab {
+// 129 (head, tail) rows stored as two arrays, heads first: one index scaled by 8 addresses
+// both words, where interleaved pairs need the index shifted left by 4 before the loads.
+struct Rows129 {
+    double hi[129], lo[129];
+};
 // -ln R_i for R_i = (1 + i/128)/2, R_128 = 1: head and tail, in the no-FMA and FMA cuts.
 extern const double log_neg129_ex[129][2] TSR_HIDDEN;
 extern const double log_neg129_fma[129][2] TSR_HIDDEN;
 // log2 and log10 of c/R' for the reductions toward c.
 extern const double log2_rows_ex[129][2] TSR_HIDDEN;
-extern const double log2_rows_l9[129][2] TSR_HIDDEN;
+extern const Rows129 log2_rows_l9 TSR_HIDDEN;
 extern const double log10_rows_ex[129][2] TSR_HIDDEN;
 extern const double log10_rows_l9[129][2] TSR_HIDDEN;
 // -log R_i, R_i = (1 + i/256)/2, in base e, 2 and 10.

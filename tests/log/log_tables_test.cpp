@@ -100,7 +100,7 @@ TEST(LogTables, Log2Log10Rows) {
         j = k + 56;
         R = k < 72 ? (1 + j / 128.0) / 2 : 1 + (k - 72) / 128.0;
         neglog(v, R, 2, 1.4375);
-        expect_pair("log2_rows_l9", k, log2_rows_l9[k][0], log2_rows_l9[k][1], v, 0x1p-42);
+        expect_pair("log2_rows_l9", k, log2_rows_l9.hi[k], log2_rows_l9.lo[k], v, 0x1p-42);
         j = k + 94;
         R = j < 128 ? (1 + j / 128.0) / 8 : (1 + (j - 128) / 128.0) / 4;
         neglog(v, R, 10, 0.43359375);

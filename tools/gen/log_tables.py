@@ -63,6 +63,20 @@ def emit_pairs(name, rows, comment):
     out.append("")
 
 
+def emit_split(name, rows, comment):
+    """The rows as a Rows129: all heads, then all tails."""
+    out.append("// %s" % comment)
+    out.append("alignas(64) const Rows129 %s = {" % name)
+    for part in (0, 1):
+        out.append("    {")
+        vals = [r[part] for r in rows]
+        for i in range(0, len(vals), 4):
+            out.append("        " + " ".join(hexd(v) + "," for v in vals[i:i + 4]))
+        out.append("    },")
+    out.append("};")
+    out.append("")
+
+
 def emit_doubles(name, vals, comment):
     out.append("// %s" % comment)
     out.append("alignas(16) const double %s[%d] = {" % (name, len(vals)))
@@ -110,7 +124,7 @@ def rl9(k):
 
 
 log2_l9 = [pair(log(c2l / rl9(k), 2), -42) for k in range(129)]
-emit_pairs("log2_rows_l9", log2_l9, "log2(1.4375 / R'), R' the rounded reciprocal of row k (FMA tier).")
+emit_split("log2_rows_l9", log2_l9, "log2(1.4375 / R'), R' the rounded reciprocal of row k (FMA tier).")
 
 c10 = mpf(0.43359375)
 log10_ex = [pair(log(c10 / rprime(k, 94, mpf(1) / 8, mpf(1) / 4), 10), -43) for k in range(129)]
