@@ -242,8 +242,8 @@ template <class T> T zero_of() { return T(g_zero_d); }
 // figures move between builds of code they do not measure.  Each timing loop starts on a
 // line (the file is built with -falign-loops=64) and exists in eight placements: Pad
 // bytes of no-operation instructions ahead of the call, 0 to 56 in steps of 8.
-// Repetition k measures both sides in placement k mod 8; the figures are medians over
-// all repetitions, so over the placements a program might give its call.
+// Repetition k measures both sides in placement k mod 8, and the figures average over the
+// placements (see measure), as over the places a program might give its call.
 constexpr int kPlacements = 8;
 
 // Ticks per call over `passes` passes of the inputs.
@@ -295,18 +295,15 @@ template <class T, Form F, int Pad> double latency(AnyFn fn, Inputs<T> &in, int 
     return double(t1 - t0) / double(kN * size_t(passes));
 }
 
+// One timing loop per placement, by index: throughput or latency (Lat).
 using TimeFn = double (*)(AnyFn, void *, int);
-template <class T, Form F, int Pad> double thr_at(AnyFn fn, void *in, int passes) {
-    return throughput<T, F, Pad>(fn, *static_cast<Inputs<T> *>(in), passes);
+template <class T, Form F, int Pad, bool Lat> double time_at(AnyFn fn, void *in, int passes) {
+    auto &typed = *static_cast<Inputs<T> *>(in);
+    return Lat ? latency<T, F, Pad>(fn, typed, passes) : throughput<T, F, Pad>(fn, typed, passes);
 }
-template <class T, Form F, int Pad> double lat_at(AnyFn fn, void *in, int passes) {
-    return latency<T, F, Pad>(fn, *static_cast<Inputs<T> *>(in), passes);
-}
-template <class T, Form F, size_t... I> constexpr std::array<TimeFn, kPlacements> thr_table(std::index_sequence<I...>) {
-    return {&thr_at<T, F, int(I) * 8>...};
-}
-template <class T, Form F, size_t... I> constexpr std::array<TimeFn, kPlacements> lat_table(std::index_sequence<I...>) {
-    return {&lat_at<T, F, int(I) * 8>...};
+template <class T, Form F, bool Lat, size_t... I>
+constexpr std::array<TimeFn, kPlacements> placements(std::index_sequence<I...>) {
+    return {&time_at<T, F, int(I) * 8, Lat>...};
 }
 
 struct Figures {
@@ -323,22 +320,23 @@ double median(std::vector<double> v) {
 template <class T, Form F> Figures measure(AnyFn ours, AnyFn theirs, const Range &r, int reps, int passes) {
     Inputs<T> in = make_inputs<T>(r, 0x7e55e7a);
     AnyFn fns[2] = {ours, theirs};
-    constexpr auto thr_fns = thr_table<T, F>(std::make_index_sequence<kPlacements>());
-    constexpr auto lat_fns = lat_table<T, F>(std::make_index_sequence<kPlacements>());
+    constexpr auto thr_fns = placements<T, F, false>(std::make_index_sequence<kPlacements>());
+    constexpr auto lat_fns = placements<T, F, true>(std::make_index_sequence<kPlacements>());
+    void *any = &in;
     for (AnyFn fn : fns) {  // warm up: caches, predictors, and the first call's slot settling
-        thr_fns[0](fn, &in, 2);
-        lat_fns[0](fn, &in, 2);
+        thr_fns[0](fn, any, 2);
+        lat_fns[0](fn, any, 2);
     }
     std::vector<double> thr[2], lat[2];
     for (int k = 0; k < reps; ++k) {
         int at = k % kPlacements;
         for (int j = 0; j < 2; ++j) {
             int s = (k / kPlacements + j) & 1;  // alternate which side goes first
-            thr[s].push_back(thr_fns[at](fns[s], &in, passes));
+            thr[s].push_back(thr_fns[at](fns[s], any, passes));
         }
         for (int j = 0; j < 2; ++j) {
             int s = (k / kPlacements + j + 1) & 1;
-            lat[s].push_back(lat_fns[at](fns[s], &in, passes));
+            lat[s].push_back(lat_fns[at](fns[s], any, passes));
         }
     }
     // Within a placement the median over its repetitions: a repetition measures both sides
