@@ -1,4 +1,3 @@
-// tessera-tiers: ex e7 l9 z0 d1
 // e^x and e^x in single precision.
 //
 // Double, tiers ex and e7 (one algorithm): x = (k/64)·ln 2 + r with k rounded by a shifter,
@@ -94,12 +93,12 @@ inline float expf_body(float x) {
 }  // namespace
 
 #if TSR_TIER_EX
-TSR_DEFINE(double, __libm_exp_ex, (double x)) { return exp_body(x); }
-TSR_DEFINE(float, __libm_expf_ex, (float x)) { return expf_body(x); }
+TSR_BODY(double, exp, (double x)) { return exp_body(x); }
+TSR_BODY(float, expf, (float x)) { return expf_body(x); }
 #endif
 #if TSR_TIER_E7
-TSR_DEFINE(double, __libm_exp_e7, (double x)) { return exp_body(x); }
-TSR_DEFINE(float, __libm_expf_e7, (float x)) { return expf_body(x); }
+TSR_BODY(double, exp, (double x)) { return exp_body(x); }
+TSR_BODY(float, expf, (float x)) { return expf_body(x); }
 #endif
 
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
@@ -154,11 +153,11 @@ inline double exp_fma(double x) {
 }
 }  // namespace
 #if TSR_TIER_L9
-TSR_DEFINE(double, __libm_exp_l9, (double x)) { return exp_fma(x); }
+TSR_BODY(double, exp, (double x)) { return exp_fma(x); }
 #elif TSR_TIER_Z0
-TSR_DEFINE(double, __libm_exp_z0, (double x)) { return exp_fma(x); }
+TSR_BODY(double, exp, (double x)) { return exp_fma(x); }
 #else
-TSR_DEFINE(double, __libm_exp_d1, (double x)) { return exp_fma(x); }
+TSR_BODY(double, exp, (double x)) { return exp_fma(x); }
 #endif
 #endif
 
@@ -203,7 +202,7 @@ __attribute__((noinline, cold)) float expf_fma_edge(float x) {
 
 // One unsigned compare for the band, the core written out straight, and one test of the
 // mode by arithmetic independent of x: both leave the usual path without a taken branch.
-TSR_DEFINE(float, __libm_expf_l9, (float x)) {
+TSR_BODY(float, expf, (float x)) {
     // |x| in [0x31800000, 0x42ad496b) as bits, the sign shifted out: one lea and one compare.
     if (__builtin_expect(bits(x) * 2u - 0x63000000u >= 0x855a92d6u - 0x63000000u, 0))
         return expf_fma_edge(x);

@@ -1,4 +1,3 @@
-// tessera-tiers: ex e7
 // 10^x and 10^x in single precision.
 //
 // Double.  Tier ex: integer arguments 1..22 come from a table of exact powers; the rest runs
@@ -191,10 +190,10 @@ inline float exp10f_e7(float x) {
 }  // namespace
 
 #if TSR_TIER_EX
-TSR_DEFINE(double, __libm_exp10_ex, (double x)) { return exp10_ex(x); }
-TSR_DEFINE(float, __libm_exp10f_ex, (float x)) { return exp10f_ex(x); }
+TSR_BODY(double, exp10, (double x)) { return exp10_ex(x); }
+TSR_BODY(float, exp10f, (float x)) { return exp10f_ex(x); }
 #endif
 #if TSR_TIER_E7
-TSR_DEFINE(double, __libm_exp10_e7, (double x)) { return exp10_e7(x); }
-TSR_DEFINE(float, __libm_exp10f_e7, (float x)) { return exp10f_e7(x); }
+TSR_BODY(double, exp10, (double x)) { return exp10_e7(x); }
+TSR_BODY(float, exp10f, (float x)) { return exp10f_e7(x); }
 #endif

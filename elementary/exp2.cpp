@@ -1,4 +1,3 @@
-// tessera-tiers: ex e7 l9 z0 d1
 // 2^x and 2^x in single precision.
 //
 // Double.  Tier ex: integer arguments are exact powers built from the exponent field; the
@@ -349,22 +348,22 @@ inline float exp2f_fma(float x) {
 }  // namespace
 
 #if TSR_TIER_EX
-TSR_DEFINE(double, __libm_exp2_ex, (double x)) { return exp2_ex(x); }
-TSR_DEFINE(float, __libm_exp2f_ex, (float x)) { return exp2f_ex(x); }
+TSR_BODY(double, exp2, (double x)) { return exp2_ex(x); }
+TSR_BODY(float, exp2f, (float x)) { return exp2f_ex(x); }
 #endif
 #if TSR_TIER_E7
-TSR_DEFINE(double, __libm_exp2_e7, (double x)) { return exp2_e7(x); }
-TSR_DEFINE(float, __libm_exp2f_e7, (float x)) { return exp2f_e7(x); }
+TSR_BODY(double, exp2, (double x)) { return exp2_e7(x); }
+TSR_BODY(float, exp2f, (float x)) { return exp2f_e7(x); }
 #endif
 #if TSR_TIER_L9
-TSR_DEFINE(double, __libm_exp2_l9, (double x)) { return exp2_fma(x); }
-TSR_DEFINE(float, __libm_exp2f_l9, (float x)) { return exp2f_fma(x); }
+TSR_BODY(double, exp2, (double x)) { return exp2_fma(x); }
+TSR_BODY(float, exp2f, (float x)) { return exp2f_fma(x); }
 #endif
 #if TSR_TIER_Z0
-TSR_DEFINE(double, __libm_exp2_z0, (double x)) { return exp2_fma(x); }
-TSR_DEFINE(float, __libm_exp2f_z0, (float x)) { return exp2f_fma(x); }
+TSR_BODY(double, exp2, (double x)) { return exp2_fma(x); }
+TSR_BODY(float, exp2f, (float x)) { return exp2f_fma(x); }
 #endif
 #if TSR_TIER_D1
-TSR_DEFINE(double, __libm_exp2_d1, (double x)) { return exp2_fma(x); }
-TSR_DEFINE(float, __libm_exp2f_d1, (float x)) { return exp2f_fma(x); }
+TSR_BODY(double, exp2, (double x)) { return exp2_fma(x); }
+TSR_BODY(float, exp2f, (float x)) { return exp2f_fma(x); }
 #endif

@@ -1,4 +1,3 @@
-// tessera-tiers: ex e7 l9 z0 d1
 // Natural logarithm.  ex and e7 are one algorithm (the shared no-FMA frame); l9, z0 and d1
 // are a second one built on fused multiply-add with its own polynomial and its own cut of
 // the -ln R table, and hand every special value to the e7 body.  z0 and d1 take the
@@ -9,11 +8,11 @@
 using namespace tsr;
 
 #if TSR_TIER_EX
-TSR_DEFINE(double, __libm_log_ex, (double x)) { return logk::frame<logk::Base::e>(x); }
+TSR_BODY(double, log, (double x)) { return logk::frame<logk::Base::e>(x); }
 #endif
 
 #if TSR_TIER_E7
-TSR_DEFINE(double, __libm_log_e7, (double x)) { return logk::frame<logk::Base::e>(x); }
+TSR_BODY(double, log, (double x)) { return logk::frame<logk::Base::e>(x); }
 #endif
 
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
@@ -68,11 +67,11 @@ inline double log_fma_entry(double x) {
 #endif
 
 #if TSR_TIER_L9
-TSR_DEFINE(double, __libm_log_l9, (double x)) { return log_fma_entry(x); }
+TSR_BODY(double, log, (double x)) { return log_fma_entry(x); }
 #endif
 #if TSR_TIER_Z0
-TSR_DEFINE(double, __libm_log_z0, (double x)) { return log_fma_entry(x); }
+TSR_BODY(double, log, (double x)) { return log_fma_entry(x); }
 #endif
 #if TSR_TIER_D1
-TSR_DEFINE(double, __libm_log_d1, (double x)) { return log_fma_entry(x); }
+TSR_BODY(double, log, (double x)) { return log_fma_entry(x); }
 #endif

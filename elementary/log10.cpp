@@ -1,4 +1,3 @@
-// tessera-tiers: ex e7 l9 z0 d1
 // Base-10 logarithm.  ex and e7 (one algorithm) reduce toward c = 0.43359375, close to
 // log10(e).  l9, z0 and d1 are one FMA algorithm that handles its own special values: its
 // table rows carry -1023*log10(2), so the biased exponent multiplies log10(2) directly.
@@ -7,11 +6,11 @@
 using namespace tsr;
 
 #if TSR_TIER_EX
-TSR_DEFINE(double, __libm_log10_ex, (double x)) { return logk::frame<logk::Base::ten>(x); }
+TSR_BODY(double, log10, (double x)) { return logk::frame<logk::Base::ten>(x); }
 #endif
 
 #if TSR_TIER_E7
-TSR_DEFINE(double, __libm_log10_e7, (double x)) { return logk::frame<logk::Base::ten>(x); }
+TSR_BODY(double, log10, (double x)) { return logk::frame<logk::Base::ten>(x); }
 #endif
 
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
@@ -59,11 +58,11 @@ inline double log10_fma(double x) {
 #endif
 
 #if TSR_TIER_L9
-TSR_DEFINE(double, __libm_log10_l9, (double x)) { return log10_fma(x); }
+TSR_BODY(double, log10, (double x)) { return log10_fma(x); }
 #endif
 #if TSR_TIER_Z0
-TSR_DEFINE(double, __libm_log10_z0, (double x)) { return log10_fma(x); }
+TSR_BODY(double, log10, (double x)) { return log10_fma(x); }
 #endif
 #if TSR_TIER_D1
-TSR_DEFINE(double, __libm_log10_d1, (double x)) { return log10_fma(x); }
+TSR_BODY(double, log10, (double x)) { return log10_fma(x); }
 #endif

@@ -1,4 +1,3 @@
-// tessera-tiers: ex e7 l9 z0 d1
 // log1p and log1pf.  ex: bands on |x| (the body of the reproducible form): polynomials for
 // small |x|, and above them the mantissa-indexed short reciprocals of log_rcp256 applied to
 // 1 + x in two words.  e7: log's no-FMA frame on v = 1 + x with a correction for the
@@ -29,7 +28,7 @@ inline double log1p_series(double x) {
 }
 }  // namespace
 
-TSR_DEFINE(double, __libm_log1p_ex, (double x)) {
+TSR_BODY(double, log1p, (double x)) {
     uint64_t b = bits(x);
     uint32_t H = uint32_t(b >> 32) & 0x7fffffff;
     if (H >= 0x7ff00000u) {
@@ -85,7 +84,7 @@ TSR_DEFINE(double, __libm_log1p_ex, (double x)) {
               (f64(0x3fc999a24cdb6abcull) * s + f64(0x3fd555555554d0dfull)) * u * s) + lo));
 }
 
-TSR_DEFINE(float, __libm_log1pf_ex, (float x)) {
+TSR_BODY(float, log1pf, (float x)) {
     double u = x;
     uint32_t b = bits(x);
     if ((b << 1) > 0xff000000u) return x + x;
@@ -100,7 +99,7 @@ TSR_DEFINE(float, __libm_log1pf_ex, (float x)) {
 #endif
 
 #if TSR_TIER_E7
-TSR_DEFINE(double, __libm_log1p_e7, (double x)) {
+TSR_BODY(double, log1p, (double x)) {
     uint64_t bx = bits(x);
     uint32_t tx = uint32_t(bx >> 48) & 0x7fff;
     if (tx < 0x3f80) {
@@ -150,7 +149,7 @@ TSR_DEFINE(double, __libm_log1p_e7, (double x)) {
     return S + ((Z + P0) + P1);
 }
 
-TSR_DEFINE(float, __libm_log1pf_e7, (float x)) {
+TSR_BODY(float, log1pf, (float x)) {
     uint32_t bx = bits(x);
     if ((bx & 0x7fffffffu) < 0x33800000u) {  // |x| < 2^-24
         if ((bx & 0x7fffffffu) < 0x00800000u) force(x * x);
@@ -238,11 +237,11 @@ inline double log1p_fma(double x) {
 #endif
 
 #if TSR_TIER_L9
-TSR_DEFINE(double, __libm_log1p_l9, (double x)) { return log1p_fma(x); }
+TSR_BODY(double, log1p, (double x)) { return log1p_fma(x); }
 #endif
 #if TSR_TIER_Z0
-TSR_DEFINE(double, __libm_log1p_z0, (double x)) { return log1p_fma(x); }
+TSR_BODY(double, log1p, (double x)) { return log1p_fma(x); }
 #endif
 #if TSR_TIER_D1
-TSR_DEFINE(double, __libm_log1p_d1, (double x)) { return log1p_fma(x); }
+TSR_BODY(double, log1p, (double x)) { return log1p_fma(x); }
 #endif

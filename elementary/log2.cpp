@@ -1,4 +1,3 @@
-// tessera-tiers: ex e7 l9
 // Base-2 logarithm.  ex and e7 (one algorithm) reduce toward c = 1.4453125, close to
 // log2(e), so that r already carries the conversion factor and the linear term needs only
 // a small correction.  l9 reduces toward 1.4375 with fused multiply-add and hands the
@@ -8,11 +7,11 @@
 using namespace tsr;
 
 #if TSR_TIER_EX
-TSR_DEFINE(double, __libm_log2_ex, (double x)) { return logk::frame<logk::Base::two>(x); }
+TSR_BODY(double, log2, (double x)) { return logk::frame<logk::Base::two>(x); }
 #endif
 
 #if TSR_TIER_E7
-TSR_DEFINE(double, __libm_log2_e7, (double x)) { return logk::frame<logk::Base::two>(x); }
+TSR_BODY(double, log2, (double x)) { return logk::frame<logk::Base::two>(x); }
 #endif
 
 #if TSR_TIER_L9
@@ -50,7 +49,7 @@ __attribute__((cold, noinline)) double log2_fma_cold(double x) {
 }
 }  // namespace
 
-TSR_DEFINE(double, __libm_log2_l9, (double x)) {
+TSR_BODY(double, log2, (double x)) {
     uint64_t b = bits(x);
     // log2(1) is +0 in every rounding mode (the arithmetic gives -0 rounding downward).
     if (b == 0x3ff0000000000000ull) return 0.0;

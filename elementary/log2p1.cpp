@@ -1,4 +1,3 @@
-// tessera-tiers: ex l9 z0
 // log2(1 + x), the internal function behind the dispatched __libm_log2p1 (no exported
 // name).  One algorithm in three tiers: ex without fused multiply-add (v split at its low
 // 26 bits for the exact product), l9 with it, z0 with the 14-bit reciprocal estimate of the
@@ -106,11 +105,11 @@ inline double log2p1_body(double x) {
 }  // namespace
 
 #if TSR_TIER_EX
-TSR_DEFINE(double, __libm_log2p1_ex, (double x)) { return log2p1_body(x); }
+TSR_BODY(double, log2p1, (double x)) { return log2p1_body(x); }
 #endif
 #if TSR_TIER_L9
-TSR_DEFINE(double, __libm_log2p1_l9, (double x)) { return log2p1_body(x); }
+TSR_BODY(double, log2p1, (double x)) { return log2p1_body(x); }
 #endif
 #if TSR_TIER_Z0
-TSR_DEFINE(double, __libm_log2p1_z0, (double x)) { return log2p1_body(x); }
+TSR_BODY(double, log2p1, (double x)) { return log2p1_body(x); }
 #endif

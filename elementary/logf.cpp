@@ -1,4 +1,3 @@
-// tessera-tiers: ex e7 l9
 // logf, log2f, log10f.  ex: table by mantissa bits (log_rcp256) and a short polynomial, with
 // exact answers for powers of two (log2f) and of ten (log10f).  e7: the reciprocal estimate
 // rounded to 8 bits reduces x exactly in double, its bits index -log R.  l9: the estimate
@@ -79,9 +78,9 @@ inline float logf_ex(float x) {
     }
 }
 }  // namespace
-TSR_DEFINE(float, __libm_logf_ex, (float x)) { return logf_ex<Base::e>(x); }
-TSR_DEFINE(float, __libm_log2f_ex, (float x)) { return logf_ex<Base::two>(x); }
-TSR_DEFINE(float, __libm_log10f_ex, (float x)) { return logf_ex<Base::ten>(x); }
+TSR_BODY(float, logf, (float x)) { return logf_ex<Base::e>(x); }
+TSR_BODY(float, log2f, (float x)) { return logf_ex<Base::two>(x); }
+TSR_BODY(float, log10f, (float x)) { return logf_ex<Base::ten>(x); }
 #endif
 
 #if TSR_TIER_E7
@@ -129,9 +128,9 @@ inline float logf_e7(float x) {
     return float(res);
 }
 }  // namespace
-TSR_DEFINE(float, __libm_logf_e7, (float x)) { return logf_e7<Base::e>(x); }
-TSR_DEFINE(float, __libm_log2f_e7, (float x)) { return logf_e7<Base::two>(x); }
-TSR_DEFINE(float, __libm_log10f_e7, (float x)) { return logf_e7<Base::ten>(x); }
+TSR_BODY(float, logf, (float x)) { return logf_e7<Base::e>(x); }
+TSR_BODY(float, log2f, (float x)) { return logf_e7<Base::two>(x); }
+TSR_BODY(float, log10f, (float x)) { return logf_e7<Base::ten>(x); }
 #endif
 
 #if TSR_TIER_L9
@@ -195,7 +194,7 @@ inline float logf_l9(float x) {
     return logf_l9_main<B, false>(x);
 }
 }  // namespace
-TSR_DEFINE(float, __libm_logf_l9, (float x)) { return logf_l9<Base::e>(x); }
-TSR_DEFINE(float, __libm_log2f_l9, (float x)) { return logf_l9<Base::two>(x); }
-TSR_DEFINE(float, __libm_log10f_l9, (float x)) { return logf_l9<Base::ten>(x); }
+TSR_BODY(float, logf, (float x)) { return logf_l9<Base::e>(x); }
+TSR_BODY(float, log2f, (float x)) { return logf_l9<Base::two>(x); }
+TSR_BODY(float, log10f, (float x)) { return logf_l9<Base::ten>(x); }
 #endif

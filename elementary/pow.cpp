@@ -1,4 +1,3 @@
-// tessera-tiers: ex e7 l9
 //
 // pow(x, y) = 2^(y * log2 x), with log2 x carried in more than one double so that the
 // product keeps the ~64 bits the exponential needs (|y log2 x| reaches 1075, and a result
@@ -120,7 +119,7 @@ inline double careful(double S, double e, double y, bool neg, double x) {
 }
 }  // namespace
 
-TSR_DEFINE(double, __libm_pow_e7, (double x, double y)) {
+TSR_BODY(double, pow, (double x, double y)) {
     uint64_t uy = bits(y), ub;
     int n;
     bool neg;
@@ -280,7 +279,7 @@ inline double prod_err(double p, double a, double c) {
 }
 }  // namespace
 
-TSR_DEFINE(double, __libm_pow_ex, (double x, double y)) {
+TSR_BODY(double, pow, (double x, double y)) {
     uint64_t uy = bits(y), ub;
     int n;
     bool neg;
@@ -378,7 +377,7 @@ constexpr double kL2e = D(0x3ff71547652b82fe), kL2eLo = D(0x3c7777d1083f2b10);
 constexpr double kShift7 = D(0x42c800000001ff80);  // 1.5 2^45 + 1023*128 ulps of 2^-7
 }  // namespace
 
-TSR_DEFINE(double, __libm_pow_l9, (double x, double y)) {
+TSR_BODY(double, pow, (double x, double y)) {
     uint64_t ux = bits(x), uy = bits(y);
     if ((uy & kAbs) - 1 >= kInf - 1) return __libm_pow_e7_local(x, y);
     int32_t z0 = int32_t(hi(x) - 0x3feff000u);

@@ -1,4 +1,3 @@
-// tessera-tiers: ex l9
 //
 // powf(x, y) = 2^(y log2 x) in double arithmetic.
 //   ex (also bound as the e7 tier: one algorithm, one body): log2 x from a 65-row table of
@@ -27,7 +26,7 @@ constexpr double D(uint64_t u) { return std::bit_cast<double>(u); }
 constexpr double kShift5 = D(0x42e8000000000000);  // 1.5 2^47: rounds to multiples of 2^-5
 }  // namespace
 
-#if TSR_TIER_EX
+#if TSR_TIER_EX || TSR_TIER_E7
 namespace {
 constexpr double kLn2 = D(0x3fe62e42fefa39ef);
 // log2(1 + r ln2) - r = r^2 P2 + r^4 P1
@@ -51,7 +50,7 @@ inline double exp2_direct(double w, bool neg) {
 }
 }  // namespace
 
-TSR_DEFINE(float, __libm_powf_ex, (float x, float y)) {
+TSR_BODY(float, powf, (float x, float y)) {
     uint32_t ux = bits(x), uy = bits(y);
     bool neg = false;
     float ax = x;
@@ -105,8 +104,7 @@ TSR_DEFINE(float, __libm_powf_ex, (float x, float y)) {
     float r0 = opaque(neg ? -0x1p-126f : 0x1p-126f) * 0x1p-126f;
     return reportf(x, y, r0, 31);
 }
-TSR_ALIAS(float, __libm_powf_e7, (float x, float y), __libm_powf_ex)
-#endif  // TSR_TIER_EX
+#endif  // TSR_TIER_EX || TSR_TIER_E7
 
 #if TSR_TIER_L9
 #include <immintrin.h>
@@ -135,7 +133,7 @@ __attribute__((cold, noinline)) float powf_l9_other(float x, float y) {
 }
 }  // namespace
 
-TSR_DEFINE(float, __libm_powf_l9, (float x, float y)) {
+TSR_BODY(float, powf, (float x, float y)) {
     uint32_t ux = bits(x), uy = bits(y);
     // x positive, normal and finite, y finite (2 uy below the pattern of 2 inf); else the
     // e7 body.

@@ -98,14 +98,14 @@ TSR_DEFINE(int, feclearexcept, (int excepts)) {
     return 0;
 }
 
-TSR_DEFINE(int, __libm_fetestexcept_ex, (int excepts)) {
+TSR_BODY(int, fetestexcept, (int excepts)) {
     return int((tsr::get_mxcsr() | x87_flags()) & unsigned(excepts) & kExcAll);
 }
 
 // Each exception by an operation that raises it, in a fixed order; overflow and
 // underflow bring inexact with them, as their operations do. An unmasked exception traps
 // on its operation like any other arithmetic.
-TSR_DEFINE(int, __libm_feraiseexcept_ex, (int excepts)) {
+TSR_BODY(int, feraiseexcept, (int excepts)) {
     using tsr::force, tsr::opaque;
     unsigned m = unsigned(excepts);
     if (m & FE_INVALID) force(opaque(0.0) / opaque(0.0));
@@ -135,11 +135,11 @@ TSR_DEFINE(int, fesetexceptflag, (const fexcept_t *flagp, int excepts)) {
     return 0;
 }
 
-TSR_DEFINE(int, __libm_fegetround_ex, (void)) {
+TSR_BODY(int, fegetround, (void)) {
     return int((tsr::get_mxcsr() & tsr::MXCSR_RC_MASK) >> kMxRoundShift);
 }
 
-TSR_DEFINE(int, __libm_fesetround_ex, (int mode)) {
+TSR_BODY(int, fesetround, (int mode)) {
     if (unsigned(mode) & ~kRoundAll) return 1;
     tsr::set_mxcsr((tsr::get_mxcsr() & ~tsr::MXCSR_RC_MASK) | (uint32_t(mode) << kMxRoundShift));
     tsr::set_x87_cw(uint16_t((tsr::get_x87_cw() & ~kRoundAll) | unsigned(mode)));
@@ -152,7 +152,7 @@ TSR_DEFINE(int, __libm_flt_rounds, (void)) {
     return kFltRounds[(unsigned(fegetround_local()) >> 10) & 3];
 }
 
-TSR_DEFINE(int, __libm_fegetenv_ex, (fenv_t * envp)) {
+TSR_BODY(int, fegetenv, (fenv_t * envp)) {
     x87_store(envp);
     x87_load(envp);
     envp->__mxcsr = tsr::get_mxcsr();
@@ -163,7 +163,7 @@ TSR_DEFINE(int, __libm_fegetenv_ex, (fenv_t * envp)) {
 // FE_NOMASK_ENV (a GNU extension of the system header, recognised so that a program
 // using it works): the same with the five standard exceptions unmasked. Both keep
 // flush-to-zero and denormals-are-zero, which belong to the program's set-up.
-TSR_DEFINE(int, __libm_fesetenv_ex, (const fenv_t *envp)) {
+TSR_BODY(int, fesetenv, (const fenv_t *envp)) {
     X87Env e;
     x87_store(&e);
     uint16_t cw = uint16_t(e.cw & ~(kExcAll | kRoundAll));

@@ -22,7 +22,7 @@ void (*__libm_error_observer)(int code) TSR_HIDDEN = nullptr;
 extern "C" int _LIB_VERSIONQVT TSR_PUBLIC;
 
 // ---- handlers -----------------------------------------------------------------------
-TSR_DEFINE(int, __libm_matherr_ex, (struct tessera_exception *)) { return 1; }
+TSR_BODY(int, matherr, (struct tessera_exception *)) { return 1; }
 
 namespace {
 using HandlerF = int (*)(struct tessera_exceptionf *);

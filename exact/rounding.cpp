@@ -1,4 +1,3 @@
-// tessera-tiers: ex e7 y8
 // Rounding to integral values.  Three ways of writing one operation: integer surgery on
 // the bit pattern (ex), a magic-constant addition corrected by a comparison so that the
 // result does not depend on the rounding mode (e7), and one SSE4.1 rounding instruction
@@ -57,10 +56,10 @@ static inline double ceil_floor_ex(double x) {
     return from_words(t, 0);
 }
 
-TSR_DEFINE(double, __libm_ceil_ex, (double x)) { return ceil_floor_ex<true>(x); }
-TSR_DEFINE(double, __libm_floor_ex, (double x)) { return ceil_floor_ex<false>(x); }
+TSR_BODY(double, ceil, (double x)) { return ceil_floor_ex<true>(x); }
+TSR_BODY(double, floor, (double x)) { return ceil_floor_ex<false>(x); }
 
-TSR_DEFINE(double, __libm_trunc_ex, (double x)) {
+TSR_BODY(double, trunc, (double x)) {
     uint32_t h = hi(x), l = lo(x), a = h & 0x7fffffff;
     int k = int(a >> 20) - 0x3ff;
     if (k < 0) return kZeroSmall[h >> 31];
@@ -69,7 +68,7 @@ TSR_DEFINE(double, __libm_trunc_ex, (double x)) {
     return from_words(h, l & (0xffffffffu << (0x34 - k)));
 }
 
-TSR_DEFINE(double, __libm_rint_ex, (double x)) {
+TSR_BODY(double, rint, (double x)) {
     uint64_t b = bits(x);
     if ((b & ~kSign64) >= 0x4330000000000000ull) return x * 1.0;  // |x| >= 2^52, inf, NaN
     // The conversion rounds in the current mode and raises inexact on a non-integer.
@@ -78,7 +77,7 @@ TSR_DEFINE(double, __libm_rint_ex, (double x)) {
     return f64(b & kSign64);  // the zero the integer lost its sign in
 }
 
-TSR_DEFINE(double, __libm_round_ex, (double x)) {
+TSR_BODY(double, round, (double x)) {
     uint64_t b = bits(x);
     uint32_t f = uint32_t(b >> 52);  // sign and exponent
     uint32_t field = f & 0x7ff;
@@ -98,7 +97,7 @@ TSR_DEFINE(double, __libm_round_ex, (double x)) {
 
 // Bit surgery in the current mode, read from MXCSR and never written; the one addition it
 // does is of an integer to an integer below 2^52, exact, so no flag changes.
-TSR_DEFINE(double, __libm_nearbyint_ex, (double x)) {
+TSR_BODY(double, nearbyint, (double x)) {
     uint32_t h = hi(x), l = lo(x), s = h >> 31, e = (h >> 20) & 0x7ff;
     if (e > 0x432) {
         if (e == 0x7ff) return ((h & 0xfffff) | l) != 0 ? x + x : x + (-0.0);
@@ -178,10 +177,10 @@ static inline float ceil_floor_f_ex(float x) {
     return kCeil ? kCeilSmallF[u >> 31] : kFloorSmallF[u >> 31];
 }
 
-TSR_DEFINE(float, __libm_ceilf_ex, (float x)) { return ceil_floor_f_ex<true>(x); }
-TSR_DEFINE(float, __libm_floorf_ex, (float x)) { return ceil_floor_f_ex<false>(x); }
+TSR_BODY(float, ceilf, (float x)) { return ceil_floor_f_ex<true>(x); }
+TSR_BODY(float, floorf, (float x)) { return ceil_floor_f_ex<false>(x); }
 
-TSR_DEFINE(float, __libm_truncf_ex, (float x)) {
+TSR_BODY(float, truncf, (float x)) {
     uint32_t u = bits(x), a = u & 0x7fffffff;
     if (a - 0x3f800000u <= 0x0b7fffffu)  // [1, 2^23)
         return f32(u & uint32_t(int32_t(0xff800000u) >> ((a >> 23) - 0x7f)));
@@ -189,7 +188,7 @@ TSR_DEFINE(float, __libm_truncf_ex, (float x)) {
     return x * 1.0f;
 }
 
-TSR_DEFINE(float, __libm_rintf_ex, (float x)) {
+TSR_BODY(float, rintf, (float x)) {
     uint32_t u = bits(x);
     if ((u & 0x7fffffff) >= 0x4b000000) return x * 1.0f;  // |x| >= 2^23, inf, NaN
     int n = _mm_cvtss_si32(_mm_set_ss(x));
@@ -200,7 +199,7 @@ TSR_DEFINE(float, __libm_rintf_ex, (float x)) {
 // Half away from zero without touching a flag: x + 0.5 is formed in double, where it is
 // exact (at most 47 significant bits), and truncated by clearing bits rather than by a
 // converting instruction, which would raise inexact.
-TSR_DEFINE(float, __libm_roundf_ex, (float x)) {
+TSR_BODY(float, roundf, (float x)) {
     uint32_t u = bits(x), m = u & 0x7fffffff;
     if (m < 0x3f000000) return f32(u & kSign32);
     if (m >= 0x4b000000 || m == 0x3f800000)
@@ -212,7 +211,7 @@ TSR_DEFINE(float, __libm_roundf_ex, (float x)) {
     return float(f64(yb));  // an integer below 2^24: exact
 }
 
-TSR_DEFINE(float, __libm_nearbyintf_ex, (float x)) {
+TSR_BODY(float, nearbyintf, (float x)) {
     float y = x * 1.0f;  // a signalling NaN is quieted here, raising invalid
     uint32_t u = bits(y), s = u >> 31, b = (u >> 23) & 0xff;
     if (b > 0x95) return b == 0xff && (u & 0x7fffff) != 0 ? y + y : y + (-0.0f);
@@ -339,7 +338,7 @@ TSR_DEFINE(long double, rintl, (long double x)) {
 
 // The four-way switch of nearbyint on the x87 rounding control and the 64-bit
 // significand; nothing inexact is computed.
-TSR_DEFINE(long double, __libm_nearbyintl_ex, (long double x)) {
+TSR_BODY(long double, nearbyintl, (long double x)) {
     Ext v = ext(x);
     uint32_t f = v.se & 0x7fff, s = v.se >> 15;
     if ((f & 0x7ffe) > 0x403d) return x;
@@ -399,10 +398,10 @@ static inline double ceil_floor_e7(double x) {
     return x < y ? y - 1.0 : y + 0.0;
 }
 
-TSR_DEFINE(double, __libm_ceil_e7, (double x)) { return ceil_floor_e7<true>(x); }
-TSR_DEFINE(double, __libm_floor_e7, (double x)) { return ceil_floor_e7<false>(x); }
+TSR_BODY(double, ceil, (double x)) { return ceil_floor_e7<true>(x); }
+TSR_BODY(double, floor, (double x)) { return ceil_floor_e7<false>(x); }
 
-TSR_DEFINE(double, __libm_trunc_e7, (double x)) {
+TSR_BODY(double, trunc, (double x)) {
     uint64_t b = bits(x);
     uint32_t field = uint32_t(b >> 52) & 0x7ff;
     int k = int(field) - 0x3ff;
@@ -415,7 +414,7 @@ TSR_DEFINE(double, __libm_trunc_e7, (double x)) {
 // Nearest-even without branches on the data: the fraction is shifted up against the
 // lowest integer bit and two doubles built from it answer "odd and exactly half" and
 // "above half" by plain comparisons with 1.5.
-TSR_DEFINE(double, __libm_nearbyint_e7, (double x)) {
+TSR_BODY(double, nearbyint, (double x)) {
     uint64_t b = bits(x);
     uint32_t top = uint32_t(b >> 48) & 0x7ff0;
     if (top >= 0x4330) return x + 0.0;
@@ -471,10 +470,10 @@ static inline float ceil_floor_f_e7(float x) {
     return x < y ? y - 1.0f : y + 0.0f;
 }
 
-TSR_DEFINE(float, __libm_ceilf_e7, (float x)) { return ceil_floor_f_e7<true>(x); }
-TSR_DEFINE(float, __libm_floorf_e7, (float x)) { return ceil_floor_f_e7<false>(x); }
+TSR_BODY(float, ceilf, (float x)) { return ceil_floor_f_e7<true>(x); }
+TSR_BODY(float, floorf, (float x)) { return ceil_floor_f_e7<false>(x); }
 
-TSR_DEFINE(float, __libm_nearbyintf_e7, (float x)) {
+TSR_BODY(float, nearbyintf, (float x)) {
     uint32_t u = bits(x), m = u & 0x7f800000, a = u & 0x7fffffff, s = u & kSign32;
     if (m >= 0x4b000000) return x + 0.0f;
     uint32_t mode = (get_mxcsr() & MXCSR_RC_MASK) >> 13;
@@ -518,19 +517,19 @@ static inline float round_ss(float x) {
     return _mm_cvtss_f32(_mm_round_ss(v, v, kImm));
 }
 
-TSR_DEFINE(double, __libm_ceil_y8, (double x)) { return round_sd<2>(x); }
-TSR_DEFINE(double, __libm_floor_y8, (double x)) { return round_sd<1>(x); }
-TSR_DEFINE(double, __libm_trunc_y8, (double x)) { return round_sd<3>(x); }
-TSR_DEFINE(double, __libm_rint_y8, (double x)) { return round_sd<4>(x); }
-TSR_DEFINE(double, __libm_nearbyint_y8, (double x)) { return round_sd<0xC>(x); }
-TSR_DEFINE(float, __libm_ceilf_y8, (float x)) { return round_ss<2>(x); }
-TSR_DEFINE(float, __libm_floorf_y8, (float x)) { return round_ss<1>(x); }
-TSR_DEFINE(float, __libm_rintf_y8, (float x)) { return round_ss<4>(x); }
-TSR_DEFINE(float, __libm_nearbyintf_y8, (float x)) { return round_ss<0xC>(x); }
+TSR_BODY(double, ceil, (double x)) { return round_sd<2>(x); }
+TSR_BODY(double, floor, (double x)) { return round_sd<1>(x); }
+TSR_BODY(double, trunc, (double x)) { return round_sd<3>(x); }
+TSR_BODY(double, rint, (double x)) { return round_sd<4>(x); }
+TSR_BODY(double, nearbyint, (double x)) { return round_sd<0xC>(x); }
+TSR_BODY(float, ceilf, (float x)) { return round_ss<2>(x); }
+TSR_BODY(float, floorf, (float x)) { return round_ss<1>(x); }
+TSR_BODY(float, rintf, (float x)) { return round_ss<4>(x); }
+TSR_BODY(float, nearbyintf, (float x)) { return round_ss<0xC>(x); }
 
 // The instruction has no half-away mode: round to nearest even, then move a tie that went
 // toward zero one further out.  x - r is exact (both lie in one binade or r is 0).
-TSR_DEFINE(double, __libm_round_y8, (double x)) {
+TSR_BODY(double, round, (double x)) {
     __m128d v = _mm_set_sd(x);
     __m128d r = _mm_round_sd(v, v, 0);
     if ((bits(x) & 0x7ff0000000000000ull) == 0x7ff0000000000000ull) return _mm_cvtsd_f64(r);
@@ -544,7 +543,7 @@ TSR_DEFINE(double, __libm_round_y8, (double x)) {
     return _mm_cvtsd_f64(_mm_or_pd(r, sign));
 }
 
-TSR_DEFINE(float, __libm_roundf_y8, (float x)) {
+TSR_BODY(float, roundf, (float x)) {
     __m128 v = _mm_set_ss(x);
     __m128 r = _mm_round_ss(v, v, 0);
     if ((bits(x) & 0x7f800000) == 0x7f800000) return _mm_cvtss_f32(r);

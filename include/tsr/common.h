@@ -34,9 +34,21 @@
     extern "C" ret name##_local params noexcept __attribute__((alias(#target "_local"))) TSR_HIDDEN;
 #endif
 
-// ---- tiers -------------------------------------------------------------------------
-// A family file names its tiers on a line `// tessera-tiers: ex e7 y8`; the build compiles
-// it once per tier with that tier's instruction set and TSR_TIER_<TIER> set to 1.
+// ---- tier bodies -----------------------------------------------------------------------
+// Which tiers a function has is said once, by the catalogue.  A source that holds tier bodies
+// is named with its functions in dispatch/built/ and compiled once per tier, with that tier's
+// instruction set and TSR_TIER_<TIER> set to 1; under each it writes, for every function,
+//     TSR_BODY(double, exp, (double x)) { ... }
+// and the build defines the tier's exported body (__libm_exp_l9, ...) around it.  A body the
+// tier needs and the source does not write stops the build with the function's and the
+// tier's names.  Bodies have internal linkage: each tier's object keeps its own copy.
+namespace tsr { struct MissingBody {}; }
+#define TSR_BODY(ret, name, params)                                                      \
+    namespace tsr::body {                                                                \
+    static inline ret name params noexcept __attribute__((always_inline));               \
+    }                                                                                    \
+    inline ret tsr::body::name params noexcept
+
 #ifndef TSR_TIER_EX
 #define TSR_TIER_EX 0
 #endif
