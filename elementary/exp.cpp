@@ -35,8 +35,8 @@ inline double exp_body(double x) {
             if ((bits(x) & 0x000fffffffffffffull) != 0) return x + x;  // NaN of either sign
             return (hi(x) >> 31) ? 0.0 : x;
         }
-        if (hi(x) >> 31) return report(x, opaque(kMinNorm) * kMinNorm, 15);
-        return report(x, opaque(kMax) * kMax, 14);
+        if (hi(x) >> 31) return report(x, opaque(kMinNorm) * kMinNorm, code::exp_underflow);
+        return report(x, opaque(kMax) * kMax, code::exp_overflow);
     }
     const double K = D(0x40571547652b82fe), L1 = D(0x3f862e42fefa0000), L2 = D(0x3d1cf79abc9e3b3a);
     const double c2 = D(0x3fdffffffffffffe), c3 = D(0x3fc5555555548ba1), c4 = D(0x3fa55555555b9e25),
@@ -58,7 +58,7 @@ inline double exp_body(double x) {
     }
     p = g.finish(p);
     Extreme e = extreme(n, row.m, [&](double tp) { return p * tp; });
-    return e.reported(x, 14, 15);
+    return e.reported(x, code::exp_overflow, code::exp_underflow);
 }
 
 // Single precision, N = 256, in double.
@@ -67,7 +67,7 @@ inline float expf_body(float x) {
     if (b - 0x31800000u >= 0x42ad496bu - 0x31800000u) {
         if (b < 0x31800000) return x + 1.0f;
         if (b >= 0x43000000) {
-            return float_beyond_range(x, 16, 17);
+            return float_beyond_range(x, code::expf_overflow, code::expf_underflow);
         }
     }
     const double K = D(0x40771547652b82fe), c1 = D(0x3f662e42fefa72c5), c2 = D(0x3ecebfbdff82c58e);
@@ -84,8 +84,8 @@ inline float expf_body(float x) {
     float y = float(v);
     if (b < 0x42ad496b) return y;
     uint32_t yb = bits(y);
-    if (yb < 0x00800000) return report(x, y, 17);
-    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, 16);
+    if (yb < 0x00800000) return report(x, y, code::expf_underflow);
+    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, code::expf_overflow);
     return y;
 }
 #endif

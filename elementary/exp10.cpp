@@ -29,7 +29,7 @@ inline double exp10_ex(double x) {
             if (ax > 0x7ff0000000000000ull) return x + x;
             return neg ? 0.0 : x;
         }
-        if (!neg) return report(x, opaque(kMax) * kMax, 166);
+        if (!neg) return report(x, opaque(kMax) * kMax, code::exp10_overflow);
         return opaque(kMinNorm) * kMinNorm;  // +0; this tier does not report underflow
     }
     if (!neg && H >= 0x3ff00000 && H < 0x40370000) {  // 1 <= x < 23
@@ -124,7 +124,7 @@ inline double exp10_e7(double x) {
         }
         double res = (hi(x) >> 31) ? opaque(kMinNorm) * kMinNorm : opaque(kMax) * 2.0;
         res = g.finish(res);
-        return report(x, res, (hi(x) >> 31) ? 265 : 166);
+        return report(x, res, (hi(x) >> 31) ? code::exp10_underflow : code::exp10_overflow);
     }
     const double K = D(0x406a934f0979a371), L1 = D(0x3f734413509e0000), L2 = D(0x3d379fef311f12b3);
     double s = opaque(K * x + S);
@@ -142,7 +142,7 @@ inline double exp10_e7(double x) {
     }
     Extreme e = extreme(n, row.m, [&](double tp) { return p * tp; });
     e.value = g.finish(e.value);
-    return e.reported(x, 166, 265);
+    return e.reported(x, code::exp10_overflow, code::exp10_underflow);
 }
 
 // Single precision, N = 256 in double.  The usual path (the band up to 37.93) is straight:
@@ -165,7 +165,7 @@ __attribute__((noinline, cold)) float exp10f_e7_slow(float x) {
     uint32_t b = bits(x) & 0x7fffffff;
     if (b < 0x31800000) return x + 1.0f;
     if (b >= 0x42800000) {
-        return float_beyond_range(x, 167, 266);
+        return float_beyond_range(x, code::exp10f_overflow, code::exp10f_underflow);
     }
     RnGuard g;
     x = opaque(x);
@@ -173,8 +173,8 @@ __attribute__((noinline, cold)) float exp10f_e7_slow(float x) {
     float y = float(v);
     if (b < 0x4217b800) return y;
     uint32_t yb = bits(y);
-    if (yb < 0x00800000) return report(x, y, 266);
-    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, 167);
+    if (yb < 0x00800000) return report(x, y, code::exp10f_underflow);
+    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, code::exp10f_overflow);
     return y;
 }
 

@@ -50,9 +50,9 @@ inline double exp2_ex(double x) {
             return (hi(x) >> 31) ? 0.0 : x;
         }
         if (hi(x) >> 31) {
-            if (H > 0x4090cfff) return report(x, opaque(kMinNorm) * kMinNorm, 162);
+            if (H > 0x4090cfff) return report(x, opaque(kMinNorm) * kMinNorm, code::exp2_underflow);
         } else if (H > 0x408fffff) {
-            return report(x, opaque(kMax) * kMax, 161);
+            return report(x, opaque(kMax) * kMax, code::exp2_overflow);
         }
     }
     RnGuard g;
@@ -103,7 +103,7 @@ inline double exp2_ex(double x) {
     double res = double(opaque(t));
     force(res);
     if ((cw & X87_PC_MASK) != X87_PC_MASK) set_x87_cw(cw);
-    if (hi(res) < 0x00100000) return report(x, res, 162);
+    if (hi(res) < 0x00100000) return report(x, res, code::exp2_underflow);
     return res;
 }
 
@@ -146,12 +146,12 @@ inline float exp2f_ex(float x) {
     }
     if (b >= 0x7f800000) return bits(x) == 0xff800000u ? 0.0f : x + x;
     if (bits(x) >> 31) {
-        if (b > 0x431e0000) return report(x, opaque(kMinNormF) * kMinNormF, 164);
+        if (b > 0x431e0000) return report(x, opaque(kMinNormF) * kMinNormF, code::exp2f_underflow);
     } else if (b > 0x42ffffff) {
-        return report(x, opaque(kMaxF) * kMaxF, 163);
+        return report(x, opaque(kMaxF) * kMaxF, code::exp2f_overflow);
     }
     float y = exp2f_ex_core(x);
-    if (bits(y) <= 0x007fffff) return report(x, y, 164);
+    if (bits(y) <= 0x007fffff) return report(x, y, code::exp2f_underflow);
     return y;
 }
 #endif
@@ -168,14 +168,14 @@ inline double exp2_e7(double x) {
             if ((bits(x) & 0x000fffffffffffffull) != 0) return x + x;
             return (hi(x) >> 31) ? 0.0 : x;
         }
-        if (!(hi(x) >> 31)) return report(x, opaque(kMax) * kMax, 161);
+        if (!(hi(x) >> 31)) return report(x, opaque(kMax) * kMax, code::exp2_overflow);
         if (hi(x) > 0xc090c800u) {
             // Down to -1075 the smallest subnormal comes back; below, zero.
             if (hi(x) <= 0xc090cc00u) {
                 force(opaque(kMinNorm) * kMinNorm);
-                return report(x, f64(1), 162);
+                return report(x, f64(1), code::exp2_underflow);
             }
-            return report(x, opaque(kMinNorm) * kMinNorm, 162);
+            return report(x, opaque(kMinNorm) * kMinNorm, code::exp2_underflow);
         }
     }
     RnGuard g;
@@ -202,7 +202,7 @@ inline double exp2_e7(double x) {
     int h = n >> 1;
     double Up = row.t * pow2(n - h);
     Extreme e = extreme(n, row.m, [&](double tp) { return ((c1 * rp) * tp + Up) + (r2 * A + B) * (tp * r2); });
-    return e.reported(x, 161, 162);
+    return e.reported(x, code::exp2_overflow, code::exp2_underflow);
 }
 
 inline float exp2f_e7(float x) {
@@ -210,7 +210,7 @@ inline float exp2f_e7(float x) {
     if (b - 0x31800000u >= 0x42fc0000u - 0x31800000u) {
         if (b < 0x31800000) return x + 1.0f;
         if (b >= 0x43200000) {
-            return float_beyond_range(x, 163, 164);
+            return float_beyond_range(x, code::exp2f_overflow, code::exp2f_underflow);
         }
     }
     const double S2 = D(0x42b8000000000000), c1 = D(0x3fe62e42fefa72c5), c2 = D(0x3fcebfbdff82c58e);
@@ -226,8 +226,8 @@ inline float exp2f_e7(float x) {
     float y = float(v);
     if (b < 0x42fc0000) return y;
     uint32_t yb = bits(y);
-    if (yb < 0x00800000) return report(x, y, 164);
-    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, 163);
+    if (yb < 0x00800000) return report(x, y, code::exp2f_underflow);
+    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, code::exp2f_overflow);
     return y;
 }
 #endif

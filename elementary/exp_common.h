@@ -1,7 +1,9 @@
-// Pieces the exponential families share: the round-to-nearest guard for the shifter steps,
-// powers of two built in the exponent field, and the report call.
+// Pieces the exponential families share: the mode probe on the reduced argument,
+// powers of two built in the exponent field, and the paths to extreme results.
 #pragma once
 #include "tsr/common.h"
+#include "tsr/guard.h"
+#include "tsr/codes.h"
 #include "tsr/report.h"
 #include "elementary/exp_data.h"
 
@@ -15,57 +17,6 @@ namespace {
 constexpr double D(uint64_t b) { return std::bit_cast<double>(b); }
 constexpr float F(uint32_t b) { return std::bit_cast<float>(b); }
 
-// The shifter steps need round-to-nearest.  The guard forces it only when the caller's
-// mode differs (one store of the control word otherwise) and puts the caller's mode back,
-// keeping every flag raised meanwhile, so that the last operation rounds the caller's way.
-// The compiler does not see the control word: a core passes its argument through opaque()
-// after the guard is set up, and its last values through finish(), so that no arithmetic
-// moves across a change of mode.
-// What every guard shares: forcing round-to-nearest, and putting the caller's mode back
-// while keeping every flag raised meanwhile.
-struct RnRestore {
-    uint32_t saved = 0;
-    bool forced = false;
-    void force(uint32_t mxcsr) {
-        saved = mxcsr;
-        forced = true;
-        set_mxcsr(mxcsr & ~MXCSR_RC_MASK);
-    }
-    void restore() {
-        if (forced) {
-            set_mxcsr((get_mxcsr() & ~MXCSR_RC_MASK) | (saved & MXCSR_RC_MASK));
-            forced = false;
-        }
-    }
-    // Hands v over the restore: v is computed before the caller's mode returns, and what is
-    // computed from the result after it (the compiler moves no arithmetic across either).
-    template <class T>
-    T finish(T v) {
-        v = opaque(v);
-        restore();
-        return opaque(v);
-    }
-    ~RnRestore() { restore(); }
-};
-
-// The guard for cores that must stay exact and flag-free where their result is: it reads
-// the control word.
-struct RnGuard : RnRestore {
-    RnGuard() {
-        uint32_t m = get_mxcsr();
-        if (m & MXCSR_RC_MASK) force(m);
-    }
-};
-
-// True in round-to-nearest: 1 + 2^-60 and 1 - 2^-60 both round to 1 only there; every
-// other mode leaves the first above the second (upward moves the first, downward and toward
-// zero the second), so one ordered compare and one branch tell them apart.  For cores whose
-// result is inexact anyway, so that the probe's inexact flag changes nothing.
-inline bool rn_probe() {
-    double one = opaque(1.0);
-    return !(one + 0x1p-60 > one - 0x1p-60);
-}
-
 // The probe on the core's own reduced argument, for the usual path of the 2^x cores: t = r^2,
 // which the polynomial needs anyway.  C + t and C - t (C a power of two so large that t is
 // below half its ulp on either side while the caller's mode is round-to-nearest, where
@@ -77,16 +28,6 @@ inline bool rn_probe() {
 inline bool rn_or_exact_sq(double t) { return !(0x1p44 + t > 0x1p44 - t); }
 inline bool rn_or_exact_sq(float t) { return !(0x1p20f + t > 0x1p20f - t); }
 
-// The same guard for cores whose result is inexact anyway (e^x, 10^x of a non-zero
-// argument): the mode is told by the probe above instead of a read of the control word,
-// which costs more than the whole core on some processors.  The probe's inexact flag falls
-// where the core's would.
-struct RnGuardInexact : RnRestore {
-    RnGuardInexact() {
-        if (!rn_probe()) force(get_mxcsr());
-    }
-};
-
 // 2^e for a normal exponent e (-1022 <= e <= 1023), exactly.
 inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 // 2^e for any e: 0 below the normal range, +inf above; only for scale factors whose
@@ -95,26 +36,6 @@ inline double pow2_clamped(int e) {
     if (e < -1022) return 0.0;
     if (e > 1023) return f64(0x7ff0000000000000ull);
     return pow2(e);
-}
-
-// Tier e7 hands values to the interpreter's register wrappers; the other tiers hand cells.
-inline double report(double x, double result, int code) {
-#if TSR_TIER_E7
-    return __libm_error_support_wrapper_x64(result, x, x, code);
-#else
-    double r = result;
-    __libm_error_support(&x, &x, &r, code);
-    return r;
-#endif
-}
-inline float report(float x, float result, int code) {
-#if TSR_TIER_E7
-    return __libm_error_support_wrapper_x64f(result, x, x, code);
-#else
-    float r = result;
-    __libm_error_support(&x, &x, &r, code);
-    return r;
-#endif
 }
 
 constexpr double kMax = 0x1.fffffffffffffp1023, kMinNorm = 0x1p-1022;

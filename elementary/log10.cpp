@@ -24,9 +24,9 @@ inline double log10_fma(double x) {
     if (b == 0x3ff0000000000000ull) return 0.0;
     if (h + 0x80100000u < 0x80200000u) {
         double y = x + 0.0;
-        if ((b << 1) == 0) return logk::pole(x, 8);
+        if ((b << 1) == 0) return logk::pole(x, code::log10_argument_0);
         if ((b << 1) > 0xffe0000000000000ull) return x + 1.0;
-        if (b >> 63) return logk::domain(x, 9);
+        if (b >> 63) return logk::domain(x, code::log10_argument_negative);
         if (h >= 0x7ff00000u) return y;
         // Subnormal: move the leading bit to the implicit place; E counts the shift below 1.
         int sh = __builtin_clzll(m) - 11;

@@ -33,12 +33,12 @@ TSR_BODY(double, log1p, (double x)) {
     uint32_t H = uint32_t(b >> 32) & 0x7fffffff;
     if (H >= 0x7ff00000u) {
         if ((b << 1) > 0xffe0000000000000ull) return x + x;
-        if (b >> 63) return logk::domain(x, 141);
+        if (b >> 63) return logk::domain(x, code::log1p_argument_below_minus_1);
         return x;
     }
     if ((b >> 52) > 0xbfe) {  // x <= -1
-        if (b == 0xbff0000000000000ull) return logk::pole(x, 140);
-        return logk::domain(x, 141);
+        if (b == 0xbff0000000000000ull) return logk::pole(x, code::log1p_argument_minus_1);
+        return logk::domain(x, code::log1p_argument_below_minus_1);
     }
     if (H < 0x3fb24000u) {
         if (H >= 0x3f900000u) return log1p_series<16>(x);
@@ -88,8 +88,8 @@ TSR_BODY(float, log1pf, (float x)) {
     double u = x;
     uint32_t b = bits(x);
     if ((b << 1) > 0xff000000u) return x + x;
-    if (b == 0xbf800000u) return logk::pole(x, 142);
-    if (b > 0xbf800000u) return logk::domain(x, 143);
+    if (b == 0xbf800000u) return logk::pole(x, code::log1pf_argument_minus_1);
+    if (b > 0xbf800000u) return logk::domain(x, code::log1pf_argument_below_minus_1);
     if ((b & 0x7fffffffu) < 0x31800000u) {  // |x| < 2^-28
         if (u == 0) return x;
         return float(u - u * u * 0.5);
@@ -118,8 +118,8 @@ TSR_BODY(double, log1p, (double x)) {
     uint32_t t = uint32_t(b >> 48);
     if (t - 0x10u >= 0x7fe0u) {
         if ((bx << 1) > 0xffe0000000000000ull) return x + x;
-        if ((b << 1) == 0) return logk::pole(x, 140);
-        if (b >> 63) return logk::domain(x, 141);
+        if ((b << 1) == 0) return logk::pole(x, code::log1p_argument_minus_1);
+        if (b >> 63) return logk::domain(x, code::log1p_argument_below_minus_1);
         if (tx >= 0x7ff0) return x + x;  // +inf
         // x finite and 1 + x rounded up to infinity: log1p(x) is log(x) to far below an ulp.
         v = x;
@@ -160,8 +160,8 @@ TSR_BODY(float, log1pf, (float x)) {
     double z = 0, xd = x, one = 1.0;
     if (b - 0x800000u >= 0x7e000000u) {
         if ((bx << 1) > 0xff000000u) return x + x;
-        if ((b << 1) == 0) return logk::pole(x, 142);
-        if (b >> 31) return logk::domain_div(x, 143);
+        if ((b << 1) == 0) return logk::pole(x, code::log1pf_argument_minus_1);
+        if (b >> 31) return logk::domain_div(x, code::log1pf_argument_below_minus_1);
         if (bx == 0x7f800000u) return x + x;
         // 1 + x at or above 2^126 (or rounded up to infinity): scale both by 2^-64.
         v = x * f32(0x1f800000);
@@ -199,8 +199,8 @@ inline double log1p_fma(double x) {
             return __builtin_fma(x * c, x, x);
         }
         if (bx == 0x7ff0000000000000ull) return x;
-        if (bx == 0xbff0000000000000ull) return logk::pole(x, 140);
-        if (bx > 0xbff0000000000000ull) return logk::domain(x, 141);
+        if (bx == 0xbff0000000000000ull) return logk::pole(x, code::log1p_argument_minus_1);
+        if (bx > 0xbff0000000000000ull) return logk::domain(x, code::log1p_argument_below_minus_1);
         // v >= 2^1022 (or 1 + x rounded up to infinity): the 1 no longer matters.
         v = x;
         b = bx;

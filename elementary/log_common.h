@@ -5,6 +5,7 @@
 
 #include "elementary/log_data.h"
 #include "tsr/common.h"
+#include "tsr/codes.h"
 #include "tsr/report.h"
 
 namespace tsr::logk {
@@ -19,23 +20,17 @@ inline float rcp(float x) { return _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(x))); }
 // result and hands it to the error interpreter with the condition's code.
 template <class T>
 inline T pole(T x, int code) {
-    T r = opaque(T(-1)) / opaque(T(0));
-    __libm_error_support(&x, &x, &r, code);
-    return r;
+    return report(x, opaque(T(-1)) / opaque(T(0)), code);
 }
 template <class T>
 inline T domain(T x, int code) {
-    T r = opaque(T(0)) * opaque(T(__builtin_inf()));
-    __libm_error_support(&x, &x, &r, code);
-    return r;
+    return report(x, opaque(T(0)) * opaque(T(__builtin_inf())), code);
 }
 
 // Domain by 0/0, for the bodies whose default NaN comes from a division.
 template <class T>
 inline T domain_div(T x, int code) {
-    T r = opaque(T(0)) / opaque(T(0));
-    __libm_error_support(&x, &x, &r, code);
-    return r;
+    return report(x, opaque(T(0)) / opaque(T(0)), code);
 }
 
 #ifdef __AVX2__
@@ -127,8 +122,12 @@ enum class Base { e, two, ten };
 // that both partial products are exact.
 template <Base B>
 inline double frame(double x) {
-    constexpr int pole_code = B == Base::e ? 2 : B == Base::two ? 170 : 8;
-    constexpr int dom_code = pole_code + 1;
+    constexpr int pole_code = B == Base::e     ? code::log_argument_0
+                              : B == Base::two ? code::log2_argument_0
+                                               : code::log10_argument_0;
+    constexpr int dom_code = B == Base::e     ? code::log_argument_negative
+                             : B == Base::two ? code::log2_argument_negative
+                                              : code::log10_argument_negative;
     uint64_t b = bits(x);
     uint32_t t = uint32_t(b >> 48);
     int bias = 0x3ff;

@@ -12,7 +12,14 @@ namespace {
 constexpr double kLn2 = tsr_d(0x3fe62e42fefa39efull);
 constexpr double kLog2e = tsr_d(0x3ff71547652b82feull);
 constexpr double kLog10e = tsr_d(0x3fdbcb7b1526e50eull);
-template <Base B> constexpr int kPole = B == Base::e ? 4 : B == Base::two ? 172 : 10;
+template <Base B>
+constexpr int kPole = B == Base::e     ? code::logf_argument_0
+                      : B == Base::two ? code::log2f_argument_0
+                                       : code::log10f_argument_0;
+template <Base B>
+constexpr int kDomain = B == Base::e     ? code::logf_argument_negative
+                        : B == Base::two ? code::log2f_argument_negative
+                                         : code::log10f_argument_negative;
 }  // namespace
 
 #if TSR_TIER_EX
@@ -24,7 +31,7 @@ inline float logf_ex(float x) {
         if ((b << 1) > 0xff000000u) return x * 1.0f;
         if (b == 0x7f800000u) return x;
         if ((b << 1) == 0) return logk::pole(x, kPole<B>);
-        return logk::domain(x, kPole<B> + 1);
+        return logk::domain(x, kDomain<B>);
     }
     constexpr uint32_t lo1 = B == Base::e ? 0x3f7c0000u : 0x3f7e0000u;
     constexpr uint32_t hi1 = B == Base::e ? 0x3f83ffffu : 0x3f80ffffu;
@@ -96,7 +103,7 @@ inline float logf_e7(float x) {
         if (b >> 31) {
             if ((b << 1) > 0xff000000u) return x + x;
             if ((b << 1) == 0) return logk::pole(x, kPole<B>);
-            return logk::domain_div(x, kPole<B> + 1);
+            return logk::domain_div(x, kDomain<B>);
         }
         if (b >= 0x7f800000u) return x + x;
         if (b == 0) return logk::pole(x, kPole<B>);

@@ -27,6 +27,7 @@
 #include <cstdint>
 
 #include "tsr/common.h"
+#include "tsr/codes.h"
 #include "tsr/report.h"
 
 namespace tsr::powk {
@@ -74,15 +75,6 @@ inline bool is_snanf(float v) {
     return u > 0x7f800000 && !(u & 0x00400000);
 }
 
-inline double report(double x, double y, double r, int code) {
-    __libm_error_support(&x, &y, &r, code);
-    return r;
-}
-inline float reportf(float x, float y, float r, int code) {
-    __libm_error_support(&x, &y, &r, code);
-    return r;
-}
-
 // True when (x, y) needs the special table: y zero, infinite or NaN; x zero, negative,
 // infinite, NaN or +1.  Subnormal positive x is not special.
 inline bool needs_special(uint64_t ux, uint64_t uy) {
@@ -101,10 +93,10 @@ inline bool special(double x, double y, double *out, double *ax, bool *neg) {
     uint64_t axb = ux & kAbs, ayb = uy & kAbs;
     *neg = false;
     if (ayb == 0) {
-        if (axb == 0) { *out = report(x, y, 1.0, 26); return true; }
+        if (axb == 0) { *out = report(x, y, 1.0, code::pow_0_to_the_power_0); return true; }
         if (axb > kInf) {
             if (is_snan(x)) raise_invalid();
-            *out = report(x, y, 1.0, 29);
+            *out = report(x, y, 1.0, code::pow_nan_to_the_power_0);
             return true;
         }
         *out = 1.0;
@@ -133,7 +125,7 @@ inline bool special(double x, double y, double *out, double *ax, bool *neg) {
     if (axb == 0) {
         if (!ypos) {
             double r = opaque(1.0) / (yt == kOdd ? opaque(x) : opaque(0.0));
-            *out = report(x, y, r, 27);
+            *out = report(x, y, r, code::pow_0_to_a_negative_power);
         } else {
             *out = yt == kOdd ? x : 0.0;
         }
@@ -147,7 +139,7 @@ inline bool special(double x, double y, double *out, double *ax, bool *neg) {
     if (ux >> 63) {
         if (yt == kNotInt) {
             double r = opaque(0.0) * opaque(f64(kInf));
-            *out = report(x, y, r, 28);
+            *out = report(x, y, r, code::pow_negative_base_non_integer_power);
             return true;
         }
         *neg = yt == kOdd;
@@ -181,10 +173,10 @@ inline bool specialf(float x, float y, float *out, float *ax, bool *neg) {
     const uint32_t inf = 0x7f800000, one = 0x3f800000;
     *neg = false;
     if (ayb == 0) {
-        if (ux == 0) { *out = reportf(x, y, 1.0f, 32); return true; }
+        if (ux == 0) { *out = report(x, y, 1.0f, code::powf_0_to_the_power_0); return true; }
         if (axb > inf) {
             if (is_snanf(x)) raise_invalid();
-            *out = reportf(x, y, 1.0f, 35);
+            *out = report(x, y, 1.0f, code::powf_nan_to_the_power_0);
             return true;
         }
         *out = 1.0f;
@@ -212,7 +204,7 @@ inline bool specialf(float x, float y, float *out, float *ax, bool *neg) {
     if (axb == 0) {
         if (!ypos) {
             float r = opaque(1.0f) / (yt == kOdd ? opaque(x) : opaque(0.0f));
-            *out = reportf(x, y, r, 33);
+            *out = report(x, y, r, code::powf_0_to_a_negative_power);
         } else {
             *out = yt == kOdd ? x : 0.0f;
         }
@@ -226,7 +218,7 @@ inline bool specialf(float x, float y, float *out, float *ax, bool *neg) {
     if (ux >> 31) {
         if (yt == kNotInt) {
             float r = opaque(0.0f) * opaque(f32(inf));
-            *out = reportf(x, y, r, 34);
+            *out = report(x, y, r, code::powf_negative_base_non_integer_power);
             return true;
         }
         *neg = yt == kOdd;
@@ -240,11 +232,11 @@ inline bool specialf(float x, float y, float *out, float *ax, bool *neg) {
 // tiny numbers makes the flags and, in every rounding mode, the right result.
 inline double overflow(double x, double y, bool neg) {
     double r = opaque(neg ? -0x1.fffffffffffffp1023 : 0x1.fffffffffffffp1023) * opaque(0x1.fffffffffffffp1023);
-    return report(x, y, r, 24);
+    return report(x, y, r, code::pow_overflow);
 }
 inline double underflow(double x, double y, bool neg) {
     double r = opaque(neg ? -0x1p-1022 : 0x1p-1022) * opaque(0x1p-1022);
-    return report(x, y, r, 25);
+    return report(x, y, r, code::pow_underflow);
 }
 
 // (T + Y) * 2^e, rounded once in the caller's mode.  T and Y carry the result's sign and
@@ -276,7 +268,7 @@ inline double scale(double T, double Y, int e, double x, double y) {
     double r = res * 0x1p-1022;
     if (__builtin_fabs(res) < 1.0) {
         raise_underflow();
-        return report(x, y, r, 25);
+        return report(x, y, r, code::pow_underflow);
     }
     return r;
 }

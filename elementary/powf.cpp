@@ -93,16 +93,16 @@ TSR_BODY(float, powf, (float x, float y)) {
         double d = exp2_direct(w, neg);
         float rf = float(d);
         double ad = __builtin_fabs(d);
-        if (ad > 0x1.fffffep127) return reportf(x, y, rf, 30);
-        if (ad < 0x1p-126) return reportf(x, y, rf, 31);
+        if (ad > 0x1.fffffep127) return report(x, y, rf, code::powf_overflow);
+        if (ad < 0x1p-126) return report(x, y, rf, code::powf_underflow);
         return rf;
     }
     if (w > 0) {
         float r0 = opaque(neg ? -0x1.fep127f : 0x1.fep127f) * 2.0f;
-        return reportf(x, y, r0, 30);
+        return report(x, y, r0, code::powf_overflow);
     }
     float r0 = opaque(neg ? -0x1p-126f : 0x1p-126f) * 0x1p-126f;
-    return reportf(x, y, r0, 31);
+    return report(x, y, r0, code::powf_underflow);
 }
 #endif  // TSR_TIER_EX || TSR_TIER_E7
 

@@ -6,6 +6,7 @@
 //
 // The extended forms have a single body each and live with the ex tier.
 #include "tsr/common.h"
+#include "tsr/guard.h"
 #include "exact/rounding_data.h"
 
 #if TSR_TIER_EX
@@ -244,17 +245,9 @@ TSR_BODY(float, nearbyintf, (float x)) {
 
 // ---- extended -------------------------------------------------------------------------
 // Rounding arithmetic runs with a 64-bit significand whatever precision the caller left
-// in the x87 control word; the caller's word comes back afterwards.  The values pass
-// through opaque() inside the window, which keeps the arithmetic between the two writes.
-static inline uint16_t x87_full_precision() {
-    uint16_t cw = get_x87_cw();
-    if ((cw & X87_PC_MASK) != X87_PC_MASK) set_x87_cw(cw | X87_PC_MASK);
-    return cw;
-}
-static inline void x87_restore(uint16_t cw) {
-    if ((cw & X87_PC_MASK) != X87_PC_MASK) set_x87_cw(cw);
-}
-
+// in the x87 control word (X87Precision); the caller's word comes back afterwards.  The
+// values pass through opaque() inside the window, which keeps the arithmetic between the
+// two writes.
 template <bool kCeil>
 static inline long double ceil_floor_l(long double x) {
     Ext v = ext(x);
@@ -264,7 +257,7 @@ static inline long double ceil_floor_l(long double x) {
         if (f == 0 && v.m == 0) return x;
         return kCeil ? kCeilSmallL[s] : kFloorSmallL[s];
     }
-    uint16_t cw = x87_full_precision();
+    X87Precision guard;
     long double xx = opaque(x), r;
     if (f == 0x403d) {  // [2^62, 2^63): one ulp is one half
         r = (v.m & 1) ? xx + (kCeil ? 0.5L : -0.5L) : xx;
@@ -275,7 +268,6 @@ static inline long double ceil_floor_l(long double x) {
         else r = xx < y ? y - 1.0L : y;
     }
     r = opaque(r);
-    x87_restore(cw);
     return r;
 }
 
@@ -307,9 +299,8 @@ TSR_DEFINE(long double, roundl, (long double x)) {
     bool half = (v.m >> (n - 1)) & 1;
     long double t = from_ext((v.m >> n) << n, v.se);
     if (!half) return t;
-    uint16_t cw = x87_full_precision();
+    X87Precision guard;
     long double r = opaque(opaque(t) + kOneSmallL[s]);  // exact: an integer below 2^63
-    x87_restore(cw);
     return r;
 }
 
@@ -321,7 +312,7 @@ TSR_DEFINE(long double, rintl, (long double x)) {
     asm("fldt %1" : "=t"(xx) : "m"(x));
     Ext v = ext(x);
     uint32_t f = v.se & 0x7fff, s = v.se >> 15;
-    uint16_t cw = x87_full_precision();
+    X87Precision guard;
     long double r;
     if ((f & 0x7ffe) > 0x403d) {
         r = opaque(xx * 1.0L);
@@ -332,7 +323,6 @@ TSR_DEFINE(long double, rintl, (long double x)) {
         // Only a magnitude below 1 can round to zero; the test stays off the usual path.
         if (f < 0x3fff && r == 0.0L) r = kZeroSmallL[s];
     }
-    x87_restore(cw);
     return r;
 }
 
@@ -368,9 +358,8 @@ TSR_BODY(long double, nearbyintl, (long double x)) {
     default: up = false;
     }
     if (!up) return t;
-    uint16_t cw = x87_full_precision();
+    X87Precision guard;
     long double r = opaque(opaque(t) + kOneSmallL[s]);  // exact: an integer below 2^63
-    x87_restore(cw);
     return r;
 }
 #endif  // TSR_TIER_EX

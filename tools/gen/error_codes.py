@@ -7,7 +7,7 @@
 A code's name is its function's name with the precision's suffix (none for double, f, l),
 then the condition written beside its row, made an identifier: the row
 `code exp 12 14 16 ...  # overflow` names exp_overflow = 14, expf_overflow = 16 and
-expl_overflow = 12.  The binary128 codes (qcode rows) are reported by the quad road and
+expl_overflow = 12 (a minus sign before a number reads "minus").  The binary128 codes (qcode rows) are reported by the quad road and
 named there, not here.
 """
 import os
@@ -28,7 +28,8 @@ def names(path):
             continue
         body, _, cond = raw.partition("#")
         w = body.split()
-        ident = re.sub(r"[^a-z0-9]+", "_", cond.strip().lower()).strip("_")
+        cond = re.sub(r"-(?=\d)", "minus ", cond.strip().lower())
+        ident = re.sub(r"[^a-z0-9]+", "_", cond).strip("_")
         if not ident:
             fail("%s:%d: a code row needs its condition" % (path, ln))
         for suffix, col in SUFFIX:
