@@ -73,30 +73,14 @@ inline float expf_body(float x) {
     const double K = D(0x40771547652b82fe), c1 = D(0x3f662e42fefa72c5), c2 = D(0x3ecebfbdff82c58e);
     RnGuardInexact g;
     x = opaque(x);
-    double u = x;
-    double t = K * u;
-    double s = opaque(S + t);
-    int k = int(uint32_t(bits(s)));
-    double r = t + (S - s);
-    double T = f64(bits(d256[k & 255]) + (uint64_t(int64_t(k >> 8)) << 52));
-    double v = T * ((1.0 + c1 * r) + c2 * (r * r));
-    v = g.finish(v);
-    float y = float(v);
-    if (b < 0x42ad496b) return y;
-    uint32_t yb = bits(y);
-    if (yb < 0x00800000) return report(x, y, code::expf_underflow);
-    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, code::expf_overflow);
-    return y;
+    double v = g.finish(f256_core(K * double(x), S, c1, c2));
+    return f256_result(x, v, b, 0x42ad496b, code::expf_overflow, code::expf_underflow);
 }
 #endif
 
 }  // namespace
 
-#if TSR_TIER_EX
-TSR_BODY(double, exp, (double x)) { return exp_body(x); }
-TSR_BODY(float, expf, (float x)) { return expf_body(x); }
-#endif
-#if TSR_TIER_E7
+#if TSR_TIER_EX || TSR_TIER_E7
 TSR_BODY(double, exp, (double x)) { return exp_body(x); }
 TSR_BODY(float, expf, (float x)) { return expf_body(x); }
 #endif
@@ -152,13 +136,7 @@ inline double exp_fma(double x) {
     return __builtin_fma(v, Tb, Tb);
 }
 }  // namespace
-#if TSR_TIER_L9
 TSR_BODY(double, exp, (double x)) { return exp_fma(x); }
-#elif TSR_TIER_Z0
-TSR_BODY(double, exp, (double x)) { return exp_fma(x); }
-#else
-TSR_BODY(double, exp, (double x)) { return exp_fma(x); }
-#endif
 #endif
 
 #if TSR_TIER_L9

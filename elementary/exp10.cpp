@@ -152,13 +152,7 @@ inline double exp10_e7(double x) {
 // flag already, so the probe's flag changes nothing.)
 inline double exp10f_core(float x) {
     const double K = D(0x408a934f0979a371), c1 = D(0x3f662e42fefa72c5), c2 = D(0x3ecebfbdff82c58e);
-    double u = x;
-    double t = K * u;
-    double s = S + t;
-    int k = int(uint32_t(bits(s)));
-    double r = t + (S - s);
-    double T = f64(bits(d256[k & 255]) + (uint64_t(int64_t(k >> 8)) << 52));
-    return T * ((1.0 + c1 * r) + c2 * (r * r));
+    return f256_core(K * double(x), S, c1, c2);
 }
 
 __attribute__((noinline, cold)) float exp10f_e7_slow(float x) {
@@ -170,12 +164,7 @@ __attribute__((noinline, cold)) float exp10f_e7_slow(float x) {
     RnGuard g;
     x = opaque(x);
     double v = g.finish(exp10f_core(x));
-    float y = float(v);
-    if (b < 0x4217b800) return y;
-    uint32_t yb = bits(y);
-    if (yb < 0x00800000) return report(x, y, code::exp10f_underflow);
-    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, code::exp10f_overflow);
-    return y;
+    return f256_result(x, v, b, 0x4217b800, code::exp10f_overflow, code::exp10f_underflow);
 }
 
 inline float exp10f_e7(float x) {

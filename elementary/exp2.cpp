@@ -216,19 +216,8 @@ inline float exp2f_e7(float x) {
     const double S2 = D(0x42b8000000000000), c1 = D(0x3fe62e42fefa72c5), c2 = D(0x3fcebfbdff82c58e);
     RnGuard g;
     x = opaque(x);
-    double u = x;
-    double s = opaque(S2 + u);
-    int k = int(uint32_t(bits(s)));
-    double r = u + (S2 - s);
-    double T = f64(bits(d256[k & 255]) + (uint64_t(int64_t(k >> 8)) << 52));
-    double v = T * ((1.0 + c1 * r) + c2 * (r * r));
-    v = g.finish(v);
-    float y = float(v);
-    if (b < 0x42fc0000) return y;
-    uint32_t yb = bits(y);
-    if (yb < 0x00800000) return report(x, y, code::exp2f_underflow);
-    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, code::exp2f_overflow);
-    return y;
+    double v = g.finish(f256_core(double(x), S2, c1, c2));
+    return f256_result(x, v, b, 0x42fc0000, code::exp2f_overflow, code::exp2f_underflow);
 }
 #endif
 
@@ -355,15 +344,7 @@ TSR_BODY(float, exp2f, (float x)) { return exp2f_ex(x); }
 TSR_BODY(double, exp2, (double x)) { return exp2_e7(x); }
 TSR_BODY(float, exp2f, (float x)) { return exp2f_e7(x); }
 #endif
-#if TSR_TIER_L9
-TSR_BODY(double, exp2, (double x)) { return exp2_fma(x); }
-TSR_BODY(float, exp2f, (float x)) { return exp2f_fma(x); }
-#endif
-#if TSR_TIER_Z0
-TSR_BODY(double, exp2, (double x)) { return exp2_fma(x); }
-TSR_BODY(float, exp2f, (float x)) { return exp2f_fma(x); }
-#endif
-#if TSR_TIER_D1
+#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 TSR_BODY(double, exp2, (double x)) { return exp2_fma(x); }
 TSR_BODY(float, exp2f, (float x)) { return exp2f_fma(x); }
 #endif

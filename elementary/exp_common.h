@@ -49,6 +49,33 @@ inline float float_beyond_range(float x, int overflow_code, int underflow_code) 
     return report(x, opaque(kMaxF) * kMaxF, overflow_code);
 }
 
+// The single-precision scheme with N = 256, in double, shared by e^x, 2^x and 10^x: t is the
+// argument in units of 2^-8 of the result's exponent, pre-scaled by the caller (256·x·log2 e
+// for e^x, x itself under a shifter of unit 2^-8 for 2^x).  The shifter S rounds t to k, the
+// rest r is exact, 2^(k/256) is the d256 row with k >> 8 added to its exponent field, and
+// (1 + c1·r) + c2·r^2 stands for the rest of the exponential: the double result carries
+// about 2^-33 relative error, far below half an ulp of float, before its one rounding.
+inline double f256_core(double t, double S, double c1, double c2) {
+    double s = opaque(S + t);
+    int k = int(uint32_t(bits(s)));
+    double r = t + (S - s);
+    double T = f64(bits(d256[k & 255]) + (uint64_t(int64_t(k >> 8)) << 52));
+    return T * ((1.0 + c1 * r) + c2 * (r * r));
+}
+
+// The float result of the scheme's double v, rounded once in the caller's mode.  Below
+// |x| = `safe` (as bits) it is a normal float; above, a result below the normal range is an
+// underflow and one at or past the largest float (or rounded to infinity) an overflow.
+inline float f256_result(float x, double v, uint32_t absx, uint32_t safe, int overflow_code,
+                         int underflow_code) {
+    float y = float(v);
+    if (absx < safe) return y;
+    uint32_t yb = bits(y);
+    if (yb < 0x00800000) return report(x, y, underflow_code);
+    if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, overflow_code);
+    return y;
+}
+
 // The extreme path of the N = 64 and N = 128 schemes: the value p*T + T (or its analogue
 // y0 + T) when 2^n is not a normal double.  T is split as 1.M * 2^(n - h) * 2^h with
 // h = n >> 1, so both factors are normal.  A subnormal result is built from H, the part of

@@ -7,11 +7,7 @@
 
 using namespace tsr;
 
-#if TSR_TIER_EX
-TSR_BODY(double, log, (double x)) { return logk::frame<logk::Base::e>(x); }
-#endif
-
-#if TSR_TIER_E7
+#if TSR_TIER_EX || TSR_TIER_E7
 TSR_BODY(double, log, (double x)) { return logk::frame<logk::Base::e>(x); }
 #endif
 
@@ -66,12 +62,6 @@ inline double log_fma_entry(double x) {
 }  // namespace
 #endif
 
-#if TSR_TIER_L9
-TSR_BODY(double, log, (double x)) { return log_fma_entry(x); }
-#endif
-#if TSR_TIER_Z0
-TSR_BODY(double, log, (double x)) { return log_fma_entry(x); }
-#endif
-#if TSR_TIER_D1
+#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 TSR_BODY(double, log, (double x)) { return log_fma_entry(x); }
 #endif

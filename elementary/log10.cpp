@@ -5,11 +5,7 @@
 
 using namespace tsr;
 
-#if TSR_TIER_EX
-TSR_BODY(double, log10, (double x)) { return logk::frame<logk::Base::ten>(x); }
-#endif
-
-#if TSR_TIER_E7
+#if TSR_TIER_EX || TSR_TIER_E7
 TSR_BODY(double, log10, (double x)) { return logk::frame<logk::Base::ten>(x); }
 #endif
 
@@ -57,12 +53,6 @@ inline double log10_fma(double x) {
 }  // namespace
 #endif
 
-#if TSR_TIER_L9
-TSR_BODY(double, log10, (double x)) { return log10_fma(x); }
-#endif
-#if TSR_TIER_Z0
-TSR_BODY(double, log10, (double x)) { return log10_fma(x); }
-#endif
-#if TSR_TIER_D1
+#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 TSR_BODY(double, log10, (double x)) { return log10_fma(x); }
 #endif

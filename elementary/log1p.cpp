@@ -236,12 +236,6 @@ inline double log1p_fma(double x) {
 }  // namespace
 #endif
 
-#if TSR_TIER_L9
-TSR_BODY(double, log1p, (double x)) { return log1p_fma(x); }
-#endif
-#if TSR_TIER_Z0
-TSR_BODY(double, log1p, (double x)) { return log1p_fma(x); }
-#endif
-#if TSR_TIER_D1
+#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 TSR_BODY(double, log1p, (double x)) { return log1p_fma(x); }
 #endif

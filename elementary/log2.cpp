@@ -6,11 +6,7 @@
 
 using namespace tsr;
 
-#if TSR_TIER_EX
-TSR_BODY(double, log2, (double x)) { return logk::frame<logk::Base::two>(x); }
-#endif
-
-#if TSR_TIER_E7
+#if TSR_TIER_EX || TSR_TIER_E7
 TSR_BODY(double, log2, (double x)) { return logk::frame<logk::Base::two>(x); }
 #endif
 

@@ -104,12 +104,6 @@ inline double log2p1_body(double x) {
 }
 }  // namespace
 
-#if TSR_TIER_EX
-TSR_BODY(double, log2p1, (double x)) { return log2p1_body(x); }
-#endif
-#if TSR_TIER_L9
-TSR_BODY(double, log2p1, (double x)) { return log2p1_body(x); }
-#endif
-#if TSR_TIER_Z0
+#if TSR_TIER_EX || TSR_TIER_L9 || TSR_TIER_Z0
 TSR_BODY(double, log2p1, (double x)) { return log2p1_body(x); }
 #endif
