@@ -43,29 +43,13 @@ inline double exp10_ex(double x) {
     int k = int(uint32_t(bits(s)));
     int j = int(uint32_t(k) << 25) >> 25;
     int n = (k - j) >> 7;
-    double a = x + kf * D(0xbf63441300000000);
-    double b = kf * D(0x3e0427de7fbcc47c);
-    double rh = opaque((a - b) + D(0x41f8000000000000)) - D(0x41f8000000000000);
-    double rl = (a - rh) - b;
-    double r = rh + rl;
-    const double L = D(0x40026bb100000000);
-    double a2 = rh * L;  // exact: rh is short
-    double B = f64(bits(1.0 + a2) & 0xffffffff00000000ull);
-    double s2 = r * r;
-    double Q = ((D(0x3fca7ed8d9d41e9c) * s2 + D(0x3ff2bd7609fd8b95)) * s2 + D(0x40053524c73cea69)) * s2 +
-               rl * L + (a2 - (B - 1.0)) +
-               (((D(0x3fb16e4f25f8c2cc) * s2 + D(0x3fe1429ffd1d41fe)) * s2 + D(0x4000470591de2ca4)) * s2 +
-                D(0x3eb776aaa2b05ba9)) * r;
+    double B, Q;
+    exp10_split128(x, kf, B, Q);
     const TH &row = split128[j + 64];
     double W = Q * row.head + (B + Q) * row.tail;
     double v = row.head * B;  // exact
+    if (k >= -130814) return split_scaled(v, W, n, neg, g);
     double f1 = f64(uint64_t(n + (neg ? 0x5ff : 0x1ff)) << 52), f2 = neg ? 0x1p-512 : 0x1p512;
-    if (k >= -130814) {
-        W = opaque(W);
-        v = g.finish(v);
-        W = opaque(W);
-        return ((v + W) * f1) * f2;
-    }
     // Below the normal range: a 21-bit head of the sum is kept apart, so that when the
     // result is subnormal the rest is rounded to the grid once and the head added exactly.
     double Hc = f64(bits(v + W) & 0xffffffff00000000ull);

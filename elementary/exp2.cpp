@@ -83,26 +83,22 @@ inline double exp2_ex(double x) {
         return (v + W) * f;
     }
     bool neg = hi(x) >> 31;
+    if (k >= -130814) return split_scaled(v, W, n, neg, g);
     double f1 = f64(uint64_t(n + (neg ? 0x5ff : 0x1ff)) << 52), f2 = neg ? 0x1p-512 : 0x1p512;
-    if (k >= -130814) {
-        W = opaque(W);
-        v = g.finish(v);
-        W = opaque(W);
-        return ((v + W) * f1) * f2;
-    }
     // Far below the normal range: the sum and both scalings in 80-bit arithmetic with a
     // 64-bit significand, then one rounding to double.
     double Hc = f64(bits(v + W) & ~uint64_t(0xfff));
     W = opaque(W);
     Hc = g.finish(Hc);
-    uint16_t cw = get_x87_cw();
-    if ((cw & X87_PC_MASK) != X87_PC_MASK) set_x87_cw(cw | X87_PC_MASK);
-    long double t = opaque(((long double)v - Hc) + W);
-    t = opaque(t + Hc);
-    t = opaque(t * f1) * f2;
-    double res = double(opaque(t));
-    force(res);
-    if ((cw & X87_PC_MASK) != X87_PC_MASK) set_x87_cw(cw);
+    double res;
+    {
+        X87Precision precision;
+        long double t = opaque(((long double)v - Hc) + W);
+        t = opaque(t + Hc);
+        t = opaque(t * f1) * f2;
+        res = double(opaque(t));
+        force(res);
+    }
     if (hi(res) < 0x00100000) return report(x, res, code::exp2_underflow);
     return res;
 }

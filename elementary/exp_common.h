@@ -49,6 +49,38 @@ inline float float_beyond_range(float x, int overflow_code, int underflow_code) 
     return report(x, opaque(kMaxF) * kMaxF, overflow_code);
 }
 
+// The reduction of 10^x in the split scheme (K = 128 per unit of the base-2 exponent): r is
+// x - kf·log10(2)/128 as rh + rl (the constant's head has 32 bits, so kf times it is exact,
+// and rh is cut short by a shifter so that rh·L is exact for L, the 32-bit head of ln 10);
+// B is the head of 10^r with 32 bits, so that B times the table row's head is exact, and Q
+// the rest, 10^r = B + Q to about 2^-70 relative.
+inline void exp10_split128(double x, double kf, double &B, double &Q) {
+    double a = x + kf * D(0xbf63441300000000);
+    double b = kf * D(0x3e0427de7fbcc47c);
+    double rh = opaque((a - b) + D(0x41f8000000000000)) - D(0x41f8000000000000);
+    double rl = (a - rh) - b;
+    double r = rh + rl;
+    const double L = D(0x40026bb100000000);
+    double a2 = rh * L;  // exact: rh is short
+    B = f64(bits(1.0 + a2) & 0xffffffff00000000ull);
+    double s2 = r * r;
+    Q = ((D(0x3fca7ed8d9d41e9c) * s2 + D(0x3ff2bd7609fd8b95)) * s2 + D(0x40053524c73cea69)) * s2 +
+        rl * L + (a2 - (B - 1.0)) +
+        (((D(0x3fb16e4f25f8c2cc) * s2 + D(0x3fe1429ffd1d41fe)) * s2 + D(0x4000470591de2ca4)) * s2 +
+         D(0x3eb776aaa2b05ba9)) * r;
+}
+
+// The split scheme's result v + W times 2^n when it is a normal double: the scale goes in
+// two steps (2^(n +- 512) and 2^-+512), each a normal power of two, and the caller's mode
+// returns before the one rounding of the sum.
+inline double split_scaled(double v, double W, int n, bool neg, RnRestore &g) {
+    double f1 = f64(uint64_t(n + (neg ? 0x5ff : 0x1ff)) << 52), f2 = neg ? 0x1p-512 : 0x1p512;
+    W = opaque(W);
+    v = g.finish(v);
+    W = opaque(W);
+    return ((v + W) * f1) * f2;
+}
+
 // The single-precision scheme with N = 256, in double, shared by e^x, 2^x and 10^x: t is the
 // argument in units of 2^-8 of the result's exponent, pre-scaled by the caller (256·x·log2 e
 // for e^x, x itself under a shifter of unit 2^-8 for 2^x).  The shifter S rounds t to k, the

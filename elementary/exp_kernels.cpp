@@ -72,19 +72,7 @@ inline void kernel(double x, int *scale, double out[2]) {
             (((D(0x3ef0097a00cb0678) * s2 + D(0x3f55d87fe87ed439)) * s2 + D(0x3fac6b08d704a0c3)) * s2 +
              D(0x3e9fdf473de6af28)) * r;
     } else {
-        double a = x + kf * D(0xbf63441300000000);
-        double b = kf * D(0x3e0427de7fbcc47c);
-        double rh = opaque((a - b) + D(0x41f8000000000000)) - D(0x41f8000000000000);
-        double rl = (a - rh) - b;
-        double r = rh + rl;
-        const double L = D(0x40026bb100000000);
-        double a2 = rh * L;
-        B = f64(bits(1.0 + a2) & 0xffffffff00000000ull);
-        double s2 = r * r;
-        Q = ((D(0x3fca7ed8d9d41e9c) * s2 + D(0x3ff2bd7609fd8b95)) * s2 + D(0x40053524c73cea69)) * s2 +
-            rl * L + (a2 - (B - 1.0)) +
-            (((D(0x3fb16e4f25f8c2cc) * s2 + D(0x3fe1429ffd1d41fe)) * s2 + D(0x4000470591de2ca4)) * s2 +
-             D(0x3eb776aaa2b05ba9)) * r;
+        exp10_split128(x, kf, B, Q);
     }
     const TH &row = split128[j + 64];
     double W = Q * row.head + (B + Q) * row.tail;

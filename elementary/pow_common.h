@@ -28,6 +28,7 @@
 
 #include "tsr/common.h"
 #include "tsr/codes.h"
+#include "tsr/format.h"
 #include "tsr/report.h"
 
 namespace tsr::powk {
@@ -56,7 +57,7 @@ inline int ytype(uint64_t uy) {
 
 // Integer test on a finite non-zero float: the significand with its implicit bit shifted
 // left by (exponent + 8) brings the units bit to bit 31, the fraction below it.
-inline int ytypef(uint32_t uy) {
+inline int ytype(uint32_t uy) {
     int e = int((uy >> 23) & 0xff);
     int sh = e - 119;
     if (sh < 0) return kNotInt;
@@ -66,90 +67,98 @@ inline int ytypef(uint32_t uy) {
     return (w >> 31) ? kOdd : kEven;
 }
 
-inline bool is_snan(double v) {
-    uint64_t u = bits(v) & kAbs;
-    return u > kInf && !(u & 0x0008000000000000ull);
-}
-inline bool is_snanf(float v) {
-    uint32_t u = bits(v) & 0x7fffffff;
-    return u > 0x7f800000 && !(u & 0x00400000);
-}
-
 // True when (x, y) needs the special table: y zero, infinite or NaN; x zero, negative,
 // infinite, NaN or +1.  Subnormal positive x is not special.
-inline bool needs_special(uint64_t ux, uint64_t uy) {
-    return (uy & kAbs) - 1 >= kInf - 1 || ux - 1 >= kInf - 1 || ux == kOne;
-}
-inline bool needs_specialf(uint32_t ux, uint32_t uy) {
-    return (uy & 0x7fffffff) - 1 >= 0x7f800000u - 1 || ux - 1 >= 0x7f800000u - 1 ||
-           ux == 0x3f800000u;
+template <class B>
+inline bool needs_special(B ux, B uy) {
+    using F = Format<std::conditional_t<sizeof(B) == 8, double, float>>;
+    return (uy & F::abs) - 1 >= F::inf - 1 || ux - 1 >= F::inf - 1 || ux == F::one;
 }
 
-// The special table for double (codes 24..29).  Returns true with *out the result; else x
-// is finite, non-zero and not +-1, y finite and non-zero, *ax = |x| and *neg the sign of
-// the result.
-inline bool special(double x, double y, double *out, double *ax, bool *neg) {
-    uint64_t ux = bits(x), uy = bits(y);
-    uint64_t axb = ux & kAbs, ayb = uy & kAbs;
+// The error codes of the special table, by format.
+template <class T>
+struct PowCodes;
+template <>
+struct PowCodes<double> {
+    static constexpr int zero_to_zero = code::pow_0_to_the_power_0, nan_to_zero = code::pow_nan_to_the_power_0,
+                         zero_to_negative = code::pow_0_to_a_negative_power,
+                         negative_base = code::pow_negative_base_non_integer_power;
+};
+template <>
+struct PowCodes<float> {
+    static constexpr int zero_to_zero = code::powf_0_to_the_power_0, nan_to_zero = code::powf_nan_to_the_power_0,
+                         zero_to_negative = code::powf_0_to_a_negative_power,
+                         negative_base = code::powf_negative_base_non_integer_power;
+};
+
+// The special table.  Returns true with *out the result; else x is finite, non-zero and not
+// +-1, y finite and non-zero, *ax = |x| and *neg the sign of the result.  0^0 is reported
+// for either zero in double, for +0 alone in float.
+template <class T>
+inline bool special(T x, T y, T *out, T *ax, bool *neg) {
+    using F = Format<T>;
+    using C = PowCodes<T>;
+    const auto inf = F::inf, one = F::one;
+    auto ux = F::bits(x), uy = F::bits(y);
+    auto axb = ux & F::abs, ayb = uy & F::abs;
     *neg = false;
     if (ayb == 0) {
-        if (axb == 0) { *out = report(x, y, 1.0, code::pow_0_to_the_power_0); return true; }
-        if (axb > kInf) {
+        if ((std::is_same_v<T, double> ? axb : ux) == 0) { *out = report(x, y, T(1), C::zero_to_zero); return true; }
+        if (axb > inf) {
             if (is_snan(x)) raise_invalid();
-            *out = report(x, y, 1.0, code::pow_nan_to_the_power_0);
+            *out = report(x, y, T(1), C::nan_to_zero);
             return true;
         }
-        *out = 1.0;
+        *out = T(1);
         return true;
     }
-    if (ux == kOne) {
+    if (ux == one) {
         if (is_snan(y)) raise_invalid();
-        *out = 1.0;
+        *out = T(1);
         return true;
     }
-    if (axb > kInf) {
-        if (ayb > kInf) force(opaque(y) + opaque(y));
+    if (axb > inf) {
+        if (ayb > inf) force(opaque(y) + opaque(y));
         *out = opaque(x) + opaque(x);
         return true;
     }
-    if (ayb > kInf) { *out = opaque(y) + opaque(y); return true; }
-    bool ypos = !(uy >> 63);
-    if (ayb == kInf) {
-        if (axb == kOne) { *out = 1.0; return true; }   // x = -1
-        if (axb > kOne) { *out = ypos ? f64(kInf) : 0.0; return true; }
-        if (ypos) { *out = 0.0; return true; }
-        if (axb != 0) { *out = f64(kInf); return true; }
+    if (ayb > inf) { *out = opaque(y) + opaque(y); return true; }
+    bool ypos = !(uy & F::sign);
+    if (ayb == inf) {
+        if (axb == one) { *out = T(1); return true; }   // x = -1
+        if (axb > one) { *out = ypos ? F::from(inf) : T(0); return true; }
+        if (ypos) { *out = T(0); return true; }
+        if (axb != 0) { *out = F::from(inf); return true; }
         // x = +-0, y = -inf: as any negative non-integer y below.
     }
-    int yt = ayb == kInf ? kEven : ytype(uy);
+    int yt = ayb == inf ? kEven : ytype(uy);
     if (axb == 0) {
         if (!ypos) {
-            double r = opaque(1.0) / (yt == kOdd ? opaque(x) : opaque(0.0));
-            *out = report(x, y, r, code::pow_0_to_a_negative_power);
+            T r = opaque(T(1)) / (yt == kOdd ? opaque(x) : opaque(T(0)));
+            *out = report(x, y, r, C::zero_to_negative);
         } else {
-            *out = yt == kOdd ? x : 0.0;
+            *out = yt == kOdd ? x : T(0);
         }
         return true;
     }
-    if (axb == kInf) {
-        double v = ypos ? f64(kInf) : 0.0;
-        *out = (ux >> 63) && yt == kOdd ? -v : v;
+    if (axb == inf) {
+        T v = ypos ? F::from(inf) : T(0);
+        *out = (ux & F::sign) && yt == kOdd ? -v : v;
         return true;
     }
-    if (ux >> 63) {
+    if (ux & F::sign) {
         if (yt == kNotInt) {
-            double r = opaque(0.0) * opaque(f64(kInf));
-            *out = report(x, y, r, code::pow_negative_base_non_integer_power);
+            T r = opaque(T(0)) * opaque(F::from(inf));
+            *out = report(x, y, r, C::negative_base);
             return true;
         }
         *neg = yt == kOdd;
-        if (axb == kOne) { *out = *neg ? -1.0 : 1.0; return true; }
+        if (axb == one) { *out = *neg ? T(-1) : T(1); return true; }
     }
-    *ax = f64(axb);
+    *ax = F::from(axb);
     return false;
 }
 
-// The same table for float (codes 30..35; 0^0 reported for x = +0 only).
 // The entry of tiers ex and e7: special operands answered in *out (true); otherwise the bits
 // of |x| in *ub (a subnormal scaled into the normal range by 2^64), its unbiased exponent in
 // *n, and in *neg the sign the result takes.
@@ -164,67 +173,6 @@ inline bool pow_operands(double x, double y, double *out, uint64_t *ub, int *n, 
         *n = -64;
     }
     *n += int(*ub >> 52) - 0x3ff;
-    return false;
-}
-
-inline bool specialf(float x, float y, float *out, float *ax, bool *neg) {
-    uint32_t ux = bits(x), uy = bits(y);
-    uint32_t axb = ux & 0x7fffffff, ayb = uy & 0x7fffffff;
-    const uint32_t inf = 0x7f800000, one = 0x3f800000;
-    *neg = false;
-    if (ayb == 0) {
-        if (ux == 0) { *out = report(x, y, 1.0f, code::powf_0_to_the_power_0); return true; }
-        if (axb > inf) {
-            if (is_snanf(x)) raise_invalid();
-            *out = report(x, y, 1.0f, code::powf_nan_to_the_power_0);
-            return true;
-        }
-        *out = 1.0f;
-        return true;
-    }
-    if (ux == one) {
-        if (is_snanf(y)) raise_invalid();
-        *out = 1.0f;
-        return true;
-    }
-    if (axb > inf) {
-        if (ayb > inf) force(opaque(y) + opaque(y));
-        *out = opaque(x) + opaque(x);
-        return true;
-    }
-    if (ayb > inf) { *out = opaque(y) + opaque(y); return true; }
-    bool ypos = !(uy >> 31);
-    if (ayb == inf) {
-        if (axb == one) { *out = 1.0f; return true; }
-        if (axb > one) { *out = ypos ? f32(inf) : 0.0f; return true; }
-        if (ypos) { *out = 0.0f; return true; }
-        if (axb != 0) { *out = f32(inf); return true; }
-    }
-    int yt = ayb == inf ? kEven : ytypef(uy);
-    if (axb == 0) {
-        if (!ypos) {
-            float r = opaque(1.0f) / (yt == kOdd ? opaque(x) : opaque(0.0f));
-            *out = report(x, y, r, code::powf_0_to_a_negative_power);
-        } else {
-            *out = yt == kOdd ? x : 0.0f;
-        }
-        return true;
-    }
-    if (axb == inf) {
-        float v = ypos ? f32(inf) : 0.0f;
-        *out = (ux >> 31) && yt == kOdd ? -v : v;
-        return true;
-    }
-    if (ux >> 31) {
-        if (yt == kNotInt) {
-            float r = opaque(0.0f) * opaque(f32(inf));
-            *out = report(x, y, r, code::powf_negative_base_non_integer_power);
-            return true;
-        }
-        *neg = yt == kOdd;
-        if (axb == one) { *out = *neg ? -1.0f : 1.0f; return true; }
-    }
-    *ax = f32(axb);
     return false;
 }
 

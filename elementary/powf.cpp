@@ -54,9 +54,9 @@ TSR_BODY(float, powf, (float x, float y)) {
     uint32_t ux = bits(x), uy = bits(y);
     bool neg = false;
     float ax = x;
-    if (needs_specialf(ux, uy)) {
+    if (needs_special(ux, uy)) {
         float out;
-        if (specialf(x, y, &out, &ax, &neg)) return out;
+        if (special(x, y, &out, &ax, &neg)) return out;
     }
     uint32_t b = bits(ax);
     int nadj = 0;
