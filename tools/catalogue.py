@@ -89,6 +89,8 @@ def parse(path):
     classify = []
     powroots = []
     fortran = []
+    apart = []                 # dispatched functions whose plain name is a body of its own
+    merges = []                # (FROM, INTO): FROM's names and tiers stand at INTO's entry
     for ln, line in enumerate(open(path), 1):
         line = line.split("#", 1)[0].rstrip()
         if not line.strip():
@@ -125,13 +127,17 @@ def parse(path):
             powroots += w[1:]
         elif k == "fortran":
             fortran += w[1:]
+        elif k == "apart":
+            apart += w[1:]
+        elif k == "merge":
+            merges.append((w[1], w[2]))
         else:
             fail("%s:%d: unknown record %s" % (path, ln, k))
-    return roots, patterns, dispatch, bound, names, aliases, crf, classify, powroots, fortran
+    return roots, patterns, dispatch, bound, names, aliases, crf, classify, powroots, fortran, apart, merges
 
 
 def build_units(cat):
-    roots, patterns, dispatch, bound, names, aliases, crf, classify, powroots, fortran = cat
+    roots, patterns, dispatch, bound, names, aliases, crf, classify, powroots, fortran, apart, merges = cat
     units = OrderedDict()
     counts = {"plain": 0, "libm": 0, "bwr": 0, "tier": 0, "extra": 0}
 
@@ -163,7 +169,6 @@ def build_units(cat):
                 b = add(Unit("__bwr_" + u.uid, p, r["shape"]))
                 b.exported.append(b.uid)
                 counts["bwr"] += 1
-    # ldexpf: only __libm_ldexpf and __quill_ldexpf (the entry) exist.
     # Correctly rounded family, each with four tier names.
     for n in crf:
         u = add(Unit("__libm_cr_" + n, "f", None))
@@ -231,8 +236,8 @@ def build_units(cat):
         u.hidden = hidden
         if uid.startswith("__libm_"):
             u.entry_names = [uid]
-        elif base == "frexp":
-            u.entry_names = ["__libm_frexp"]   # plain frexp is a body of its own
+        elif base in apart:
+            u.entry_names = ["__libm_" + uid]
         elif uid.startswith("__"):
             u.entry_names = [uid]
         else:
@@ -246,18 +251,19 @@ def build_units(cat):
         u.kind = "bound"
         u.bound_form = form
         u.entry_names = [n] + (["__libm_" + n] if "__libm_" + n in u.exported else [])
-        if n == "__quill_ldexpf":
-            u.entry_names.append("__libm_ldexpf")
-            u.base = "ldexpf"
         u.tiers = [t for t in TIER_ORDER if t == "ex" or t in u.exported_tiers]
-    # ldexpf owns __libm_ldexpf and its ex tier through __quill_ldexpf.
-    if "ldexpf" in units:
-        lf = units.pop("ldexpf")
-        q = units["__quill_ldexpf"]
+    # A merged function's names stand at the entry of another, which takes its tiers (named
+    # after the merged function), shape and precision.
+    for src, dst in merges:
+        lf = units.pop(src)
+        q = units[dst]
+        if "__libm_" + src in lf.exported:
+            q.entry_names.append("__libm_" + src)
+        q.base = src
         q.exported += [n for n in lf.exported if n not in q.exported]
         q.exported_tiers = lf.exported_tiers
         q.shape = lf.shape
-        q.prec = "f"
+        q.prec = lf.prec
     for u in units.values():
         if u.kind == "plain" and not u.tiers:
             u.tiers = list(u.exported_tiers)
@@ -336,11 +342,6 @@ def read_built(paths):
     return built, sources
 
 
-def body_name(u, t):
-    """The exported name of unit u's body in tier t."""
-    return ("__libm_ldexpf_%s" % t) if u.uid == "__quill_ldexpf" else u.variant(t)
-
-
 def gen_tier_units(built_units, sources, root):
     """Per source file and tier, the translation unit the build compiles: the source under
     that tier's macro, then one definition per tier body the catalogue gives it, each calling
@@ -381,7 +382,7 @@ def gen_tier_units(built_units, sources, root):
                     call = "tsr::body::%s(%s)" % (u.uid, ", ".join(args))
                     lines += [
                         "namespace tsr::body { template <class... A> tsr::MissingBody %s(A...); }" % u.uid,
-                        "TSR_DEFINE(%s, %s, (%s)) {" % (ret, body_name(u, t), plist),
+                        "TSR_DEFINE(%s, %s, (%s)) {" % (ret, u.variant(t), plist),
                         "    static_assert(!std::is_same_v<decltype(%s), tsr::MissingBody>," % call,
                         '                  "%s: %s writes no TSR_BODY(%s, %s, ...) for tier %s");'
                         % (u.uid, src, ret, u.uid, t),
@@ -418,7 +419,7 @@ def gen_asm(units, aliases=()):
             out.append("%s_local:\n\tjmp *%s(%%rip)\n\t.size %s_local, .-%s_local" % (first, slot, first, first))
         elif u.kind == "bound":
             first = u.entry_names[0]
-            target = u.variant("ex") if u.uid != "__quill_ldexpf" else "__libm_ldexpf_ex"
+            target = u.variant("ex")
             out.append("/* %s: bound to %s */" % (u.uid, target))
             out.append("\t.text\n\t.p2align 4\n\t.hidden %s_local\n\t.globl %s_local\n\t.type %s_local,@function"
                        % (first, first, first))
@@ -485,7 +486,7 @@ def gen_header(units, built_units):
             continue
         for n in u.exported:
             shape = u.shape
-            if n in MACRO_NAMES or n[:-1] in MACRO_NAMES and n.endswith("d") and False:
+            if n in MACRO_NAMES:
                 macro_decls.append(decl("(%s)" % n, shape, u.prec, " TESSERA_NOEXCEPT") + ";")
                 continue
             lines.append(decl("(%s)" % n, shape, u.prec, " TESSERA_NOEXCEPT") + ";")
@@ -512,8 +513,6 @@ def gen_decls(units):
             continue
         names = list(u.entry_names)
         bodies = [u.variant(t) for t in u.tiers]
-        if u.uid == "__quill_ldexpf":
-            bodies = ["__libm_ldexpf_%s" % t for t in u.tiers]
         names += bodies
         if u.kind == "plain":
             names += [n for n in u.exported if n not in names]
@@ -529,13 +528,12 @@ def gen_decls(units):
 def gen_tiers(units):
     out = ["/* Generated by tools/catalogue.py: tier lists of the built functions. */",
            "#pragma once", '#include "tsr_decls.h"', '#include "tsr/tiers.h"']
-    index = []
     for u in units:
         if not u.tiers or u.kind == "data":
             continue
         ident = re.sub(r"\W", "_", u.uid)
         ft = fnptr(u.shape, u.prec)
-        body = lambda t: ("__libm_ldexpf_%s" % t) if u.uid == "__quill_ldexpf" else u.variant(t)
+        body = u.variant
         rows = ", ".join('{"%s", tsr::Tier::%s, %s_local}' % (t, t, body(t)) for t in u.tiers)
         out.append("inline const tsr::TierFn<%s> tsr_tiers_%s[] = {%s};" % (ft, ident, rows))
         ptiers = [t for t in u.tiers if t in ("z0", "d1")]
@@ -543,7 +541,6 @@ def gen_tiers(units):
             prow = ", ".join('{"%s", tsr::Tier::l9, %s_portable}' % (t + "-portable", body(t)) for t in ptiers)
             out.append("// The AVX-512 tiers with their portable operations: runnable wherever l9 is.")
             out.append("inline const tsr::TierFn<%s> tsr_portable_tiers_%s[] = {%s};" % (ft, ident, prow))
-        index.append('{"%s", %d}' % (u.uid, len(u.tiers)))
     return "\n".join(out) + "\n"
 
 
@@ -588,7 +585,7 @@ def gen_functions(units):
             continue
         ident = re.sub(r"\W", "_", u.uid)
         entry = u.entry_names[0] if u.entry_names else u.exported[0]
-        body = lambda t: ("__libm_ldexpf_%s" % t) if u.uid == "__quill_ldexpf" else u.variant(t)
+        body = u.variant
         tiers = "nullptr"
         if u.tiers:
             out.append("inline const TierEntry tsr_fn_tiers_%s[] = {%s};" % (ident, ", ".join(
