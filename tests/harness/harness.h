@@ -10,6 +10,7 @@
 #include <cfenv>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <array>
 #include <functional>
 #include <random>
@@ -140,6 +141,9 @@ template <class T> std::vector<T> uniform(T lo, T hi, size_t n, uint64_t seed);
 template <class T> std::vector<T> specials();
 template <class T> T snan();
 template <class T> T qnan();
+// A value from its bits (signalling NaNs and payloads in rows).
+inline double f64(uint64_t b) { double x; std::memcpy(&x, &b, 8); return x; }
+inline float f32(uint32_t b) { float x; std::memcpy(&x, &b, 4); return x; }
 // Bits of a value, for exact comparison including NaN payloads and zero signs.
 uint64_t bits_of(double x);
 uint32_t bits_of(float x);
@@ -188,6 +192,7 @@ enum : int {
     ANY_FLAGS = -1,  // flags not checked
 };
 constexpr int ANY_ERRNO = -1;  // errno not checked
+constexpr int ERANGE_IF_ZERO = -3;  // ERANGE where the result is zero, else 0 (an underflow)
 constexpr int NO_CODE = -1;    // no error reported
 constexpr int ANY_CODE = -2;   // reported code not checked
 
