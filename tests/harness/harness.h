@@ -326,6 +326,9 @@ template <class T> struct Spec {
     bool check_flags = true;   // no flag without its cause, and overflow, underflow, invalid,
                                // divide-by-zero and inexact whenever due
     unsigned modes = ALL_MODES;
+    // Flag checks left out for a tier (tier_bit of the variant) and input: known faults, each
+    // named where the Spec is written.
+    std::function<bool(unsigned tier, const T *in)> flags_excused = nullptr;
 };
 struct SweepResult {
     std::string variant, mode;
