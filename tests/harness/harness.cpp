@@ -358,6 +358,12 @@ template <class T> static bool is_quiet_nan(T x) {
 
 template <class T> static std::string hex(T x) {
     char b[64];
+    if (x != x) {
+        if constexpr (sizeof(T) <= 8) {
+            std::snprintf(b, sizeof b, "NaN(0x%llx)", (unsigned long long)bits_of(x));
+            return b;
+        }
+    }
     if constexpr (std::is_same_v<T, long double>) std::snprintf(b, sizeof b, "%La", x);
     else std::snprintf(b, sizeof b, "%a", double(x));
     return b;
@@ -420,11 +426,13 @@ int check_rows(const Func<T> &f, const std::vector<RowN<T, NI, NO>> &rows) {
                     const Want<T> &w = r.want[k];
                     if (w.kind == WantKind::any) continue;
                     T want = w.kind == WantKind::cr ? correctly_rounded(f, k, r.in, kModes[m].rnd) : w.v;
-                    bool ok = want != want ? is_quiet_nan(out[k]) : same_bits(out[k], want);
+                    // The default quiet NaN stands for any quiet NaN; another NaN for its own bits.
+                    bool any_nan = want != want && (same_bits(want, qnan<T>()) || same_bits(want, T(-qnan<T>())));
+                    bool ok = any_nan ? is_quiet_nan(out[k]) : same_bits(out[k], want);
                     if (!ok) {
                         ++bad;
                         ADD_FAILURE() << where << (NO > 1 ? " output " + std::to_string(k) : "") << ": got "
-                                      << hex(out[k]) << ", want " << (want != want ? "a quiet NaN" : hex(want));
+                                      << hex(out[k]) << ", want " << (any_nan ? "a quiet NaN" : hex(want));
                     }
                 }
                 if (r.flags != ANY_FLAGS && o.flags != r.flags) {

@@ -258,7 +258,8 @@ Func<T> func2(const char *name, MpFn1 ref0, MpFn1 ref1, const tsr::TierFn<void (
 }
 
 // ---- special-value rows ------------------------------------------------------------------
-// What a row expects of an output: exactly these bits (a NaN: any quiet NaN), the
+// What a row expects of an output: exactly these bits (the default quiet NaN, NAN: any quiet
+// NaN; another NaN: its own bits, payload and sign), the
 // correctly rounded value in the mode being checked (CR), or anything (ANY).
 enum class WantKind { bits, cr, any };
 constexpr WantKind CR = WantKind::cr, ANY = WantKind::any;

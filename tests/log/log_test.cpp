@@ -183,7 +183,8 @@ TEST(LogSpecial, Rows) {
     check_rows(spec_log1pf().f,
                log1p_rows<float>(code::log1pf_argument_minus_1, code::log1pf_argument_below_minus_1, 1) +
                    std::vector<Row<float>>{{0x1p-30f, CR, NX, 0, NO_CODE, RN, EX | L9},
-                                           {FLT_MAX, CR, NX, 0, NO_CODE, dn}, {FLT_MAX, CR, NX, 0, NO_CODE, RU, EX | L9}});
+                                           {FLT_MAX, CR, NX, 0, NO_CODE, dn},
+                                           {FLT_MAX, CR, NX, 0, NO_CODE, RU, EX | L9}});
     // log2p1 of the largest double is 1024 less about 2^-53, without overflow from 1 + x.
     check_rows(spec_log2p1().f, log1p_rows<double>(NO_CODE, NO_CODE, 0) +
                                     std::vector<Row<double>>{{1.0, 1.0, NONE}, {7.0, 3.0, NONE}, {DBL_MAX, CR, NX}});
