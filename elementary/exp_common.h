@@ -59,6 +59,8 @@ inline void exp10_split128(double x, double kf, double &B, double &Q) {
     const double L = 0x1.26bb1p+1;
     double a2 = rh * L;  // exact: rh is short
     B = f64(bits(1.0 + a2) & 0xffffffff00000000ull);
+    // approximation of 10^r on [-0x1.345p-10, 0x1.345p-10], degree 7, max relative error
+    // 2^-71.54 (measured by tools/gen/approximations.py)
     double s2 = r * r;
     Q = ((0x1.a7ed8d9d41e9cp-3 * s2 + 0x1.2bd7609fd8b95p+0) * s2 + 0x1.53524c73cea69p+1) * s2 +
         rl * L + (a2 - (B - 1.0)) +
@@ -82,7 +84,7 @@ inline double split_scaled(double v, double W, int n, bool neg, RnRestore &g) {
 // for e^x, x itself under a shifter of unit 2^-8 for 2^x).  The shifter S rounds t to k, the
 // rest r is exact, 2^(k/256) is the d256 row with k >> 8 added to its exponent field, and
 // (1 + c1·r) + c2·r^2 stands for the rest of the exponential: the double result carries
-// about 2^-33 relative error, far below half an ulp of float, before its one rounding.
+// about 2^-31 relative error, far below half an ulp of float, before its one rounding.
 inline double f256_core(double t, double S, double c1, double c2) {
     double s = opaque(S + t);
     int k = int(uint32_t(bits(s)));

@@ -40,6 +40,8 @@ inline double log10_fma(double x) {
     double lo = __builtin_fma(f64(0x3d7e7fbcc47c0000ull), E, t[1]);
     double H = __builtin_fma(f64(0x3fd34413509f0000ull), E, t[0]);
     const double L = f64(0x3fdbcb7b1526e50eull);  // 1/ln 10
+    // approximation of log10(1 + r) on [-0x1.182p-8, 0x1.182p-8], degree 7, max relative
+    // error 2^-57.99 (measured by tools/gen/approximations.py)
     double S = __builtin_fma(L, r, H);
     double e = __builtin_fma(r, L, H - S);
     e = __builtin_fma(r, f64(0x3c69509ed32130bcull), e);

@@ -43,6 +43,8 @@ TSR_BODY(double, log1p, (double x)) {
     if (H < 0x3fb24000u) {
         if (H >= 0x3f900000u) return log1p_series<16>(x);
         if (H >= 0x3f200000u) return log1p_series<10>(x);
+        // approximation of log(1 + x) on [-0x1p-13, 0x1p-13], degree 5, max relative
+        // error 2^-69.20 (measured by tools/gen/approximations.py)
         if (H >= 0x3c600000u) {
             double s = x * x;
             return ((f64(0x3fc99999a199b4b4ull) * s + f64(0x3fd5555555555555ull)) * s +
@@ -74,6 +76,8 @@ TSR_BODY(double, log1p, (double x)) {
         hi = (w + xl * rp + 0x1p32) - 0x1p32;
         lo = (w - hi) + xl * rp;
     }
+    // approximation of log(1 + u) on [-0x1.76p-9, 0x1.7p-9], degree 6, max relative error
+    // 2^-55.22 (measured by tools/gen/approximations.py)
     double u = hi + lo, s = u * u;
     double L = logtab::log_rcp256_l[i];
     double Lh = f64(bits(L) & 0xffffffff00000000ull), Lt = (L - Lh) + logtab::log_rcp256_t[i];
@@ -92,6 +96,8 @@ TSR_BODY(float, log1pf, (float x)) {
     if (b > 0xbf800000u) return logk::domain(x, code::log1pf_argument_below_minus_1);
     if ((b & 0x7fffffffu) < 0x31800000u) {  // |x| < 2^-28
         if (u == 0) return x;
+        // approximation of log(1 + x) on [-0x1p-28, 0x1p-28], degree 2, max relative
+        // error 2^-57.58 (measured by tools/gen/approximations.py)
         return float(u - u * u * 0.5);
     }
     return float(__libm_log_ex_local(1.0 + u));
@@ -104,6 +110,8 @@ TSR_BODY(double, log1p, (double x)) {
     uint32_t tx = uint32_t(bx >> 48) & 0x7fff;
     if (tx < 0x3f80) {
         if (tx >= 0x3c90) {
+            // approximation of log(1 + x) on [-0x1p-7, 0x1p-7], degree 8, max
+            // relative error 2^-59.16 (measured by tools/gen/approximations.py)
             double x2 = x * x, x3 = x2 * x;
             double L0 = ((-0.125 * x + f64(0x3fc2492492492492ull)) * x - f64(0x3fc5555555555555ull)) * (x3 * x3);
             double L1 = ((0.2 * x - 0.25) * x + f64(0x3fd5555555555555ull)) * x3;
@@ -142,6 +150,8 @@ TSR_BODY(double, log1p, (double x)) {
     double Hh = tb[0] + N * f64(0x3fa62e42fefa3800ull);
     double S = Hh + rr;
     double Z = ((rr + (Hh - S)) - e2 * rr) + ((N * f64(0x3ceef35793c76730ull) + e2) + tb[1]);
+    // approximation of log(1 + r) on [-0x1.182p-8, 0x1.182p-8], degree 7, max relative error
+    // 2^-58.98 (measured by tools/gen/approximations.py)
     double r2 = rr * rr;
     double P0 = (r2 * r2) * ((f64(0xbfc5555e3d6fb175ull) * rr + f64(0x3fc999999999999aull)) * rr +
                              f64(0x3fc2492492492492ull) * (r2 * rr));
@@ -195,6 +205,8 @@ inline double log1p_fma(double x) {
                 if (((bx >> 52) & 0x7ff) == 0) force(x * x);
                 return x;
             }
+            // approximation of log(1 + x) on [-0x1p-20, 0x1p-20], degree 3, max
+            // relative error 2^-62.00 (measured by tools/gen/approximations.py)
             double c = __builtin_fma(f64(0x3fd555555555555aull), x, f64(0xbfe0000000000001ull));
             return __builtin_fma(x * c, x, x);
         }
@@ -223,6 +235,8 @@ inline double log1p_fma(double x) {
     // e0 * 2^(896 - n): R carries 2^-896.
     double e1 = (e0 * f64(0xb7e0000000000000ull - (b & 0x7ff0000000000000ull))) * R;
     double rr = r + e1;
+    // approximation of log(1 + r) on [-0x1.182p-8, 0x1.182p-8], degree 7, max relative error
+    // 2^-62.45 (measured by tools/gen/approximations.py)
     double A = __builtin_fma(f64(0x3fc2494ada7861ffull), r, f64(0xbfc55576d47e8a7aull));
     double B = __builtin_fma(f64(0x3fc9999999788658ull), r, f64(0xbfcfffffffebf6c8ull));
     double C = __builtin_fma(f64(0x3fd555555555555aull), r, f64(0xbfe0000000000001ull));

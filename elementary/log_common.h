@@ -167,6 +167,8 @@ inline double frame(double x) {
         S = H + r;
         e1 = r + (H - S);
         Z = e1 + (N * f64(0x3ceef35793c76730ull) + lo);
+        // approximation of log(1 + r) on [-0x1.182p-8, 0x1.182p-8], degree 7, max
+        // relative error 2^-58.98 (measured by tools/gen/approximations.py)
         a0 = f64(0x3fc2492492492492ull), a1 = f64(0xbfd0000000000000ull);
         b0 = f64(0xbfc5555e3d6fb175ull), b1 = f64(0x3fd5555555555555ull);
         c0 = f64(0x3fc999999999999aull), c1 = f64(0xbfe0000000000000ull);
@@ -178,6 +180,8 @@ inline double frame(double x) {
         e1 = r + (H - S);
         // log2(e)/c - 1: the linear term's correction
         Z = e1 + (lo + f64(0xbf5dabe1161bb241ull) * r);
+        // approximation of log2(1 + r/1.4453125) on [-0x1.94ep-8, 0x1.94ep-8], degree 7,
+        // max relative error 2^-58.90 (measured by tools/gen/approximations.py)
         a0 = f64(0x3f9004f2518775e3ull), a1 = f64(0xbfb528db9f95985aull);
         b0 = f64(0xbf9b030cd737db11ull), b1 = f64(0x3fc4635e486ececcull);
         c0 = f64(0x3fa76c9bac8349bbull), c1 = f64(0xbfd619b6b3841d2aull);
@@ -190,6 +194,9 @@ inline double frame(double x) {
         e1 = r + (H - S);
         // log10(e)/c - 1
         Z = (e1 + f64(0x3f5a7a6cbf2e4108ull) * r) + (N * f64(0x3cdfef311f12b358ull) + lo);
+        // approximation of log10(1 + r/0.43359375) on [-0x1.e5dp-10, 0x1.e5dp-10],
+        // degree 7, max relative error 2^-58.89
+        // (measured by tools/gen/approximations.py)
         a0 = f64(0x40358874c1a5f12eull), a1 = f64(0xc008930964d4ef0dull);
         b0 = f64(0xc025c917385593b1ull), b1 = f64(0x3ffc6a02dc963467ull);
         c0 = f64(0x4016ab9f7f9d3aa1ull), c1 = f64(0xbff27af2dc77b115ull);

@@ -39,13 +39,19 @@ inline float logf_ex(float x) {
         if (b == 0x3f800000u) return 0.0f;
         double t = double(x) - 1.0, s = t * t;
         double r;
+        // approximation of log(1 + t) on [-0x1p-6, 0x1p-5], degree 6, max relative error
+        // 2^-34.43 (measured by tools/gen/approximations.py)
         if constexpr (B == Base::e)
             r = (((f64(0xbfc4ea033ecbaf05ull) * s + f64(0xbfd0000131103c07ull)) * s +
                   (f64(0x3fc999822c96ef82ull) * s + f64(0x3fd555555607defbull)) * t) +
                  f64(0xbfdffffffffe7cd8ull)) * s + t;
+        // approximation of log2(1 + t) on [-0x1p-7, 0x1p-7], degree 6, max relative
+        // error 2^-45.80 (measured by tools/gen/approximations.py)
         else if constexpr (B == Base::two)
             r = ((f64(0x3fd2775b6b01e410ull) * s + f64(0x3fdec709dd3b974dull)) * s + kLog2e) * t +
                 ((f64(0xbfce2c352133b234ull) * s + f64(0xbfd715491d488fd8ull)) * s + f64(0xbfe71547652a6bb8ull)) * s;
+        // approximation of log10(1 + t) on [-0x1p-7, 0x1p-7], degree 6, max relative
+        // error 2^-45.80 (measured by tools/gen/approximations.py)
         else
             r = ((f64(0x3fb63c4e1e626defull) * s + f64(0x3fc287a7640a56cbull)) * s + kLog10e) * t +
                 ((f64(0xbfb22a6fb2e1aee3ull) * s + f64(0xbfbbcb7d2719f314ull)) * s + f64(0xbfcbcb7b152594c6ull)) * s;
@@ -73,12 +79,18 @@ inline float logf_ex(float x) {
     double mm = double(f32((m & 0x7fffff) | 0x3f800000u));
     double u = double(logtab::log_rcp256_r[i]) * mm - 1.0;
     double L = logtab::log_rcp256_l[i];
+    // approximation of log(1 + u) on [-0x1.76p-9, 0x1.7p-9], degree 3, max relative error
+    // 2^-28.21 (measured by tools/gen/approximations.py)
     if constexpr (B == Base::e) {
         double q = u * u * (f64(0x3fd5555a6890dd10ull) * u + f64(0xbfe00001e7362febull));
         return float((n * kLn2 + L) + (q + u));
+    // approximation of log2(1 + u) on [-0x1.76p-9, 0x1.7p-9], degree 3, max relative error
+    // 2^-28.21 (measured by tools/gen/approximations.py)
     } else if constexpr (B == Base::two) {
         double q = u * u * (f64(0x3fdec7112e9f7aabull) * u + f64(0xbfe7154a24115d08ull));
         return float(n + ((u + L) * kLog2e + q));
+    // approximation of log10(1 + u) on [-0x1.76p-9, 0x1.7p-9], degree 3, max relative error
+    // 2^-28.21 (measured by tools/gen/approximations.py)
     } else {
         double q = u * u * (f64(0x3fc287abcbef04d1ull) * u + f64(0xbfcbcb7e6386795full));
         return float(n * f64(0x3fd34413509f79ffull) + ((u + L) * kLog10e + q));
@@ -123,6 +135,8 @@ inline float logf_e7(float x) {
     int32_t Ni = int32_t((b - 0x800000u) & 0xff800000u) - 0x3f000000;
     double N = double(Ni);
     uint32_t idx = (bits(R) + uint32_t(Ni) - 0x3f000000u) >> 15;
+    // approximation of log(1 + u) on [-0x1.302p-9, 0x1.302p-9], degree 3, max relative error
+    // 2^-29.10 (measured by tools/gen/approximations.py)
     double q = f64(0xbfe0000141ffcb10ull) + f64(0x3fd5555555555555ull) * u;
     double res;
     if constexpr (B == Base::e)
@@ -168,10 +182,14 @@ inline float logf_l9_main(float x) {
     uint32_t i = (uint32_t(_mm_cvtsi128_si32(Ra)) >> 14) & 0x1ff;
     double L2 = ge + logtab::log_l2f512[i];
     double res;
+    // approximation of log2(1 + u) on [-0x1.602p-10, 0x1.602p-10], degree 3, max relative
+    // error 2^-30.99 (measured by tools/gen/approximations.py)
     if constexpr (B == Base::two) {
         double q = __builtin_fma(f64(0x3fdec70e30381c88ull), u, f64(0xbfe715498f2a8070ull));
         double Y = __builtin_fma(u, kLog2e, -L2);
         res = __builtin_fma(q, u * u, Y);
+    // approximation of log(1 + u) on [-0x1.602p-10, 0x1.602p-10], degree 3, max relative
+    // error 2^-30.99 (measured by tools/gen/approximations.py)
     } else {
         double q = __builtin_fma(f64(0x3fd555585555d331ull), u, f64(0xbfe00001800034a7ull));
         double Y = __builtin_fma(L2, -kLn2, u);

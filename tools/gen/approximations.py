@@ -182,8 +182,10 @@ class Entry:
 
     def comment(self, indent):
         text = g.approx_comment(self.a, self.b, self.degree, self.err_log2, SCRIPT, self.text, self.relative)
-        return textwrap.wrap(text, WIDTH - len(indent) - 3, initial_indent=indent + "// ",
-                             subsequent_indent=indent + "// ", break_on_hyphens=False)
+        keep = MARK.replace(" ", "\0")  # the mark stays on one line: it finds the comment again
+        lines = textwrap.wrap(text.replace(MARK, keep), WIDTH - len(indent) - 3, initial_indent=indent + "// ",
+                              subsequent_indent=indent + "// ", break_on_hyphens=False)
+        return [x.replace("\0", " ") for x in lines]
 
 
 E, TWO, TEN = "elementary/exp.cpp", "elementary/exp2.cpp", "elementary/exp10.cpp"
@@ -257,7 +259,7 @@ ENTRIES = [
     Entry(LOGC, ["inline double frame", "if constexpr (B == Base::e)", "a0 ="], "log(1 + r)", log1p_over(),
           rcp_range(7), [0, ONE, d("bfe0000000000000"), d("3fd5555555555555"), d("bfd0000000000000"),
                          d("3fc999999999999a"), d("bfc5555e3d6fb175"), d("3fc2492492492492")], window=(0, 3)),
-    Entry(LOGC, ["inline double frame", "B == Base::two", "a0 ="], "log2(1 + r/1.4453125)",
+    Entry(LOGC, ["inline double frame", "} else if constexpr (B == Base::two)", "a0 ="], "log2(1 + r/1.4453125)",
           log1p_over(mpf(1.4453125), 2), rcp_range(7, Fraction(185, 128)),
           [0, (ONE, d("bf5dabe1161bb241")), d("bfd619b6b3841d2a"), d("3fc4635e486ececc"), d("bfb528db9f95985a"),
            d("3fa76c9bac8349bb"), d("bf9b030cd737db11"), d("3f9004f2518775e3")], window=(-2, 3)),
@@ -347,7 +349,7 @@ ENTRIES = [
            d("3fc4635e486ececb"), d("bfb528db9f95985a"), d("3fa76c9bac8349bb"), d("bf9b0301ee241472"),
            d("3f9004f2518775e3"), d("bf8365786dc96112")], window=(-5, 3)),
     Entry(POW, ["#if TSR_TIER_E7", "// 2^z = 1 + z ln2"], "2^z", pow2(), sym(Fraction(1, 256)), EXP_TAIL,
-          window=(-12, 3)),
+          window=(-16, 3)),
     Entry(POW, ["#if TSR_TIER_EX", "constexpr double kC0"], "log2(1 + r/C0)",
           log1p_over(g.from_bits(0x3ff7154740000000, g.BINARY64), 2),
           sym(g.exact(g.from_bits(0x3ff7154740000000, g.BINARY64) * mp.power(2, mpf(-20.4)))),
@@ -373,7 +375,7 @@ ENTRIES = [
                              d("3fa7a3341fac5e29")], window=(0, 2)),
     Entry(POWF, ["// 2^z = 1 + z (V + z^2 W)"], "2^z", pow2(), sym(Fraction(1, 32)),
           [ONE, named("kLn2", d("3fe62e42fefa39ef")), d("3fcebfbdff82c58e"), d("3fac6b08d704a0bf"),
-           d("3f83b2ab6fba4e77")], window=(-5, 2)),
+           d("3f83b2ab6fba4e77")], window=(-9, 2)),
     Entry(POWF, ["double L = __builtin_fma("], "log2(1 + u)", log1p_over(1, 2), rcp_range(7),
           [0, d("3ff71547652aaf92"), d("bfe715476526017e"), d("3fdec71ff3a912b3"), d("bfd71563027e14e2")],
           window=(0, 3)),
@@ -406,8 +408,9 @@ def literal_values(text):
 
 def locate(lines, anchor):
     """The index of the line the anchor texts lead to, each found after the one before."""
-    i = 0
+    i = -1
     for text in anchor:
+        i += 1
         while i < len(lines) and text not in lines[i]:
             i += 1
         if i == len(lines):
@@ -441,7 +444,8 @@ def process(write):
             if i is None:
                 problems.append("%s: anchor %r not found" % (rel, e.anchor))
                 continue
-            lo, hi = max(i + e.window[0], 0), min(i + e.window[1] + 1, len(lines))
+            j, _ = managed_above(lines, i)  # the lines before the entry: those above its comment
+            lo, hi = max(j + e.window[0], 0), min(i + e.window[1] + 1, len(lines))
             window_text = "\n".join(lines[lo:hi])
             window_values = literal_values(window_text)
             for c in e.coeffs:
@@ -454,7 +458,6 @@ def process(write):
                         problems.append("%s:%d: %s not used near the entry for %s" % (rel, i + 1, lit.name, e.text))
             e.measure()
             indent = re.match(r"\s*", lines[i]).group(0)
-            j, _ = managed_above(lines, i)
             want = e.comment(indent)
             if lines[j:i] != want:
                 if not write:
