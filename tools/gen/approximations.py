@@ -38,7 +38,7 @@ SCRIPT = "approximations.py"
 MARK = "(measured by tools/gen/%s)" % SCRIPT
 WIDTH = 100
 
-mp.prec = 160
+mp.prec = 128
 
 
 # ---- coefficients -----------------------------------------------------------------------
@@ -65,8 +65,8 @@ def dec(x):
 
 
 def named(name, lit):
-    """A coefficient the code reads from a named constant: the name must stand in the lines
-    of the entry, the literal anywhere in the file."""
+    """A coefficient the code reads from a named constant: the name and the literal must
+    stand in the file."""
     return Lit(lit.value, name)
 
 
@@ -176,7 +176,7 @@ class Entry:
 
     def measure(self):
         c = [g.to_mpf(value(x)) for x in self.coeffs]
-        err, at = g.measure(c, self.fn, self.a, self.b, self.relative, grid=1500)
+        err, at = g.measure(c, self.fn, self.a, self.b, self.relative, grid=800)
         self.err_log2 = math.ceil(float(mp.log(err, 2)) * 100) / 100
         return self.err_log2
 
@@ -192,7 +192,7 @@ E, TWO, TEN = "elementary/exp.cpp", "elementary/exp2.cpp", "elementary/exp10.cpp
 EXPC, EXPK = "elementary/exp_common.h", "elementary/exp_kernels.cpp"
 LOGC, LOG, LOG2, LOG10 = "elementary/log_common.h", "elementary/log.cpp", "elementary/log2.cpp", "elementary/log10.cpp"
 LOGK, LOGF, LOG1P, LOG2P1 = "elementary/log_kernels.cpp", "elementary/logf.cpp", "elementary/log1p.cpp", "elementary/log2p1.cpp"
-POW, POWF = "elementary/pow.cpp", "elementary/powf.cpp"
+POW = POWF = "elementary/pow.cpp"
 
 ONE = 1
 LN2_128 = LN2 / 128
@@ -437,7 +437,8 @@ def process(write):
     for rel, entries in by_file.items():
         path = os.path.join(g.ROOT, rel)
         lines = open(path).read().split("\n")
-        file_values = literal_values("\n".join(lines))
+        text = "\n".join(lines)
+        file_values = literal_values(text)
         edits = []
         for e in entries:
             i = locate(lines, e.anchor)
@@ -454,8 +455,8 @@ def process(write):
                     if abs(lit.value) not in where:
                         problems.append("%s:%d: coefficient %s of %s is not in the source" % (
                             rel, i + 1, float.hex(float(lit.value)), e.text))
-                    if lit.name and not re.search(r"\b%s\b" % re.escape(lit.name), window_text):
-                        problems.append("%s:%d: %s not used near the entry for %s" % (rel, i + 1, lit.name, e.text))
+                    if lit.name and not re.search(r"\b%s\b" % re.escape(lit.name), text):
+                        problems.append("%s:%d: %s not in the file for %s" % (rel, i + 1, lit.name, e.text))
             e.measure()
             indent = re.match(r"\s*", lines[i]).group(0)
             want = e.comment(indent)
