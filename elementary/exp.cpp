@@ -45,12 +45,7 @@ inline double exp_body(double x) {
                  c5 = 0x1.11115c090cf0fp-7, c6 = 0x1.6c15ce328986p-10;
     RnGuardInexact g;
     x = opaque(x);
-    double s = opaque(K * x + S);
-    double kf = s - S;
-    int k = int(uint32_t(bits(s)));
-    double r = (x - L1 * kf) - L2 * kf;
-    const MT &row = frac64[k & 63];
-    int n = k >> 6;
+    auto [r, k, n, row] = reduce64(x, K, L1, L2);
     double r2 = r * r;
     double p = (((r + row.t) + r * r2 * r2 * (c5 + c6 * r)) + r * r2 * (c3 + c4 * r)) + c2 * r2;
     if (n >= -894 && n <= 1022) {
@@ -65,20 +60,11 @@ inline double exp_body(double x) {
 
 // Single precision, N = 256, in double.
 inline float expf_body(float x) {
-    uint32_t b = bits(x) & 0x7fffffff;
-    if (b - 0x31800000u >= 0x42ad496bu - 0x31800000u) {
-        if (b < 0x31800000) return x + 1.0f;
-        if (b >= 0x43000000) {
-            return float_beyond_range(x, code::expf_overflow, code::expf_underflow);
-        }
-    }
     // approximation of 2^(r/256) on [-0x1p-1, 0x1p-1], degree 2, max relative error 2^-31.16
     // (measured by tools/gen/approximations.py)
     const double K = 0x1.71547652b82fep+8, c1 = 0x1.62e42fefa72c5p-9, c2 = 0x1.ebfbdff82c58ep-19;
-    RnGuardInexact g;
-    x = opaque(x);
-    double v = g.finish(f256_core(K * double(x), S, c1, c2));
-    return f256_result(x, v, b, 0x42ad496b, code::expf_overflow, code::expf_underflow);
+    return f256_float<RnGuardInexact>(x, [&](double u) { return K * u; }, S, c1, c2, 0x42ad496b, 0x43000000,
+                                      code::expf_overflow, code::expf_underflow);
 }
 #endif
 

@@ -113,12 +113,7 @@ inline double exp10_e7(double x) {
         return report(x, res, (hi(x) >> 31) ? code::exp10_underflow : code::exp10_overflow);
     }
     const double K = 0x1.a934f0979a371p+7, L1 = 0x1.34413509ep-8, L2 = 0x1.79fef311f12b3p-44;
-    double s = opaque(K * x + S);
-    double kf = s - S;
-    int k = int(uint32_t(bits(s)));
-    double r = (x - L1 * kf) - L2 * kf;
-    const MT &row = frac64[k & 63];
-    int n = k >> 6;
+    auto [r, k, n, row] = reduce64(x, K, L1, L2);
     // approximation of 10^r on [-0x1.345p-9, 0x1.345p-9], degree 5, max relative error
     // 2^-59.29 (measured by tools/gen/approximations.py)
     double r2 = r * r;

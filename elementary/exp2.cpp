@@ -208,20 +208,11 @@ inline double exp2_e7(double x) {
 }
 
 inline float exp2f_e7(float x) {
-    uint32_t b = bits(x) & 0x7fffffff;
-    if (b - 0x31800000u >= 0x42fc0000u - 0x31800000u) {
-        if (b < 0x31800000) return x + 1.0f;
-        if (b >= 0x43200000) {
-            return float_beyond_range(x, code::exp2f_overflow, code::exp2f_underflow);
-        }
-    }
     // approximation of 2^r on [-0x1p-9, 0x1p-9], degree 2, max relative error 2^-31.16
     // (measured by tools/gen/approximations.py)
     const double S2 = 0x1.8p+44, c1 = 0x1.62e42fefa72c5p-1, c2 = 0x1.ebfbdff82c58ep-3;
-    RnGuard g;
-    x = opaque(x);
-    double v = g.finish(f256_core(double(x), S2, c1, c2));
-    return f256_result(x, v, b, 0x42fc0000, code::exp2f_overflow, code::exp2f_underflow);
+    return f256_float<RnGuard>(x, [](double u) { return u; }, S2, c1, c2, 0x42fc0000, 0x43200000,
+                               code::exp2f_overflow, code::exp2f_underflow);
 }
 #endif
 

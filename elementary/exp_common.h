@@ -106,6 +106,39 @@ inline float f256_result(float x, double v, uint32_t absx, uint32_t safe, int ov
     return y;
 }
 
+// The whole float body of the N = 256 scheme (e^x, 2^x): below |x| = 2^-28 (as bits
+// 0x31800000) x + 1; from `beyond` on the specials and the certain overflows and underflows;
+// otherwise the core under the guard G on t = arg(x), the scheme's pre-scaled argument.
+template <class G, class Arg>
+inline float f256_float(float x, Arg arg, double S, double c1, double c2, uint32_t safe, uint32_t beyond,
+                        int overflow_code, int underflow_code) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x31800000u >= safe - 0x31800000u) {
+        if (b < 0x31800000) return x + 1.0f;
+        if (b >= beyond) return float_beyond_range(x, overflow_code, underflow_code);
+    }
+    G g;
+    x = opaque(x);
+    double v = g.finish(f256_core(arg(double(x)), S, c1, c2));
+    return f256_result(x, v, b, safe, overflow_code, underflow_code);
+}
+
+// The N = 64 reduction of b^x (e^x, 10^x): k = x·K rounded by the shifter (K = 64 log2 b),
+// r = x - k (L1 + L2) with L1 + L2 = ln 2/(64 ln b) (L1 short, so k·L1 is exact), the row
+// of 2^((k & 63)/64) and n = k >> 6.
+struct Reduced64 {
+    double r;
+    int k, n;
+    const MT &row;
+};
+inline Reduced64 reduce64(double x, double K, double L1, double L2) {
+    constexpr double S = 0x1.8p52;
+    double s = opaque(K * x + S);
+    double kf = s - S;
+    int k = int(uint32_t(bits(s)));
+    return {(x - L1 * kf) - L2 * kf, k, k >> 6, frac64[k & 63]};
+}
+
 // The extreme path of the N = 64 and N = 128 schemes: the value p*T + T (or its analogue
 // y0 + T) when 2^n is not a normal double.  T is split as 1.M * 2^(n - h) * 2^h with
 // h = n >> 1, so both factors are normal.  A subnormal result is built from H, the part of

@@ -42,6 +42,30 @@ namespace tab = tsr::pow_tab;
 inline double tbl(const uint64_t *t, int i) { return f64(t[i]); }
 constexpr double kLn2 = 0x1.62e42fefa39efp-1;
 constexpr double kShift5 = 0x1.8p+47;  // 1.5 2^47: rounds to multiples of 2^-5 (powf)
+
+#if TSR_TIER_EX || TSR_TIER_E7
+// What the double tiers ex and e7 share: the last step of the exponential, the two-sum, and
+// the mask that cuts a double to its leading 26 bits.
+constexpr uint64_t kMask26 = 0xfffffffff8000000ull;
+
+// approximation of 2^z on [-0x1p-8, 0x1p-8], degree 5, max relative error 2^-60.44
+// (measured by tools/gen/approximations.py)
+// 2^z = 1 + z ln2 + z^2 B + z^4 A
+constexpr double eA0 = 0x1.3b2ab6fba4e77p-7, eA1 = 0x1.5d87fe78a6731p-10,
+                 eB0 = 0x1.ebfbdff82c58fp-3, eB1 = 0x1.c6b08d704a0cp-5;
+
+// T * 2^z - T, for |z| <= 2^-8 (about 2^-60 relative).
+inline double exp_tail(double z, double T, double t) {
+    double A = eA0 + eA1 * z, B = eB0 + eB1 * z;
+    double z2 = z * z;
+    return ((z2 * z2 * A * T) + (kLn2 * z * T + t)) + z2 * B * T;
+}
+inline void two_sum(double a, double b, double &s, double &e) {
+    s = a + b;
+    double bb = s - a;
+    e = (a - (s - bb)) + (b - bb);
+}
+#endif
 }  // namespace
 
 // =====================================================================================
@@ -86,13 +110,7 @@ constexpr double cA = -0x1.365786dc96112p-7, cB = -0x1.b0301ee241472p-6,
 constexpr double cHs = -0x1.dabe1p-10, cHr = -0x1.61bb2412055ccp-34;
 constexpr double cDs = -0x1.61ap-2, cDr = 0x1.2531ef8b5787dp-16;
 constexpr double cG1 = 0x1.4635e486ececbp-3;
-// approximation of 2^z on [-0x1p-8, 0x1p-8], degree 5, max relative error 2^-60.44
-// (measured by tools/gen/approximations.py)
-// 2^z = 1 + z ln2 + z^2 B + z^4 A
-constexpr double eA0 = 0x1.3b2ab6fba4e77p-7, eA1 = 0x1.5d87fe78a6731p-10,
-                 eB0 = 0x1.ebfbdff82c58fp-3, eB1 = 0x1.c6b08d704a0cp-5;
 
-constexpr uint64_t kMask26 = 0xfffffffff8000000ull;
 
 // a*b = p + e exactly (up to 2^-104 relative), without a fused multiply-add.
 inline void two_prod(double a, double b, double &p, double &e) {
@@ -100,11 +118,6 @@ inline void two_prod(double a, double b, double &p, double &e) {
     double ah = f64(bits(a) & kMask26), al = a - ah;
     double bh = f64(bits(b) & kMask26), bl = b - bh;
     e = ((ah * bh - p) + ah * bl + al * bh) + al * bl;
-}
-inline void two_sum(double a, double b, double &s, double &e) {
-    s = a + b;
-    double bb = s - a;
-    e = (a - (s - bb)) + (b - bb);
 }
 
 // Row (T, t) of 2^(j/256) for j = k & 0xff, with the sign set and, when `scale_in`, the
@@ -115,12 +128,6 @@ inline void exp_row(int k, bool neg, double &T, double &t, bool scale_in) {
     uint64_t sg = neg ? 0x8000000000000000ull : 0;
     T = f64((tab::exp256[2 * j] + add) ^ sg);
     t = f64((tab::exp256[2 * j + 1] + add) ^ sg);
-}
-// T * 2^z - T, for |z| <= 2^-8 (about 2^-60 relative).
-inline double exp_tail(double z, double T, double t) {
-    double A = eA0 + eA1 * z, B = eB0 + eB1 * z;
-    double z2 = z * z;
-    return ((z2 * z2 * A * T) + (kLn2 * z * T + t)) + z2 * B * T;
 }
 
 // The careful product: y * (S + e) = k/256 + z with |z| <= 2^-8, S cut so that the
@@ -145,9 +152,8 @@ TSR_BODY(double, pow, (double x, double y)) {
     uint64_t uy = bits(y), ub;
     int n;
     bool neg;
-    double out;
-    if (pow_operands(x, y, &out, &ub, &n, &neg)) return out;
-    double m = f64((ub & 0x000fffffffffffffull) | kOne);
+    double out, m;
+    if (pow_operands(x, y, &out, &ub, &n, &m, &neg)) return out;
 
     // R ~ kC/m with 9 fraction bits, from the reciprocal estimate: its row in the table.
     float rc = _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(float(m)))) * 1.4453125f;
@@ -286,21 +292,10 @@ namespace {
 constexpr double kC0 = 0x1.715474p+0;
 constexpr double kK1 = 0x1.9c3a6966457eep-24, kK2 = -0x1.62e4346694107p-2,
                  kK3 = 0x1.47fd462b3b816p-3, kK4 = -0x1.550472a8bb463p-4;
-constexpr double kLn2x = 0x1.62e42fefa39efp-1;
-// approximation of 2^z on [-0x1p-8, 0x1p-8], degree 5, max relative error 2^-60.44
-// (measured by tools/gen/approximations.py)
-constexpr double xA0 = 0x1.3b2ab6fba4e77p-7, xA1 = 0x1.5d87fe78a6731p-10,
-                 xB0 = 0x1.ebfbdff82c58fp-3, xB1 = 0x1.c6b08d704a0cp-5;
-constexpr uint64_t kCut = 0xfffffffff8000000ull;
 
-inline void two_sum(double a, double b, double &s, double &e) {
-    s = a + b;
-    double bb = s - a;
-    e = (a - (s - bb)) + (b - bb);
-}
 // p - a*c for a product p = fl(a*c) with c short: exact.
 inline double prod_err(double p, double a, double c) {
-    double ah = f64(bits(a) & kCut), al = a - ah;
+    double ah = f64(bits(a) & kMask26), al = a - ah;
     return (p - ah * c) - al * c;
 }
 }  // namespace
@@ -309,9 +304,8 @@ TSR_BODY(double, pow, (double x, double y)) {
     uint64_t uy = bits(y), ub;
     int n;
     bool neg;
-    double out;
-    if (pow_operands(x, y, &out, &ub, &n, &neg)) return out;
-    double m = f64((ub & 0x000fffffffffffffull) | kOne);
+    double out, m;
+    if (pow_operands(x, y, &out, &ub, &n, &m, &neg)) return out;
 
     int i1 = int(((ub >> 44) & 0xff) + 1) >> 1;
     double c1 = f64(tab::stage1_c[i1]);
@@ -355,8 +349,8 @@ TSR_BODY(double, pow, (double x, double y)) {
         int ew = int((bits(w) >> 52) & 0x7ff) - 0x3ff;
         if (ew > 10) return up ? overflow(x, y, neg) : underflow(x, y, neg);
     }
-    double Sh = f64(bits(S) & kCut), Sl = S - Sh;
-    double yh = f64(uy & kCut), yl = y - yh;
+    double Sh = f64(bits(S) & kMask26), Sl = S - Sh;
+    double yh = f64(uy & kMask26), yl = y - yh;
     double t0 = (yh * Sh) * 128.0;
     int64_t k = _mm_cvtsd_si64(_mm_set_sd(t0));
     double kf = double(k);
@@ -378,9 +372,7 @@ TSR_BODY(double, pow, (double x, double y)) {
         T = -T;
         t = -t;
     }
-    double a4 = xA0 + xA1 * z, b2c = xB0 + xB1 * z;
-    double z2 = z * z;
-    double Y = ((z2 * z2 * a4 * T) + (kLn2x * z * T + t)) + z2 * b2c * T;
+    double Y = exp_tail(z, T, t);
     int64_t ek = k >> 7;
     if (k >= -0x1e1ff && k <= 0x1ff7f) return (T + Y) * f64(uint64_t(ek + 1023) << 52);
     return scale(T, Y, int(ek < -2000 ? -2000 : ek > 2000 ? 2000 : ek), x, y);

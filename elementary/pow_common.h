@@ -161,8 +161,8 @@ inline bool special(T x, T y, T *out, T *ax, bool *neg) {
 
 // The entry of tiers ex and e7: special operands answered in *out (true); otherwise the bits
 // of |x| in *ub (a subnormal scaled into the normal range by 2^64), its unbiased exponent in
-// *n, and in *neg the sign the result takes.
-inline bool pow_operands(double x, double y, double *out, uint64_t *ub, int *n, bool *neg) {
+// *n, its mantissa 1.f in *m, and in *neg the sign the result takes.
+inline bool pow_operands(double x, double y, double *out, uint64_t *ub, int *n, double *m, bool *neg) {
     double ax = x;
     *neg = false;
     if (needs_special(bits(x), bits(y)) && special(x, y, out, &ax, neg)) return true;
@@ -173,6 +173,7 @@ inline bool pow_operands(double x, double y, double *out, uint64_t *ub, int *n, 
         *n = -64;
     }
     *n += int(*ub >> 52) - 0x3ff;
+    *m = f64((*ub & 0x000fffffffffffffull) | kOne);
     return false;
 }
 

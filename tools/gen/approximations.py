@@ -205,7 +205,7 @@ LOGF_E7 = [0, ONE, d("bfe0000141ffcb10"), d("3fd5555555555555")]
 LOG_FMA = [0, ONE, d("bfe0000000000001"), d("3fd555555555555a"), d("bfcfffffffebf6c8"),
            d("3fc9999999788658"), d("bfc55576d47e8a7a"), d("3fc2494ada7861ff")]
 EXP_TAIL = [ONE, named("kLn2", d("3fe62e42fefa39ef")), d("3fcebfbdff82c58f"), d("3fac6b08d704a0c0"),
-            d("3f83b2ab6fba4e77"), d("3f55d87fe78a6731")]       # pow ex and e7: 2^z
+            d("3f83b2ab6fba4e77"), d("3f55d87fe78a6731")]       # pow ex and e7: 2^z (one polynomial)
 
 ENTRIES = [
     # ---- exponentials
@@ -213,7 +213,7 @@ ENTRIES = [
           [ONE, ONE, d("3fdffffffffffffe"), d("3fc5555555548ba1"), d("3fa55555555b9e25"),
            d("3f811115c090cf0f"), d("3f56c15ce3289860")], window=(0, 2)),
     Entry(E, ["inline float expf_body", "const double K ="], "2^(r/256)", pow2(256), sym(Fraction(1, 2)),
-          EXP_F256, window=(0, 1)),
+          EXP_F256, window=(0, 0)),
     Entry(E, ["inline double exp_fma_core", "double A ="], "e^r", exp_, sym(LN2_128),
           [ONE, ONE, d("3fdfffffffffe5bc"), d("3fc55555555541d3"), d("3fa555570aa70f87"), d("3f8111126eeb729a")],
           window=(0, 2)),
@@ -348,16 +348,12 @@ ENTRIES = [
           [0, (ONE, d("bf5dabe100000000"), d("bdd61bb2412055cc")), (d("bfd61a0000000000"), d("3ef2531ef8b5787d")),
            d("3fc4635e486ececb"), d("bfb528db9f95985a"), d("3fa76c9bac8349bb"), d("bf9b0301ee241472"),
            d("3f9004f2518775e3"), d("bf8365786dc96112")], window=(-5, 3)),
-    Entry(POW, ["#if TSR_TIER_E7", "// 2^z = 1 + z ln2"], "2^z", pow2(), sym(Fraction(1, 256)), EXP_TAIL,
-          window=(-16, 3)),
+    Entry(POW, ["// 2^z = 1 + z ln2"], "2^z", pow2(), sym(Fraction(1, 256)), EXP_TAIL, window=(0, 2)),
     Entry(POW, ["#if TSR_TIER_EX", "constexpr double kC0"], "log2(1 + r/C0)",
           log1p_over(g.from_bits(0x3ff7154740000000, g.BINARY64), 2),
           sym(g.exact(g.from_bits(0x3ff7154740000000, g.BINARY64) * mp.power(2, mpf(-20.4)))),
           [0, (ONE, d("3e79c3a6966457ee")), d("bfd62e4346694107"), d("3fc47fd462b3b816"), d("bfb550472a8bb463")],
           window=(0, 2)),
-    Entry(POW, ["#if TSR_TIER_EX", "constexpr double xA0"], "2^z", pow2(), sym(Fraction(1, 256)),
-          [ONE, named("kLn2x", d("3fe62e42fefa39ef")), d("3fcebfbdff82c58f"), d("3fac6b08d704a0c0"),
-           d("3f83b2ab6fba4e77"), d("3f55d87fe78a6731")], window=(-1, 1)),
     Entry(POW, ["#if TSR_TIER_L9", "double A = __builtin_fma("], "log2(1 + r)", log1p_over(1, 2), log128_range(),
           [0, (named("kL2e", d("3ff71547652b82fe")), named("kL2eLo", d("3c7777d1083f2b10"))), d("bfe71547652b82fe"),
            d("3fdec709dc3a03fd"), d("bfd71547652b8413"), d("3fd2776c50ef9e4a"), d("bfcec709da475e58"),
