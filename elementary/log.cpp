@@ -34,15 +34,9 @@ inline double log_fma(double x, int adj) {
     // and the add after the load is shorter than a fused operation.
     double H = t.hi + n * f64(0x3fe62e42fefa4000ull);
     double S = H + r;
-    // approximation of log(1 + r) on [-0x1.182p-8, 0x1.182p-8], degree 7, max relative error
-    // 2^-62.45 (measured by tools/gen/approximations.py)
-    double A = __builtin_fma(f64(0x3fc2494ada7861ffull), r, f64(0xbfc55576d47e8a7aull));
-    double B = __builtin_fma(f64(0x3fc9999999788658ull), r, f64(0xbfcfffffffebf6c8ull));
-    double C = __builtin_fma(f64(0x3fd555555555555aull), r, f64(0xbfe0000000000001ull));
-    double s = r * r;
     // The rounding error of S joins after the polynomial rather than before it: the same
     // terms, and the chain through the table row (load, H, S) no longer ends the critical path.
-    double P = __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
+    double P = logk::log_fma_poly(r, r * r, lo);
     return S + (P + (r - (S - H)));
 }
 

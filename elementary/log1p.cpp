@@ -235,17 +235,11 @@ inline double log1p_fma(double x) {
     // e0 * 2^(896 - n): R carries 2^-896.
     double e1 = (e0 * f64(0xb7e0000000000000ull - (b & 0x7ff0000000000000ull))) * R;
     double rr = r + e1;
-    // approximation of log(1 + r) on [-0x1.182p-8, 0x1.182p-8], degree 7, max relative error
-    // 2^-62.45 (measured by tools/gen/approximations.py)
-    double A = __builtin_fma(f64(0x3fc2494ada7861ffull), r, f64(0xbfc55576d47e8a7aull));
-    double B = __builtin_fma(f64(0x3fc9999999788658ull), r, f64(0xbfcfffffffebf6c8ull));
-    double C = __builtin_fma(f64(0x3fd555555555555aull), r, f64(0xbfe0000000000001ull));
     double lo = __builtin_fma(n, f64(0xbd48432a1b0e2634ull), e1) + t[1];
     double H = __builtin_fma(f64(0x3fe62e42fefa4000ull), n, t[0]);
     double S = H + r;
     lo += r - (S - H);
-    double s = rr * rr;
-    return S + __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
+    return S + logk::log_fma_poly(r, rr * rr, lo);
 }
 }  // namespace
 #endif

@@ -110,6 +110,17 @@ inline Row row8(const logtab::Rows129 &table, uint32_t v, uint32_t v0) {
     asm("vmovsd (%1,%2,8), %0" : "=x"(lo) : "r"(bl), "r"(idx));
     return {hi, lo};
 }
+
+// The FMA tiers' polynomial of ln(1 + r) beyond its linear term, with lo added: three levels
+// in s = r^2 (log1p passes the square of r corrected for the rounding of 1 + x).
+inline double log_fma_poly(double r, double s, double lo) {
+    // approximation of log(1 + r) on [-0x1.182p-8, 0x1.182p-8], degree 7, max relative error
+    // 2^-62.45 (measured by tools/gen/approximations.py)
+    double A = __builtin_fma(f64(0x3fc2494ada7861ffull), r, f64(0xbfc55576d47e8a7aull));
+    double B = __builtin_fma(f64(0x3fc9999999788658ull), r, f64(0xbfcfffffffebf6c8ull));
+    double C = __builtin_fma(f64(0x3fd555555555555aull), r, f64(0xbfe0000000000001ull));
+    return __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
+}
 #endif
 
 enum class Base { e, two, ten };
