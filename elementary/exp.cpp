@@ -14,9 +14,6 @@
 #if TSR_TIER_L9
 #include <immintrin.h>
 #endif
-#if TSR_TIER_Z0 || TSR_TIER_D1
-#include "tsr/avx512.h"
-#endif
 
 using namespace tsr;
 using namespace tsr::expd;

@@ -15,9 +15,6 @@
 #if TSR_TIER_E7
 #include <emmintrin.h>
 #endif
-#if TSR_TIER_Z0 || TSR_TIER_D1
-#include "tsr/avx512.h"
-#endif
 
 using namespace tsr;
 using namespace tsr::expd;

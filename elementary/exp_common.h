@@ -6,6 +6,9 @@
 #include "tsr/codes.h"
 #include "tsr/report.h"
 #include "elementary/exp_data.h"
+#if TSR_TIER_Z0 || TSR_TIER_D1
+#include "tsr/avx512.h"
+#endif
 
 namespace tsr::expd {
 // Internal linkage: this header is compiled once per tier, with each tier's instruction

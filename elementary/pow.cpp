@@ -148,12 +148,9 @@ inline double careful(double S, double e, double y, bool neg, double x) {
 }
 }  // namespace
 
-TSR_BODY(double, pow, (double x, double y)) {
-    uint64_t uy = bits(y), ub;
-    int n;
-    bool neg;
-    double out, m;
-    if (pow_operands(x, y, &out, &ub, &n, &m, &neg)) return out;
+namespace {
+inline double pow_e7(double x, double y, uint64_t ub, int n, double m, bool neg) {
+    uint64_t uy = bits(y);
 
     // R ~ kC/m with 9 fraction bits, from the reciprocal estimate: its row in the table.
     float rc = _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(float(m)))) * 1.4453125f;
@@ -252,6 +249,8 @@ TSR_BODY(double, pow, (double x, double y)) {
     bool over = (n >= 0) == !(uy >> 63);
     return over ? overflow(x, y, neg) : underflow(x, y, neg);
 }
+}  // namespace
+TSR_BODY(double, pow, (double x, double y)) { return pow_entry<pow_e7>(x, y); }
 #endif  // TSR_TIER_E7
 
 // =====================================================================================
@@ -300,12 +299,9 @@ inline double prod_err(double p, double a, double c) {
 }
 }  // namespace
 
-TSR_BODY(double, pow, (double x, double y)) {
-    uint64_t uy = bits(y), ub;
-    int n;
-    bool neg;
-    double out, m;
-    if (pow_operands(x, y, &out, &ub, &n, &m, &neg)) return out;
+namespace {
+inline double pow_ex(double x, double y, uint64_t ub, int n, double m, bool neg) {
+    uint64_t uy = bits(y);
 
     int i1 = int(((ub >> 44) & 0xff) + 1) >> 1;
     double c1 = f64(tab::stage1_c[i1]);
@@ -377,6 +373,8 @@ TSR_BODY(double, pow, (double x, double y)) {
     if (k >= -0x1e1ff && k <= 0x1ff7f) return (T + Y) * f64(uint64_t(ek + 1023) << 52);
     return scale(T, Y, int(ek < -2000 ? -2000 : ek > 2000 ? 2000 : ek), x, y);
 }
+}  // namespace
+TSR_BODY(double, pow, (double x, double y)) { return pow_entry<pow_ex>(x, y); }
 #endif  // TSR_TIER_EX
 
 // =====================================================================================

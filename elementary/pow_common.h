@@ -177,6 +177,18 @@ inline bool pow_operands(double x, double y, double *out, uint64_t *ub, int *n, 
     return false;
 }
 
+// Tiers ex and e7 around their core: the special table answers, or Core(x, y, ub, n, m, neg)
+// computes with the operands pow_operands hands over.
+template <double (*Core)(double, double, uint64_t, int, double, bool)>
+inline double pow_entry(double x, double y) {
+    uint64_t ub;
+    int n;
+    bool neg;
+    double out, m;
+    if (pow_operands(x, y, &out, &ub, &n, &m, &neg)) return out;
+    return Core(x, y, ub, n, m, neg);
+}
+
 // Overflow and underflow decided before any evaluation: the product of two huge or two
 // tiny numbers makes the flags and, in every rounding mode, the right result.
 inline double overflow(double x, double y, bool neg) {
