@@ -6,6 +6,7 @@
 #include "elementary/log_data.h"
 #include "tsr/common.h"
 #include "tsr/codes.h"
+#include "tsr/format.h"
 #include "tsr/report.h"
 
 namespace tsr::logk {
@@ -31,6 +32,41 @@ inline T domain(T x, int code) {
 template <class T>
 inline T domain_div(T x, int code) {
     return report(x, opaque(T(0)) / opaque(T(0)), code);
+}
+
+// log1p at a non-zero x so small that x^2/2 lies below half an ulp of x: the value is
+// x - x^2/2, which rounds to x or to x's neighbour toward -inf as the caller's mode says,
+// and is inexact; a subnormal x underflows too.  x is moved 2^200 up, where |x|·2^-80 (far
+// below half an ulp, far above the subnormal range) stands for x^2/2 in one subtraction
+// that rounds in the caller's mode, and moved back exactly (for a subnormal result, by a
+// second rounding in the same direction, which gives the same value).  A subnormal x is
+// moved up by integer work, so that denormals-are-zero does not see a zero; with
+// flush-to-zero set the rounded value would come back as zero, and x itself, the result
+// to nearest, is returned.
+inline double log1p_tiny(double x) {
+    double X;
+    if ((bits(x) & 0x7fffffffffffffffull) < 0x0010000000000000ull) {
+        force(opaque(0x1p-1022) * 0x1p-1022);  // underflow and inexact
+        if (get_mxcsr() & MXCSR_FTZ) return x;
+        X = scale_subnormal(x, 200);
+    } else {
+        X = x * 0x1p200;
+    }
+    return (X - __builtin_fabs(X) * 0x1p-80) * 0x1p-200;
+}
+
+// The same for float, in double: |x|·2^-60 stands for x^2/2 (|x| < 2^-24), and the double
+// result, rounded in the caller's mode, rounds to float in the same direction.
+inline float log1pf_tiny(float x) {
+    double u;
+    if ((bits(x) & 0x7fffffffu) < 0x00800000u) {
+        force(opaque(0x1p-126f) * 0x1p-126f);  // underflow and inexact
+        if (get_mxcsr() & MXCSR_FTZ) return x;
+        u = double(scale_subnormal(x, 64)) * 0x1p-64;
+    } else {
+        u = x;
+    }
+    return float(u - __builtin_fabs(u) * 0x1p-60);
 }
 
 #ifdef __AVX2__
