@@ -3,6 +3,9 @@
 #pragma once
 #include <immintrin.h>
 
+#include <array>
+#include <bit>
+
 #include "elementary/log_data.h"
 #include "tsr/common.h"
 #include "tsr/codes.h"
@@ -32,6 +35,32 @@ inline T domain(T x, int code) {
 template <class T>
 inline T domain_div(T x, int code) {
     return report(x, opaque(T(0)) / opaque(T(0)), code);
+}
+
+// log10 at the powers of ten that are exact: 10^k for k = 1..22 in double, 1..10 in float;
+// the answer k is exact and raises nothing.  A binade [2^e, 2^(e+1)) holds at most one power
+// of ten, 10^k with k = ceil(e log10 2), which (1233 e + 4095) >> 12 gives for 0 < e < 74.
+inline constexpr auto kPow10Bits = [] {
+    std::array<uint64_t, 23> t{};
+    double p = 1;
+    for (int k = 0; k < 23; ++k, p *= 10) t[k] = std::bit_cast<uint64_t>(p);  // exact products
+    return t;
+}();
+inline bool log10_exact(uint64_t b, double *k) {
+    int e = int(b >> 52) - 1023;
+    if (unsigned(e - 3) > 70u) return false;
+    int c = (e * 1233 + 4095) >> 12;
+    if (c > 22 || kPow10Bits[c] != b) return false;
+    *k = double(c);
+    return true;
+}
+inline bool log10f_exact(uint32_t b, float *k) {
+    int n = int(b >> 23) - 127;
+    if (unsigned(n) > 34u) return false;
+    const uint32_t *p = logtab::log10f_pow10[(n * 0x5556) >> 16];
+    if (p[0] != b) return false;
+    *k = f32(p[1]);
+    return true;
 }
 
 // log1p at a non-zero x so small that x^2/2 lies below half an ulp of x: the value is
@@ -180,6 +209,10 @@ inline double frame(double x) {
         x *= 0x1p+128;  // 2^128
         b = bits(x);
         bias += 128;
+    }
+    if constexpr (B == Base::ten) {
+        double k;
+        if (log10_exact(b, &k)) return k;
     }
     float m = f32(uint32_t(uint32_t((b | 0x3ff0000000000000ull) >> 27) >> 2));
     float rc = rcp(m);

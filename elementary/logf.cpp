@@ -97,6 +97,10 @@ inline float logf_e7(float x) {
     uint32_t b = bits(x);
     double z = 0, zn = 0;
     if (b == 0x3f800000u) return 0.0f;  // +0 in every rounding mode
+    if constexpr (B == Base::ten) {
+        float k;
+        if (logk::log10f_exact(b, &k)) return k;
+    }
     // Out of range: specials leave; a subnormal or a value at or above 2^126 (whose
     // reciprocal would be subnormal) is scaled by 2^+-64 once, with z compensating.
     if (b - 0x800000u >= 0x7e000000u) {
@@ -197,6 +201,10 @@ template <Base B>
 inline float logf_l9(float x) {
     uint32_t b = bits(x);
     if (b == 0x3f800000u) return 0.0f;  // +0 in every rounding mode
+    if constexpr (B == Base::ten) {
+        float k;
+        if (logk::log10f_exact(b, &k)) return k;
+    }
     if (b + 0x81800000u < 0x82000000u) return logf_l9_cold<B>(x);
     return logf_l9_main<B, false>(x);
 }

@@ -376,6 +376,13 @@ constexpr double kL2e = 0x1.71547652b82fep+0, kL2eLo = 0x1.777d1083f2b1p-56;
 constexpr double kShift7 = 0x1.800000001ff8p+45;  // 1.5 2^45 + 1023*128 ulps of 2^-7
 }  // namespace
 
+namespace {
+// x positive and normal, y an integer: x^y when it is exact.
+__attribute__((cold, noinline)) bool pow_l9_exact(double x, double y, double *out) {
+    return exact_power(x, y, false, out);
+}
+}  // namespace
+
 TSR_BODY(double, pow, (double x, double y)) {
     uint64_t ux = bits(x), uy = bits(y);
     if ((uy & kAbs) - 1 >= kInf - 1) return __libm_pow_e7_local(x, y);
@@ -384,6 +391,8 @@ TSR_BODY(double, pow, (double x, double y)) {
     bool near1 = g >= -254 && g < 259;
     if (!near1 && (g < -0x7fbfe || g > 0x80001)) return __libm_pow_e7_local(x, y);
     if (ux == kOne) return 1.0;
+    double exact;
+    if (__builtin_expect(small_integer(uy), 0) && pow_l9_exact(x, y, &exact)) return exact;
     double m = f64(ux - (uint64_t(int64_t(n)) << 52));
     const uint64_t *row = &tab::log128[4 * ((z0 >> 13) & 0x7f)];
     double R = f64(row[0]), hi0 = f64(row[2]), lo0t = f64(row[3]);

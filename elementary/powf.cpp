@@ -57,6 +57,10 @@ TSR_BODY(float, powf, (float x, float y)) {
         float out;
         if (special(x, y, &out, &ax, &neg)) return out;
     }
+    if (small_integer(uy)) {
+        float out;
+        if (exact_power(ax, y, neg, &out)) return out;
+    }
     uint32_t b = bits(ax);
     int nadj = 0;
     if (b < 0x800000u) {  // subnormal: scale into the normal range
@@ -132,12 +136,9 @@ __attribute__((cold, noinline)) float powf_l9_other(float x, float y) {
 }
 }  // namespace
 
-TSR_BODY(float, powf, (float x, float y)) {
-    uint32_t ux = bits(x), uy = bits(y);
-    // x positive, normal and finite, y finite (2 uy below the pattern of 2 inf); else the
-    // e7 body.
-    if (__builtin_expect(ux - 0x800000u >= 0x7f000000u, 0) || __builtin_expect(uy * 2u >= 0xff000000u, 0))
-        return powf_l9_other(x, y);
+namespace {
+// The evaluation for x positive and normal, y finite.
+__attribute__((always_inline)) inline float powf_l9_core(float x, float y) {
     // m' = 1.f * 2^-8; R = its reciprocal estimate rounded to 8 significant bits.  The
     // rcp leaves lanes 1-3 of m' (zeros) above R, so the 64-bit lane holds R's pattern; it is
     // moved up into a double's fields and rounded there (the carry of the rounding runs into
@@ -192,5 +193,23 @@ TSR_BODY(float, powf, (float x, float y)) {
     double q = __builtin_fma(__builtin_fma(0x1.c6b1939683018p-5, z, 0x1.ebfd1b232e085p-3), z,
                              0x1.62e42fef4c3cep-1);
     return float(__builtin_fma(z * T, q, T));
+}
+
+// y an integer: x^y may be exact, and is then built exactly.
+__attribute__((cold, noinline)) float powf_l9_integer(float x, float y) {
+    float out;
+    if (exact_power(x, y, false, &out)) return out;
+    return powf_l9_core(x, y);
+}
+}  // namespace
+
+TSR_BODY(float, powf, (float x, float y)) {
+    uint32_t ux = bits(x), uy = bits(y);
+    // x positive, normal and finite, y finite (2 uy below the pattern of 2 inf); else the
+    // e7 body.
+    if (__builtin_expect(ux - 0x800000u >= 0x7f000000u, 0) || __builtin_expect(uy * 2u >= 0xff000000u, 0))
+        return powf_l9_other(x, y);
+    if (__builtin_expect(small_integer(uy), 0)) return powf_l9_integer(x, y);
+    return powf_l9_core(x, y);
 }
 #endif  // TSR_TIER_L9

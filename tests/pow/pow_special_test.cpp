@@ -110,7 +110,8 @@ std::vector<Row<double>> pow_rows() {
         {-2.0, 1025.0, -inf, kOvf, 24}, {2.0, 1024.0, inf, kOvf, 24}, {10.0, 400.0, inf, kOvf, 24},
         {0x1.0000000000001p0, 0x1p62, inf, kOvf, 24}, {0.5, -1100.0, inf, kOvf, 24},
         {0x1p-1074, -2.0, inf, kOvf, 24}, {-0x1p-1074, -3.0, -inf, kOvf, 24},
-        {-2.0, -1073.0, -0x1p-1073, kAny, 25}, {2.0, -1074.0, 0x1p-1074, kAny, 25},
+        // (exact subnormal powers do not underflow)
+        {-2.0, -1073.0, -0x1p-1073, kNone, -1}, {2.0, -1074.0, 0x1p-1074, kNone, -1},
         {2.0, -1075.0, 0.0, kUnf, 25}, {0.5, 1100.0, 0.0, kUnf, 25}, {-0.5, 1101.0, -0.0, kUnf, 25},
         {0x1.fffffffffffffp-1, 0x1p63, 0.0, kUnf, 25}, {0x1p-1074, 2.0, 0.0, kUnf, 25},
         {1e-300, 1e308, 0.0, kUnf, 25}, {1e300, 1e308, inf, kOvf, 24}, {0.9, 0x1p1023, 0.0, kUnf, 25},
@@ -151,7 +152,7 @@ std::vector<Row<float>> powf_rows() {
         {-8.0f, 3.0f, -512.0f, kAny, -1}, {-2.0f, 127.0f, -0x1p127f, kAny, -1},
         {-2.0f, 129.0f, -inff, kOvf, 30}, {2.0f, 128.0f, inff, kOvf, 30}, {0.5f, -200.0f, inff, kOvf, 30},
         {0x1.000002p0f, 0x1p40f, inff, kOvf, 30},
-        {2.0f, -149.0f, 0x1p-149f, kAny, 31}, {-2.0f, -149.0f, -0x1p-149f, kAny, 31},
+        {2.0f, -149.0f, 0x1p-149f, kNone, -1}, {-2.0f, -149.0f, -0x1p-149f, kNone, -1},  // exact: no underflow
         {2.0f, -150.0f, 0.0f, kUnf, 31}, {0.5f, 200.0f, 0.0f, kUnf, 31}, {-0.5f, 201.0f, -0.0f, kUnf, 31},
         {0x1.fffffep-1f, 0x1p40f, 0.0f, kUnf, 31},
         {2.0f, 10.0f, 1024.0f, kAny, -1}, {2.0f, -126.0f, 0x1p-126f, kAny, -1}, {9.0f, 0.5f, 3.0f, kAny, -1},
