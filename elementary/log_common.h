@@ -206,7 +206,7 @@ inline double frame(double x) {
         }
         if (t >= 0x7ff0) return x + x;
         if (b == 0) return pole(x, pole_code);
-        x *= 0x1p+128;  // 2^128
+        x = scale_subnormal(x, 128);
         b = bits(x);
         bias += 128;
     }

@@ -55,7 +55,7 @@ inline float logf_ex(float x) {
     int n;
     if (b < 0x00800000u) {
         if (b == 0) return logk::pole(x, kPole<B>);
-        m = bits(f32(b) * 0x1p+25f);  // 2^25
+        m = bits(scale_subnormal(f32(b), 25));
         n = int(m >> 23) - 152;
     } else {
         n = int(b >> 23) - 127;
@@ -112,7 +112,7 @@ inline float logf_e7(float x) {
         if (b >= 0x7f800000u) return x + x;
         if (b == 0) return logk::pole(x, kPole<B>);
         if (b < 0x800000u) {
-            x *= 0x1p+64f;  // 2^64
+            x = scale_subnormal(x, 64);
             z = -0x1.62e42fefa39efp+5;
             zn = -64;
         } else {
@@ -194,7 +194,7 @@ __attribute__((cold, noinline)) float logf_l9_cold(float x) {
         else if constexpr (B == Base::two) return __libm_log2f_e7_local(x);
         else return __libm_log10f_e7_local(x);
     }
-    return logf_l9_main<B, true>(x * 0x1p+32f);  // 2^32
+    return logf_l9_main<B, true>(scale_subnormal(x, 32));
 }
 
 template <Base B>

@@ -171,7 +171,7 @@ inline bool pow_operands(double x, double y, double *out, uint64_t *ub, int *n, 
     *ub = bits(ax);
     *n = 0;
     if (*ub < 0x0010000000000000ull) {  // subnormal
-        *ub = bits(ax * 0x1p64);
+        *ub = bits(scale_subnormal(ax, 64));
         *n = -64;
     }
     *n += int(*ub >> 52) - 0x3ff;

@@ -48,6 +48,10 @@ inline bool exact_power(T ax, T y, bool neg, T *out) {
     m >>= tz;
     e += tz;
     int iy = int(y);  // an integer value: the conversion is exact and raises nothing
+    if (iy == 1) {  // x itself, untouched (a subnormal x would meet flush-to-zero in a product)
+        *out = neg ? -ax : ax;
+        return true;
+    }
     uint64_t M = 1;
     if (iy < 0) {
         if (m != 1) return false;

@@ -64,7 +64,7 @@ TSR_BODY(float, powf, (float x, float y)) {
     uint32_t b = bits(ax);
     int nadj = 0;
     if (b < 0x800000u) {  // subnormal: scale into the normal range
-        b = bits(ax * 0x1p24f);
+        b = bits(scale_subnormal(ax, 24));
         nadj = -24;
     }
     double m = f64((uint64_t(b & 0x7fffff) << 29) | kOne);
