@@ -2,9 +2,13 @@
 // set them at start-up): a subnormal argument gives either the true result or the result
 // for a zero argument, each with its own flags and errno, never a NaN and never a third
 // value.  docs/errors.md says which tiers give which.
-#include "hostile.h"
+#include <gtest/gtest.h>
 
 #include <cfloat>
+#include <cmath>
+#include <limits>
+
+#include "harness/harness.h"
 
 #include "tessera.h"
 
@@ -34,10 +38,12 @@ template <class T> const T kSubnormals[] = {};
 template <> const double kSubnormals<double>[] = {0x1p-1074, 0x1.8p-1060, 0x0.fffffffffffffp-1022, 0x0.123456789abcdp-1022};
 template <> const float kSubnormals<float>[] = {0x1p-149f, 0x1.8p-140f, 0x0.fffffep-126f, 0x0.123456p-126f};
 
-template <class T, class Fn, class Call>
-void run(const char *fname, const std::vector<hostile::Tier<Fn>> &ts, const std::vector<DazRow> &rows,
-         bool negative, Call call, th::MpFn2 ref) {
-    for (const auto &t : ts) {
+// Each row in each variant of f (every tier and the public entry) and each mode, for the
+// subnormals of kSubnormals (negated when `negative`).
+template <class T>
+void run(const th::Func<T> &f, const std::vector<DazRow> &rows, bool negative, th::MpFn2 ref) {
+    const char *fname = f.name.c_str();
+    for (const auto &t : f.variants) {
         if (!tsr::tier_runnable(t.tier)) continue;
         int n_true = 0, n_zero = 0;  // which outcome each call gave, for docs/errors.md
         for (const auto &r : rows)
@@ -47,7 +53,8 @@ void run(const char *fname, const std::vector<hostile::Tier<Fn>> &ts, const std:
                     th::ModeGuard g(th::kModes[m].fe);
                     uint32_t saved = mxcsr();
                     set_mxcsr(saved | kDazFtz);
-                    auto [got, o] = th::observe([&] { return call(t.fn, x, T(r.y)); });
+                    T in[2] = {x, T(r.y)}, got;
+                    auto o = th::observe([&] { t.call(in, &got); return 0; }).second;
                     set_mxcsr((mxcsr() & 0x3f) | saved);
                     // 2200 bits: enough to tell x - x^2/2 from x at the smallest subnormal.
                     th::Mp a, b, exact(2200);
@@ -88,11 +95,11 @@ void run(const char *fname, const std::vector<hostile::Tier<Fn>> &ts, const std:
                     n_true += t_ok;
                     n_zero += z_ok && !t_ok;
                     EXPECT_TRUE(t_ok || z_ok)
-                        << fname << "_" << t.name << "(" << std::hexfloat << double(x) << ", " << r.y << ") "
+                        << fname << "_" << t.name.c_str() << "(" << std::hexfloat << double(x) << ", " << r.y << ") "
                         << th::kModes[m].name << ": got " << double(got) << " " << th::flags_str(o.flags)
                         << " errno " << o.err;
                 }
-        std::printf("[ DAZ/FTZ  ] %s_%s%s: %d true results, %d results for zero\n", fname, t.name,
+        std::printf("[ DAZ/FTZ  ] %s_%s%s: %d true results, %d results for zero\n", fname, t.name.c_str(),
                     negative ? " (negative x)" : "", n_true, n_zero);
     }
 }
@@ -101,19 +108,19 @@ void run(const char *fname, const std::vector<hostile::Tier<Fn>> &ts, const std:
 template <int (*F)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)>
 int ref1(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr, mpfr_rnd_t rnd) { return F(r, x, rnd); }
 
-template <class T, class Fn>
-void logs(const char *fname, const std::vector<hostile::Tier<Fn>> &ts, th::MpFn2 ref) {
-    auto call = [](Fn f, T x, T) { return f(x); };
-    run<T>(fname, ts, {{0, kTrue, {-inf, kDz, ERANGE}}}, false, call, ref);
-    run<T>(fname, ts, {{0, {std::numeric_limits<double>::quiet_NaN(), FE_INVALID, EDOM}, {-inf, kDz, ERANGE}}},
-           true, call, ref);
+template <class T> void logs(const th::Func<T> &f, th::MpFn2 ref) {
+    run<T>(f, {{0, kTrue, {-inf, kDz, ERANGE}}}, false, ref);
+    run<T>(f, {{0, {std::numeric_limits<double>::quiet_NaN(), FE_INVALID, EDOM}, {-inf, kDz, ERANGE}}}, true, ref);
 }
 
-template <class T, class Fn>
-void log1ps(const char *fname, const std::vector<hostile::Tier<Fn>> &ts) {
-    auto call = [](Fn f, T x, T) { return f(x); };
-    run<T>(fname, ts, {{0, kTrue, {0.0, 0, 0}}}, false, call, ref1<mpfr_log1p>);
-    run<T>(fname, ts, {{0, kTrue, {-0.0, 0, 0}}}, true, call, ref1<mpfr_log1p>);
+template <class T> void log1ps(const th::Func<T> &f) {
+    run<T>(f, {{0, kTrue, {0.0, 0, 0}}}, false, ref1<mpfr_log1p>);
+    run<T>(f, {{0, kTrue, {-0.0, 0, 0}}}, true, ref1<mpfr_log1p>);
+}
+
+// e^x and the like at a subnormal x: 1 + x, inexact; for x = 0, exactly 1.
+template <class T> void exps(const th::Func<T> &f, th::MpFn2 ref) {
+    for (bool negative : {false, true}) run<T>(f, {{0, kTrue, {1.0, 0, 0}}}, negative, ref);
 }
 
 // pow(x, y) for a subnormal x: the results for x = +0 are 0^y.
@@ -129,37 +136,31 @@ const std::vector<DazRow> kPowRows = {
 }  // namespace
 
 TEST(DenormalsAreZero, LogarithmsOfSubnormals) {
-    logs<double>("log", hostile::tiers(tsr_tiers_log, tsr_portable_tiers_log), ref1<mpfr_log>);
-    logs<double>("log2", hostile::tiers(tsr_tiers_log2), ref1<mpfr_log2>);
-    logs<double>("log10", hostile::tiers(tsr_tiers_log10, tsr_portable_tiers_log10), ref1<mpfr_log10>);
-    logs<float>("logf", hostile::tiers(tsr_tiers_logf), ref1<mpfr_log>);
-    logs<float>("log2f", hostile::tiers(tsr_tiers_log2f), ref1<mpfr_log2>);
-    logs<float>("log10f", hostile::tiers(tsr_tiers_log10f), ref1<mpfr_log10>);
-}
-
-// e^x and the like at a subnormal x: 1 + x, inexact; for x = 0, exactly 1.
-template <class T, class Fn>
-void exps(const char *fname, const std::vector<hostile::Tier<Fn>> &ts, th::MpFn2 ref) {
-    auto call = [](Fn f, T x, T) { return f(x); };
-    for (bool negative : {false, true}) run<T>(fname, ts, {{0, kTrue, {1.0, 0, 0}}}, negative, call, ref);
+    using th::func;
+    logs(func("log", mpfr_log, tsr_tiers_log, tsr_portable_tiers_log).entry(::log), ref1<mpfr_log>);
+    logs(func("log2", mpfr_log2, tsr_tiers_log2).entry(::log2), ref1<mpfr_log2>);
+    logs(func("log10", mpfr_log10, tsr_tiers_log10, tsr_portable_tiers_log10).entry(::log10), ref1<mpfr_log10>);
+    logs(func("logf", mpfr_log, tsr_tiers_logf).entry(::logf), ref1<mpfr_log>);
+    logs(func("log2f", mpfr_log2, tsr_tiers_log2f).entry(::log2f), ref1<mpfr_log2>);
+    logs(func("log10f", mpfr_log10, tsr_tiers_log10f).entry(::log10f), ref1<mpfr_log10>);
 }
 
 TEST(DenormalsAreZero, ExponentialsOfSubnormals) {
-    exps<double>("exp", hostile::tiers(tsr_tiers_exp, tsr_portable_tiers_exp), ref1<mpfr_exp>);
-    exps<double>("exp2", hostile::tiers(tsr_tiers_exp2, tsr_portable_tiers_exp2), ref1<mpfr_exp2>);
-    exps<double>("exp10", hostile::tiers(tsr_tiers_exp10), ref1<mpfr_exp10>);
-    exps<float>("expf", hostile::tiers(tsr_tiers_expf), ref1<mpfr_exp>);
-    exps<float>("exp2f", hostile::tiers(tsr_tiers_exp2f, tsr_portable_tiers_exp2f), ref1<mpfr_exp2>);
-    exps<float>("exp10f", hostile::tiers(tsr_tiers_exp10f), ref1<mpfr_exp10>);
+    using th::func;
+    exps(func("exp", mpfr_exp, tsr_tiers_exp, tsr_portable_tiers_exp).entry(::exp), ref1<mpfr_exp>);
+    exps(func("exp2", mpfr_exp2, tsr_tiers_exp2, tsr_portable_tiers_exp2).entry(::exp2), ref1<mpfr_exp2>);
+    exps(func("exp10", mpfr_exp10, tsr_tiers_exp10).entry(::exp10), ref1<mpfr_exp10>);
+    exps(func("expf", mpfr_exp, tsr_tiers_expf).entry(::expf), ref1<mpfr_exp>);
+    exps(func("exp2f", mpfr_exp2, tsr_tiers_exp2f, tsr_portable_tiers_exp2f).entry(::exp2f), ref1<mpfr_exp2>);
+    exps(func("exp10f", mpfr_exp10, tsr_tiers_exp10f).entry(::exp10f), ref1<mpfr_exp10>);
 }
 
 TEST(DenormalsAreZero, Log1pOfSubnormals) {
-    log1ps<double>("log1p", hostile::tiers(tsr_tiers_log1p, tsr_portable_tiers_log1p));
-    log1ps<float>("log1pf", hostile::tiers(tsr_tiers_log1pf));
+    log1ps(th::func("log1p", mpfr_log1p, tsr_tiers_log1p, tsr_portable_tiers_log1p).entry(::log1p));
+    log1ps(th::func("log1pf", mpfr_log1p, tsr_tiers_log1pf).entry(::log1pf));
 }
 
 TEST(DenormalsAreZero, PowersOfSubnormals) {
-    auto call = [](auto f, auto x, auto y) { return f(x, y); };
-    run<double>("pow", hostile::tiers(tsr_tiers_pow), kPowRows, false, call, mpfr_pow);
-    run<float>("powf", hostile::tiers(tsr_tiers_powf), kPowRows, false, call, mpfr_pow);
+    run(th::func("pow", mpfr_pow, tsr_tiers_pow).entry(::pow), kPowRows, false, mpfr_pow);
+    run(th::func("powf", mpfr_pow, tsr_tiers_powf).entry(::powf), kPowRows, false, mpfr_pow);
 }
