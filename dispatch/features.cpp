@@ -326,9 +326,14 @@ const CpuProbe &hardware_probe() {
 
 }  // namespace tsr
 
+extern "C" {
+const tsr::CpuProbe *__libm_cpu_probe = nullptr;
+}
+
 extern "C" int __libm_cpu_features_detect(void) {
     uint64_t w[2];
-    int rc = tsr::detect_features(tsr::hardware_probe(), std::getenv("QUILL_ISA_DISABLE"), w);
+    const tsr::CpuProbe *probe = __atomic_load_n(&__libm_cpu_probe, __ATOMIC_ACQUIRE);
+    int rc = tsr::detect_features(probe ? *probe : tsr::hardware_probe(), std::getenv("QUILL_ISA_DISABLE"), w);
     if (rc) return rc;
     // The low half is what readers test, so it goes last.
     __atomic_store_n(&__libm_cpu_features[1], w[1], __ATOMIC_RELEASE);

@@ -43,3 +43,9 @@ int feature_row_bit(int row) TSR_HIDDEN;
 inline bool has_feature(const uint64_t w[2], int bit) { return (w[bit >> 6] >> (bit & 63)) & 1; }
 
 }  // namespace tsr
+
+// The probe the process's own detection asks: null for the hardware (tests set a fake one
+// to act inside a first call).
+extern "C" {
+extern const tsr::CpuProbe *__libm_cpu_probe TSR_HIDDEN;
+}

@@ -5,7 +5,9 @@
 
 extern "C" {
 extern int32_t __libm_feature_flag TSR_HIDDEN;   // 0 until chosen, then 1..12
-extern int32_t __libm_feature_claim TSR_HIDDEN;  // 1 once a thread has taken the choice
+// 0 until a thread takes the choice, then that thread's process and thread ids
+// (pid << 32 | tid)
+extern uint64_t __libm_feature_claim TSR_HIDDEN;
 void __libm_feature_flag_zeb_init(void) TSR_HIDDEN;
 void __libm_dispatch_settle(void *const *table, void **slot) TSR_HIDDEN;
 }

@@ -52,6 +52,7 @@ inline double exp_body(double x) {
     }
     p = g.finish(p);
     Extreme e = extreme(n, row.m, [&](double tp) { return p * tp; });
+    e.underflows();  // e^x is inexact for every x != 0
     return e.reported(x, code::exp_overflow, code::exp_underflow);
 }
 

@@ -1,14 +1,16 @@
 // 10^x and 10^x in single precision.
 //
-// Double.  Tier ex: integer arguments 1..22 come from a table of exact powers; the rest runs
+// Double.  Both tiers: integer arguments 1..22 come from a table of exact powers.  Tier ex: the rest runs
 // the generic scheme on the 129-row split table, with r = x - k·log10(2)/128 carried as a
 // short high part and a low part so that the head B of e^(r ln 10) stays short and head·B
 // exact.  It scales by two factors and reports only overflow: an underflowing result is
-// returned as it falls.  Tier e7: the N = 64 scheme of exp with K = 64·log2(10), run in
-// round-to-nearest from end to end, reporting both overflow and underflow.
+// returned as it falls.  Tier e7: the N = 64 scheme of exp with K = 64·log2(10), its shifter
+// step and polynomial in round-to-nearest and its reconstruction (the one rounding of the
+// result, overflow and underflow included) in the caller's mode, reporting both overflow
+// and underflow.
 //
-// Single.  Tier ex: exact powers 10^1..10^10, else double arithmetic on the centred 64-row
-// table; it never reports.  Tier e7: the N = 256 scheme of expf.
+// Single.  Both tiers: exact powers 10^1..10^10.  Tier ex: double arithmetic on the centred
+// 64-row table; it never reports.  Tier e7: the N = 256 scheme of expf.
 #include "elementary/exp_common.h"
 
 using namespace tsr;
@@ -97,21 +99,34 @@ inline float exp10f_ex(float x) {
 #endif
 
 #if TSR_TIER_E7
+// 10^n for the integers n = 1 .. 22, whose powers are doubles: exact, raising nothing.
+inline bool exp10_exact(uint64_t bx) {
+    uint32_t H = uint32_t(bx >> 32);
+    if (H < 0x3ff00000 || H >= 0x40370000) return false;  // 1 <= x < 23
+    int e = int(H >> 20) - 1023;
+    return (bx & ((uint64_t(1) << (52 - e)) - 1)) == 0;
+}
+
 inline double exp10_e7(double x) {
-    RnGuard g;  // round-to-nearest for the whole function
-    x = opaque(x);
     uint32_t ix = hi(x) & 0x7fffffff;
     uint32_t hw = ix >> 16;
+    // Outside the core's band the result is made in the caller's mode: 1 + x, or the
+    // largest finite number squared (doubled) and the smallest normal squared, which
+    // overflow and underflow as the direction says.
     if (hw - 0x3c70u > 0x4074u - 0x3c70u) {
-        if (hw < 0x3c70) return g.finish(x + 1.0);
+        if (hw < 0x3c70) return x + 1.0;
         if (ix >= 0x7ff00000) {
-            if ((bits(x) & 0x000fffffffffffffull) != 0) return g.finish(x + x);
+            if ((bits(x) & 0x000fffffffffffffull) != 0) return x + x;
             return (hi(x) >> 31) ? 0.0 : x;
         }
         double res = (hi(x) >> 31) ? opaque(kMinNorm) * kMinNorm : opaque(kMax) * 2.0;
-        res = g.finish(res);
         return report(x, res, (hi(x) >> 31) ? code::exp10_underflow : code::exp10_overflow);
     }
+    if (exp10_exact(bits(x))) return pow10[int(x)];
+    // Round-to-nearest for the shifter step and the polynomial; the caller's mode for the
+    // reconstruction, whose last operation is the one rounding of the result.
+    RnGuard g;
+    x = opaque(x);
     const double K = 0x1.a934f0979a371p+7, L1 = 0x1.34413509ep-8, L2 = 0x1.79fef311f12b3p-44;
     auto [r, k, n, row] = reduce64(x, K, L1, L2);
     // approximation of 10^r on [-0x1.345p-9, 0x1.345p-9], degree 5, max relative error
@@ -119,12 +134,13 @@ inline double exp10_e7(double x) {
     double r2 = r * r;
     double p = ((0x1.26bb1bbb55516p+1 * r + row.t) + r2 * r2 * (0x1.2bd77b1487d5p+0 + 0x1.142b5d38ee238p-1 * r)) +
                r2 * (0x1.53524c73cd328p+1 + 0x1.0470591daeb1ep+1 * r);
+    p = g.finish(p);
     if (n >= -894 && n <= 1022) {
         double T = f64((uint64_t(uint32_t((k & 0xffffffc0) + 0xffc0)) << 46) | row.m);
-        return g.finish(p * T + T);
+        return p * T + T;
     }
     Extreme e = extreme(n, row.m, [&](double tp) { return p * tp; });
-    e.value = g.finish(e.value);
+    e.underflows();  // 10^x below the normal range is never exact
     return e.reported(x, code::exp10_overflow, code::exp10_underflow);
 }
 
@@ -156,6 +172,12 @@ inline float exp10f_e7(float x) {
     // |x| in [0x31800000, 0x4217b800) as bits, the sign shifted out: one lea and one compare.
     if (__builtin_expect(bits(x) * 2u - 0x63000000u >= 0x842f7000u - 0x63000000u, 0))
         return exp10f_e7_slow(x);
+    // 1 <= x <= 10: the integers have exact powers, raising nothing.
+    if (__builtin_expect(bits(x) - 0x3f800000u <= 0x41200000u - 0x3f800000u, 0)) {
+        uint32_t b = bits(x);
+        int e = int(b >> 23) - 127;
+        if ((b & ((1u << (23 - e)) - 1)) == 0) return pow10f[int(x)];
+    }
     if (__builtin_expect(!rn_probe(), 0)) return exp10f_e7_slow(x);
     return float(exp10f_core(x));
 }

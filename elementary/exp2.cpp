@@ -201,6 +201,7 @@ inline double exp2_e7(double x) {
     int h = n >> 1;
     double Up = row.t * pow2(n - h);
     Extreme e = extreme(n, row.m, [&](double tp) { return ((c1 * rp) * tp + Up) + (r2 * A + B) * (tp * r2); });
+    if (rp != 0.0 || (k & 127) != 0) e.underflows();  // x not an integer: 2^x is inexact
     return e.reported(x, code::exp2_overflow, code::exp2_underflow);
 }
 

@@ -150,6 +150,12 @@ inline Reduced64 reduce64(double x, double K, double L1, double L2) {
 struct Extreme {
     double value;
     int kind;  // 0 normal, 1 overflow, 2 underflow (subnormal or zero)
+    // A subnormal result put together from bit patterns has been rounded only by the
+    // product a, which may be exact while the sum is not: a caller whose result is inexact
+    // raises underflow by this.
+    void underflows() const {
+        if (kind == 2) force(opaque(kMinNorm) * kMinNorm);
+    }
     // The value, reported under the code of its kind.
     double reported(double x, int overflow_code, int underflow_code) const {
         if (kind == 1) return report(x, value, overflow_code);

@@ -44,7 +44,7 @@ inline double log_fma(double x, int adj) {
 // the rest goes to the e7 body.  Kept out of line so the main path carries none of it.
 __attribute__((cold, noinline)) double log_fma_cold(double x) {
     if (bits(x) - 1 >= 0x000fffffffffffffull) return __libm_log_e7_local(x);
-    return log_fma(x * 0x1p+64, -64);  // 2^64
+    return log_fma(scale_subnormal(x, 64), -64);
 }
 
 inline double log_fma_entry(double x) {

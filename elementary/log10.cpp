@@ -18,6 +18,8 @@ inline double log10_fma(double x) {
     double E;
     // log(1) is +0 in every rounding mode (the arithmetic gives -0 rounding downward).
     if (b == 0x3ff0000000000000ull) return 0.0;
+    double k;
+    if (logk::log10_exact(b, &k)) return k;
     if (h + 0x80100000u < 0x80200000u) {
         double y = x + 0.0;
         if ((b << 1) == 0) return logk::pole(x, code::log10_argument_0);

@@ -50,8 +50,8 @@ TSR_BODY(double, log1p, (double x)) {
             return ((0x1.99999a199b4b4p-3 * s + 0x1.5555555555555p-2) * s +
                     (-0x1.0000003555556p-2 * s - 0.5) * x) * x + x;
         }
-        if (H < 0x00100000u) force(x * x);  // underflow for a subnormal x
-        return x;
+        if ((b << 1) == 0) return x;
+        return logk::log1p_tiny(x);
     }
     double hi, lo;
     int n;
@@ -95,7 +95,8 @@ TSR_BODY(float, log1pf, (float x)) {
     if (b == 0xbf800000u) return logk::pole(x, code::log1pf_argument_minus_1);
     if (b > 0xbf800000u) return logk::domain(x, code::log1pf_argument_below_minus_1);
     if ((b & 0x7fffffffu) < 0x31800000u) {  // |x| < 2^-28
-        if (u == 0) return x;
+        if ((b << 1) == 0) return x;
+        if ((b & 0x7fffffffu) < 0x00800000u) return logk::log1pf_tiny(x);
         // approximation of log(1 + x) on [-0x1p-28, 0x1p-28], degree 2, max relative
         // error 2^-57.58 (measured by tools/gen/approximations.py)
         return float(u - u * u * 0.5);
@@ -117,12 +118,22 @@ TSR_BODY(double, log1p, (double x)) {
             double L1 = ((0.2 * x - 0.25) * x + 0x1.5555555555555p-2) * x3;
             return x + ((L0 + L1) - 0.5 * x2);
         }
-        if (tx < 0x0010) force(x * x);
-        return x;
+        if ((bx << 1) == 0) return x;
+        return logk::log1p_tiny(x);
     }
-    double v = 1.0 + x;
-    double e0 = x + (1.0 - v);
-    uint64_t b = bits(v);
+    double v, e0;
+    uint64_t b;
+    if (__builtin_expect(bx == 0x7fefffffffffffffull, 0)) {
+        // The largest double: 1 + x would round up to infinity rounding upward (a false
+        // overflow); log1p(x) is log(x) to far below an ulp, as below.
+        v = x;
+        e0 = 0;
+        b = bx;
+    } else {
+        v = 1.0 + x;
+        e0 = x + (1.0 - v);
+        b = bits(v);
+    }
     uint32_t t = uint32_t(b >> 48);
     if (t - 0x10u >= 0x7fe0u) {
         if ((bx << 1) > 0xffe0000000000000ull) return x + x;
@@ -162,10 +173,12 @@ TSR_BODY(double, log1p, (double x)) {
 TSR_BODY(float, log1pf, (float x)) {
     uint32_t bx = bits(x);
     if ((bx & 0x7fffffffu) < 0x33800000u) {  // |x| < 2^-24
-        if ((bx & 0x7fffffffu) < 0x00800000u) force(x * x);
-        return x;
+        if ((bx << 1) == 0) return x;
+        return logk::log1pf_tiny(x);
     }
-    float v = 1.0f + x;
+    // The largest float: 1 + x would round up to infinity rounding upward (a false
+    // overflow); it takes the scaled path below as it is.
+    float v = __builtin_expect(bx == 0x7f7fffffu, 0) ? opaque(x) : 1.0f + x;
     uint32_t b = bits(v);
     double z = 0, xd = x, one = 1.0;
     if (b - 0x800000u >= 0x7e000000u) {
@@ -194,16 +207,19 @@ TSR_BODY(float, log1pf, (float x)) {
 namespace {
 inline double log1p_fma(double x) {
     uint64_t bx = bits(x);
-    double v = 1.0 + x;
+    // The largest double: 1 + x would round up to infinity rounding upward (a false
+    // overflow); x itself takes the path of the huge arguments below.
+    double v = __builtin_expect(bx == 0x7fefffffffffffffull, 0) ? opaque(x) : 1.0 + x;
     uint64_t b = bits(v);
     uint32_t h = uint32_t(b >> 32);
     double e0;
-    if (h - 0x7fd00000u < 0x80400000u || h == 0x3fefffffu || h == 0x3ff00000u) {
+    // v at or above 2^512 (also infinite or NaN), negative, or within 2^-53 of 1.
+    if (h - 0x5ff00000u < 0xa0200000u || h == 0x3fefffffu || h == 0x3ff00000u) {
         if ((bx << 1) > 0xffe0000000000000ull) return v;
         if (h == 0x3fefffffu || h == 0x3ff00000u) {
             if (((bx >> 52) & 0x7ff) < 0x3bf) {
-                if (((bx >> 52) & 0x7ff) == 0) force(x * x);
-                return x;
+                if ((bx << 1) == 0) return x;
+                return logk::log1p_tiny(x);
             }
             // approximation of log(1 + x) on [-0x1p-20, 0x1p-20], degree 3, max
             // relative error 2^-62.00 (measured by tools/gen/approximations.py)
@@ -213,7 +229,8 @@ inline double log1p_fma(double x) {
         if (bx == 0x7ff0000000000000ull) return x;
         if (bx == 0xbff0000000000000ull) return logk::pole(x, code::log1p_argument_minus_1);
         if (bx > 0xbff0000000000000ull) return logk::domain(x, code::log1p_argument_below_minus_1);
-        // v >= 2^1022 (or 1 + x rounded up to infinity): the 1 no longer matters.
+        // v >= 2^512: the 1 no longer matters (it is below 2^-512 of x; carried as e0 it
+        // would only make r + e1 square into the subnormal range, a false underflow).
         v = x;
         b = bx;
         e0 = 0;

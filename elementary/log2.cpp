@@ -43,7 +43,7 @@ __attribute__((always_inline)) inline double log2_fma(double x, int adj) {
 // goes to the e7 body; out of line so the main path carries none of it.
 __attribute__((cold, noinline)) double log2_fma_cold(double x) {
     if (bits(x) - 1 >= 0x000fffffffffffffull) return __libm_log2_e7_local(x);
-    return log2_fma(x * 0x1p+64, -64);  // 2^64
+    return log2_fma(scale_subnormal(x, 64), -64);
 }
 }  // namespace
 

@@ -3,9 +3,13 @@
 #pragma once
 #include <immintrin.h>
 
+#include <array>
+#include <bit>
+
 #include "elementary/log_data.h"
 #include "tsr/common.h"
 #include "tsr/codes.h"
+#include "tsr/format.h"
 #include "tsr/report.h"
 
 namespace tsr::logk {
@@ -31,6 +35,67 @@ inline T domain(T x, int code) {
 template <class T>
 inline T domain_div(T x, int code) {
     return report(x, opaque(T(0)) / opaque(T(0)), code);
+}
+
+// log10 at the powers of ten that are exact: 10^k for k = 1..22 in double, 1..10 in float;
+// the answer k is exact and raises nothing.  A binade [2^e, 2^(e+1)) holds at most one power
+// of ten, 10^k with k = ceil(e log10 2), which (1233 e + 4095) >> 12 gives for 0 < e < 74.
+inline constexpr auto kPow10Bits = [] {
+    std::array<uint64_t, 23> t{};
+    double p = 1;
+    for (int k = 0; k < 23; ++k, p *= 10) t[k] = std::bit_cast<uint64_t>(p);  // exact products
+    return t;
+}();
+inline bool log10_exact(uint64_t b, double *k) {
+    int e = int(b >> 52) - 1023;
+    if (unsigned(e - 3) > 70u) return false;
+    int c = (e * 1233 + 4095) >> 12;
+    if (c > 22 || kPow10Bits[c] != b) return false;
+    *k = double(c);
+    return true;
+}
+inline bool log10f_exact(uint32_t b, float *k) {
+    int n = int(b >> 23) - 127;
+    if (unsigned(n) > 34u) return false;
+    const uint32_t *p = logtab::log10f_pow10[(n * 0x5556) >> 16];
+    if (p[0] != b) return false;
+    *k = f32(p[1]);
+    return true;
+}
+
+// log1p at a non-zero x so small that x^2/2 lies below half an ulp of x: the value is
+// x - x^2/2, which rounds to x or to x's neighbour toward -inf as the caller's mode says,
+// and is inexact; a subnormal x underflows too.  x is moved 2^200 up, where |x|·2^-80 (far
+// below half an ulp, far above the subnormal range) stands for x^2/2 in one subtraction
+// that rounds in the caller's mode, and moved back exactly (for a subnormal result, by a
+// second rounding in the same direction, which gives the same value).  A subnormal x is
+// moved up by integer work, so that denormals-are-zero does not see a zero; with
+// flush-to-zero set the rounded value would come back as zero, and x itself, the result
+// to nearest, is returned.
+inline double log1p_tiny(double x) {
+    double X;
+    if ((bits(x) & 0x7fffffffffffffffull) < 0x0010000000000000ull) {
+        force(opaque(0x1p-1022) * 0x1p-1022);  // underflow and inexact
+        if (get_mxcsr() & MXCSR_FTZ) return x;
+        X = scale_subnormal(x, 200);
+    } else {
+        X = x * 0x1p200;
+    }
+    return (X - __builtin_fabs(X) * 0x1p-80) * 0x1p-200;
+}
+
+// The same for float, in double: |x|·2^-60 stands for x^2/2 (|x| < 2^-24), and the double
+// result, rounded in the caller's mode, rounds to float in the same direction.
+inline float log1pf_tiny(float x) {
+    double u;
+    if ((bits(x) & 0x7fffffffu) < 0x00800000u) {
+        force(opaque(0x1p-126f) * 0x1p-126f);  // underflow and inexact
+        if (get_mxcsr() & MXCSR_FTZ) return x;
+        u = double(scale_subnormal(x, 64)) * 0x1p-64;
+    } else {
+        u = x;
+    }
+    return float(u - __builtin_fabs(u) * 0x1p-60);
 }
 
 #ifdef __AVX2__
@@ -152,9 +217,13 @@ inline double frame(double x) {
         }
         if (t >= 0x7ff0) return x + x;
         if (b == 0) return pole(x, pole_code);
-        x *= 0x1p+128;  // 2^128
+        x = scale_subnormal(x, 128);
         b = bits(x);
         bias += 128;
+    }
+    if constexpr (B == Base::ten) {
+        double k;
+        if (log10_exact(b, &k)) return k;
     }
     float m = f32(uint32_t(uint32_t((b | 0x3ff0000000000000ull) >> 27) >> 2));
     float rc = rcp(m);

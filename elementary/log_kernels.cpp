@@ -6,6 +6,7 @@
 
 #include "elementary/log_data.h"
 #include "tsr/common.h"
+#include "tsr/format.h"
 
 using namespace tsr;
 
@@ -74,7 +75,7 @@ extern "C" double __libm_log_k32(double x) noexcept {
     }
     int bias = 1023;
     if (h < 0x00100000u) {  // subnormal: no float caller passes one, but stay correct
-        x *= 0x1p64;
+        x = scale_subnormal(x, 64);
         b = bits(x);
         bias += 64;
     }

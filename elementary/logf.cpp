@@ -61,7 +61,7 @@ inline float logf_ex(float x) {
     int n;
     if (b < 0x00800000u) {
         if (b == 0) return logk::pole(x, kPole<B>);
-        m = bits(f32(b) * 0x1p+25f);  // 2^25
+        m = bits(scale_subnormal(f32(b), 25));
         n = int(m >> 23) - 152;
     } else {
         n = int(b >> 23) - 127;
@@ -109,6 +109,10 @@ inline float logf_e7(float x) {
     uint32_t b = bits(x);
     double z = 0, zn = 0;
     if (b == 0x3f800000u) return 0.0f;  // +0 in every rounding mode
+    if constexpr (B == Base::ten) {
+        float k;
+        if (logk::log10f_exact(b, &k)) return k;
+    }
     // Out of range: specials leave; a subnormal or a value at or above 2^126 (whose
     // reciprocal would be subnormal) is scaled by 2^+-64 once, with z compensating.
     if (b - 0x800000u >= 0x7e000000u) {
@@ -120,7 +124,7 @@ inline float logf_e7(float x) {
         if (b >= 0x7f800000u) return x + x;
         if (b == 0) return logk::pole(x, kPole<B>);
         if (b < 0x800000u) {
-            x *= 0x1p+64f;  // 2^64
+            x = scale_subnormal(x, 64);
             z = -0x1.62e42fefa39efp+5;
             zn = -64;
         } else {
@@ -208,13 +212,17 @@ __attribute__((cold, noinline)) float logf_l9_cold(float x) {
         else if constexpr (B == Base::two) return __libm_log2f_e7_local(x);
         else return __libm_log10f_e7_local(x);
     }
-    return logf_l9_main<B, true>(x * 0x1p+32f);  // 2^32
+    return logf_l9_main<B, true>(scale_subnormal(x, 32));
 }
 
 template <Base B>
 inline float logf_l9(float x) {
     uint32_t b = bits(x);
     if (b == 0x3f800000u) return 0.0f;  // +0 in every rounding mode
+    if constexpr (B == Base::ten) {
+        float k;
+        if (logk::log10f_exact(b, &k)) return k;
+    }
     if (b + 0x81800000u < 0x82000000u) return logf_l9_cold<B>(x);
     return logf_l9_main<B, false>(x);
 }

@@ -393,6 +393,13 @@ constexpr double kL2e = 0x1.71547652b82fep+0, kL2eLo = 0x1.777d1083f2b1p-56;
 constexpr double kShift7 = 0x1.800000001ff8p+45;  // 1.5 2^45 + 1023*128 ulps of 2^-7
 }  // namespace
 
+namespace {
+// x positive and normal, y an integer: x^y when it is exact.
+__attribute__((cold, noinline)) bool pow_l9_exact(double x, double y, double *out) {
+    return exact_power(x, y, false, out);
+}
+}  // namespace
+
 TSR_BODY(double, pow, (double x, double y)) {
     uint64_t ux = bits(x), uy = bits(y);
     if ((uy & kAbs) - 1 >= kInf - 1) return __libm_pow_e7_local(x, y);
@@ -401,6 +408,8 @@ TSR_BODY(double, pow, (double x, double y)) {
     bool near1 = g >= -254 && g < 259;
     if (!near1 && (g < -0x7fbfe || g > 0x80001)) return __libm_pow_e7_local(x, y);
     if (ux == kOne) return 1.0;
+    double exact;
+    if (__builtin_expect(small_integer(uy), 0) && pow_l9_exact(x, y, &exact)) return exact;
     double m = f64(ux - (uint64_t(int64_t(n)) << 52));
     const uint64_t *row = &tab::log128[4 * ((z0 >> 13) & 0x7f)];
     double R = f64(row[0]), hi0 = f64(row[2]), lo0t = f64(row[3]);
@@ -524,10 +533,14 @@ TSR_BODY(float, powf, (float x, float y)) {
         float out;
         if (special(x, y, &out, &ax, &neg)) return out;
     }
+    if (small_integer(uy)) {
+        float out;
+        if (exact_power(ax, y, neg, &out)) return out;
+    }
     uint32_t b = bits(ax);
     int nadj = 0;
     if (b < 0x800000u) {  // subnormal: scale into the normal range
-        b = bits(ax * 0x1p24f);
+        b = bits(scale_subnormal(ax, 24));
         nadj = -24;
     }
     double m = f64((uint64_t(b & 0x7fffff) << 29) | kOne);
@@ -598,12 +611,9 @@ __attribute__((cold, noinline)) float powf_l9_other(float x, float y) {
 }
 }  // namespace
 
-TSR_BODY(float, powf, (float x, float y)) {
-    uint32_t ux = bits(x), uy = bits(y);
-    // x positive, normal and finite, y finite (2 uy below the pattern of 2 inf); else the
-    // e7 body.
-    if (__builtin_expect(ux - 0x800000u >= 0x7f000000u, 0) || __builtin_expect(uy * 2u >= 0xff000000u, 0))
-        return powf_l9_other(x, y);
+namespace {
+// The evaluation for x positive and normal, y finite.
+__attribute__((always_inline)) inline float powf_l9_core(float x, float y) {
     // m' = 1.f * 2^-8; R = its reciprocal estimate rounded to 8 significant bits.  The
     // rcp leaves lanes 1-3 of m' (zeros) above R, so the 64-bit lane holds R's pattern; it is
     // moved up into a double's fields and rounded there (the carry of the rounding runs into
@@ -662,5 +672,23 @@ TSR_BODY(float, powf, (float x, float y)) {
     double q = __builtin_fma(__builtin_fma(0x1.c6b1939683018p-5, z, 0x1.ebfd1b232e085p-3), z,
                              0x1.62e42fef4c3cep-1);
     return float(__builtin_fma(z * T, q, T));
+}
+
+// y an integer: x^y may be exact, and is then built exactly.
+__attribute__((cold, noinline)) float powf_l9_integer(float x, float y) {
+    float out;
+    if (exact_power(x, y, false, &out)) return out;
+    return powf_l9_core(x, y);
+}
+}  // namespace
+
+TSR_BODY(float, powf, (float x, float y)) {
+    uint32_t ux = bits(x), uy = bits(y);
+    // x positive, normal and finite, y finite (2 uy below the pattern of 2 inf); else the
+    // e7 body.
+    if (__builtin_expect(ux - 0x800000u >= 0x7f000000u, 0) || __builtin_expect(uy * 2u >= 0xff000000u, 0))
+        return powf_l9_other(x, y);
+    if (__builtin_expect(small_integer(uy), 0)) return powf_l9_integer(x, y);
+    return powf_l9_core(x, y);
 }
 #endif  // TSR_TIER_L9

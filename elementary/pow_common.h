@@ -30,6 +30,7 @@
 #include "tsr/codes.h"
 #include "tsr/format.h"
 #include "tsr/report.h"
+#include "elementary/pow_exact.h"
 
 namespace tsr::powk {
 // Internal linkage: this header is compiled once per tier, with each tier's instruction
@@ -166,10 +167,11 @@ inline bool pow_operands(double x, double y, double *out, uint64_t *ub, int *n, 
     double ax = x;
     *neg = false;
     if (needs_special(bits(x), bits(y)) && special(x, y, out, &ax, neg)) return true;
+    if (small_integer(bits(y)) && exact_power(ax, y, *neg, out)) return true;
     *ub = bits(ax);
     *n = 0;
     if (*ub < 0x0010000000000000ull) {  // subnormal
-        *ub = bits(ax * 0x1p64);
+        *ub = bits(scale_subnormal(ax, 64));
         *n = -64;
     }
     *n += int(*ub >> 52) - 0x3ff;

@@ -128,6 +128,8 @@ inline uint16_t get_x87_sw() { uint16_t v; asm volatile("fnstsw %0" : "=a"(v)); 
 
 constexpr uint32_t MXCSR_RC_MASK = 0x6000;  // bits 13-14: 0 nearest, 1 down, 2 up, 3 zero
 constexpr uint32_t MXCSR_FLAGS = 0x3f;      // IE DE ZE OE UE PE
+constexpr uint32_t MXCSR_FTZ = 0x8000;      // bit 15: flush-to-zero
+constexpr uint32_t MXCSR_DAZ = 0x0040;      // bit 6: denormals-are-zero
 constexpr uint16_t X87_PC_MASK = 0x300;     // precision control, 0x300 = 64-bit significand
 constexpr uint16_t X87_RC_MASK = 0xc00;     // rounding control
 

@@ -4,6 +4,7 @@
 #pragma once
 #include <bit>
 #include <cstdint>
+#include <type_traits>
 
 #include "tsr/common.h"
 
@@ -89,5 +90,20 @@ template <class T>
 inline bool is_inf(T x) { return (Format<T>::bits(x) & Format<T>::abs) == Format<T>::inf; }
 template <class T>
 inline bool sign_bit(T x) { return (Format<T>::bits(x) & Format<T>::sign) != 0; }
+
+// x * 2^k for a subnormal x (of either sign), k at least the fraction width so that the
+// product is normal.  It is made from the integer significand (converted exactly) and a
+// normal power of two, so it is exact, raises nothing, and is the same with
+// denormals-are-zero set, where x * 2^k would see a zero argument.
+template <class T>
+inline T scale_subnormal(T x, int k) {
+    using F = Format<T>;
+    using Int = std::conditional_t<sizeof(T) == 8, int64_t, int32_t>;
+    constexpr int fb = F::precision - 1;
+    auto b = F::bits(x);
+    T m = T(Int(b & F::mantissa));
+    T p = F::from(typename F::Bits(k + F::emin - fb + F::bias) << fb);  // 2^(k + emin - fb)
+    return (b & F::sign ? -m : m) * p;
+}
 
 }  // namespace tsr
