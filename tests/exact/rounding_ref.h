@@ -1,8 +1,6 @@
-// Test support for the rounding family: an exact reference on the bit pattern that shares
-// nothing with the library's methods (the argument is taken apart into an integer
-// significand M and an exponent E, |x| = M * 2^E, and the integer part and remainder are
-// compared as integers), the rounding-mode and flag controls of both units, and the flag
-// behaviour each variant promises.
+// Test support for the rounding family: the reference (MPFR's rounding to integers), the
+// rounding-mode and flag controls of both units, and the flag behaviour each variant
+// promises.
 #pragma once
 #include <cstdint>
 #include <cstring>
@@ -11,8 +9,6 @@
 #include "harness/harness.h"
 
 namespace rnd {
-
-using u128 = unsigned __int128;
 
 enum class Op { ceil, floor, trunc, round, rint, nearbyint };
 enum Mode : uint32_t { kNearest = 0, kDown = 1, kUp = 2, kZero = 3 };
@@ -79,101 +75,36 @@ inline long double mkext(uint64_t m, uint16_t se) {
 }
 
 // ---- the reference ----------------------------------------------------------------------
-// The direction the operation takes in mode m.
-enum class Dir { trunc, floor, ceil, half_away, half_even };
-inline Dir dir_of(Op op, uint32_t m) {
+// MPFR's own rounding to integers (rint in the mode under test), exact at 128 bits; a zero
+// result keeps the argument's sign.
+inline void mpfr_op(Op op, uint32_t mode, mpfr_ptr y, mpfr_srcptr x) {
+    static const mpfr_rnd_t by_mode[] = {MPFR_RNDN, MPFR_RNDD, MPFR_RNDU, MPFR_RNDZ};
     switch (op) {
-    case Op::ceil: return Dir::ceil;
-    case Op::floor: return Dir::floor;
-    case Op::trunc: return Dir::trunc;
-    case Op::round: return Dir::half_away;
-    default: break;
+    case Op::ceil: mpfr_ceil(y, x); break;
+    case Op::floor: mpfr_floor(y, x); break;
+    case Op::trunc: mpfr_trunc(y, x); break;
+    case Op::round: mpfr_round(y, x); break;
+    default: mpfr_rint(y, x, by_mode[mode & 3]); break;
     }
-    static const Dir by_mode[] = {Dir::half_even, Dir::floor, Dir::ceil, Dir::trunc};
-    return by_mode[m & 3];
+    if (mpfr_zero_p(y)) mpfr_setsign(y, y, mpfr_signbit(x), MPFR_RNDN);
 }
-
-// |x| = M * 2^E with M an integer, x finite.  Returns the magnitude of the result as an
-// integer and whether x was an integer.
-struct Split {
-    bool neg;
-    u128 mag;  // |result|
-    bool integral;
-};
-inline Split split_round(bool neg, u128 M, int E, Dir d) {
-    Split r{neg, 0, true};
-    if (M == 0) return r;
-    if (E >= 0) {
-        r.mag = M << E;  // callers keep M * 2^E below 2^127
-        return r;
-    }
-    int s = -E;
-    u128 q, rem, half;
-    if (s >= 120) {
-        q = 0;
-        rem = M;
-        half = u128(1) << 119;  // rem < 2^64 < half: below one half
-    } else {
-        q = M >> s;
-        rem = M & ((u128(1) << s) - 1);
-        half = u128(1) << (s - 1);
-    }
-    r.integral = rem == 0;
-    bool inc = false;
-    switch (d) {
-    case Dir::trunc: break;
-    case Dir::floor: inc = neg && rem != 0; break;
-    case Dir::ceil: inc = !neg && rem != 0; break;
-    case Dir::half_away: inc = rem >= half && rem != 0 && s < 120; break;
-    case Dir::half_even: inc = s < 120 && (rem > half || (rem == half && (q & 1))); break;
-    }
-    r.mag = q + (inc ? 1 : 0);
-    return r;
+// The result of op on x in mode, and whether x is a finite non-integer.  Infinities and NaN
+// come back unchanged.
+template <class T> inline T ref_value(Op op, uint32_t mode, T x, bool *nonint) {
+    if (nonint) *nonint = false;
+    if (x != x || x - x != x - x) return x;
+    th::Mp a(128), y(128);
+    th::set(a, x);
+    mpfr_op(op, mode, y, a);
+    if (nonint) *nonint = !mpfr_equal_p(a, y);
+    return th::round_to<T>(y);
 }
-
-// Reference for float and double: the result's bits and whether x is a non-integer.
-// Infinities and NaN are the caller's business.
 template <class T>
 inline typename Fmt<T>::U ref_bits(Op op, uint32_t mode, T x, bool *nonint = nullptr) {
-    using F = Fmt<T>;
-    using U = typename F::U;
-    U u = F::bits(x);
-    bool neg = (u & F::kSign) != 0;
-    int field = int((u >> F::kFrac) & F::kExpMax);
-    U frac = u & ((U(1) << F::kFrac) - 1);
-    if (field == F::kExpMax) {
-        if (nonint) *nonint = false;
-        return u;
-    }
-    u128 M = field ? (frac | (U(1) << F::kFrac)) : frac;
-    int E = (field ? field : 1) - F::kBias - F::kFrac;
-    if (E >= 0) {
-        if (nonint) *nonint = false;
-        return u;  // already an integer (and M << E would not fit)
-    }
-    Split s = split_round(neg, M, E, dir_of(op, mode));
-    if (nonint) *nonint = !s.integral;
-    // The magnitude has at most kFrac + 2 bits; its conversion to T is exact.
-    T v = T(uint64_t(s.mag));
-    return F::bits(v) | (neg ? F::kSign : 0);
+    return Fmt<T>::bits(ref_value(op, mode, x, nonint));
 }
-
 inline Ext ref_ext(Op op, uint32_t mode, Ext x, bool *nonint = nullptr) {
-    bool neg = (x.se & 0x8000) != 0;
-    int field = x.se & 0x7fff;
-    if (field == 0x7fff || field >= 0x403e) {
-        if (nonint) *nonint = false;
-        return x;
-    }
-    int E = (field ? field : 1) - 0x3fff - 63;
-    Split s = split_round(neg, x.m, E, dir_of(op, mode));
-    if (nonint) *nonint = !s.integral;
-    if (s.mag == 0) return Ext{0, uint16_t(neg ? 0x8000 : 0)};
-    // normalise the integer into a 64-bit significand
-    uint64_t mm = uint64_t(s.mag);  // at most 2^63: |x| < 2^63 here
-    int lz = __builtin_clzll(mm);
-    uint16_t se = uint16_t(0x3fff + 63 - lz) | (neg ? 0x8000 : 0);
-    return Ext{mm << lz, se};
+    return ext(ref_value(op, mode, mkext(x.m, x.se), nonint));
 }
 
 // ---- what each variant promises about flags ------------------------------------------------

@@ -1,6 +1,7 @@
 // The shared test harness: MPFR references and ulp error in every target format, capture
 // of flags, errno and the reported error code around a call, rounding-mode control, the
-// tier runner driven by the catalogue, input generators, and child-process runs.
+// tier runner driven by the catalogue, input generators, child-process runs, and the
+// runners a family's tests hand their rows to (check_rows, sweep, every_float; below).
 #pragma once
 // <stdint.h> first: MPFR declares its intmax_t functions only after it.
 #include <stdint.h>
