@@ -169,14 +169,20 @@ inline double frame(double x) {
     double wh = f64(bits(w) & cut), wl = w - wh;
     double r = (wh * rd - c) + wl * rd;
     int n = int(b >> 52) - bias;
-    double a0, a1, b0, b1, c0, c1, H, Z, S, e1, hi, lo;
+    // The row (hi, lo) of log_b(c/R); H = hi plus n log_b 2 (its head: exact), S = H + r and
+    // its rounding error e1.
+    const auto &rows = B == Base::e     ? logtab::log_neg129_ex
+                       : B == Base::two ? logtab::log2_rows_ex
+                                        : logtab::log10_rows_ex;
+    double hi = rows[row][0], lo = rows[row][1];
+    double N = 16.0 * n;
+    double H = B == Base::e     ? hi + N * f64(0x3fa62e42fefa3800ull)
+               : B == Base::two ? hi + double(n)
+                                : hi + N * f64(0x3f934413509f7800ull);
+    double S = H + r;
+    double e1 = r + (H - S);
+    double a0, a1, b0, b1, c0, c1, Z;
     if constexpr (B == Base::e) {
-        hi = logtab::log_neg129_ex[row][0];
-        lo = logtab::log_neg129_ex[row][1];
-        double N = 16.0 * n;
-        H = hi + N * f64(0x3fa62e42fefa3800ull);
-        S = H + r;
-        e1 = r + (H - S);
         Z = e1 + (N * f64(0x3ceef35793c76730ull) + lo);
         // approximation of log(1 + r) on [-0x1.182p-8, 0x1.182p-8], degree 7, max
         // relative error 2^-58.98 (measured by tools/gen/approximations.py)
@@ -184,11 +190,6 @@ inline double frame(double x) {
         b0 = f64(0xbfc5555e3d6fb175ull), b1 = f64(0x3fd5555555555555ull);
         c0 = f64(0x3fc999999999999aull), c1 = f64(0xbfe0000000000000ull);
     } else if constexpr (B == Base::two) {
-        hi = logtab::log2_rows_ex[row][0];
-        lo = logtab::log2_rows_ex[row][1];
-        H = hi + double(n);
-        S = H + r;
-        e1 = r + (H - S);
         // log2(e)/c - 1: the linear term's correction
         Z = e1 + (lo + f64(0xbf5dabe1161bb241ull) * r);
         // approximation of log2(1 + r/1.4453125) on [-0x1.94ep-8, 0x1.94ep-8], degree 7,
@@ -197,12 +198,6 @@ inline double frame(double x) {
         b0 = f64(0xbf9b030cd737db11ull), b1 = f64(0x3fc4635e486ececcull);
         c0 = f64(0x3fa76c9bac8349bbull), c1 = f64(0xbfd619b6b3841d2aull);
     } else {
-        hi = logtab::log10_rows_ex[row][0];
-        lo = logtab::log10_rows_ex[row][1];
-        double N = 16.0 * n;
-        H = hi + N * f64(0x3f934413509f7800ull);
-        S = H + r;
-        e1 = r + (H - S);
         // log10(e)/c - 1
         Z = (e1 + f64(0x3f5a7a6cbf2e4108ull) * r) + (N * f64(0x3cdfef311f12b358ull) + lo);
         // approximation of log10(1 + r/0.43359375) on [-0x1.e5dp-10, 0x1.e5dp-10],
