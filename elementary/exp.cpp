@@ -28,10 +28,7 @@ inline double exp_body(double x) {
     uint32_t hw = ix >> 16;
     if (hw - 0x3c90u > 0x408fu - 0x3c90u) {
         if (ix < 0x40900000) return x + 1.0;
-        if (ix >= 0x7ff00000) {
-            if ((bits(x) & 0x000fffffffffffffull) != 0) return x + x;  // NaN of either sign
-            return (hi(x) >> 31) ? 0.0 : x;
-        }
+        if (ix >= 0x7ff00000) return nonfinite(x);
         if (hi(x) >> 31) return report(x, opaque(kMinNorm) * kMinNorm, code::exp_underflow);
         return report(x, opaque(kMax) * kMax, code::exp_overflow);
     }

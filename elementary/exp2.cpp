@@ -161,10 +161,7 @@ inline double exp2_e7(double x) {
     uint32_t hw = ix >> 16;
     if (hw - 0x3c90u > 0x408fu - 0x3c90u) {
         if (hw < 0x3c90) return x + 1.0;
-        if (ix >= 0x7ff00000) {
-            if ((bits(x) & 0x000fffffffffffffull) != 0) return x + x;
-            return (hi(x) >> 31) ? 0.0 : x;
-        }
+        if (ix >= 0x7ff00000) return nonfinite(x);
         if (!(hi(x) >> 31)) return report(x, opaque(kMax) * kMax, code::exp2_overflow);
         if (hi(x) > 0xc090c800u) {
             // Down to -1075 the smallest subnormal comes back; below, zero.

@@ -37,6 +37,12 @@ inline double pow2_clamped(int e) {
     return pow2(e);
 }
 
+// b^x for x = +-inf or NaN: +0 for -inf, +inf for +inf, a NaN of either sign quieted.
+inline double nonfinite(double x) {
+    if ((bits(x) & 0x000fffffffffffffull) != 0) return x + x;
+    return (hi(x) >> 31) ? 0.0 : x;
+}
+
 constexpr double kMax = 0x1.fffffffffffffp1023, kMinNorm = 0x1p-1022;
 constexpr float kMaxF = 0x1p127f, kMinNormF = 0x1p-126f;
 

@@ -238,14 +238,20 @@ inline double frame(double x) {
     double wh = f64(bits(w) & cut), wl = w - wh;
     double r = (wh * rd - c) + wl * rd;
     int n = int(b >> 52) - bias;
-    double a0, a1, b0, b1, c0, c1, H, Z, S, e1, hi, lo;
+    // The row (hi, lo) of log_b(c/R); H = hi plus n log_b 2 (its head: exact), S = H + r and
+    // its rounding error e1.
+    const auto &rows = B == Base::e     ? logtab::log_neg129_ex
+                       : B == Base::two ? logtab::log2_rows_ex
+                                        : logtab::log10_rows_ex;
+    double hi = rows[row][0], lo = rows[row][1];
+    double N = 16.0 * n;
+    double H = B == Base::e     ? hi + N * 0x1.62e42fefa38p-5
+               : B == Base::two ? hi + double(n)
+                                : hi + N * 0x1.34413509f78p-6;
+    double S = H + r;
+    double e1 = r + (H - S);
+    double a0, a1, b0, b1, c0, c1, Z;
     if constexpr (B == Base::e) {
-        hi = logtab::log_neg129_ex[row][0];
-        lo = logtab::log_neg129_ex[row][1];
-        double N = 16.0 * n;
-        H = hi + N * 0x1.62e42fefa38p-5;
-        S = H + r;
-        e1 = r + (H - S);
         Z = e1 + (N * 0x1.ef35793c7673p-49 + lo);
         // approximation of log(1 + r) on [-0x1.182p-8, 0x1.182p-8], degree 7, max
         // relative error 2^-58.98 (measured by tools/gen/approximations.py)
@@ -253,11 +259,6 @@ inline double frame(double x) {
         b0 = -0x1.5555e3d6fb175p-3, b1 = 0x1.5555555555555p-2;
         c0 = 0x1.999999999999ap-3, c1 = -0x1p-1;
     } else if constexpr (B == Base::two) {
-        hi = logtab::log2_rows_ex[row][0];
-        lo = logtab::log2_rows_ex[row][1];
-        H = hi + double(n);
-        S = H + r;
-        e1 = r + (H - S);
         // log2(e)/c - 1: the linear term's correction
         Z = e1 + (lo - 0x1.dabe1161bb241p-10 * r);
         // approximation of log2(1 + r/1.4453125) on [-0x1.94ep-8, 0x1.94ep-8], degree 7,
@@ -266,12 +267,6 @@ inline double frame(double x) {
         b0 = -0x1.b030cd737db11p-6, b1 = 0x1.4635e486ececcp-3;
         c0 = 0x1.76c9bac8349bbp-5, c1 = -0x1.619b6b3841d2ap-2;
     } else {
-        hi = logtab::log10_rows_ex[row][0];
-        lo = logtab::log10_rows_ex[row][1];
-        double N = 16.0 * n;
-        H = hi + N * 0x1.34413509f78p-6;
-        S = H + r;
-        e1 = r + (H - S);
         // log10(e)/c - 1
         Z = (e1 + 0x1.a7a6cbf2e4108p-10 * r) + (N * 0x1.fef311f12b358p-50 + lo);
         // approximation of log10(1 + r/0.43359375) on [-0x1.e5dp-10, 0x1.e5dp-10],
