@@ -109,7 +109,7 @@ namespace {
 struct Lane {
     double H, Lo, u, Rt, Q, z;
 };
-inline Lane atanh_lane(double L, double t) {
+__attribute__((always_inline)) inline Lane atanh_lane(double L, double t) {
     FmaLog c = log_fma_step(L, t, double(int(bits(L) >> 52)), log_mant129b, D(0x3fe62e42fefa0000),
                             D(0x3d7cf79abc9e0000));
     Lane r;

@@ -17,15 +17,11 @@ namespace {
 inline double D(uint64_t b) { return f64(b); }
 inline float Fb(uint32_t b) { return f32(b); }
 
-// The square-root instruction (never a call: the library is built without builtins).
-inline double sqrt_insn(double x) {
-    asm("sqrtsd %1, %0" : "=x"(x) : "x"(x));
-    return x;
-}
-inline float sqrt_insn(float x) {
-    asm("sqrtss %1, %0" : "=x"(x) : "x"(x));
-    return x;
-}
+// The square-root instruction: the library is built without errno from math functions, so
+// the builtin is the instruction itself, never a call, in the tier's own encoding (the
+// compiler also breaks the instruction's false dependence on its destination).
+inline double sqrt_insn(double x) { return __builtin_sqrt(x); }
+inline float sqrt_insn(float x) { return __builtin_sqrtf(x); }
 
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 // The processor's approximate single-precision reciprocal and reciprocal square root
