@@ -20,9 +20,7 @@
 // out of the exponent field add up to a multiple of 2^64).  Powers of 8 are exact: r = 0,
 // t = 0.
 //
-// Single precision, tiers ex and e7: the double scheme in float arithmetic.  Tier l9: the
-// reciprocal of x itself (its exponent's lowest bit set, so that R = 1 is told from R < 1 by
-// that bit of R), fused operations in float.
+// Single precision: the double body of the same tier on the widened argument, rounded once.
 #include "elementary/roots_common.h"
 
 using namespace tsr;
@@ -64,35 +62,10 @@ inline double cbrt_ex(double x) {
     return (Bp + s * s * A) * (r * H) + L + H;
 }
 
-inline float cbrtf_ex(float x) {
-    uint32_t b = bits(x);
-    uint32_t E = (b >> 23) & 0xff;
-    uint32_t mant = b & 0x7fffff;
-    int q, rem;
-    if (E == 0xff) return x + x;
-    if (E == 0) {
-        if (mant == 0) return x;
-        int z = __builtin_clz(mant) - 9;  // leading zeros within the 23 bits
-        mant = (mant << (z + 1)) & 0x7fffff;
-        int e = -z - 1;
-        q = (e >= 0 ? e : e - 2) / 3;  // rounded down
-        rem = e - 3 * q;
-    } else {
-        q = int(E - 1) / 3;
-        rem = int(E - 1) - 3 * q;
-    }
-    uint32_t sign = b & 0x80000000u;
-    float S = f32(sign | (uint32_t(85 + q) << 23));
-    if (mant == 0 && rem == 0) return S;  // a power of 8, exact
-    uint32_t i = mant >> 18;
-    float c = f32((mant & 0x7e0000) | 0xbf820000u);
-    float m = f32(mant | 0xbf800000u);
-    float r = (m - c) * cbrtf_rcp32[i];
-    float H = S * cbrtf_head96[32 * rem + i];
-    float L = S * cbrtf_tail96[32 * rem + i];
-    float s = r * r;
-    return (Fb(0x3eaaaaab) + Fb(0xbde38e39) * r + (Fb(0x3d7cd6ea) + Fb(0xbd288f47) * r) * s) * (r * H) + L + H;
-}
+// Single precision: the double scheme on the exactly widened argument, rounded once to float:
+// within 0.5 + 2^-29 float ulp.  (The same scheme in float arithmetic leaves up to 0.02 ulp
+// of evaluation error on the correction term, above a float's 0.51 target.)
+inline float cbrtf_ex(float x) { return float(cbrt_ex(double(x))); }
 #endif
 
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
@@ -130,36 +103,7 @@ inline double cbrt_fma(double x) {
 #endif
 
 #if TSR_TIER_L9
-inline float cbrtf_fma(float x) {
-    uint32_t b = bits(x) & 0x7fffffff;
-    uint32_t W = 171;
-    if (b - 0x800000u > 0x7d7fffffu - 0x800000u) {
-        if (b == 0 || b == 0x7f800000u) return x;
-        if (b > 0x7f800000u) return x + 1.0f;
-        if (b < 0x800000u) {
-            x = x * 0x1p33f;
-            W = 160;
-        } else {
-            x = x * 0x1p-33f;
-            W = 182;
-        }
-    }
-    uint32_t bx = bits(x);
-    float xp = f32(bx | 0x800000u);
-    uint32_t R = (bits(rcp_approx(xp)) + 0x20000) & 0xfffc0000u;
-    float r = fma(xp, f32(R), -1.0f);
-    uint64_t E = ((bx >> 23) & 0xff) + 896;
-    uint64_t T = E * 0x55555555ull + 0x1111;
-    uint32_t q = uint32_t(T >> 32);
-    uint32_t rem = uint32_t(T) >> 30;
-    const float *row = cbrtf_rows97[32 * (2 - rem) + ((R >> 18) & 0x3f)];
-    float H = row[0], t = row[1];
-    float p = fma(Fb(0x3d7ce281), r, Fb(0xbde3937e));
-    float s = fma(Fb(0x3eaaaaab), r, t);
-    s = fma(p, r * r, s);
-    float U = f32(bits(H) + (((W | ((bx >> 31) << 8)) + q) << 23));
-    return fma(s, U, U);
-}
+inline float cbrtf_fma(float x) { return float(cbrt_fma(double(x))); }
 #endif
 
 }  // namespace

@@ -70,74 +70,6 @@ alignas(64) const double cbrt_tail96[96] = {
     tsr_d(0xbc7d8252fb1a6b68ull), tsr_d(0x3c93cf857a14a3c8ull), tsr_d(0xbc9728e3fffa7acbull), tsr_d(0x3c9f1c28650186e4ull),
 };
 
-// -1/c_i in single precision.
-alignas(64) const float cbrtf_rcp32[32] = {
-    tsr_f(0xbf7c0fc1u), tsr_f(0xbf74898du), tsr_f(0xbf6d7304u), tsr_f(0xbf66c2b4u),
-    tsr_f(0xbf607038u), tsr_f(0xbf5a740eu), tsr_f(0xbf54c77bu), tsr_f(0xbf4f6475u),
-    tsr_f(0xbf4a4588u), tsr_f(0xbf4565c8u), tsr_f(0xbf40c0c1u), tsr_f(0xbf3c5264u),
-    tsr_f(0xbf381703u), tsr_f(0xbf340b41u), tsr_f(0xbf302c0bu), tsr_f(0xbf2c7692u),
-    tsr_f(0xbf28e83fu), tsr_f(0xbf257eb5u), tsr_f(0xbf2237c3u), tsr_f(0xbf1f1166u),
-    tsr_f(0xbf1c09c1u), tsr_f(0xbf191f1au), tsr_f(0xbf164fdau), tsr_f(0xbf139a86u),
-    tsr_f(0xbf10fdbcu), tsr_f(0xbf0e7835u), tsr_f(0xbf0c08c1u), tsr_f(0xbf09ae41u),
-    tsr_f(0xbf0767abu), tsr_f(0xbf053408u), tsr_f(0xbf03126fu), tsr_f(0xbf010204u),
-};
-
-// cbrt(2^rem c_i) in single precision, head ...
-alignas(64) const float cbrtf_head96[96] = {
-    tsr_f(0x3f80a9c9u), tsr_f(0x3f81f834u), tsr_f(0x3f834007u), tsr_f(0x3f848194u),
-    tsr_f(0x3f85bd26u), tsr_f(0x3f86f301u), tsr_f(0x3f882366u), tsr_f(0x3f894e91u),
-    tsr_f(0x3f8a74bau), tsr_f(0x3f8b9615u), tsr_f(0x3f8cb2d4u), tsr_f(0x3f8dcb24u),
-    tsr_f(0x3f8edf31u), tsr_f(0x3f8fef23u), tsr_f(0x3f90fb20u), tsr_f(0x3f92034cu),
-    tsr_f(0x3f9307cau), tsr_f(0x3f9408b9u), tsr_f(0x3f950639u), tsr_f(0x3f960065u),
-    tsr_f(0x3f96f759u), tsr_f(0x3f97eb30u), tsr_f(0x3f98dc01u), tsr_f(0x3f99c9e5u),
-    tsr_f(0x3f9ab4f2u), tsr_f(0x3f9b9d3du), tsr_f(0x3f9c82dau), tsr_f(0x3f9d65deu),
-    tsr_f(0x3f9e4659u), tsr_f(0x3f9f245fu), tsr_f(0x3fa00000u), tsr_f(0x3fa0d94cu),
-    tsr_f(0x3fa21b02u), tsr_f(0x3fa3c059u), tsr_f(0x3fa55d62u), tsr_f(0x3fa6f283u),
-    tsr_f(0x3fa8801au), tsr_f(0x3faa067fu), tsr_f(0x3fab8602u), tsr_f(0x3facfef0u),
-    tsr_f(0x3fae718eu), tsr_f(0x3fafde20u), tsr_f(0x3fb144e1u), tsr_f(0x3fb2a60eu),
-    tsr_f(0x3fb401dbu), tsr_f(0x3fb5587cu), tsr_f(0x3fb6aa21u), tsr_f(0x3fb7f6f7u),
-    tsr_f(0x3fb93f2au), tsr_f(0x3fba82e2u), tsr_f(0x3fbbc245u), tsr_f(0x3fbcfd77u),
-    tsr_f(0x3fbe349cu), tsr_f(0x3fbf67d3u), tsr_f(0x3fc0973du), tsr_f(0x3fc1c2f6u),
-    tsr_f(0x3fc2eb1bu), tsr_f(0x3fc40fc6u), tsr_f(0x3fc53112u), tsr_f(0x3fc64f17u),
-    tsr_f(0x3fc769ecu), tsr_f(0x3fc881a7u), tsr_f(0x3fc9965eu), tsr_f(0x3fcaa825u),
-    tsr_f(0x3fcc3d7au), tsr_f(0x3fce5054u), tsr_f(0x3fd058b8u), tsr_f(0x3fd25726u),
-    tsr_f(0x3fd44c15u), tsr_f(0x3fd637f3u), tsr_f(0x3fd81b25u), tsr_f(0x3fd9f60bu),
-    tsr_f(0x3fdbc8ffu), tsr_f(0x3fdd9452u), tsr_f(0x3fdf5854u), tsr_f(0x3fe1154cu),
-    tsr_f(0x3fe2cb7fu), tsr_f(0x3fe47b2fu), tsr_f(0x3fe62497u), tsr_f(0x3fe7c7f0u),
-    tsr_f(0x3fe96571u), tsr_f(0x3feafd4du), tsr_f(0x3fec8fb4u), tsr_f(0x3fee1cd4u),
-    tsr_f(0x3fefa4d8u), tsr_f(0x3ff127e9u), tsr_f(0x3ff2a630u), tsr_f(0x3ff41fd1u),
-    tsr_f(0x3ff594efu), tsr_f(0x3ff705adu), tsr_f(0x3ff8722au), tsr_f(0x3ff9da86u),
-    tsr_f(0x3ffb3edeu), tsr_f(0x3ffc9f4fu), tsr_f(0x3ffdfbf2u), tsr_f(0x3fff54e3u),
-};
-
-// ... and tail.
-alignas(64) const float cbrtf_tail96[96] = {
-    tsr_f(0x32075326u), tsr_f(0xb30e5d1du), tsr_f(0x32c53aceu), tsr_f(0x32e63bd6u),
-    tsr_f(0xb36429b5u), tsr_f(0xb37db048u), tsr_f(0xb37a6900u), tsr_f(0xb3556456u),
-    tsr_f(0xb313250cu), tsr_f(0x32ee5ea1u), tsr_f(0x3290003au), tsr_f(0x33438c56u),
-    tsr_f(0x325a8311u), tsr_f(0xb2513818u), tsr_f(0xb13f6fbdu), tsr_f(0x3346746eu),
-    tsr_f(0x32a97733u), tsr_f(0x3378e707u), tsr_f(0xb2c96926u), tsr_f(0xb15d9c13u),
-    tsr_f(0x333b7fb8u), tsr_f(0xb1610444u), tsr_f(0x337ccf6au), tsr_f(0x335c5071u),
-    tsr_f(0x32a3c985u), tsr_f(0x30aa99beu), tsr_f(0x3326d76du), tsr_f(0xb3718a95u),
-    tsr_f(0x32b1f468u), tsr_f(0x302b033bu), tsr_f(0x00000000u), tsr_f(0x33547801u),
-    tsr_f(0x33334d9bu), tsr_f(0x31106571u), tsr_f(0xb18fcc7du), tsr_f(0xb216651du),
-    tsr_f(0x32029702u), tsr_f(0xb3102ee4u), tsr_f(0x32181c5bu), tsr_f(0xb305ba0cu),
-    tsr_f(0x3303539eu), tsr_f(0xb35f6996u), tsr_f(0x3348f1b7u), tsr_f(0xb33ce923u),
-    tsr_f(0xb335cb1cu), tsr_f(0xb35e7d9au), tsr_f(0xb3673f74u), tsr_f(0x30623529u),
-    tsr_f(0xb2b61374u), tsr_f(0xb36efbefu), tsr_f(0xb37b32abu), tsr_f(0x325ac94du),
-    tsr_f(0xb2c173f5u), tsr_f(0x333bca39u), tsr_f(0xb2546052u), tsr_f(0x30878e3bu),
-    tsr_f(0xb252f919u), tsr_f(0x335e083eu), tsr_f(0x33002b8bu), tsr_f(0xb2bb4343u),
-    tsr_f(0xb3791effu), tsr_f(0xb31cd492u), tsr_f(0xb300f30du), tsr_f(0x32a2f7e7u),
-    tsr_f(0xb330744eu), tsr_f(0x324decc6u), tsr_f(0x331cc13du), tsr_f(0x3366419fu),
-    tsr_f(0x32aace06u), tsr_f(0xb37f54a9u), tsr_f(0xb305ea5fu), tsr_f(0x328ce2ebu),
-    tsr_f(0xb35773b9u), tsr_f(0x328d277du), tsr_f(0xb351491du), tsr_f(0xb281412du),
-    tsr_f(0x3376af98u), tsr_f(0xb2a7354cu), tsr_f(0xb3473172u), tsr_f(0x31319368u),
-    tsr_f(0x3243e1c2u), tsr_f(0xb23ab7dcu), tsr_f(0xb2c9235fu), tsr_f(0xb3540dd0u),
-    tsr_f(0xb3173ea9u), tsr_f(0x3354c23cu), tsr_f(0xb20e84e3u), tsr_f(0xb3647e24u),
-    tsr_f(0xb2c48a1bu), tsr_f(0xb366e2c9u), tsr_f(0x32117930u), tsr_f(0x32d153bau),
-    tsr_f(0x334f922eu), tsr_f(0xb2a50b6bu), tsr_f(0x3368cc9du), tsr_f(0x31f23e6au),
-};
-
 // (H, t), H (1 + t) = cbrt(2^rem / R_i) at row 32 (2 - rem) + i, R_i = (1 + i/32)/2.
 alignas(64) const double cbrt_rows97[97][2] = {
     {tsr_d(0x4000000000000000ull), tsr_d(0x0000000000000000ull)}, {tsr_d(0x3fffac66ff1c35cbull), tsr_d(0x3c8285ab1cb4dec2ull)},
@@ -189,35 +121,6 @@ alignas(64) const double cbrt_rows97[97][2] = {
     {tsr_d(0x3ff059123d3a9848ull), tsr_d(0x3c7690aba9ab0fa8ull)}, {tsr_d(0x3ff042136d3f23e5ull), tsr_d(0xbc92cd6e1623f565ull)},
     {tsr_d(0x3ff02b93e6b091f0ull), tsr_d(0xbc8ecdf9484833b4ull)}, {tsr_d(0x3ff0158eec36749bull), tsr_d(0xbc92b0877ce0a5c9ull)},
     {tsr_d(0x3ff0000000000000ull), tsr_d(0x0000000000000000ull)},
-};
-
-// The same rows in single precision.
-alignas(64) const float cbrtf_rows97[97][2] = {
-    {tsr_f(0x40000000u), tsr_f(0x00000000u)}, {tsr_f(0x3ffd6338u), tsr_f(0xb0e6236du)}, {tsr_f(0x3ffae0edu), tsr_f(0x32838dbau)}, {tsr_f(0x3ff87757u), tsr_f(0x32af0c2au)},
-    {tsr_f(0x3ff624d8u), tsr_f(0x32c944f9u)}, {tsr_f(0x3ff3e7f8u), tsr_f(0x32461064u)}, {tsr_f(0x3ff1bf60u), tsr_f(0xb229e90fu)}, {tsr_f(0x3fefa9d6u), tsr_f(0x306d284fu)},
-    {tsr_f(0x3feda63cu), tsr_f(0xb2ab8f3bu)}, {tsr_f(0x3febb389u), tsr_f(0x32da0804u)}, {tsr_f(0x3fe9d0cdu), tsr_f(0xb29927dbu)}, {tsr_f(0x3fe7fd26u), tsr_f(0x3285bf7bu)},
-    {tsr_f(0x3fe637c8u), tsr_f(0xb3071316u)}, {tsr_f(0x3fe47ff2u), tsr_f(0xb2e4a5e9u)}, {tsr_f(0x3fe2d4f3u), tsr_f(0x32efffa0u)}, {tsr_f(0x3fe13629u), tsr_f(0xb2fc8847u)},
-    {tsr_f(0x3fdfa2f8u), tsr_f(0x32302266u)}, {tsr_f(0x3fde1ad4u), tsr_f(0xb29a6233u)}, {tsr_f(0x3fdc9d36u), tsr_f(0x3308f3ccu)}, {tsr_f(0x3fdb29a4u), tsr_f(0x32646536u)},
-    {tsr_f(0x3fd9bfa9u), tsr_f(0xb264d6f4u)}, {tsr_f(0x3fd85ed8u), tsr_f(0xb3086c55u)}, {tsr_f(0x3fd706cau), tsr_f(0x32f29e7fu)}, {tsr_f(0x3fd5b722u), tsr_f(0xb305b268u)},
-    {tsr_f(0x3fd46f83u), tsr_f(0xb00dd3a8u)}, {tsr_f(0x3fd32f9au), tsr_f(0xb1b41a4cu)}, {tsr_f(0x3fd1f717u), tsr_f(0xb318c5e6u)}, {tsr_f(0x3fd0c5adu), tsr_f(0x33049797u)},
-    {tsr_f(0x3fcf9b18u), tsr_f(0xb30d9e15u)}, {tsr_f(0x3fce7712u), tsr_f(0xb2c2a0ceu)}, {tsr_f(0x3fcd595cu), tsr_f(0x32b0fd1fu)}, {tsr_f(0x3fcc41bbu), tsr_f(0x321190e6u)},
-    {tsr_f(0x3fcb2ff5u), tsr_f(0x32534318u)}, {tsr_f(0x3fc91d25u), tsr_f(0x32aac53cu)}, {tsr_f(0x3fc71f5cu), tsr_f(0xb2cda901u)}, {tsr_f(0x3fc5352eu), tsr_f(0x3212ea8bu)},
-    {tsr_f(0x3fc35d54u), tsr_f(0x31bceab5u)}, {tsr_f(0x3fc196a3u), tsr_f(0xb115e1a7u)}, {tsr_f(0x3fbfe00bu), tsr_f(0xb2eec12au)}, {tsr_f(0x3fbe3892u), tsr_f(0x330bba84u)},
-    {tsr_f(0x3fbc9f56u), tsr_f(0x33191e67u)}, {tsr_f(0x3fbb1386u), tsr_f(0xb3004fdau)}, {tsr_f(0x3fb99460u), tsr_f(0xb30f221du)}, {tsr_f(0x3fb82133u), tsr_f(0xb140c135u)},
-    {tsr_f(0x3fb6b95cu), tsr_f(0xb1c561b8u)}, {tsr_f(0x3fb55c43u), tsr_f(0xb211183eu)}, {tsr_f(0x3fb4095bu), tsr_f(0x32fcf460u)}, {tsr_f(0x3fb2c023u), tsr_f(0xb29a7655u)},
-    {tsr_f(0x3fb18020u), tsr_f(0xb2462bf2u)}, {tsr_f(0x3fb048e2u), tsr_f(0xb32e8993u)}, {tsr_f(0x3faf19feu), tsr_f(0x32f33033u)}, {tsr_f(0x3fadf314u), tsr_f(0xb2cc2247u)},
-    {tsr_f(0x3facd3c6u), tsr_f(0xb31f4179u)}, {tsr_f(0x3fabbbbeu), tsr_f(0xb32c6a62u)}, {tsr_f(0x3faaaaabu), tsr_f(0xb3000000u)}, {tsr_f(0x3fa9a041u), tsr_f(0xb2116741u)},
-    {tsr_f(0x3fa89c39u), tsr_f(0xb2a3ae02u)}, {tsr_f(0x3fa79e4fu), tsr_f(0x318e9808u)}, {tsr_f(0x3fa6a644u), tsr_f(0x32e545fau)}, {tsr_f(0x3fa5b3ddu), tsr_f(0xb2c8fc47u)},
-    {tsr_f(0x3fa4c6e0u), tsr_f(0xb14ee0c2u)}, {tsr_f(0x3fa3df19u), tsr_f(0xb31972cbu)}, {tsr_f(0x3fa2fc54u), tsr_f(0x32bdaadbu)}, {tsr_f(0x3fa21e63u), tsr_f(0x31ad7528u)},
-    {tsr_f(0x3fa14518u), tsr_f(0xb2a3c16cu)}, {tsr_f(0x3f9f9fc9u), tsr_f(0x334d0ddau)}, {tsr_f(0x3f9e0b2bu), tsr_f(0x3281aae4u)}, {tsr_f(0x3f9c861du), tsr_f(0x329d4dbau)},
-    {tsr_f(0x3f9b0f9bu), tsr_f(0xb2321444u)}, {tsr_f(0x3f99a6b7u), tsr_f(0x32f07a37u)}, {tsr_f(0x3f984a9au), tsr_f(0x330e9cf1u)}, {tsr_f(0x3f96fa7fu), tsr_f(0xb317c227u)},
-    {tsr_f(0x3f95b5afu), tsr_f(0x333f0552u)}, {tsr_f(0x3f947b87u), tsr_f(0xb3007354u)}, {tsr_f(0x3f934b6cu), tsr_f(0xb2ce45dau)}, {tsr_f(0x3f9224d2u), tsr_f(0xb28ab376u)},
-    {tsr_f(0x3f910737u), tsr_f(0xb212a8ecu)}, {tsr_f(0x3f8ff223u), tsr_f(0xb3159182u)}, {tsr_f(0x3f8ee526u), tsr_f(0xb3458911u)}, {tsr_f(0x3f8ddfd8u), tsr_f(0x31a9fbeau)},
-    {tsr_f(0x3f8ce1dau), tsr_f(0xb2ce13d2u)}, {tsr_f(0x3f8bead1u), tsr_f(0x319cda3fu)}, {tsr_f(0x3f8afa6au), tsr_f(0x327bee4du)}, {tsr_f(0x3f8a1057u), tsr_f(0xb2867488u)},
-    {tsr_f(0x3f892c4eu), tsr_f(0x31fdae15u)}, {tsr_f(0x3f884e0bu), tsr_f(0x32e4acd9u)}, {tsr_f(0x3f87754eu), tsr_f(0x32534318u)}, {tsr_f(0x3f86a1dau), tsr_f(0x332373abu)},
-    {tsr_f(0x3f85d377u), tsr_f(0x32b6e260u)}, {tsr_f(0x3f8509efu), tsr_f(0x33043c41u)}, {tsr_f(0x3f844510u), tsr_f(0x3307b8e1u)}, {tsr_f(0x3f8384abu), tsr_f(0xb2f46bcfu)},
-    {tsr_f(0x3f82c892u), tsr_f(0xb22d93a3u)}, {tsr_f(0x3f82109bu), tsr_f(0x335094dcu)}, {tsr_f(0x3f815c9fu), tsr_f(0x32d3d156u)}, {tsr_f(0x3f80ac77u), tsr_f(0x33426162u)},
-    {tsr_f(0x3f800000u), tsr_f(0x00000000u)},
 };
 
 // (lo, hi), hi + lo = -ln r_i, hi with 21 significant bits (its low 32 bits zero), so that

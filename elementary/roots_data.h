@@ -7,8 +7,6 @@
 #include "elementary/log_data.h"
 #include "tsr/types.h"
 
-constexpr float tsr_f(uint32_t b) { return std::bit_cast<float>(b); }
-
 namespace tsr::roots {
 using logtab::Rows129;
 // Cube roots, tiers ex and e7: -1/c_i for c_i = 1 + (i + 1/2)/32, and cbrt(2^rem c_i) as a
@@ -16,13 +14,9 @@ using logtab::Rows129;
 extern const double cbrt_rcp32[32] TSR_HIDDEN;
 extern const double cbrt_head96[96] TSR_HIDDEN;
 extern const double cbrt_tail96[96] TSR_HIDDEN;
-extern const float cbrtf_rcp32[32] TSR_HIDDEN;
-extern const float cbrtf_head96[96] TSR_HIDDEN;
-extern const float cbrtf_tail96[96] TSR_HIDDEN;
 // Cube roots, FMA tiers: (H, t) with H (1 + t) = cbrt(2^rem / R_i), R_i = (1 + i/32)/2, at
 // row 32 (2 - rem) + i.
 extern const double cbrt_rows97[97][2] TSR_HIDDEN;
-extern const float cbrtf_rows97[97][2] TSR_HIDDEN;
 // -ln r_i of the logarithm's 256 short reciprocals as (lo, hi), hi with 21 bits.
 extern const double log_rcp256d[256][2] TSR_HIDDEN;
 // -ln(1 + i/128) as head and tail, and the same less 1022 ln 2.
