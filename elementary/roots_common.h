@@ -111,8 +111,8 @@ inline FmaLog log_fma_step(double h, double l, double n, const Rows129 &rows, do
     r.w = fma(lp, Rd, u);
     return r;
 }
-// ln(1 + w) - w - (the tail's first-order term), less nothing: -w^2/2 + w^3/3 - ... as
-// q with z = w^2 (relative error below 2^-58 over |w| < 2^-7).
+// (ln(1 + w) - w)/w^2 = -1/2 + w/3 - w^2/4 + ... to w^5, as Q with z = w^2 (|w| < 2^-7);
+// the caller multiplies by z and adds the linear terms.
 inline double log_fma_poly(double w, double z) {
     double q = fma(z, fma(D(0x3fc2494ada7861ff), w, D(0xbfc55576d47e8a7a)),
                    fma(D(0x3fc9999999788658), w, D(0xbfcfffffffebf6c8)));
