@@ -1,0 +1,136 @@
+// sqrt(x^2 + y^2) in double and single precision, never overflowing or underflowing in a
+// step when the result is representable.
+//
+// Double, tier ex (and __bwr_hypot, the same body): x^2 + y^2 and its square root in 80-bit
+// arithmetic with a 64-bit significand (its exponent range takes every square), one rounding
+// to double at the store: within 0.5 + 2^-11 ulp.
+//
+// Double, tier e7: double arithmetic.  A = max(|x|, |y|) and B = min are scaled by the power
+// of two E of A, so a = A/E is in [1, 2).  The root of s = a^2 + b^2 is cut to Rh, its top
+// 26 bits, so that Rh^2 is exact; the residual e = (a^2 + b^2) - Rh^2 is formed exactly from
+// the rounding errors of the squares and of the sum (Dekker's splitting of a and b into
+// 26-bit halves), and the root is Rh + f - f^2/(2 Rh) with f = e/(2 Rh), the second-order term
+// of the Taylor step included.  A zero residual returns Rh itself, so that an exact root
+// (a Pythagorean triple) raises no flag.  Exponents more than 32 apart give max(|x|, |y|) exactly (the
+// square of the smaller is below half an ulp of the larger's); tiny operands are scaled by
+// 2^191 first and the result by 2^-191 after.
+//
+// Single: the double square root of the exactly widened squares, rounded to float.
+//
+// Overflow (an infinite result from finite operands) is reported; an infinite operand gives
+// +inf even beside a NaN, without a report.
+#include "elementary/roots_common.h"
+
+using namespace tsr;
+using namespace tsr::roots;
+
+namespace {
+
+#if TSR_TIER_EX
+inline double hypot_ex(double x, double y) {
+    double r;
+    {
+        X87Precision pc;
+        long double a = opaque((long double)x), b = opaque((long double)y);
+        long double s = a * a + b * b;
+        asm("fsqrt" : "+t"(s));
+        r = double(opaque(s));
+    }
+    uint64_t br = bits(r);
+    if ((br & Format<double>::exponent) != Format<double>::exponent) return r;
+    bool inf_arg = is_inf(x) || is_inf(y);
+    if (br == Format<double>::inf) return inf_arg ? r : report(x, y, r, code::hypot_overflow);
+    return inf_arg ? Format<double>::from(Format<double>::inf) : r;
+}
+
+inline float hypotf_ex(float x, float y) {
+    double dx = x, dy = y;
+    double s = sqrt_insn(dx * dx + dy * dy);
+    float r = float(s);
+    uint32_t b = bits(r);
+    if ((b & Format<float>::exponent) != Format<float>::exponent) return r;
+    bool inf_arg = is_inf(x) || is_inf(y);
+    if (b == Format<float>::inf) return inf_arg ? r : report(x, y, r, code::hypotf_overflow);
+    return inf_arg ? Format<float>::from(Format<float>::inf) : r;
+}
+#endif
+
+#if TSR_TIER_E7
+constexpr uint64_t kLow27 = (uint64_t(1) << 27) - 1;
+inline double cut27(double v) { return f64(bits(v) & ~kLow27); }
+
+// The root of |x|^2 + |y|^2 for operands whose exponents are at most 32 apart and whose
+// squares, scaled by the larger's power of two, can't leave the range.
+inline double hypot_core(double x, double y) {
+    double A = f64(bits(x) & Format<double>::abs), B = f64(bits(y) & Format<double>::abs);
+    if (A < B) {
+        double t = A;
+        A = B;
+        B = t;
+    }
+    uint64_t Eb = bits(A) & Format<double>::exponent;
+    double E = f64(Eb);
+    double a = f64((bits(A) & Format<double>::mantissa) | Format<double>::one);
+    double b = f64(bits(B) - Eb + Format<double>::one);
+    double p = a * a, q = b * b, s = q + p;
+    double root = sqrt_insn(s);
+    double Rh = cut27(root);
+    double ah = cut27(a), bh = cut27(b);
+    double al = a - ah, bl = b - bh;
+    double da = ((2.0 * ah * al) - (p - ah * ah)) + al * al;
+    double db = ((2.0 * bh * bl) - ((s - p) - bh * bh)) + bl * bl;
+    double e = ((s - Rh * Rh) + da) + db;
+    if (e == 0.0) return Rh * E;  // the root is Rh: exact, and no quotient raises inexact
+    double G = 0.5 / Rh;
+    double f = e * G;
+    double fE = f * E;
+    return (fE - (G * f) * fE) + Rh * E;
+}
+
+inline double hypot_e7(double x, double y) {
+    uint32_t tx = uint32_t(bits(x) >> 48) & 0x7fff, ty = uint32_t(bits(y) >> 48) & 0x7fff;
+    uint32_t m = tx < ty ? tx : ty, M = tx < ty ? ty : tx;
+    if (m >= 0x400 && M <= 0x7fdf && M - m <= 0x200) return hypot_core(x, y);
+    if ((ty & 0x7ff0) > 0x7fe0) {
+        if ((tx & 0x7ff0) > 0x7fe0) return is_inf(y) ? y * y : x * x;
+        return y * y;
+    }
+    if ((tx & 0x7ff0) > 0x7fe0) return x * x;
+    double ax = f64(bits(x) & Format<double>::abs), ay = f64(bits(y) & Format<double>::abs);
+    if (M - m > 0x200) return ax < ay ? ay : ax;
+    if (M <= 0x7fdf) {
+        double sx = x * 0x1p191, sy = y * 0x1p191;
+        if (sx == 0.0 || sy == 0.0) return ax < ay ? ay : ax;
+        return hypot_core(sx, sy) * 0x1p-191;
+    }
+    double r = hypot_core(x, y);
+    if ((bits(r) & Format<double>::exponent) == Format<double>::exponent)
+        return report(x, y, r, code::hypot_overflow);
+    return r;
+}
+
+inline float hypotf_e7(float x, float y) {
+    double dx = x, dy = y;
+    double x2 = dx * dx;
+    double s = sqrt_insn(x2 + dy * dy);
+    float r = float(s);
+    if (hi(s) >= 0x47efffffu) {
+        if (hi(s) >= 0x7ff00000u && (is_inf(x2) || is_inf(y))) return Format<float>::from(Format<float>::inf);
+        if (bits(r) == Format<float>::inf) return report(x, y, r, code::hypotf_overflow);
+    }
+    return r;
+}
+#endif
+
+}  // namespace
+
+#if TSR_TIER_EX
+TSR_BODY(double, hypot, (double x, double y)) { return hypot_ex(x, y); }
+TSR_BODY(float, hypotf, (float x, float y)) { return hypotf_ex(x, y); }
+TSR_ALIAS(double, __bwr_hypot, (double, double), __libm_hypot_ex)
+TSR_ALIAS(float, __bwr_hypotf, (float, float), __libm_hypotf_ex)
+#endif
+#if TSR_TIER_E7
+TSR_BODY(double, hypot, (double x, double y)) { return hypot_e7(x, y); }
+TSR_BODY(float, hypotf, (float x, float y)) { return hypotf_e7(x, y); }
+#endif

@@ -1,0 +1,167 @@
+// asinh, acosh, atanh: special values, reports and flags as rows, the bands' edges, and
+// accuracy against MPFR over every tier and mode (next to 1 for acosh and atanh in
+// particular); every float in the Long run.
+#include <gtest/gtest.h>
+
+#include "harness/harness.h"
+#include "tessera.h"
+#include "tsr/codes.h"
+
+namespace {
+
+using namespace th;
+namespace code = tsr::code;
+
+const double kInf = INFINITY, kNaN = NAN;
+const float fInf = INFINITY, fNaN = NAN;
+constexpr unsigned AM = ALL_MODES;
+
+Func<double> asinh_f() {
+    return func("asinh", mpfr_asinh, tsr_tiers_asinh, tsr_portable_tiers_asinh).entry(::asinh).add("ex-bwr", tsr::Tier::ex, __bwr_asinh);
+}
+Func<float> asinhf_f() {
+    return func("asinhf", mpfr_asinh, tsr_tiers_asinhf, tsr_portable_tiers_asinhf).entry(::asinhf).add("ex-bwr", tsr::Tier::ex, __bwr_asinhf);
+}
+Func<double> acosh_f() {
+    return func("acosh", mpfr_acosh, tsr_tiers_acosh, tsr_portable_tiers_acosh).entry(::acosh).add("ex-bwr", tsr::Tier::ex, __bwr_acosh);
+}
+Func<float> acoshf_f() {
+    return func("acoshf", mpfr_acosh, tsr_tiers_acoshf, tsr_portable_tiers_acoshf).entry(::acoshf).add("ex-bwr", tsr::Tier::ex, __bwr_acoshf);
+}
+Func<double> atanh_f() { return func("atanh", mpfr_atanh, tsr_tiers_atanh).entry(::atanh).add("ex-bwr", tsr::Tier::ex, __bwr_atanh); }
+Func<float> atanhf_f() { return func("atanhf", mpfr_atanh, tsr_tiers_atanhf).entry(::atanhf).add("ex-bwr", tsr::Tier::ex, __bwr_atanhf); }
+
+}  // namespace
+
+// Next to the underflow threshold the rows hold rounding to nearest: the references (MPFR at
+// 256 bits) cannot see x^3/6 beside x there, so the directed modes are left to the sweeps.
+TEST(InvHypSpecial, Asinh) {
+    check_rows(asinh_f(), std::vector<Row<double>>{
+        {0.0, 0.0, NONE, 0, NO_CODE, AM}, {-0.0, -0.0, NONE, 0, NO_CODE, AM}, {kInf, kInf, NONE, 0, NO_CODE, AM},
+        {-kInf, -kInf, NONE, 0, NO_CODE, AM}, {kNaN, kNaN, NONE, 0, NO_CODE, AM},
+        {0x1p-1074, CR, UN, ANY_ERRNO, NO_CODE, RN}, {-0x1p-1022, CR, NX, 0, NO_CODE, RN}, {0x1p-60, CR, NX},
+        {0x1p-4, CR, NX, 0, NO_CODE, RN}, {0x1.3p2, CR, NX, 0, NO_CODE, RN}, {0x1p28, CR, NX, 0, NO_CODE, RN},  // band edges
+        {-0x1.fffffffffffffp1023, CR, NX, 0, NO_CODE, RN},
+    });
+    check_rows(asinhf_f(), std::vector<Row<float>>{
+        {0.0f, 0.0f, NONE, 0, NO_CODE, AM}, {-0.0f, -0.0f, NONE, 0, NO_CODE, AM}, {fInf, fInf, NONE, 0, NO_CODE, AM},
+        {-fInf, -fInf, NONE, 0, NO_CODE, AM}, {fNaN, fNaN, NONE, 0, NO_CODE, AM},
+        {0x1p-149f, CR, UN, ANY_ERRNO, NO_CODE, RN}, {-0x1p-126f, CR, NX, 0, NO_CODE, RN}, {0.5f, CR, NX, 0, NO_CODE, RN},
+        {0x1p16f, CR, NX, 0, NO_CODE, RN}, {-0x1.fffffep127f, CR, NX, 0, NO_CODE, RN},
+    });
+}
+
+TEST(InvHypSpecial, Acosh) {
+    check_rows(acosh_f(), std::vector<Row<double>>{
+        {1.0, 0.0, NONE, 0, NO_CODE, AM}, {kInf, kInf, NONE, 0, NO_CODE, AM},
+        {0.5, kNaN, INV, EDOM, code::acosh_argument_below_1, AM}, {-kInf, kNaN, INV, EDOM, code::acosh_argument_below_1, AM},
+        {-1.0, kNaN, INV, EDOM, code::acosh_argument_below_1, AM}, {0.0, kNaN, INV, EDOM, code::acosh_argument_below_1, AM},
+        {0x1.fffffffffffffp-1, kNaN, INV, EDOM, code::acosh_argument_below_1, AM}, {kNaN, kNaN, NONE, 0, NO_CODE, AM},
+        {0x1.0000000000001p0, CR, NX, 0, NO_CODE, RN}, {0x1.018p0, CR, NX, 0, NO_CODE, RN},  // next to 1, band edge
+        {0x1.3p1, CR, NX, 0, NO_CODE, RN}, {0x1p28, CR, NX, 0, NO_CODE, RN}, {0x1.fffffffffffffp1023, CR, NX, 0, NO_CODE, RN},
+    });
+    check_rows(acoshf_f(), std::vector<Row<float>>{
+        {1.0f, 0.0f, NONE, 0, NO_CODE, AM}, {fInf, fInf, NONE, 0, NO_CODE, AM},
+        {0.5f, fNaN, INV, EDOM, code::acoshf_argument_below_1, AM}, {-fInf, fNaN, INV, EDOM, code::acoshf_argument_below_1, AM},
+        {0x1.fffffep-1f, fNaN, INV, EDOM, code::acoshf_argument_below_1, AM}, {fNaN, fNaN, NONE, 0, NO_CODE, AM},
+        {0x1.000002p0f, CR, NX, 0, NO_CODE, RN}, {1.5f, CR, NX, 0, NO_CODE, RN}, {0x1p16f, CR, NX, 0, NO_CODE, RN},
+    });
+}
+
+TEST(InvHypSpecial, Atanh) {
+    check_rows(atanh_f(), std::vector<Row<double>>{
+        {0.0, 0.0, NONE, 0, NO_CODE, AM}, {-0.0, -0.0, NONE, 0, NO_CODE, AM},
+        {1.0, kInf, DZ, ERANGE, code::atanh_magnitude_exactly_1, AM},
+        {-1.0, -kInf, DZ, ERANGE, code::atanh_magnitude_exactly_1, AM},
+        {1.5, kNaN, INV, EDOM, code::atanh_magnitude_above_1, AM}, {-kInf, kNaN, INV, EDOM, code::atanh_magnitude_above_1, AM},
+        {0x1.0000000000001p0, kNaN, INV, EDOM, code::atanh_magnitude_above_1, AM}, {kNaN, kNaN, NONE, 0, NO_CODE, AM},
+        {0x1p-1074, CR, UN, ANY_ERRNO, NO_CODE, RN}, {-0x1p-1022, CR, NX, 0, NO_CODE, RN}, {0x1p-600, CR, NX, 0, NO_CODE, RN},
+        {0x1p-52, CR, NX},
+        {0x1.fffffffffffffp-1, CR, NX, 0, NO_CODE, RN}, {-0x1p-4, CR, NX, 0, NO_CODE, RN},
+    });
+    check_rows(atanhf_f(), std::vector<Row<float>>{
+        {0.0f, 0.0f, NONE, 0, NO_CODE, AM}, {-0.0f, -0.0f, NONE, 0, NO_CODE, AM},
+        {1.0f, fInf, DZ, ERANGE, code::atanhf_magnitude_exactly_1, AM},
+        {-1.0f, -fInf, DZ, ERANGE, code::atanhf_magnitude_exactly_1, AM},
+        {1.5f, fNaN, INV, EDOM, code::atanhf_magnitude_above_1, AM}, {fInf, fNaN, INV, EDOM, code::atanhf_magnitude_above_1, AM},
+        {fNaN, fNaN, NONE, 0, NO_CODE, AM}, {-0x1p-149f, CR, UN, ANY_ERRNO, NO_CODE, RN}, {0x1p-126f, CR, NX, 0, NO_CODE, RN},
+        {0x1.fffffep-1f, CR, NX, 0, NO_CODE, RN}, {-0.5f, CR, NX, 0, NO_CODE, RN},
+    });
+}
+
+namespace {
+template <class T> Spec<T> spec(Func<T> f, std::vector<Region<T>> regions, double rn) {
+    Spec<T> s{f, regions};
+    s.bound[0] = rn;
+    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
+    return s;
+}
+Spec<double> asinh_spec() {
+    return spec(asinh_f(), {{60000, {0x1p-1074, 0x1p1023, Dist::log_uniform, true}}, {60000, {0x1p-6, 0x1p5, Dist::log_uniform, true}}}, 0.55);
+}
+Spec<float> asinhf_spec() {
+    return spec(asinhf_f(), {{60000, {0x1p-149f, 0x1p127f, Dist::log_uniform, true}}, {60000, {0x1p-6f, 0x1p5f, Dist::log_uniform, true}}}, 0.51);
+}
+// acosh: the whole range, and 1 + d for d from 2^-52 up (uniform on [1, 1.02] has most d near 2^-6).
+Spec<double> acosh_spec() {
+    auto s = spec(acosh_f(), {{60000, {1.0, 0x1p1023}}, {40000, {1.0, 1.02, Dist::uniform}}}, 0.55);
+    s.gen = [](std::vector<double> &out, size_t n, uint64_t seed) {
+        for (double d : log_uniform<double>(0x1p-52, 0x1p2, n, seed)) out.push_back(1.0 + d);
+    };
+    s.gen_n = 30000;
+    return s;
+}
+Spec<float> acoshf_spec() {
+    auto s = spec(acoshf_f(), {{60000, {1.0f, 0x1p127f}}, {30000, {1.0f, 1.02f, Dist::uniform}}}, 0.51);
+    s.gen = [](std::vector<float> &out, size_t n, uint64_t seed) {
+        for (float d : log_uniform<float>(0x1p-23f, 4.0f, n, seed)) out.push_back(1.0f + d);
+    };
+    s.gen_n = 30000;
+    return s;
+}
+// atanh: every magnitude below 1, and 1 - d next to the pole.
+Spec<double> atanh_spec() {
+    auto s = spec(atanh_f(), {{60000, {0x1p-1074, 0x1.fffffffffffffp-1, Dist::log_uniform, true}}}, 0.55);
+    s.gen = [](std::vector<double> &out, size_t n, uint64_t seed) {
+        int k = 0;
+        for (double d : log_uniform<double>(0x1p-53, 0.5, n, seed)) out.push_back((k++ & 1 ? -1 : 1) * (1.0 - d));
+    };
+    s.gen_n = 60000;
+    return s;
+}
+Spec<float> atanhf_spec() {
+    auto s = spec(atanhf_f(), {{60000, {0x1p-149f, 0x1.fffffep-1f, Dist::log_uniform, true}}}, 0.51);
+    s.gen = [](std::vector<float> &out, size_t n, uint64_t seed) {
+        int k = 0;
+        for (float d : log_uniform<float>(0x1p-24f, 0.5f, n, seed)) out.push_back((k++ & 1 ? -1 : 1) * (1.0f - d));
+    };
+    s.gen_n = 60000;
+    return s;
+}
+}  // namespace
+
+TEST(InvHypAccuracy, Asinh) {
+    sweep(asinh_spec());
+    sweep(asinhf_spec());
+}
+TEST(InvHypAccuracy, Acosh) {
+    sweep(acosh_spec());
+    sweep(acoshf_spec());
+}
+TEST(InvHypAccuracy, Atanh) {
+    sweep(atanh_spec());
+    sweep(atanhf_spec());
+}
+
+TEST(InvHypLong, Floats) {
+    every_float(asinhf_spec());
+    every_float(acoshf_spec(), 0x3f800000u, 0x7f800000u);
+    every_float(atanhf_spec(), 0, 0x3f800000u);
+    every_float(atanhf_spec(), 0x80000000u, 0xbf800000u);
+}
+TEST(InvHypLong, Doubles) {
+    for (auto s : {asinh_spec(), acosh_spec(), atanh_spec()}) {
+        s.scale = 84;
+        sweep(s);
+    }
+}
