@@ -31,17 +31,18 @@ namespace {
 // kind 0: y = 0 or x infinite with y finite -> 0 (x > 0) or pi (x < 0);
 // kind 1: x = 0 or y infinite with x finite -> pi/2; kind 2: both infinite -> pi/4 or 3pi/4.
 inline double quadrant_angle(int kind, uint64_t sy, bool xneg, double y) {
-    double r;
+    double h, l;
     if (kind == 0) {
         if (!xneg) return y;  // ±0
-        r = kPiHi + kPiLo;
+        h = kPiHi, l = kPiLo;
     } else if (kind == 1) {
-        r = kPio2Hi + kPio2Lo;
+        h = kPio2Hi, l = kPio2Lo;
+    } else if (xneg) {
+        h = 0x1.2d97c7f3321d2p+1, l = 0x1.a79394c9e8a0ap-53;  // 3pi/4
     } else {
-        r = xneg ? 0x1.2d97c7f3321d2p+1 + 0x1.a79394c9e8a0ap-53  // 3pi/4
-                 : 0x1.921fb54442d18p-1 + 0x1.1a62633145c07p-55;  // pi/4
+        h = 0x1.921fb54442d18p-1, l = 0x1.1a62633145c07p-55;  // pi/4
     }
-    return with_sign(r, sy);
+    return sy ? -h - l : h + l;  // summed with the result's sign, in the caller's mode
 }
 
 // Zeros, infinities and NaNs of atan2 (true when handled): both zero is reported with code.
