@@ -20,6 +20,7 @@
 // heads are exact with their errors; what is left is the last rounding, a little more than
 // half an ulp.
 #include "elementary/invtrig_common.h"
+#include "tsr/guard.h"
 
 using namespace tsr;
 using namespace tsr::invtrig;
@@ -39,7 +40,9 @@ inline double arc_G(const double *G, double t) {
 }
 
 // Round to the nearest integer of a value in [0, 46) by truncation of v + 1/2: the
-// conversion truncates in every rounding mode, so the row does not depend on the mode.
+// conversion truncates in every rounding mode, so the row does not depend on the mode.  The
+// FMA tiers take the row from a shifter in the nearest mode (told by a probe, no read of the
+// control word) and come here only in the directed modes.
 inline int row_of(double v) { return int(v + 0.5); }
 
 template <bool Fma, bool Acos>
@@ -62,18 +65,28 @@ inline double arc(double x) {
         double w = 0.5 - 0.5 * ax;  // exact: 0.5 ax is, and the difference by Sterbenz
         double q, e;
         int j;
+        double t;
         if constexpr (Fma) {
             double y = rsqrt_est(w);
-            j = row_of(w * y * 64.0);
             q = __builtin_sqrt(w);
+            if (__builtin_expect(rn_probe(), 1)) {
+                // w y + 2^46 rounds w y to a multiple of 2^-6: j = round(64 sqrt w) in its low
+                // bits, before the root is ready, and the grid point without a conversion.
+                double S = __builtin_fma(w, y, 0x1p46);
+                j = int(bits(S) & 0x3f);
+                t = q - (S - 0x1p46);  // exact
+            } else {
+                j = row_of(w * y * 64.0);
+                t = q - double(j) * 0x1p-6;
+            }
             e = __builtin_fma(-q, q, w) * y;  // (w - q^2)/q to the estimate's 2^-11
         } else {
             q = __builtin_sqrt(w);
             j = row_of(q * 64.0);
+            t = q - double(j) * 0x1p-6;  // exact
             double pe, p = two_prod<false>(q, q, pe);
             e = ((w - p) - pe) / q;  // w - p exact: p is within an ulp of w
         }
-        double t = q - double(j) * 0x1p-6;  // exact
         // acos: x > 0 gives 2 asin(s), x < 0 pi - 2 asin(s); asin: pi/2 - 2 asin(s), signed.
         bool neg_m = Acos ? sign != 0 : true;
         double m = neg_m ? -2.0 * q : 2.0 * q;
@@ -97,8 +110,16 @@ inline double arc(double x) {
     }
     if (H >= 0x3f680000u) {
         // Middle regime.
-        int j = row_of(ax * 64.0);
-        double t = ax - double(j) * 0x1p-6;  // exact
+        int j;
+        double t;
+        if (Fma && __builtin_expect(rn_probe(), 1)) {
+            double S = __builtin_fma(ax, 64.0, 0x1.8p52);  // 64|x| rounded in its low bits
+            j = int(bits(S) & 0x3f);
+            t = __builtin_fma(S - 0x1.8p52, -0x1p-6, ax);  // exact
+        } else {
+            j = row_of(ax * 64.0);
+            t = ax - double(j) * 0x1p-6;  // exact
+        }
         const HiLo &g = arc_head46[j];
         double G = arc_G<Fma>(arc_poly46[j], t);
         double tx = t * x;
