@@ -15,13 +15,20 @@ using namespace tsr::invtrig;
 
 namespace {
 
+// X(t) with asin(t) = t + t X(t): X = v A(v) + w B(v), each chain split in two halves joined
+// by v^2 so that the fused tier's path is three multiply-adds deep after v^2.
 template <bool Fma>
-inline double asin_tail(double t) {
-    double w = t * t, v = w * w;
+inline double asin_x(double t) {
+    double w = t * t, v = w * w, v2 = v * v;
     const double *A = asinf_poly_a, *B = asinf_poly_b;
-    double a = mul_add<Fma>(mul_add<Fma>(mul_add<Fma>(A[3], v, A[2]), v, A[1]), v, A[0]);
-    double b = mul_add<Fma>(mul_add<Fma>(mul_add<Fma>(B[3], v, B[2]), v, B[1]), v, B[0]);
-    return t * mul_add<Fma>(v, a, w * b);
+    double a = mul_add<Fma>(v2, mul_add<Fma>(A[3], v, A[2]), mul_add<Fma>(A[1], v, A[0]));
+    double b = mul_add<Fma>(v2, mul_add<Fma>(B[3], v, B[2]), mul_add<Fma>(B[1], v, B[0]));
+    return mul_add<Fma>(v, a, w * b);
+}
+// asin(t) = t + t X(t), one fused step in the fused tier.
+template <bool Fma>
+inline double asin_d(double t) {
+    return mul_add<Fma>(t, asin_x<Fma>(t), t);
 }
 
 template <bool Fma, bool Acos>
@@ -31,17 +38,17 @@ inline float arcf(float x) {
     if (b <= 0x3f000000u) {  // |x| <= 1/2
         if (Acos) {
             if (b < 0x32000000u) return float(kPio2Hi - u);  // |x| < 2^-27
-            return float(kPio2Hi - (u + asin_tail<Fma>(u)));
+            return float(kPio2Hi - asin_d<Fma>(u));
         }
         if (b < 0x39800000u) {  // |x| < 2^-12: asin x = x (1 + x^2/6 ...)
             if (b != 0 && b < 0x00800000u) raise_underflow();  // the conversion below is exact
             return float(u + u * 0x1p-60);
         }
-        return float(u + asin_tail<Fma>(u));
+        return float(asin_d<Fma>(u));
     }
     if (b < 0x3f800000u) {
         double t = __builtin_sqrt(0.5 - 0.5 * (u < 0 ? -u : u));
-        double s = 2.0 * (t + asin_tail<Fma>(t));
+        double s = 2.0 * asin_d<Fma>(t);
         if (Acos) return float(u < 0 ? kPiHi - s : s);
         return float(u < 0 ? s - kPio2Hi : kPio2Hi - s);
     }
