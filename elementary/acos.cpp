@@ -62,7 +62,7 @@ inline double arc(double x) {
             return report(x, nan, Acos ? code::acos_magnitude_above_1 : code::asin_magnitude_above_1);
         }
         // Upper regime.
-        double w = 0.5 - 0.5 * ax;  // exact: 0.5 ax is, and the difference by Sterbenz
+        double w = mul_add<Fma>(-0.5, ax, 0.5);  // exact: 0.5 ax is, and the difference by Sterbenz
         double q, e;
         int j;
         double t;
