@@ -102,9 +102,20 @@ inline double atan2_grid16(double y, double x) {
         return sy ? -kPio2Hi - lo : kPio2Hi + lo;
     }
     if (k < -60) {
-        // The quotient, rounded once (gradual underflow included), then moved toward zero
-        // by x^3/3's sign: an exact quotient still rounds as the arctangent does.
-        if (!xneg) return nudge<false>(y / x);
+        // The quotient, rounded once (gradual underflow included); an exact one moved toward
+        // zero by far less than an ulp, so that it rounds as the arctangent does.
+        if (!xneg) {
+            // Only an exact quotient needs the move (an inexact one is already on the right
+            // side in every mode): the division's inexact flag tells, read around it and the
+            // caller's flags put back. A rare path.
+            uint32_t m = get_mxcsr();
+            set_mxcsr(m & ~0x20u);
+            double q = opaque(y) / x;
+            force(q);
+            uint32_t after = get_mxcsr();
+            set_mxcsr(after | (m & MXCSR_FLAGS));
+            return (after & 0x20u) ? q : nudge<false>(q);
+        }
         double lo = kPiLo - 0x1p-80;
         return sy ? -kPiHi - lo : kPiHi + lo;
     }
@@ -195,7 +206,7 @@ inline double atan2_fma(double y, double x) {
     double m = a / x;
     double n = __builtin_fma(-x, m, a) * rcp_est(x);
     double v = m * m;
-    double t = __builtin_fma(atan32_p(v), m * v, n);
+    double t = __builtin_fma(atan32_p(v), m * v, __builtin_fma(m, atan32_tiny, n));  // D: the fit's shift
     if (!sx) return with_sign(m + t, sy);
     double s = kPiHi + m;
     return with_sign(s + (((kPiHi - s) + m) + (kPiLo + t)), sy);
