@@ -27,10 +27,6 @@ using namespace tsr::invtrig;
 
 namespace {
 
-// Series of the small regime, 2^-28 <= |x| < 2^-9: asin x = x + x^3 (c1 + c2 x^2).
-constexpr double kSmallC1 = 0x1.55555555450f9p-3;
-constexpr double kSmallC2 = 0x1.3333cd7c9f23ap-4;
-
 template <bool Fma>
 inline double arc_G(const double *G, double t) {
     double t2 = t * t, t4 = t2 * t2;
@@ -141,9 +137,9 @@ inline double arc(double x) {
         }
     }
     if (H >= 0x3e500000u) {
-        // 2^-28 <= |x| < 2^-9.
+        // 2^-28 <= |x| < 2^-9: the two-term series asin_small.
         double x2 = x * x;
-        double y = mul_add<Fma>(x2 * x, mul_add<Fma>(kSmallC2, x2, kSmallC1), x);
+        double y = mul_add<Fma>(x2 * x, mul_add<Fma>(asin_small[1], x2, asin_small[0]), x);
         if (Acos) return (kPio2Lo - y) + kPio2Hi;
         return y;
     }

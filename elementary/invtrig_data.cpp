@@ -575,6 +575,10 @@ const double atan16_poly[4] = {0x1.c638f779524c9p-4, -0x1.4beb38c93153fp-3, 0x1.
 const double atan32_poly[3] = {-0x1.55555555538e7p-2, 0x1.9999987d442d7p-3, -0x1.2475d97497f9dp-3};
 const double atan32_tiny = -0x1.c6e2483bf3f66p-59;  // D
 
+// acos, asin below the rows: asin x = x + x^3 (c1 + c2 x^2); interval [2^-28, 2^-9], degree 5,
+// max relative error 2^-58.98 (tools/gen/invtrig_tables.py).
+const double asin_small[2] = {0x1.55555555450f9p-3, 0x1.3333cd7c9f23ap-4};
+
 // asinf, acosf: asin(t) = t + t (v A(v) + w B(v)), w = t^2, v = w^2, A and B of degree 3
 // (A0..A3, B0..B3); interval [2^-30, 0.5], degree 17, max relative error 2^-38.20
 // (tools/gen/invtrig_tables.py).

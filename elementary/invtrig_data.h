@@ -18,6 +18,7 @@ extern const double arc_poly46[46][8];
 extern const double atan16_poly[4];
 extern const double atan32_poly[3];
 extern const double atan32_tiny;
+extern const double asin_small[2];
 extern const double asinf_poly_a[4];
 extern const double asinf_poly_b[4];
 extern const double atanf_poly[2];

@@ -174,6 +174,12 @@ def main():
             % (float(mp.log(small_err[0], 2)), SCRIPT),
             "const double atan32_poly[3] = {%s, %s, %s};" % tuple(d(v) for v in P),
             "const double atan32_tiny = %s;  // D" % d(tiny), ""]
+    # acos, asin below 2^-9: asin x = x + x^3 (c1 + c2 x^2).
+    sm = [word(w) for w in (0x3FC55555555450F9, 0x3FB3333CD7C9F23A)]
+    sm_err = g.measure([0, 1, 0, sm[0], 0, sm[1]], lambda t: mp.asin(t), mpf(2) ** -28, mpf(2) ** -9)
+    out += ["// acos, asin below the rows: asin x = x + x^3 (c1 + c2 x^2); interval [2^-28, 2^-9], degree 5,",
+            "// max relative error 2^%.2f (tools/gen/%s)." % (float(mp.log(sm_err[0], 2)), SCRIPT),
+            "const double asin_small[2] = {%s, %s};" % (d(sm[0]), d(sm[1])), ""]
     # asinf/acosf: S(t) = t (v A(v) + w B(v)), w = t^2, v = w^2, |t| <= 1/2.
     Aw = [word(w) for w in (0x3FB333334FA3BC7B, 0x3F9F20D05290AC8C, 0x3F93D64DB5DC5888, 0x3F9E3BE5A6220783)]
     Bw = [word(w) for w in (0x3FC55555554DFEA4, 0x3FA6DB5B9E7BE0CC, 0x3F96A6F2ECC3FECB, 0x3F758206A9336E0B)]
