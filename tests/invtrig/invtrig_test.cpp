@@ -1,0 +1,290 @@
+// The inverse trigonometric functions: special values, region ends and atan2's quadrant rule
+// as rows; accuracy against MPFR over the regions where the algorithms change (every tier, the
+// four modes); every float input and 10 million per double function in the Long run.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "harness/harness.h"
+#include "tessera.h"
+#include "tsr/codes.h"
+
+namespace {
+
+using namespace th;
+namespace code = tsr::code;
+
+const double kPi = 0x1.921fb54442d18p+1, kPio2 = 0x1.921fb54442d18p+0, kInf = INFINITY;
+const double kS = f64(0x7ff4000000000000), kNS = f64(0xfff0000000000001);
+const float fPi = 0x1.921fb6p+1f, fPio2 = 0x1.921fb6p+0f, fInf = INFINITY, fS = f32(0x7fa00000);
+
+// Rows of kind CR with modes 0 hold in all four modes.  Negative arguments of acos, asin and
+// atan are checked in nearest only: the bodies work on |x| and put the sign on last, so a
+// directed mode may round the magnitude the other way (within the sweeps' bound of 2).  Tiny
+// arguments too: a 256-bit reference cannot see x^3/6 beside x.
+
+// acos and asin share their regions: NaNs, the ends of the upper (0.7109375), middle (2^-9)
+// and small (2^-28) regimes, 1/2 and the number below 1.
+template <class T> std::vector<Row<T>> arc_rows(std::vector<Row<T>> own) {
+    std::vector<Row<T>> r = {
+        {T(NAN), T(NAN)}, {T(-NAN), T(NAN)},
+        {T(0.5), CR, NX}, {T(0.7109375), CR, NX}, {T(-0.7109375), CR, NX, 0, NO_CODE, RN},
+    };
+    if constexpr (sizeof(T) == 8) {
+        r.push_back({kS, NAN, INV});
+        r.push_back({kNS, NAN, INV});
+        for (double x : {0x1.fffffffffffffp-1, 0x1.6bfffffffffffp-1, 0x1p-9, 0x1.fffffffffffffp-10, 0x1p-28,
+                         0x1.fffffffffffffp-29})
+            r.push_back({x, CR, NX});
+        r.push_back({-0x1.fffffffffffffp-1, CR, NX, 0, NO_CODE, RN});
+    } else {
+        r.push_back({fS, NAN, INV});
+        r.push_back({f32(0xff800001), NAN, INV});
+        for (float x : {0x1.fffffep-1f, 0x1.000002p-1f, 0x1p-12f, 0x1p-27f, 0x1.fffffep-28f})
+            r.push_back({x, CR, NX});
+        r.push_back({-0x1.fffffep-1f, CR, NX, 0, NO_CODE, RN});
+    }
+    r.insert(r.end(), own.begin(), own.end());
+    return r;
+}
+
+const std::vector<Row<double>> kAcos = arc_rows<double>({
+    {1.0, 0.0},                                     // exactly +0, no flag
+    {-1.0, CR, NX}, {0.0, CR, NX}, {-0.0, CR, NX},  // pi; pi/2 from two parts
+    {0x1p-1074, CR, NX},                            // pi/2, no underflow
+    {0x1.0000000000001p+0, NAN, INV, EDOM, code::acos_magnitude_above_1},
+    {-2.0, NAN, INV, EDOM, code::acos_magnitude_above_1},
+    {kInf, NAN, INV, EDOM, code::acos_magnitude_above_1},
+    {-kInf, NAN, INV, EDOM, code::acos_magnitude_above_1},
+});
+const std::vector<Row<double>> kAsin = arc_rows<double>({
+    {1.0, CR, NX}, {-1.0, CR, NX},  // pi/2 from two parts, rounded in the mode
+    {0.0, 0.0}, {-0.0, -0.0},
+    {0x1p-1074, CR, UN, 0, NO_CODE, RN}, {-0x1p-1074, CR, UN, 0, NO_CODE, RN},
+    {0x1p-1022, CR, NX, 0, NO_CODE, RN},  // a normal result: no underflow
+    {0x1p-1000, CR, NX, 0, NO_CODE, RN}, {0x1p-255, CR, NX, 0, NO_CODE, RN},
+    {-0x1.0000000000001p+0, NAN, INV, EDOM, code::asin_magnitude_above_1},
+    {-kInf, NAN, INV, EDOM, code::asin_magnitude_above_1},
+});
+const std::vector<Row<double>> kAtan = {
+    {NAN, NAN}, {kS, NAN, INV}, {0.0, 0.0}, {-0.0, -0.0},
+    {0x1p-1074, CR, UN, 0, NO_CODE, RN}, {0x1p-1022, CR, NX, 0, NO_CODE, RN}, {0x1p-967, CR, NX, 0, NO_CODE, RN},
+    {1.0, CR, NX}, {-1.0, CR, NX, 0, NO_CODE, RN},  // through the grid: c at 1's midpoint, z != 0
+    {kInf, CR, NX}, {-kInf, CR, NX}, {0x1.fffffffffffffp+1023, CR, NX},
+    // The ends of both grids, of the reciprocal region and of the tiny ones.
+    {0x1p-5, CR, NX}, {0x1.fffffffffffffp-6, CR, NX}, {0x1p-6, CR, NX}, {0x1.fffffffffffffp-7, CR, NX},
+    {32.0, CR, NX}, {0x1.fffffffffffffp+4, CR, NX}, {64.0, CR, NX}, {-0x1.fffffffffffffp+5, CR, NX, 0, NO_CODE, RN},
+    {0x1p-28, CR, NX, 0, NO_CODE, RN}, {0x1p-64, CR, NX, 0, NO_CODE, RN},
+    {0x1p56, CR, NX, 0, NO_CODE, RN}, {0x1p63, CR, NX, 0, NO_CODE, RN},
+};
+
+// atan2 (y, x): every signed zero and infinity pair as C99 Annex F gives it, both zeros
+// reported; NaNs; subnormal operands (the FMA tiers hand them to the ex body); quotients beyond
+// either end of the range; the ends of the FMA tiers' exponent window.
+const std::vector<Row2<double>> kAtan2 = {
+    {{0.0, 0.0}, 0.0, NONE, EDOM, code::atan2_both_arguments_0},
+    {{-0.0, 0.0}, -0.0, NONE, EDOM, code::atan2_both_arguments_0},
+    {{0.0, -0.0}, kPi, NX, EDOM, code::atan2_both_arguments_0},
+    {{-0.0, -0.0}, -kPi, NX, EDOM, code::atan2_both_arguments_0},
+    {{0.0, 1.0}, 0.0}, {{-0.0, 1.0}, -0.0}, {{0.0, -1.0}, kPi, NX}, {{-0.0, -1.0}, -kPi, NX},
+    {{0.0, kInf}, 0.0}, {{-0.0, -kInf}, -kPi, NX},
+    {{1.0, 0.0}, kPio2, NX}, {{-1.0, -0.0}, -kPio2, NX},
+    {{kInf, 1.0}, kPio2, NX}, {{-kInf, -1.0}, -kPio2, NX}, {{kInf, 0.0}, kPio2, NX},
+    {{1.0, kInf}, 0.0}, {{-1.0, kInf}, -0.0}, {{1.0, -kInf}, kPi, NX}, {{-1.0, -kInf}, -kPi, NX},
+    {{kInf, kInf}, CR, NX}, {{kInf, -kInf}, CR, NX}, {{-kInf, kInf}, CR, NX}, {{-kInf, -kInf}, CR, NX},
+    {{NAN, 1.0}, NAN}, {{1.0, NAN}, NAN}, {{0.0, NAN}, NAN}, {{kS, 1.0}, NAN, INV}, {{1.0, kS}, NAN, INV},
+    {{0x1p-1074, 0x1.8p-1073}, CR, NX, 0, NO_CODE, RN},
+    {{-0x1.4p-1072, -0x1.fffffffffffffp-1023}, CR, NX, 0, NO_CODE, RN},
+    {{0x1p-1074, 1.0}, CR, UN, 0, NO_CODE, RN}, {{0x1p-1074, 2.0}, CR, UN, 0, NO_CODE, RN},
+    {{0x1p-1074, -1.0}, CR, NX, 0, NO_CODE, RN}, {{-0x1p-1074, -1.0}, CR, NX, 0, NO_CODE, RN},
+    {{0x1p-1022, 0x1.fffffffffffffp+1023}, CR, UN, 0, NO_CODE, RN},  // the quotient rounds to 0
+    {{0x1p-767, 0x1p+257}, CR, UN, 0, NO_CODE, RN},                  // a subnormal quotient
+    {{0x1.fffffffffffffp+1023, 0x1p-1074}, CR, NX}, {{0x1.fffffffffffffp+1023, -0x1p-1074}, CR, NX},
+    {{0x1p+53, 1.0}, CR, NX}, {{1.0, 0x1p+53}, CR, NX},
+    {{0x1p+123, 0x1p-124}, CR, NX}, {{0x1p-124, 0x1p+123}, CR, NX, 0, NO_CODE, RN},
+    {{1.0, 1.0}, CR, NX}, {{-1.0, -1.0}, CR, NX, 0, NO_CODE, RN}, {{3.0, -4.0}, CR, NX, 0, NO_CODE, RN},
+};
+
+const std::vector<Row<float>> kAcosf = arc_rows<float>({
+    {1.0f, 0.0f}, {-1.0f, CR, NX}, {0.0f, CR, NX}, {-0.0f, CR, NX},
+    {0x1.000002p+0f, NAN, INV, EDOM, code::acosf_magnitude_above_1},
+    {-fInf, NAN, INV, EDOM, code::acosf_magnitude_above_1},
+});
+const std::vector<Row<float>> kAsinf = arc_rows<float>({
+    {1.0f, CR, NX}, {-1.0f, CR, NX}, {0.0f, 0.0f}, {-0.0f, -0.0f},
+    {0x1p-149f, CR, UN, 0, NO_CODE, RN}, {-0x1p-149f, CR, UN, 0, NO_CODE, RN}, {0x1p-126f, CR, NX, 0, NO_CODE, RN},
+    {-0x1.000002p+0f, NAN, INV, EDOM, code::asinf_magnitude_above_1},
+    {fInf, NAN, INV, EDOM, code::asinf_magnitude_above_1},
+});
+const std::vector<Row<float>> kAtanf = {
+    {NAN, NAN}, {fS, NAN, INV}, {0.0f, 0.0f}, {-0.0f, -0.0f},
+    {0x1p-149f, CR, UN, 0, NO_CODE, RN}, {0x1p-126f, CR, NX, 0, NO_CODE, RN},  // rounds to 2^-126: not tiny after rounding
+    {fInf, CR, NX}, {-fInf, CR, NX}, {1.0f, CR, NX}, {0x1p-30f, CR, NX, 0, NO_CODE, RN},
+    {0x1.fffffep-31f, CR, NX, 0, NO_CODE, RN}, {0x1p-5f, CR, NX}, {32.0f, CR, NX}, {0x1.fffffep+127f, CR, NX},
+};
+const std::vector<Row2<float>> kAtan2f = {
+    {{0.0f, 0.0f}, 0.0f, NONE, EDOM, code::atan2f_both_arguments_0},
+    {{-0.0f, 0.0f}, -0.0f, NONE, EDOM, code::atan2f_both_arguments_0},
+    {{0.0f, -0.0f}, fPi, NX, EDOM, code::atan2f_both_arguments_0},
+    {{-0.0f, -0.0f}, -fPi, NX, EDOM, code::atan2f_both_arguments_0},
+    {{0.0f, -1.0f}, fPi, NX}, {{1.0f, 0.0f}, fPio2, NX}, {{-fInf, 1.0f}, -fPio2, NX},
+    {{1.0f, fInf}, 0.0f}, {{-1.0f, -fInf}, -fPi, NX},
+    {{fInf, -fInf}, CR, NX}, {{-fInf, fInf}, CR, NX},
+    {{NAN, 1.0f}, NAN}, {{1.0f, fS}, NAN, INV},
+    {{0x1p-149f, 1.0f}, CR, UN, 0, NO_CODE, RN}, {{0x1p-149f, 0x1p+23f}, CR, UN, 0, NO_CODE, RN},
+    {{0x1p-149f, -1.0f}, CR, NX}, {{0x1.fffffep+127f, 0x1p-149f}, CR, NX},
+    {{0x1.fffffep+127f, -0x1p-149f}, CR, NX}, {{0x1p-126f, 0x1.fffffep+127f}, CR, UN, 0, NO_CODE, RN},
+    {{1.0f, 1.0f}, CR, NX}, {{0x1.000002p+0f, -1.0f}, CR, NX, 0, NO_CODE, RN},
+};
+
+// ---- accuracy -------------------------------------------------------------------------------
+// acos, asin: uniform over [-1, 1], 1 - |x| log-uniform down to an ulp of 1 (the upper regime
+// and its end), log-uniform magnitudes from 2^-40, and bands around the regime ends.
+template <class T> void arc_regions(Spec<T> &s) {
+    constexpr bool d = sizeof(T) == 8;
+    s.regions = {{40000, {T(-1), T(1), Dist::uniform}},
+                 {20000, {T(d ? 0x1p-40 : 0x1p-30), T(0.75), Dist::log_uniform, true}},
+                 {8000, {T(0x1.f8p-10), T(0x1.04p-9), Dist::uniform}},
+                 {8000, {T(0.69), T(0.73), Dist::uniform}},
+                 {4000, {T(0.49), T(0.51), Dist::uniform}}};
+    s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
+        auto e = log_uniform<T>(T(d ? 0x1p-53 : 0x1p-24), T(0.3), n, seed, true);
+        for (T v : e) out.push_back(v < 0 ? T(-1) - v : T(1) - v);
+    };
+    s.gen_n = 30000;
+    s.bound[0] = d ? 0.55 : 0.51;
+    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
+}
+Spec<double> acos_spec() {
+    Spec<double> s{func("acos", mpfr_acos, tsr_tiers_acos, tsr_portable_tiers_acos).entry(::acos), {}};
+    arc_regions(s);
+    return s;
+}
+Spec<double> asin_spec() {
+    Spec<double> s{func("asin", mpfr_asin, tsr_tiers_asin, tsr_portable_tiers_asin).entry(::asin), {}};
+    arc_regions(s);
+    return s;
+}
+Spec<float> acosf_spec() {
+    Spec<float> s{func("acosf", mpfr_acos, tsr_tiers_acosf).entry(::acosf), {}};
+    arc_regions(s);
+    return s;
+}
+Spec<float> asinf_spec() {
+    Spec<float> s{func("asinf", mpfr_asin, tsr_tiers_asinf).entry(::asinf), {}};
+    arc_regions(s);
+    return s;
+}
+
+// atan: log-uniform over the whole range, uniform on [-4, 4], and bands around the grid ends.
+template <class T> void atan_regions(Spec<T> &s) {
+    constexpr bool d = sizeof(T) == 8;
+    s.regions = {{50000, {T(d ? 0x1p-70 : 0x1p-40), T(d ? 0x1p600 : 0x1p100), Dist::log_uniform, true}},
+                 {30000, {T(-4), T(4), Dist::uniform}},
+                 {6000, {T(0x1.f8p-7), T(0x1.08p-5), Dist::uniform}},
+                 {6000, {T(31), T(65), Dist::uniform}},
+                 {6000, {T(0x1p-30), T(0x1p-26), Dist::log_uniform, true}},
+                 {6000, {T(0x1p50), T(0x1p64), Dist::log_uniform, true}}};
+    s.bound[0] = d ? 0.55 : 0.51;
+    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
+}
+Spec<double> atan_spec() {
+    Spec<double> s{func("atan", mpfr_atan, tsr_tiers_atan, tsr_portable_tiers_atan).entry(::atan), {}};
+    atan_regions(s);
+    return s;
+}
+Spec<float> atanf_spec() {
+    Spec<float> s{func("atanf", mpfr_atan, tsr_tiers_atanf, tsr_portable_tiers_atanf).entry(::atanf), {}};
+    atan_regions(s);
+    return s;
+}
+
+// atan2: both operands log-uniform over the whole range with every sign; then ratios from
+// 2^-32 to 2^32 around moderate magnitudes, a fifth of them next to the diagonal.
+template <class T> void atan2_regions(Spec<T> &s) {
+    constexpr bool d = sizeof(T) == 8;
+    T lo = d ? T(0x1p-1074) : T(0x1p-149), hi = d ? T(0x1p1023) : T(0x1p127);
+    s.regions = {{50000, {lo, hi, Dist::log_uniform, true}, {lo, hi, Dist::log_uniform, true}}};
+    s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
+        std::mt19937_64 g(seed);
+        auto m = log_uniform<T>(T(0x1p-20), T(0x1p20), n, seed, true);
+        auto r = log_uniform<T>(T(0x1p-12), T(0x1p12), n, seed + 1, true);
+        for (size_t i = 0; i < n; ++i) {
+            T x = g() % 3 ? m[i] : -m[i];
+            T y = i % 5 ? x * r[i] : x * (1 + r[i] * T(d ? 0x1p-40 : 0x1p-20));
+            out.push_back(y);
+            out.push_back(x);
+        }
+    };
+    s.gen_n = 50000;
+    s.bound[0] = d ? 0.55 : 0.51;
+    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
+}
+Spec<double> atan2_spec() {
+    auto f = func("atan2", mpfr_atan2, tsr_tiers_atan2, tsr_portable_tiers_atan2).entry(::atan2);
+    f.add("bwr", tsr::Tier::ex, __bwr_atan2);  // a true division in place of the estimate
+    Spec<double> s{f, {}};
+    atan2_regions(s);
+    return s;
+}
+Spec<float> atan2f_spec() {
+    Spec<float> s{func("atan2f", mpfr_atan2, tsr_tiers_atan2f, tsr_portable_tiers_atan2f).entry(::atan2f), {}};
+    atan2_regions(s);
+    return s;
+}
+
+}  // namespace
+
+TEST(InvtrigSpecial, Rows) {
+    check_rows(acos_spec().f, kAcos);
+    check_rows(asin_spec().f, kAsin);
+    check_rows(atan_spec().f, kAtan);
+    check_rows(atan2_spec().f, kAtan2);
+    check_rows(acosf_spec().f, kAcosf);
+    check_rows(asinf_spec().f, kAsinf);
+    check_rows(atanf_spec().f, kAtanf);
+    check_rows(atan2f_spec().f, kAtan2f);
+}
+
+// The reproducible forms: __bwr_acos and __bwr_asin are the ex bodies, the copies give the ex
+// bodies' bits; __bwr_atan2 (its own steps) is measured with atan2's variants.
+TEST(InvtrigSpecial, Reproducible) {
+    for (double x : uniform<double>(-1.0, 1.0, 2000, 5)) {
+        EXPECT_EQ(bits_of(__bwr_acos(x)), bits_of(__libm_acos_ex(x))) << x;
+        EXPECT_EQ(bits_of(__bwr_asin(x)), bits_of(__libm_asin_ex(x))) << x;
+        EXPECT_EQ(bits_of(__bwr_atan(x * 40)), bits_of(__libm_atan_ex(x * 40))) << x;
+        float f = float(x);
+        EXPECT_EQ(bits_of(__bwr_acosf(f)), bits_of(__libm_acosf_ex(f))) << x;
+        EXPECT_EQ(bits_of(__bwr_asinf(f)), bits_of(__libm_asinf_ex(f))) << x;
+        EXPECT_EQ(bits_of(__bwr_atanf(f * 40)), bits_of(__libm_atanf_ex(f * 40))) << x;
+        EXPECT_EQ(bits_of(__bwr_atan2f(f, 0.75f)), bits_of(__libm_atan2f_ex(f, 0.75f))) << x;
+    }
+}
+
+TEST(InvtrigAccuracy, Acos) { sweep(acos_spec()); }
+TEST(InvtrigAccuracy, Asin) { sweep(asin_spec()); }
+TEST(InvtrigAccuracy, Atan) { sweep(atan_spec()); }
+TEST(InvtrigAccuracy, Atan2) { sweep(atan2_spec()); }
+TEST(InvtrigAccuracy, Acosf) { sweep(acosf_spec()); }
+TEST(InvtrigAccuracy, Asinf) { sweep(asinf_spec()); }
+TEST(InvtrigAccuracy, Atanf) { sweep(atanf_spec()); }
+TEST(InvtrigAccuracy, Atan2f) { sweep(atan2f_spec()); }
+
+// The Long run: every float of the one-argument functions; atan2f and the double functions on
+// 10 million inputs.
+TEST(InvtrigLong, Floats) {
+    every_float(acosf_spec(), 0, 0x3f800000u);
+    every_float(acosf_spec(), 0x80000000u, 0xbf800000u);
+    every_float(asinf_spec(), 0, 0x3f800000u);
+    every_float(asinf_spec(), 0x80000000u, 0xbf800000u);
+    every_float(atanf_spec());
+    auto s = atan2f_spec();
+    s.scale = 100;
+    sweep(s);
+}
+TEST(InvtrigLong, Doubles) {
+    for (auto s : {acos_spec(), asin_spec(), atan_spec(), atan2_spec()}) {
+        s.scale = 100;
+        sweep(s);
+    }
+}

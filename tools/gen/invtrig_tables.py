@@ -1,0 +1,220 @@
+#!/usr/bin/env python3
+"""Generates elementary/invtrig_data.cpp: the tables and polynomials of the inverse
+trigonometric functions.
+
+Every value is computed at 200 bits with mpmath and rounded to double once (a low part is the
+rest of the value after its rounded head, rounded again).  The polynomials carried over as
+fixed words are measured here against the function they stand for; the per-row polynomials of
+the arcsine are fitted here.  Run: python3 tools/gen/invtrig_tables.py [--out DIR]
+"""
+from mpmath import mp, mpf
+
+import tsrgen as g
+
+mp.prec = 200
+SCRIPT = "invtrig_tables.py"
+
+
+def d(x):
+    return g.hexfloat(x, g.BINARY64)
+
+
+def f(x):
+    return g.hexfloat(x, g.BINARY32)
+
+
+def split(v):
+    hi = g.to_format(v, g.BINARY64)
+    return hi, g.to_format(v - hi, g.BINARY64)
+
+
+def word(b):
+    return g.from_bits(b, g.BINARY64)
+
+
+# ---- atan grids -------------------------------------------------------------------------
+def atan16_c(i):
+    """Row i of the 4-bit grid: top 16 bits 0x3f9f + i, then the midpoint bit 47."""
+    return word(((0x3F9F + i) << 48) | (1 << 47))
+
+
+def atan32_c(i):
+    """Row i of the 5-bit grid: the top 17 bits (0x7f20 + i) << 47, then the midpoint bit 46."""
+    return word(((0x7F20 + i) << 47) | (1 << 46))
+
+
+def pair_rows(values):
+    rows = []
+    for v in values:
+        hi, lo = split(v)
+        rows.append("{%s, %s}" % (d(hi), d(lo)))
+    return rows
+
+
+# ---- the arcsine rows on j/64 ---------------------------------------------------------------
+ARC_HALF = mpf(1) / 128 * mpf("1.08")  # |t| reach: half a step and the row estimate's margin
+
+
+def arc_g(j):
+    if j == 0:
+        return mpf(1)
+    s0 = mpf(j) / 64
+    return mp.asin(s0) / s0
+
+
+def arc_fit(j):
+    """G(t), degree 7, with s (g + t G(t)) = asin(s), s = j/64 + t: interpolation at the
+    Chebyshev nodes of [-h, h] (near minimax), then the measured error of G times h s/asin s,
+    what the rounded coefficients leave in asin(s) relative."""
+    s0, gv = mpf(j) / 64, arc_g(j)
+
+    def G(t):
+        s = s0 + t
+        if j == 0:
+            return (mp.asin(t) - t) / (t * t)
+        return (mp.asin(s) - s * gv) / (s * t)
+
+    n = 8
+    nodes = [ARC_HALF * mp.cos(mp.pi * (2 * k + 1) / (2 * n)) for k in range(n)]
+    A = mp.matrix([[x ** k for k in range(n)] for x in nodes])
+    c = mp.lu_solve(A, mp.matrix([G(x) for x in nodes]))
+    # Row 0 is odd in t: its even coefficients are zero but for the solver's noise.
+    c = [mpf(0) if j == 0 and k % 2 == 0 else g.to_format(c[k], g.BINARY64) for k in range(n)]
+    worst = mpf(0)
+    lo = -ARC_HALF if j else mpf(2) ** -30
+    for i in range(241):
+        t = lo + (ARC_HALF - lo) * i / 240
+        if t == 0:
+            continue
+        s = s0 + t
+        p = mp.polyval(c[::-1], t)
+        worst = max(worst, abs((G(t) - p) * s * t / mp.asin(s)))
+    return c, worst
+
+
+# ---- fixed polynomials, measured ------------------------------------------------------------
+def measure(words, fn, a, b, relative=True):
+    return g.evaluate(words, fn, a, b, relative=relative)
+
+
+def atan_rest(z):
+    """(atan z - z)/z^3, the odd rest after the linear term, in v = z^2 through z."""
+    return (mp.atan(z) - z) / z ** 3 if z else mpf(-1) / 3
+
+
+def main():
+    out = [
+        g.header(SCRIPT),
+        "// Tables of the inverse trigonometric functions: atan and asin of grid points in two",
+        "// parts, and the polynomials of the arcsine rows.",
+        '#include "elementary/invtrig_data.h"',
+        "",
+        "namespace tsr::invtrig {",
+        "",
+    ]
+    # Printed rows this generator must reproduce.
+    r0 = split(mp.atan(atan32_c(0)))
+    assert g.to_bits(r0[0], g.BINARY64) == 0x3F903FA69E0A67D7
+    h1 = split(arc_g(1))
+    assert g.to_bits(h1[0], g.BINARY64) == 0x3FF0002AABDDE94C
+    # The tail printed beside that head, 0x3c7130cd2840f0d5, agrees with asin(1/64)*64 to
+    # 2^-83 only; the row here is the correctly rounded tail.
+    assert abs(h1[0] + word(0x3C7130CD2840F0D5) - arc_g(1)) < mpf(2) ** -82
+
+    out += g.c_array("const HiLo atan16[161]", pair_rows(mp.atan(atan16_c(i)) for i in range(161)), 2,
+                     "atan(c), c = top 16 bits (sign, exponent, 4 mantissa bits) 0x3f9f + i with bit 47 set:\n"
+                     "the grid of 2^-5 <= |x| < 32 in rows 1..160.")
+    out += [""]
+    out += g.c_array("const HiLo atan32[385]", pair_rows(mp.atan(atan32_c(i)) for i in range(385)), 2,
+                     "atan(c), c = top 17 bits (0x7f20 + i) << 47 with bit 46 set: the grid of\n"
+                     "2^-6 <= |x| < 2^6 with 5 mantissa bits and the midpoint.")
+    out += [""]
+    out += g.c_array("const HiLo atan32_pi[385]",
+                     pair_rows(mp.atan(atan32_c(i)) - mp.pi for i in range(385)), 2,
+                     "atan(c) - pi on the same grid: x < 0 in atan2, where the signs turn it into pi - atan(c).")
+    out += [""]
+    heads, polys, errs = [], [], []
+    for j in range(46):
+        hi, lo = split(arc_g(j))
+        heads.append("{%s, %s}" % (d(hi), d(lo)))
+        c, e = arc_fit(j)
+        errs.append(e)
+        polys.append("{" + ", ".join(d(v) for v in c) + "}")
+    worst = max(errs)
+    out += g.c_array("const HiLo arc_head46[46]", heads, 2,
+                     "g = asin(j/64)/(j/64) in two parts (g = 1 in row 0).")
+    out += [""]
+    out += g.c_array("const double arc_poly46[46][8]", polys, 1,
+                     "G0..G7 of row j: s (g + t G(t)) = asin(s) at s = j/64 + t, |t| <= 1.08/128;\n"
+                     "interval [-0x1.14p-7, 0x1.14p-7], degree 7, max error of the term s t G(t)\n"
+                     "relative to asin(s) 2^%.2f (worst row), measured by tools/gen/%s."
+                     % (float(mp.log(worst, 2)), SCRIPT))
+    out += [""]
+
+    # atan, tiers ex/e7: z v (a v + b)((c + v) v + e), |z| <= 2^-5.9 after the 4-bit grid.
+    fa = lambda z: mp.atan(z)
+    a16, b16, c16, e16w = 0x3FBC638F779524C9, 0xBFC4BEB38C93153F, 0x3FC62D29E534FA10, 0x4000742DA8A97A2D
+    A, B, C, E = (word(w) for w in (a16, b16, c16, e16w))
+    # expanded: z^3 (A v + B)(v^2 + C v + E) = z^3 (B E + (A E + B C) v + (A C + B) v^2 + A v^3)
+    ex_words = [0, 1, 0, B * E, 0, A * E + B * C, 0, A * C + B, 0, A]
+    ex_err = g.measure([mpf(x) for x in ex_words], fa, mpf(2) ** -40, mpf(2) ** -5)
+    out += ["// atan, 4-bit grid (tiers ex, e7): atan(z) = z + z v (A v + B)((C + v) v + E), v = z^2;",
+            "// interval [2^-40, 2^-5], degree 9, max relative error 2^%.2f (tools/gen/%s)."
+            % (float(mp.log(ex_err[0], 2)), SCRIPT),
+            "const double atan16_poly[4] = {%s, %s, %s, %s};" % tuple(d(v) for v in (A, B, C, E)), ""]
+    # atan, tiers l9, z0, d1: z + z v ((P2 v + P1) v + P0), |z| <= 2^-7 on the 5-bit grid.
+    P = [word(w) for w in (0xBFD55555555538E7, 0x3FC9999987D442D7, 0xBFC2475D97497F9D)]
+    l9_err = g.measure([0, 1, 0, P[0], 0, P[1], 0, P[2]], fa, mpf(2) ** -40, mpf(2) ** -6.9)
+    tiny = word(0xBC4C6E2483BF3F66)
+    small_err = g.measure([0, 1 + tiny, 0, P[0], 0, P[1], 0, P[2]], fa, mpf(2) ** -28, mpf(2) ** -6)
+    out += ["// atan, 5-bit grid (tiers l9, z0, d1): atan(z) = z + z v ((P2 v + P1) v + P0), v = z^2;",
+            "// interval [2^-40, 2^-6.9], degree 7, max relative error 2^%.2f; with x (1 + D) for the"
+            % float(mp.log(l9_err[0], 2)),
+            "// linear term on [2^-28, 2^-6] (no grid), max relative error 2^%.2f (tools/gen/%s)."
+            % (float(mp.log(small_err[0], 2)), SCRIPT),
+            "const double atan32_poly[3] = {%s, %s, %s};" % tuple(d(v) for v in P),
+            "const double atan32_tiny = %s;  // D" % d(tiny), ""]
+    # acos, asin below 2^-9: asin x = x + x^3 (c1 + c2 x^2).
+    sm = [word(w) for w in (0x3FC55555555450F9, 0x3FB3333CD7C9F23A)]
+    sm_err = g.measure([0, 1, 0, sm[0], 0, sm[1]], lambda t: mp.asin(t), mpf(2) ** -28, mpf(2) ** -9)
+    out += ["// acos, asin below the rows: asin x = x + x^3 (c1 + c2 x^2); interval [2^-28, 2^-9], degree 5,",
+            "// max relative error 2^%.2f (tools/gen/%s)." % (float(mp.log(sm_err[0], 2)), SCRIPT),
+            "const double asin_small[2] = {%s, %s};" % (d(sm[0]), d(sm[1])), ""]
+    # asinf/acosf: S(t) = t (v A(v) + w B(v)), w = t^2, v = w^2, |t| <= 1/2.
+    Aw = [word(w) for w in (0x3FB333334FA3BC7B, 0x3F9F20D05290AC8C, 0x3F93D64DB5DC5888, 0x3F9E3BE5A6220783)]
+    Bw = [word(w) for w in (0x3FC55555554DFEA4, 0x3FA6DB5B9E7BE0CC, 0x3F96A6F2ECC3FECB, 0x3F758206A9336E0B)]
+    coeffs = [0, 1]
+    for k in range(4):
+        coeffs += [0, Bw[k], 0, Aw[k]]
+    s_err = g.measure(coeffs, lambda t: mp.asin(t), mpf(2) ** -30, mpf(1) / 2)
+    out += ["// asinf, acosf: asin(t) = t + t (v A(v) + w B(v)), w = t^2, v = w^2, A and B of degree 3",
+            "// (A0..A3, B0..B3); interval [2^-30, 0.5], degree 17, max relative error 2^%.2f"
+            % float(mp.log(s_err[0], 2)),
+            "// (tools/gen/%s)." % SCRIPT,
+            "const double asinf_poly_a[4] = {%s, %s, %s, %s};" % tuple(d(v) for v in Aw),
+            "const double asinf_poly_b[4] = {%s, %s, %s, %s};" % tuple(d(v) for v in Bw), ""]
+    # atanf, atan2f in double: atan(z) = z + z^3 (Q0 + Q1 z^2), |z| <= 2^-5 (the grid and below it).
+    q = g.remez(lambda z: mp.atan(z), mpf(2) ** -30, mpf(2) ** -5, 5, relative=True,
+                fixed={1: 1}, parity="odd")
+    out += ["// atanf, atan2f (double arithmetic on the grids above): atan(z) = z + z^3 (Q0 + Q1 z^2);",
+            "// " + q.comment(SCRIPT, "atan"),
+            "const double atanf_poly[2] = {%s, %s};" % (d(q.coeffs[3]), d(q.coeffs[5])), ""]
+    # The atan2 kernel in double-double: atan(z) = z + z^3 (K0 + K1 v + ... + K6 v^6), |z| <= 2^-6.9.
+    K = [mpf(-1) / 3] + [word(w) for w in (0x3FC99999999991BB, 0xBFC2492492382A27, 0x3FBC71C6F9B157D3,
+                                            0xBFB745BE69CCA475, 0x3FB3AB7C1048AFD1, 0xBFB029BD34239994)]
+    kc = [0, 1]
+    for k in K:
+        kc += [0, k]
+    k_err = g.measure(kc, fa, mpf(2) ** -40, mpf(2) ** -5)
+    out += ["// The atan2 kernel's series: atan(z) = z + z^3 (K0 + K1 v + ... + K6 v^6), v = z^2, K0 = -1/3",
+            "// taken in two parts; interval [2^-40, 2^-5], degree 15, max relative error 2^%.2f"
+            % float(mp.log(k_err[0], 2)),
+            "// (tools/gen/%s)." % SCRIPT,
+            "const double k64_third[2] = {%s, %s};  // -1/3 in two parts" % (d(split(K[0])[0]), d(split(K[0])[1])),
+            "const double k64_poly[6] = {%s};" % ", ".join(d(v) for v in K[1:]), ""]
+    out += ["}  // namespace tsr::invtrig"]
+    g.write_outputs({"elementary/invtrig_data.cpp": "\n".join(out) + "\n"})
+
+
+if __name__ == "__main__":
+    main()
