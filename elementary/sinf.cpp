@@ -122,6 +122,11 @@ inline FmaF sinf_fma_core(double u) {
     return o;
 }
 
+// x - x^3 with the sign of x put back, so that -0 stays -0.
+inline float tiny_sinf(float x) {
+    return f32(bits(__builtin_fmaf(-x * x, x, x)) | (bits(x) & 0x80000000u));
+}
+
 template <int what>  // 0 sine, 1 cosine
 inline float sinf_fma_one(double u) {
     FmaF o = sinf_fma_core(u);
@@ -144,7 +149,7 @@ inline float sinf_fma(float x) {
     if (b - 0x38800001u >= 0x4a800000u - 0x38800001u) {
         if (b <= 0x38800000) {
             if (what) return __builtin_fmaf(-x, x, 2.0f) * 0.5f;
-            return __builtin_fmaf(-x * x, x, x);
+            return tiny_sinf(x);
         }
         return what ? __libm_cosf_e7_local(x) : __libm_sinf_e7_local(x);
     }
@@ -158,7 +163,7 @@ inline void sincosf_fma(float x, float *sp, float *cp) {
     uint32_t b = bits(x) & 0x7fffffff;
     if (b - 0x38800001u >= 0x4a800000u - 0x38800001u) {
         if (b <= 0x38800000) {
-            *sp = __builtin_fmaf(-x * x, x, x);
+            *sp = tiny_sinf(x);
             *cp = __builtin_fmaf(-x, x, 2.0f) * 0.5f;
             return;
         }
