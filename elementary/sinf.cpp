@@ -1,0 +1,207 @@
+// sinf, cosf, sincosf and __libm_sse2_sincosf, in double arithmetic.
+//
+// Tiers ex, e7: the remainder f in units of t = pi/128, k = round(128x/pi), and 65 rows at
+// m·t (m = |k| folded into -64..64 by the half period): sin(m·t + f·t) =
+// S·(t^2/2)·(2/t^2 - f^2) + C·(t^3/6)·f·(6/t^2 - f^2), the degree-2 cosine and degree-3 sine
+// series written monic in f, so that the rows carry the scales and the constants are two.
+// Huge arguments (|x| >= 2^21) take the octant reduction of the double functions.
+// Tiers l9, z0, d1: k = round(64x/pi) by a shifter in one fused multiply-add, 64 rows of half a
+// period, fitted degree-2 series; |x| < 2^22, the rest to e7.
+#include "elementary/trig_common.h"
+#if TSR_TIER_Z0 || TSR_TIER_D1
+#include "tsr/avx512.h"
+#endif
+
+using namespace tsr;
+using namespace tsr::trig;
+
+namespace {
+
+#if TSR_TIER_EX || TSR_TIER_E7
+// t^2/12 and t^2/20, t = pi/128.
+constexpr double kT2o12 = D(0x3f0a51a6625307d3) * 0.5, kT2o20 = D(0x3f0a51a6625307d3) * 0.3;
+
+struct Fold {
+    double f;  // remainder in units of pi/128
+    int k;
+};
+
+inline Fold fold128(float x) {
+    double u = x;
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b > 0x49ffffff) {
+        Reduced h = reduce_huge<3>(u);
+        double q = h.y * D(0x40445f306dc9c883);
+        int k = int(q + (q < 0 ? -0.5 : 0.5));
+        return {(q - double(k)) + h.t * D(0x40445f306dc9c883), k + 32 * h.n};
+    }
+    // k = round(q) by a signed half and truncation, the same in every rounding mode: a k one
+    // off would leave |f| up to 1 and the short series too inaccurate.
+    double q = u * D(0x40445f306e000000);
+    int k = int(q + (q < 0 ? -0.5 : 0.5));
+    return {(q - double(k)) + u * D(0xbe5b1bbead603d8b), k};
+}
+
+// sin (cosine = false) or cos of (k + f)·pi/128.
+template <bool cosine>
+inline double sinf_core(Fold d) {
+    int m = ((d.k + 64) & 127) - 64;                  // k = 128·p + m
+    double neg_p = ((d.k + 64) & 128) ? -1.0 : 1.0;  // (-1)^p: the half periods
+    double sm = m < 0 ? -1.0 : 1.0;
+    int am = m < 0 ? -m : m;
+    double f = d.f, f2 = f * f;
+    const double *row = cosine ? cosf_rows65[am] : sinf_rows65[am];
+    double s1 = neg_p * (cosine ? 1.0 : sm), s2 = neg_p * (cosine ? sm : 1.0);
+    // The fourth-degree term of the cosine, f^4·t^2/12 beside 2/t^2 - f^2, and the fifth of
+    // the sine, f^4·t^2/20 beside 6/t^2 - f^2: without them the series leave 2^-30 of the
+    // result, too much for a float result within 0.51 ulp.
+    double f4 = f2 * f2;
+    return s1 * row[1] * ((D(0x40a9f02f6222c720) - f2) + f4 * kT2o12) +
+           s2 * row[0] * f * ((D(0x40c37423899a1558) - f2) + f4 * kT2o20);
+}
+
+template <bool cosine>
+inline float sinf_e7(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x39800000u > 0x49ffffffu - 0x39800000u) {
+        if (b < 0x39800000) {
+            if (cosine) return b == 0 ? 1.0f : 1.0f - 0x1p-31f;
+            return float(double(x) * D(0x3fefffffff800000));
+        }
+        if (b >= 0x7f800000) return x - x;
+    }
+    return float(sinf_core<cosine>(fold128(x)));
+}
+
+inline void sincosf_e7(float x, float *sp, float *cp) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x39800000u > 0x49ffffffu - 0x39800000u) {
+        if (b < 0x39800000) {
+            *sp = float(double(x) * D(0x3fefffffff800000));
+            *cp = b == 0 ? 1.0f : 1.0f - 0x1p-31f;
+            return;
+        }
+        if (b >= 0x7f800000) {
+            *sp = x - x;
+            *cp = x - x;
+            return;
+        }
+    }
+    Fold d = fold128(x);
+    *sp = float(sinf_core<false>(d));
+    *cp = float(sinf_core<true>(d));
+}
+#endif
+
+#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
+struct FmaF {
+    double s, c;  // the sine and cosine, before the sign of the half period
+    uint64_t sign;
+};
+
+inline FmaF sinf_fma_core(double u) {
+#if TSR_TIER_Z0
+    double S = avx512::fma_rn(D(0x3fd45f306dc9c883), u, D(0x42d8000000000000));
+#else
+    double S = __builtin_fma(D(0x3fd45f306dc9c883), u, D(0x42d8000000000000));
+#endif
+    double kf = S + D(0xc2d8000000000000);
+    double r0 = __builtin_fma(kf, D(0xc00921fb54442d18), u);
+    double r = __builtin_fma(kf, D(0xbca1a62633145c07), r0);
+    uint64_t k = bits(S);
+    const double *row = trigf_rows64[k & 63];
+    double w = r0 * r0;
+    // cos r and sin(r)/r to the fourth degree (Taylor): the fitted second-degree pair leaves
+    // 2^-33 of cos r, which the table's value can magnify near the zeros of the result.
+    double A = __builtin_fma(__builtin_fma(1.0 / 24, w, -0.5), w, 1.0);
+    double B = __builtin_fma(__builtin_fma(1.0 / 120, w, -1.0 / 6), w, 1.0);
+    FmaF o;
+    o.s = __builtin_fma(B * row[1], r, A * row[0]);
+    o.c = __builtin_fma(-r, B * row[0], A * row[1]);
+    o.sign = (k >> 6) << 63;
+    return o;
+}
+
+// x - x^3 with the sign of x put back, so that -0 stays -0.
+inline float tiny_sinf(float x) {
+    return f32(bits(__builtin_fmaf(-x * x, x, x)) | (bits(x) & 0x80000000u));
+}
+
+template <int what>  // 0 sine, 1 cosine
+inline float sinf_fma_one(double u) {
+    FmaF o = sinf_fma_core(u);
+    return float(f64(bits(what ? o.c : o.s) ^ o.sign));
+}
+
+#if !TSR_TIER_Z0
+template <int what>
+__attribute__((noinline, cold)) float sinf_fma_directed(float x) {
+    RnGuard g;
+    FmaF o = sinf_fma_core(double(opaque(x)));
+    double v = g.finish(f64(bits(what ? o.c : o.s) ^ o.sign));
+    return float(v);
+}
+#endif
+
+template <int what>
+inline float sinf_fma(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x38800001u >= 0x4a800000u - 0x38800001u) {
+        if (b <= 0x38800000) {
+            if (what) return __builtin_fmaf(-x, x, 2.0f) * 0.5f;
+            return tiny_sinf(x);
+        }
+        return what ? __libm_cosf_e7_local(x) : __libm_sinf_e7_local(x);
+    }
+#if !TSR_TIER_Z0
+    if (!rn_probe()) return sinf_fma_directed<what>(x);
+#endif
+    return sinf_fma_one<what>(double(x));
+}
+
+inline void sincosf_fma(float x, float *sp, float *cp) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x38800001u >= 0x4a800000u - 0x38800001u) {
+        if (b <= 0x38800000) {
+            *sp = tiny_sinf(x);
+            *cp = __builtin_fmaf(-x, x, 2.0f) * 0.5f;
+            return;
+        }
+        __libm_sincosf_e7_local(x, sp, cp);
+        return;
+    }
+#if !TSR_TIER_Z0
+    if (!rn_probe()) {
+        *sp = sinf_fma_directed<0>(x);
+        *cp = sinf_fma_directed<1>(x);
+        return;
+    }
+#endif
+    FmaF o = sinf_fma_core(double(x));
+    *sp = float(f64(bits(o.s) ^ o.sign));
+    *cp = float(f64(bits(o.c) ^ o.sign));
+}
+#endif
+
+}  // namespace
+
+#if TSR_TIER_EX || TSR_TIER_E7
+TSR_BODY(float, sinf, (float x)) { return sinf_e7<false>(x); }
+TSR_BODY(float, cosf, (float x)) { return sinf_e7<true>(x); }
+TSR_BODY(void, sincosf, (float x, float *sp, float *cp)) { sincosf_e7(x, sp, cp); }
+#if TSR_TIER_EX
+TSR_DEFINE(float, __bwr_sinf, (float x)) { return sinf_e7<false>(x); }
+TSR_DEFINE(float, __bwr_cosf, (float x)) { return sinf_e7<true>(x); }
+TSR_DEFINE(void, __bwr_sincosf, (float x, float *sp, float *cp)) { sincosf_e7(x, sp, cp); }
+#endif
+#if TSR_TIER_E7
+TSR_BODY(void, __libm_sse2_sincosf, (float x, float *sp, float *cp)) { sincosf_e7(x, sp, cp); }
+#endif
+#else
+TSR_BODY(float, sinf, (float x)) { return sinf_fma<0>(x); }
+TSR_BODY(float, cosf, (float x)) { return sinf_fma<1>(x); }
+TSR_BODY(void, sincosf, (float x, float *sp, float *cp)) { sincosf_fma(x, sp, cp); }
+#if TSR_TIER_L9
+TSR_BODY(void, __libm_sse2_sincosf, (float x, float *sp, float *cp)) { sincosf_fma(x, sp, cp); }
+#endif
+#endif

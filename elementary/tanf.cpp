@@ -1,0 +1,112 @@
+// tanf, in double arithmetic.
+//
+// Tiers ex, e7: t = x - a·pi/2 (a the nearest multiple) and r = x - k·pi/32 in two parts each;
+// 32 rows of the degree-7 expansion of tan around k·pi/32, in the rows within 7·pi/32 of
+// pi/2 of tan(x) + 1/t, the pole term -1/t added by one division.  Huge arguments
+// (|x| >= 2^16): ex takes tan in double, e7 the quadrant reduction.
+// Tiers l9, z0, d1: k = round(32|x|/pi) by a shifter, 32 fitted rows: tan(t) = t·R(r) in the
+// rows within pi/4 of 0 (mod pi), -R(r)/t (t the distance from pi/2) in the others; |x| < 2^22.
+#include "elementary/trig_common.h"
+#if TSR_TIER_Z0 || TSR_TIER_D1
+#include "tsr/avx512.h"
+#endif
+
+using namespace tsr;
+using namespace tsr::trig;
+
+namespace {
+
+#if TSR_TIER_EX || TSR_TIER_E7
+// tan at u + tail with a16 = 16·round(2u/pi), kr = round(32u/pi), row j.
+inline double tanf_rows(double u, double tail, double a16, double kr, int j) {
+    double t = (u - a16 * D(0x3fb921fb54440000)) - a16 * D(0x3d468c234c4c6629) + tail;
+    double r = (u - kr * D(0x3fb921fb54480000)) + kr * D(0x3d8e973dcb3b399d) + tail;
+    const double *d = tanf_rows32[j & 31];
+    double r2 = r * r, r4 = r2 * r2;
+    double D_ = d[0] + d[1] * r + r2 * (d[2] + d[3] * r) + r4 * ((d[4] + d[5] * r) + r2 * (d[6] + d[7] * r));
+    if (d[8] == 0) return D_;
+    return D_ - 1.0 / t;
+}
+
+template <bool bwr = false>
+inline float tanf_e7(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    double u = x;
+    if (b - 0x00800000u >= 0x47800000u - 0x00800000u) {
+        if (b < 0x00800000) return float(u * D(0x3ff0000000400000));
+        if (b >= 0x7f800000) return x - x;
+#if TSR_TIER_EX
+        if (bwr) return float(__bwr_tan_local(u));
+        return float(__libm_tan_ex_local(u));
+#else
+        Reduced h = reduce_huge<2>(u);
+        double v = h.y * D(0x40245f306dc9c883), hv = v < 0 ? -0.5 : 0.5;
+        int k = int(v + hv), a = int(v * 0.0625 + hv);
+        return float(tanf_rows(h.y, h.t, 16.0 * a, double(k), k + 16 * h.n));
+#endif
+    }
+    // k = round(32x/pi) and a16 = 16·round(2x/pi) from one product, rounded by a signed half
+    // and truncation: the same in every rounding mode.
+    float m = x * f32(0x4122f983);
+    float h = m < 0 ? -0.5f : 0.5f;
+    int k = int(m + h), a = int(m * 0.0625f + h);
+    return float(tanf_rows(u, 0.0, 16.0 * a, double(k), k));
+}
+#endif
+
+#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
+inline double tanf_fma_core(double a) {
+#if TSR_TIER_Z0
+    double S = avx512::fma_rn(D(0x3fd45f306dc9c883), a, D(0x42e8000000000000));
+#else
+    double S = __builtin_fma(D(0x3fd45f306dc9c883), a, D(0x42e8000000000000));
+#endif
+    double kf = S + D(0xc2e8000000000000);
+    uint64_t k = bits(S);
+    double r = __builtin_fma(kf, D(0xbca1a62633145c07), __builtin_fma(kf, D(0xc00921fb54442d18), a));
+    const double *b = tanf_rows32f[k & 31];  // b5, b4, b3, b2, b1, b0, a
+    double r2 = r * r;
+    double Q = __builtin_fma(b[0], r, b[1]);
+    double M = __builtin_fma(b[2], r, b[3]);
+    double N = __builtin_fma(b[4], r, b[5]);
+    M = __builtin_fma(r2, Q, M);
+    double R = __builtin_fma(M, r2, N);
+    double w = r + b[6];
+    if ((((k >> 3) + 1) & 2) == 0) return R * w;
+    return R * (1.0 / w);
+}
+
+#if !TSR_TIER_Z0
+__attribute__((noinline, cold)) float tanf_fma_directed(double a, uint64_t sign) {
+    RnGuard g;
+    double v = g.finish(tanf_fma_core(opaque(a)));
+    return float(f64(bits(v) ^ sign));
+}
+#endif
+
+inline float tanf_fma(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x38800000u >= 0x4a800000u - 0x38800000u) {
+        if (b < 0x38800000) return float(double(x) + double(x) * (double(x) * double(x)));
+        return __libm_tanf_e7_local(x);
+    }
+    double u = x;
+    uint64_t sign = bits(u) & 0x8000000000000000ull;
+    double a = f64(bits(u) ^ sign);
+#if !TSR_TIER_Z0
+    if (!rn_probe()) return tanf_fma_directed(a, sign);
+#endif
+    return float(f64(bits(tanf_fma_core(a)) ^ sign));
+}
+#endif
+
+}  // namespace
+
+#if TSR_TIER_EX || TSR_TIER_E7
+TSR_BODY(float, tanf, (float x)) { return tanf_e7(x); }
+#if TSR_TIER_EX
+TSR_DEFINE(float, __bwr_tanf, (float x)) { return tanf_e7<true>(x); }
+#endif
+#else
+TSR_BODY(float, tanf, (float x)) { return tanf_fma(x); }
+#endif
