@@ -1,0 +1,121 @@
+// sinh and sinhf.
+//
+// Double, tiers ex and e7: one reduction of |x| gives e^|x| and e^-|x| as scaled table rows
+// times (head, correction); the heads are exact products, so sinh = ½(e^|x| - e^-|x|) takes
+// the difference of the heads first and the cancellation costs nothing.  Past 22.87 the
+// downward side is below half an ulp and is left out; at the overflow threshold the result
+// is reported.  Small arguments take an odd polynomial.
+// Tier l9: the same split with fused multiply-adds on 0.359375 <= |x| < 640, tables of
+// 2^(+-j/128) as (hi, lo) pairs, degree-5 polynomials for e^r - 1 and 1 - e^-r; the rest of
+// the line goes to tier e7.
+//
+// Single, tiers ex and e7: the single-precision reduction with N = 64 in double, rounded
+// once.  Tier l9: N = 32 with fused multiply-adds on 0.359375 <= |x| <= 89.4159.
+#include "elementary/hyp_common.h"
+
+using namespace tsr;
+using namespace tsr::hyp;
+
+namespace {
+
+#if TSR_TIER_EX || TSR_TIER_E7
+// |x| = 710.4758600739439 (hi word 0x408633ce, low word 0x8fb9f87e) is the first double
+// whose sinh rounds past the largest finite value.
+inline bool sinh_overflows(uint32_t hx, uint32_t lx) {
+    return hx > 0x408633ce || (hx == 0x408633ce && lx >= 0x8fb9f87e);
+}
+
+inline double sinh_body(double x) {
+    uint32_t hx = hi(x) & 0x7fffffff;
+    if (hx > 0x4036dfb4) {  // |x| > 22.87
+        if (hx > 0x7fefffff) return x + x;
+        if (sinh_overflows(hx, lo(x)))
+            return report(x, with_sign(D(0x7e70000000000000), x) * D(0x7e70000000000000),
+                          code::sinh_overflow);
+        RnGuardInexact g;
+        double a = opaque(__builtin_fabs(x));
+        Half h = one_sided(reduce(a));
+        double sh = g.finish(with_sign(h.h, x)), sl = g.finish(with_sign(h.l, x));
+        return (sh + sl) * 0x1p512;
+    }
+    if (hx > 0x3f947ae0) {  // |x| > 0.02: both sides
+        RnGuardInexact g;
+        double a = opaque(__builtin_fabs(x));
+        Sides s = sides(reduce(a));
+        double Dd = s.P - s.Q;
+        double c = ((s.P - Dd) - s.Q) + (s.p - s.q);
+        double dh = g.finish(with_sign(Dd, x)), dl = g.finish(c);
+        return dh + (hi(x) >> 31 ? -dl : dl);
+    }
+    if (hx > 0x3c5fffff) {  // 2^-57 <= |x| <= 0.02: x + x^3/6 + ... + x^9/9!
+        double z = x * x, w = z * z;
+        return ((D(0x3ec71e39b9ff12f0) * w + D(0x3f811111111111c1)) * w +
+                (D(0x3f2a01a01940cd88) * w + D(0x3fc5555555555555)) * z) * x + x;
+    }
+    if (hx >= 0x100000) return x * (1.0 + x);  // x, inexact, rounded the right way up
+    if ((bits(x) << 1) == 0) return x;
+    return x + with_sign(D(0x0170000000000000), x) * D(0x0170000000000000);  // underflow, inexact
+}
+
+// Single precision in double.  0x42b2d4fd (89.41599) is the first float whose sinh rounds
+// past the largest float.
+inline float sinhf_body(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    double xd = x, a = __builtin_fabs(xd);
+    if (b >= 0x3f000000) {  // |x| >= 1/2
+        if (b >= 0x7f800000) return x + x;
+        if (b >= 0x42b2d4fd)
+            return report(x, with_sign(F(0x71800000), x) * F(0x71800000), code::sinhf_overflow);
+        RedF o = reduce_f(a);
+        double y;
+        if (b >= 0x42000000) {  // |x| >= 32: ½e^|x|
+            y = (o.ep * o.tp) * pow2(o.n - 1);
+        } else {
+            y = (o.ep * o.tp) * pow2(o.n - 1) - (o.em * o.tm) * pow2(-o.n - 1);
+        }
+        return float(with_sign(y, xd));
+    }
+    if (b >= 0x3d800000) {  // 1/16 <= |x| < 1/2
+        double z = xd * xd, w = z * z;
+        return float(((D(0x3ec749d84bc96d7d) * w + D(0x3f811111326ed15a)) * w +
+                      (D(0x3f2a0168d09557cf) * w + D(0x3fc55555552ed1e2)) * z) * xd + xd);
+    }
+    if (b >= 0x32000000) {  // 2^-27 <= |x| < 1/16
+        double z = xd * xd;
+        return float((D(0x3f8111c71fc8e65a) * z + D(0x3fc555554fa4d5d9)) * z * xd + xd);
+    }
+    if (b >= 0x800000) {
+        force(1.0f + opaque(x));  // inexact
+        return x;
+    }
+    if (b == 0) return x;
+    return x + with_sign(F(0x0d800000), x) * F(0x0d800000);  // underflow, inexact
+}
+#endif
+
+}  // namespace
+
+#if TSR_TIER_EX || TSR_TIER_E7
+TSR_BODY(double, sinh, (double x)) { return sinh_body(x); }
+TSR_BODY(float, sinhf, (float x)) { return sinhf_body(x); }
+#endif
+
+#if TSR_TIER_L9
+
+TSR_BODY(double, sinh, (double x)) {
+    uint32_t hx = hi(x) & 0x7fffffff;
+    if (__builtin_expect(hx - 0x3fd70000u > 0x4083ffffu - 0x3fd70000u, 0)) return __libm_sinh_e7_local(x);
+    Fma o = fma_core(__builtin_fabs(x));
+    double Dh = o.Ah - o.Bh, Dl = o.Al - o.Bl;
+    double e = ((o.Ah - Dh) - o.Bh) + Dl, e2 = (o.Al - Dl) - o.Bl;
+    double y = Dh + (__builtin_fma(o.Ah, o.Pp, e) + __builtin_fma(o.Bh, o.Pm, e2));
+    return with_sign(y, x);
+}
+
+
+TSR_BODY(float, sinhf, (float x)) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (__builtin_expect(b - 0x3eb80000u > 0x42b2d4fbu - 0x3eb80000u, 0)) return __libm_sinhf_e7_local(x);
+    return with_sign(float(sinhcoshf_fma(double(f32(b)), false)), x);
+}
+#endif
