@@ -1,7 +1,8 @@
 // cosh and coshf: the scheme of sinh (see sinh.cpp) with the sum of the two sides.
 //
-// Double, tiers ex and e7: both sides from 0.01 up, the upward side alone past 22.87, an even
-// polynomial below 0.01 and 1 + |x| below 2^-57.  Tier l9: the fused form of sinh on
+// Double, tier ex: both sides from 0.01 up, the upward side alone past 22.87, an even
+// polynomial below 0.01 and 1 + |x| below 2^-57.  Tier e7: the pair scheme from 0.125 up,
+// an even series below.  Tier l9: the fused form of sinh on
 // 0.359375 <= |x| < 640, the rest to tier e7.  Single: as sinhf.
 #include "elementary/hyp_common.h"
 
@@ -10,7 +11,7 @@ using namespace tsr::hyp;
 
 namespace {
 
-#if TSR_TIER_EX || TSR_TIER_E7
+#if TSR_TIER_EX
 inline double cosh_body(double x) {
     uint32_t hx = hi(x) & 0x7fffffff;
     if (hx > 0x4036dfb4) {  // |x| > 22.87
@@ -43,6 +44,28 @@ inline double cosh_body(double x) {
     return __builtin_fabs(x) + 1.0;  // 1, inexact unless x = 0
 }
 
+#endif
+
+#if TSR_TIER_E7
+inline double cosh_e7(double x) {
+    uint32_t t = (hi(x) >> 16) & 0x7fff;
+    double a = __builtin_fabs(x);
+    int k;
+    if (t - 0x3fc0u < 0x4078u - 0x3fc0u) {
+        double r = e7_reduce(a, k);
+        return e7_cosh_sum(e7_core(r, k, 0, true));
+    }
+    if (t < 0x3fc0) return t >= 0x3e50 ? e7_cosh_small(x, false) : e7_cosh_tiny(x);
+    if (t >= 0x7ff0) return x * x;
+    uint32_t hx = hi(x) & 0x7fffffff;
+    if (hx > 0x408633ce || (hx == 0x408633ce && lo(x) >= 0x8fb9f87e))
+        return report(x, opaque(D(0x7e70000000000000)) * D(0x7e70000000000000), code::cosh_overflow);
+    double r = e7_reduce(a, k);
+    return e7_one_sided(r, k, 0);
+}
+#endif
+
+#if TSR_TIER_EX
 inline float coshf_body(float x) {
     uint32_t b = bits(x) & 0x7fffffff;
     double xd = x, a = __builtin_fabs(xd);
@@ -73,9 +96,28 @@ inline float coshf_body(float x) {
 
 }  // namespace
 
-#if TSR_TIER_EX || TSR_TIER_E7
+#if TSR_TIER_EX
 TSR_BODY(double, cosh, (double x)) { return cosh_body(x); }
+#endif
+#if TSR_TIER_E7
+TSR_BODY(double, cosh, (double x)) { return cosh_e7(x); }
+#endif
+#if TSR_TIER_EX
 TSR_BODY(float, coshf, (float x)) { return coshf_body(x); }
+#endif
+#if TSR_TIER_E7
+TSR_BODY(float, coshf, (float x)) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if ((b & 0x7fff0000) - 0x3e000000u < 0x42400000u - 0x3e000000u) {
+        F7 o = f7_core(b, 0);
+        return float(f7_up(o) + f7_down(o));
+    }
+    if (b < 0x3e000000) return b >= 0x39000000 ? f7_cosh_small(x, D(0x3f56c16c20000000)) : f7_cosh_tiny(x);
+    if (b >= 0x7f800000) return x * x;
+    if (b >= 0x42b2d4fd) return report(x, opaque(F(0x71800000)) * F(0x71800000), code::coshf_overflow);
+    F7 o = f7_core(b, 0);
+    return float(o.A + o.A * (o.gA * o.hA));
+}
 #endif
 
 #if TSR_TIER_L9

@@ -7,6 +7,9 @@
 #include "tsr/report.h"
 #include "elementary/exp_data.h"
 #include "elementary/hyp_data.h"
+#if TSR_TIER_E7
+#include <emmintrin.h>
+#endif
 
 namespace tsr::hyp {
 // Internal linkage: compiled once per tier with that tier's instruction set.
@@ -109,6 +112,152 @@ inline RedF reduce_f(double a) {
     double tm = j == -32 ? 2.0 * expd::centred64[0] : expd::centred64[32 - j];
     return {E + O + 1.0, E + 1.0 - O, expd::centred64[j + 32], tm, (k - j) >> 6};
 }
+
+#if TSR_TIER_E7
+// ---- tier e7 -------------------------------------------------------------------------------
+// The pair (e^|x| side, e^-|x| side) in one pass: k = round(128|x|/ln 2) by the conversion,
+// r the residual in units of ln 2/128 (|x|·K with K = K1 + K2, K1 of 24 bits so that K1 times
+// the 26-bit head of |x| is exact), A = ±2^(n-1)·2^(j/128) and B = ±2^(-n-1)·2^(-j/128) as
+// (hi, lo) pairs, the sign of a sine riding in their exponent words.  With y = r·ln 2/128,
+// w(1 + q) is A times e^y - 1 (and ±B times e^-y - 1) through y^5: relative error 2^-62.
+struct E7 {
+    double Ah, Al, Bh, Bl, wA, qA, wB, qB;
+};
+// r for |x|, and k.
+inline double e7_reduce(double a, int &k) {
+    const double K1 = D(0x4067154760000000), K2 = D(0x3ec4ae0bf85ddf44), S = D(0x4338000000000000);
+    double xh = f64(bits(a) & ~((1ull << 27) - 1)), xl = a - xh;
+    double v = K1 * xh;  // exact
+    k = _mm_cvtsd_si32(_mm_set_sd(v));
+    double u = opaque(v + S) - S;  // k as a double
+    return (K2 * a + K1 * xl) + (v - u);
+}
+// e^y - 1 = y·(1 + q) with y = c1·r: q for +y and for -y.
+inline void e7_poly(double r, double &qA, double &qB) {
+    const double c2 = D(0x3f662e42fefa39ef), c3 = D(0x3ed47fd3ffac83b4), c4 = D(0x3e3c6b08d704a0c0),
+                 c5 = D(0x3d9f84457f907d8b);
+    double s = r * r;
+    double c4rs = c4 * r * s, c5s2 = c5 * s * s, c2r = c2 * r, c3s = c3 * s;
+    qA = (c4rs + c5s2) + (c2r + c3s);
+    qB = (-c4rs + c5s2) + (-c2r + c3s);
+}
+constexpr double kC1 = D(0x3f762e42fefa39ef);  // ln 2/128
+// The main band, n <= 554: word = top 16 bits of A (sign included).
+inline E7 e7_core(double r, int k, uint64_t sign16, bool cosh_side) {
+    uint32_t j = uint32_t(k) & 127;
+    uint64_t wa = ((uint32_t(k) >> 3) & 0xfff0) + 0x3fe0, wb = 0x7fc0 - wa;
+    double A = f64((wa | sign16) << 48), B = f64((wb | sign16) << 48);
+    E7 o;
+    o.Ah = A * up128[j].hi;
+    o.Al = A * up128[j].lo;
+    o.Bh = B * down128[j].hi;
+    o.Bl = B * down128[j].lo;
+    e7_poly(r, o.qA, o.qB);
+    double y = kC1 * r;
+    o.wA = y * o.Ah;
+    o.wB = cosh_side ? -y * o.Bh : y * o.Bh;
+    return o;
+}
+// A(1 + (e^y - 1)) -/+ B(1 + (e^-y - 1)), the heads combined first.
+inline double e7_sinh_sum(const E7 &o) {
+    double Dd = o.Ah - o.Bh, e = ((o.Ah - Dd) - o.Bh) + (o.Al - o.Bl);
+    return Dd + ((o.wB * (1.0 + o.qB) + e) + o.wA * (1.0 + o.qA));
+}
+inline double e7_cosh_sum(const E7 &o) {
+    double Dd = o.Ah + o.Bh, e = ((o.Ah - Dd) + o.Bh) + (o.Al + o.Bl);
+    return Dd + ((o.wB * (1.0 + o.qB) + e) + o.wA * (1.0 + o.qA));
+}
+// The upward side alone, 384 <= |x| below the overflow threshold: 2^(n-1) applied in two
+// normal factors, 2^(h-1) with the row and 2^(n-h) after.
+inline double e7_one_sided(double r, int k, uint64_t sign16) {
+    uint32_t j = uint32_t(k) & 127;
+    uint64_t W = (uint32_t(k) >> 3) & 0xfff0, h = ((W & 0x7ff0) >> 1) & 0xfff0;
+    double A = f64(((h + 0x3fe0) | sign16) << 48);
+    double Ah = A * up128[j].hi, Al = A * up128[j].lo;
+    double qA, qB;
+    e7_poly(r, qA, qB);
+    double wA = kC1 * r * Ah;
+    return (Ah + (wA + (qA * wA + Al))) * f64(((W - h) + 0x3ff0) << 48);
+}
+// The odd series for 2^-32 <= |x| < 0.359375: x + x^3/6 with x^3/6 as a head T (the 17-bit
+// head of x cubed, exact, times 1/6) and its rest, then the terms to x^13.
+inline double e7_sinh_small(double x) {
+    double z = x * x, xh = f64(bits(x) & ~((1ull << 36) - 1)), xl = x - xh;
+    const double g = D(0x3fc5555555555555);
+    double T = xh * xh * xh * g;
+    double e3 = ((3.0 * x * xh + xl * xl) * xl) * g;
+    double S = x + T;
+    double x3 = x * z, z2 = z * z, z4 = z2 * z2;
+    double p1 = (D(0x3de6124613a86d08) * z + D(0x3e5ae64567f544e1)) * x3 * z4;
+    double p2 = (D(0x3ec71de3a556c732) * z + D(0x3f2a01a01a01a019)) * x3 * z2;
+    double p3 = D(0x3f81111111111111) * z * x3;
+    return S + (((p1 + e3) + (p2 + p3)) + (T + (x - S)));
+}
+// The even series for |x| below 0.125 (cosh) or 0.359375 (the cosine of sinhcosh, `wide`).
+inline double e7_cosh_small(double x, bool wide) {
+    double z = x * x, z2 = z * z, z4 = z2 * z2;
+    double m0 = D(0x3e927e4fb7789f5c) * z + D(0x3efa01a01a01a019);
+    double m1 = D(0x3f56c16c16c16c16) * z + D(0x3fa5555555555555);
+    double s = m1 * z2 + m0 * z4;
+    if (wide) s = s + D(0x3e21f0bf6d6c1f38) * (z4 * z2);
+    return (s + 0.5 * z) + 1.0;
+}
+// Below the small bands: x rounded the right way (sinh), 1 with inexact (cosh).
+inline double e7_sinh_tiny(double x) {
+    if ((bits(x) & 0x7ff0000000000000ull) != 0) return (x * 0x1p64 + x) * 0x1p-64;
+    if ((bits(x) << 1) == 0) return x;
+    return x + with_sign(D(0x0170000000000000), x) * D(0x0170000000000000);  // underflow
+}
+inline double e7_cosh_tiny(double x) { return (bits(x) << 1) == 0 ? 1.0 : 1.0 + opaque(0x1p-60); }
+
+// Single precision, the pair scheme in double: the float's magnitude bits moved to bit 29 of
+// a double are |x|·2^-896 exactly, and K' = 32/ln 2·2^896 undoes the scale in the product.
+// k = 32n + j by the shifter, f the rest in units of ln 2/32; A = ±2^(n-1)·2^(j/32),
+// B = ±2^(-n-1)·2^(-j/32) from the rows of hyp_pair32; e^(+-f·ln 2/32) - 1 = g·h with h of
+// degree 2 (relative error 2^-35 on |f| <= 1/2).
+struct F7 {
+    double A, B, gA, hA, gB, hB;
+};
+inline F7 f7_core(uint32_t b, uint64_t sign16) {
+    const double Sh = D(0x4338000000000000);
+    double xp = f64(uint64_t(b) << 29);
+    double v = D(0x78471547652b82fe) * xp;
+    double s = v + Sh;
+    uint32_t k = uint32_t(bits(s));
+    double f = v - (s - Sh);
+    uint32_t j = k & 31;
+    uint64_t wa = ((k >> 1) & 0xfff0) + 0x3fe0, wb = 0x7fc0 - wa;
+    const double c = D(0x3f962e42fefa39ef), ch = D(0x3f862e42fefa39ef), c3 = D(0x3f147fd3ffac83b4);
+    double f2 = f * f;
+    F7 o;
+    o.A = f64((wa | sign16) << 48) * pair32[j].hi;
+    o.B = f64((wb | sign16) << 48) * pair32[j].lo;
+    o.gA = c * f;
+    o.gB = -c * f;
+    o.hA = (1.0 + ch * f) + c3 * f2;
+    o.hB = (1.0 - ch * f) + c3 * f2;
+    return o;
+}
+inline double f7_up(const F7 &o) { return o.A + o.gA * o.A * o.hA; }
+inline double f7_down(const F7 &o) { return o.B + o.gB * o.B * o.hB; }
+// The series below 0.359375 (sine) and 0.125 or 0.359375 (cosine), in double with the
+// float coefficients: x + x^3/6 + x^5/120 + x^7/5040 and 1 + x^2/2 + x^4/24 + c·x^6.
+inline float f7_sinh_small(float x) {
+    double xd = x, z = xd * xd;
+    return float(((D(0x3f2a01a020000000) * z + D(0x3f81111120000000)) * (z * z) + D(0x3fc5555560000000) * z) * xd + xd);
+}
+inline float f7_cosh_small(float x, double c6) {
+    double xd = x, z = xd * xd;
+    return float(((c6 * z + D(0x3fa5555560000000)) * (z * z) + 0.5 * z) + 1.0);
+}
+// Below: x rounded the right way, 1 with inexact.
+inline float f7_sinh_tiny(float x) {
+    if ((bits(x) & 0x7f800000u) != 0) return (x * 0x1p26f + x) * 0x1p-26f;
+    if ((bits(x) << 1) == 0) return x;
+    return x + with_sign(F(0x0d800000), x) * F(0x0d800000);  // underflow
+}
+inline float f7_cosh_tiny(float x) { return (bits(x) << 1) == 0 ? 1.0f : 1.0f + opaque(0x1p-30f); }
+#endif
 
 #if TSR_TIER_L9
 // ---- tier l9 -------------------------------------------------------------------------------

@@ -1,16 +1,19 @@
 // sinh and sinhf.
 //
-// Double, tiers ex and e7: one reduction of |x| gives e^|x| and e^-|x| as scaled table rows
+// Double, tier ex: one reduction of |x| gives e^|x| and e^-|x| as scaled table rows
 // times (head, correction); the heads are exact products, so sinh = ½(e^|x| - e^-|x|) takes
 // the difference of the heads first and the cancellation costs nothing.  Past 22.87 the
 // downward side is below half an ulp and is left out; at the overflow threshold the result
 // is reported.  Small arguments take an odd polynomial.
+// Tier e7: the pair scheme (hyp_common.h): k by the conversion instruction, rows of
+// 2^(+-j/128) as (hi, lo) pairs scaled by the sign and 2^(+-n-1), e^y - 1 by degree 5 on both
+// sides at once; the upward side alone from 384; an odd series with an exact head of x^3/6.
 // Tier l9: the same split with fused multiply-adds on 0.359375 <= |x| < 640, tables of
 // 2^(+-j/128) as (hi, lo) pairs, degree-5 polynomials for e^r - 1 and 1 - e^-r; the rest of
 // the line goes to tier e7.
 //
-// Single, tiers ex and e7: the single-precision reduction with N = 64 in double, rounded
-// once.  Tier l9: N = 32 with fused multiply-adds on 0.359375 <= |x| <= 89.4159.
+// Single, tier ex: the single-precision reduction with N = 64 in double, rounded once.
+// Tier e7: the pair scheme with N = 32 in double.  Tier l9: N = 32 with fused multiply-adds on 0.359375 <= |x| <= 89.4159.
 #include "elementary/hyp_common.h"
 
 using namespace tsr;
@@ -25,6 +28,9 @@ inline bool sinh_overflows(uint32_t hx, uint32_t lx) {
     return hx > 0x408633ce || (hx == 0x408633ce && lx >= 0x8fb9f87e);
 }
 
+#endif
+
+#if TSR_TIER_EX
 inline double sinh_body(double x) {
     uint32_t hx = hi(x) & 0x7fffffff;
     if (hx > 0x4036dfb4) {  // |x| > 22.87
@@ -57,6 +63,30 @@ inline double sinh_body(double x) {
     return x + with_sign(D(0x0170000000000000), x) * D(0x0170000000000000);  // underflow, inexact
 }
 
+#endif
+
+#if TSR_TIER_E7
+// The pair scheme of hyp_common.h: both sides on 0.359375 <= |x| < 384, the upward side
+// alone above, the odd series with a double-double cube below.
+inline double sinh_e7(double x) {
+    uint32_t t = (hi(x) >> 16) & 0x7fff;
+    uint64_t sg = (bits(x) >> 48) & 0x8000;
+    double a = __builtin_fabs(x);
+    int k;
+    if (t - 0x3fd7u < 0x4078u - 0x3fd7u) {
+        double r = e7_reduce(a, k);
+        return e7_sinh_sum(e7_core(r, k, sg, false));
+    }
+    if (t < 0x3fd7) return t >= 0x3df0 ? e7_sinh_small(x) : e7_sinh_tiny(x);
+    if (t >= 0x7ff0) return x * a;
+    if (sinh_overflows(hi(x) & 0x7fffffff, lo(x)))
+        return report(x, with_sign(D(0x7e70000000000000), x) * D(0x7e70000000000000), code::sinh_overflow);
+    double r = e7_reduce(a, k);
+    return e7_one_sided(r, k, sg);
+}
+#endif
+
+#if TSR_TIER_EX
 // Single precision in double.  0x42b2d4fd (89.41599) is the first float whose sinh rounds
 // past the largest float.
 inline float sinhf_body(float x) {
@@ -95,9 +125,31 @@ inline float sinhf_body(float x) {
 
 }  // namespace
 
-#if TSR_TIER_EX || TSR_TIER_E7
+#if TSR_TIER_EX
 TSR_BODY(double, sinh, (double x)) { return sinh_body(x); }
+#endif
+#if TSR_TIER_E7
+TSR_BODY(double, sinh, (double x)) { return sinh_e7(x); }
+#endif
+#if TSR_TIER_EX
 TSR_BODY(float, sinhf, (float x)) { return sinhf_body(x); }
+#endif
+#if TSR_TIER_E7
+// Single: the pair scheme in double on 0.359375 <= |x| < 96, the upward side alone from 48.
+TSR_BODY(float, sinhf, (float x)) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    uint64_t sg = (bits(x) >> 16) & 0x8000;
+    if ((b & 0x7fff0000) - 0x3eb80000u < 0x42400000u - 0x3eb80000u) {
+        F7 o = f7_core(b, sg);
+        return float(f7_up(o) - f7_down(o));
+    }
+    if (b < 0x3eb80000) return b >= 0x39000000 ? f7_sinh_small(x) : f7_sinh_tiny(x);
+    if (b >= 0x7f800000) return x * f32(b);
+    if (b >= 0x42b2d4fd)
+        return report(x, with_sign(F(0x71800000), x) * F(0x71800000), code::sinhf_overflow);
+    F7 o = f7_core(b, sg);
+    return float(o.A + o.A * (o.gA * o.hA));
+}
 #endif
 
 #if TSR_TIER_L9

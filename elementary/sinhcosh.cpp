@@ -1,6 +1,7 @@
 // sinhcosh and sinhcoshf: sinh and cosh in one pass, the reduction done once (see sinh.cpp).
-// The sine and the cosine share the two scaled sides; the one-sided value past 22.87 serves
-// both, the sine taking the sign of x.
+// The sine and the cosine share the two scaled sides; the one-sided value past 22.87 (384 in
+// tier e7, which runs the pair scheme of hyp_common.h) serves both, the sine taking the sign
+// of x.
 #include "elementary/hyp_common.h"
 
 using namespace tsr;
@@ -8,6 +9,7 @@ using namespace tsr::hyp;
 
 namespace {
 
+#if TSR_TIER_EX
 inline void sinhcosh_body(double x, double *sp, double *cp) {
     uint32_t hx = hi(x) & 0x7fffffff;
     if (hx > 0x4036dfb4) {  // |x| > 22.87
@@ -62,6 +64,98 @@ inline void sinhcosh_body(double x, double *sp, double *cp) {
     *cp = __builtin_fabs(x) + 1.0;
 }
 
+#endif
+
+#if TSR_TIER_E7
+// The pair scheme once: the sine's sign rides in the rows, the cosine clears it.
+inline void sinhcosh_e7(double x, double *sp, double *cp) {
+    uint32_t t = (hi(x) >> 16) & 0x7fff;
+    uint64_t sg = (bits(x) >> 48) & 0x8000;
+    double a = __builtin_fabs(x);
+    int k;
+    if (t - 0x3fd7u < 0x4078u - 0x3fd7u) {
+        double r = e7_reduce(a, k);
+        E7 o = e7_core(r, k, sg, false);
+        *sp = e7_sinh_sum(o);
+        o.wB = -o.wB;
+        *cp = __builtin_fabs(e7_cosh_sum(o));
+        return;
+    }
+    if (t < 0x3fd7) {
+        if (t >= 0x3df0) {
+            *sp = e7_sinh_small(x);
+            *cp = e7_cosh_small(x, true);
+        } else {
+            *sp = e7_sinh_tiny(x);
+            *cp = e7_cosh_tiny(x);
+        }
+        return;
+    }
+    if (t >= 0x7ff0) {
+        *sp = x * a;
+        *cp = a;
+        return;
+    }
+    uint32_t hx = hi(x) & 0x7fffffff;
+    if (hx > 0x408633ce || (hx == 0x408633ce && lo(x) >= 0x8fb9f87e)) {
+        double s = with_sign(D(0x7e70000000000000), x) * D(0x7e70000000000000);
+        *cp = f64(0x7ff0000000000000ull);
+        *sp = report(x, s, code::sinhcosh_overflow);
+        return;
+    }
+    double r = e7_reduce(a, k);
+    double T = e7_one_sided(r, k, sg);
+    *sp = T;
+    *cp = __builtin_fabs(T);
+}
+
+inline void sinhcoshf_e7(float x, float *sp, float *cp) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    uint64_t sg = (bits(x) >> 16) & 0x8000;
+    if ((b & 0x7fff0000) - 0x3eb80000u < 0x42400000u - 0x3eb80000u) {
+        F7 o = f7_core(b, sg);
+        double u = f7_up(o), v = f7_down(o);
+        *sp = float(u - v);
+        *cp = float(__builtin_fabs(u + v));
+        return;
+    }
+    if (b - 0x3e000000u < 0x3eb80000u - 0x3e000000u) {
+        // 1/8 <= |x| < 0.359375: the sine by its series, the cosine by the pair scheme as in
+        // coshf (the even series, fitted for float arithmetic, reaches 0.518 ulp here).
+        F7 o = f7_core(b, 0);
+        *sp = f7_sinh_small(x);
+        *cp = float(f7_up(o) + f7_down(o));
+        return;
+    }
+    if (b < 0x3e000000) {
+        if (b >= 0x39000000) {
+            *sp = f7_sinh_small(x);
+            *cp = f7_cosh_small(x, D(0x3f56c823c0000000));
+        } else {
+            *sp = f7_sinh_tiny(x);
+            *cp = f7_cosh_tiny(x);
+        }
+        return;
+    }
+    if (b >= 0x7f800000) {
+        *sp = x * f32(b);
+        *cp = f32(b);
+        return;
+    }
+    if (b >= 0x42b2d4fd) {
+        float s = with_sign(F(0x71800000), x) * F(0x71800000);
+        *cp = f32(0x7f800000u);
+        *sp = report(x, s, code::sinhcoshf_overflow);
+        return;
+    }
+    F7 o = f7_core(b, sg);
+    double T = o.A + o.A * (o.gA * o.hA);
+    *sp = float(T);
+    *cp = float(__builtin_fabs(T));
+}
+#endif
+
+#if TSR_TIER_EX
 inline void sinhcoshf_body(float x, float *sp, float *cp) {
     uint32_t b = bits(x) & 0x7fffffff;
     double xd = x, a = __builtin_fabs(xd);
@@ -114,7 +208,17 @@ inline void sinhcoshf_body(float x, float *sp, float *cp) {
     *cp = 1.0f + f32(b);
 }
 
+#endif
+
 }  // namespace
 
+#if TSR_TIER_EX
 TSR_BODY(void, sinhcosh, (double x, double *s, double *c)) { sinhcosh_body(x, s, c); }
+#else
+TSR_BODY(void, sinhcosh, (double x, double *s, double *c)) { sinhcosh_e7(x, s, c); }
+#endif
+#if TSR_TIER_EX
 TSR_BODY(void, sinhcoshf, (float x, float *s, float *c)) { sinhcoshf_body(x, s, c); }
+#else
+TSR_BODY(void, sinhcoshf, (float x, float *s, float *c)) { sinhcoshf_e7(x, s, c); }
+#endif

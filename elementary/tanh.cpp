@@ -1,24 +1,29 @@
 // tanh and tanhf.
 //
-// Double, tiers ex and e7: tanh|x| = (E - 1)/(E + 1) with E = e^(2|x|) from the reduction of
+// Double, tier ex: tanh|x| = (E - 1)/(E + 1) with E = e^(2|x|) from the reduction of
 // the hyperbolic family, as a double-double quotient on 0.02 < |x| <= 5.1; beyond, where
 // tanh is 1 - 2/(E + 1) and the quotient is a correction far below 1, E = 2^m·e^(2g) with a
 // rational approximation of e^(2g); past 19.0615 (the first double whose tanh rounds to 1)
 // ±1 with inexact; an odd polynomial below 0.02.
+// Tier e7: (1 - W)/(1 + W) with W = e^(-2|x|) from a table of 2^(-j/256), on 1/16 <= |x| < 32.
 // Tier l9: no division and no exponential: sixteen pieces of half a binade from 1/8, each a
 // degree-15 polynomial in the distance from its centre around tanh of the centre held as a
 // pair; the last piece is the constant 1 - 2^-55.
 //
-// Single, tiers ex and e7: in double, 1 - 2/(2^y + 1) from 1 up, polynomials below.  Tier l9:
+// Single, tier ex: in double, 1 - 2/(2^y + 1) from 1 up, polynomials below.  Tier e7: the
+// quotient (1 - W)/(1 + W) in double, W from a table of 2^(-j/32).  Tier l9:
 // 26 pieces of a quarter binade, each a polynomial of degree 7 in |x|, rounded once.
 #include "elementary/hyp_common.h"
+#if TSR_TIER_E7
+#include <emmintrin.h>
+#endif
 
 using namespace tsr;
 using namespace tsr::hyp;
 
 namespace {
 
-#if TSR_TIER_EX || TSR_TIER_E7
+#if TSR_TIER_EX
 inline double tanh_body(double x) {
     uint32_t hx = hi(x) & 0x7fffffff;
     double one = with_sign(1.0, x);
@@ -78,6 +83,63 @@ inline double tanh_body(double x) {
     return x - with_sign(D(0x0170000000000000), x) * D(0x0170000000000000);
 }
 
+#endif
+
+#if TSR_TIER_E7
+// tanh|x| = (1 - W)/(1 + W), W = e^(-2|x|) = 2^(-k/256)·e^y: k by the conversion instruction,
+// 2^(-j/256) as a (hi, lo) pair scaled by 2^-n in its exponent word, e^y - 1 = y + Q through
+// y^6 (|y| <= ln 2/512).  The quotient 2/(1 + W) - 1: 1 + W as a 17-bit head D2 and a tail t,
+// R' the reciprocal cut to 35 bits so that D2·R' and (D2 - 2)·R' are exact, one correction
+// step.  Main band 1/16 <= |x| < 32.
+inline double tanh_e7(double x) {
+    uint32_t t = (hi(x) >> 16) & 0x7fff;
+    // The quotient serves up to 19.0615474653985, where tanh crosses 1 - 2^-54 (see tier ex):
+    // beyond, ±1 and a tail below its last place give every mode its neighbour of the value.
+    if (t - 0x3fb0u < 0x4040u - 0x3fb0u && (hi(x) & 0x7fffffff) <= 0x40330fc1) {
+        double a = __builtin_fabs(x);
+        const double K1 = D(0x4087154760000000), K2 = D(0x3ee4ae0bf85ddf44), S = D(0x4338000000000000);
+        double xh = f64(bits(a) & ~((1ull << 27) - 1)), xl = a - xh;
+        double v = K1 * xh;
+        int k = _mm_cvtsd_si32(_mm_set_sd(v));
+        double r = (K2 * a + K1 * xl) + (v - (opaque(v + S) - S));
+        uint32_t j = uint32_t(k) & 255;
+        double sc = f64(uint64_t(0x3ff0 - ((uint32_t(k) >> 4) & 0xfff0)) << 48);
+        double Wh = sc * down256[j].hi, Wl = sc * down256[j].lo;
+        double y = D(0xbf662e42fefa39ef) * r, r2 = r * r;
+        double Q = (D(0xbcd5d87fe78a6731) * r + D(0x3d83b2ab6fba4e77)) * (r2 * r2) +
+                   (D(0xbe2c6b08d704a0bf) * r + D(0x3ecebfbdff82c58e)) * r2;
+        double D0 = ((Q + y) * Wh) + (1.0 + Wh);
+        double R = 1.0 / D0;
+        const uint64_t cut36 = ~((1ull << 36) - 1);
+        double D1 = f64(bits(1.0 + Wh) & cut36);
+        double tl = (((1.0 - D1) + Wh) + Wl) + Wl * y + Q * Wh;
+        double yW = y * Wh;
+        double D2 = f64(bits(D1 + yW) & cut36);
+        tl = tl + ((D1 - D2) + yW);
+        double Rc = f64(bits(R) & ~((1ull << 18) - 1));
+        double c = tl * Rc;
+        double e = (D2 * Rc - 1.0) + c;
+        double N = (D2 - 2.0) * Rc;
+        return with_sign(-(N + ((c - c * e) - N * e)), x);
+    }
+    if (t - 0x3bf0u < 0x3fb0u - 0x3bf0u) {  // 2^-64 <= |x| < 1/16: the odd series to x^13
+        double z = x * x, z4 = (z * z) * (z * z);
+        return x + x * (z4 * ((D(0x3f6d6d3d0e157ddf) * z + D(0xbf8226e355e6c23d)) * z + D(0x3f9664f4882c10fa)) +
+                        z * ((D(0xbfaba1ba1ba1ba1c) * z + D(0x3fc1111111111111)) * z + D(0xbfd5555555555555)));
+    }
+    double one = with_sign(1.0, x);
+    if (t < 0x3bf0) {  // x less a little, rounded by the caller's mode
+        if (t >= 0x10) return (x * 0x1p64 - x) * 0x1p-64;
+        if ((bits(x) << 1) == 0) return x;
+        return x - with_sign(D(0x0170000000000000), x) * D(0x0170000000000000);
+    }
+    if (t < 0x7ff0) return one - with_sign(0x1p-60, x);  // |x| > 19.06: ±1, inexact
+    if ((bits(x) << 1) == 0xffe0000000000000ull) return one;
+    return x + x;
+}
+#endif
+
+#if TSR_TIER_EX
 inline float tanhf_body(float x) {
     uint32_t b = bits(x) & 0x7fffffff;
     double xd = x, a = __builtin_fabs(xd);
@@ -118,9 +180,44 @@ inline float tanhf_body(float x) {
 
 }  // namespace
 
-#if TSR_TIER_EX || TSR_TIER_E7
+#if TSR_TIER_EX
 TSR_BODY(double, tanh, (double x)) { return tanh_body(x); }
+#endif
+#if TSR_TIER_E7
+TSR_BODY(double, tanh, (double x)) { return tanh_e7(x); }
+#endif
+#if TSR_TIER_EX
 TSR_BODY(float, tanhf, (float x)) { return tanhf_body(x); }
+#endif
+#if TSR_TIER_E7
+// Single: (1 - W)/(1 + W) in double with W = 2^(-k/32)·e^(-f·ln 2/32) on 1/16 <= |x| < 20.
+TSR_BODY(float, tanhf, (float x)) {
+    uint32_t b = bits(x) & 0x7fffffff, t = b >> 16;
+    if (t - 0x3d80u < 0x41a0u - 0x3d80u) {
+        const double S = D(0x4338000000000000);
+        double v = D(0x40571547652b82fe) * double(f32(b));
+        int k = _mm_cvtsd_si32(_mm_set_sd(v));
+        double f = v - (opaque(v + S) - S), f2 = f * f;
+        double W = f64(uint64_t(0x3ff0 - ((uint32_t(k) >> 1) & 0xfff0)) << 48) * down32[k & 31];
+        double Q = (D(0x3e43b2ab6fba4e77) * f2 + D(0xbebc6b08d704a0bf) * f) * f2 +
+                   (D(0x3f2ebfbdff82c58e) * f2 + D(0xbf962e42fefa39ef) * f);
+        double WQ = W * Q;
+        return float(with_sign(((1.0 - W) - WQ) / ((1.0 + W) + WQ), double(x)));
+    }
+    if (t - 0x3900u < 0x3d80u - 0x3900u) {  // 2^-13 <= |x| < 1/16: the odd series
+        double xd = x, z = xd * xd;
+        return float(xd + xd * ((z * z) * (D(0xbfaba1ba20000000) * z + D(0x3fc1111120000000)) +
+                                D(0xbfd5555560000000) * z));
+    }
+    if (t < 0x3900) {  // x less a little, rounded by the caller's mode
+        if (b >= 0x800000) return (x * 0x1p32f - x) * 0x1p-32f;
+        if (b == 0) return x;
+        return x - with_sign(F(0x0d800000), x) * F(0x0d800000);
+    }
+    if (b < 0x7f800000) return with_sign(1.0f, x) - with_sign(0x1p-30f, x);  // |x| >= 20: ±1, inexact
+    if (b == 0x7f800000) return with_sign(1.0f, x);
+    return x + x;
+}
 #endif
 
 #if TSR_TIER_L9
