@@ -295,9 +295,11 @@ inline Fma fma_core(double a) {
 
 // Single precision: x widened exactly, s = 32|x|/ln 2 + 1.5·2^52, r = |x| - k·ln 2/32 in one
 // fused step (the double's error is far below float's); A = 2^(n-1+j/32), B = 2^(-n-1-j/32)
-// by integer additions to the exponents of the halved table row; e^r and e^-r by degree 3
-// (fitted, 2^-34 relative on |r| <= ln 2/64).  Main band 0.359375 <= |x| <= 89.41598,
-// below the first float whose result overflows.
+// by integer additions to the exponents of the halved table row; e^r - 1 = -t0 and
+// 1 - e^-r = t1 by degree 3 (fitted, 2^-34 relative on |r| <= ln 2/64).  Main band
+// 0.359375 <= |x| <= 89.41598, below the first float whose result overflows.  The table's
+// side takes as long as the polynomial's, so each side's product is one fused step,
+// A - A·t0 and B - B·t1, and the sum or difference follows.
 inline double sinhcoshf_fma(double a, bool cosh) {
     const double S = D(0xc338000000000000);
     double s = __builtin_fma(D(0x40471547652b82fe), a, -S);
@@ -310,7 +312,7 @@ inline double sinhcoshf_fma(double a, bool cosh) {
     double q0 = __builtin_fma(D(0xbfc555567599b905), r, D(0xbfe000087b306aa8));
     double q1 = __builtin_fma(D(0x3fc555567599b905), r, D(0xbfe000087b306aa8));
     double t0 = __builtin_fma(q0, r2, -r), t1 = __builtin_fma(q1, r2, r);
-    double u = A * (1.0 - t0), v = B * (1.0 - t1);
+    double u = __builtin_fma(A, -t0, A), v = __builtin_fma(B, -t1, B);
     return cosh ? u + v : u - v;
 }
 #endif
