@@ -19,7 +19,7 @@ inline double cosh_body(double x) {
             if (hx > 0x7fefffff) return x * x;
             // 710.4758600739439 (low word 0x8fb9f87e) is the first whose cosh overflows.
             if (!(hx == 0x408633ce && lo(x) < 0x8fb9f87e))
-                return report(x, opaque(D(0x7e70000000000000)) * D(0x7e70000000000000),
+                return report(x, opaque(0x1p+1000) * 0x1p+1000,
                               code::cosh_overflow);
         }
         RnGuardInexact g;
@@ -39,7 +39,7 @@ inline double cosh_body(double x) {
     }
     if (hx > 0x3c5fffff) {  // 2^-57 <= |x| <= 0.01: 1 + x^2/2 + x^4/24 + x^6/720
         double z = x * x, w = z * z;
-        return ((D(0x3f56c1716a3d464e) * w + 0.5) * z + w * D(0x3fa555555554a6cf)) + 1.0;
+        return ((0x1.6c1716a3d464ep-10 * w + 0.5) * z + w * 0x1.555555554a6cfp-5) + 1.0;
     }
     return __builtin_fabs(x) + 1.0;  // 1, inexact unless x = 0
 }
@@ -59,7 +59,7 @@ inline double cosh_e7(double x) {
     if (t >= 0x7ff0) return x * x;
     uint32_t hx = hi(x) & 0x7fffffff;
     if (hx > 0x408633ce || (hx == 0x408633ce && lo(x) >= 0x8fb9f87e))
-        return report(x, opaque(D(0x7e70000000000000)) * D(0x7e70000000000000), code::cosh_overflow);
+        return report(x, opaque(0x1p+1000) * 0x1p+1000, code::cosh_overflow);
     double r = e7_reduce(a, k);
     return e7_one_sided(r, k, 0);
 }
@@ -72,7 +72,7 @@ inline float coshf_body(float x) {
     if (b >= 0x3f000000) {  // |x| >= 1/2
         if (b >= 0x7f800000) return x * x;
         if (b >= 0x42b2d4fd)
-            return report(x, opaque(F(0x71800000)) * F(0x71800000), code::coshf_overflow);
+            return report(x, opaque(0x1p+100f) * 0x1p+100f, code::coshf_overflow);
         RedF o = reduce_f(a);
         double y;
         if (b >= 0x42000000) {  // |x| >= 32: ½e^|x|
@@ -85,11 +85,11 @@ inline float coshf_body(float x) {
     double z = xd * xd;
     if (b >= 0x3d800000) {  // 1/16 <= |x| < 1/2
         double w = z * z;
-        return float((D(0x3efa3001dcf5905b) * w + D(0x3fa5555572601504)) * w +
-                     (D(0x3f56c1437543543e) * w + D(0x3fdfffffffe2f097)) * z + 1.0);
+        return float((0x1.a3001dcf5905bp-16 * w + 0x1.5555572601504p-5) * w +
+                     (0x1.6c1437543543ep-10 * w + 0x1.fffffffe2f097p-2) * z + 1.0);
     }
     if (b >= 0x32000000)  // 2^-27 <= |x| < 1/16
-        return float((D(0x3fa556666e6d0908) * z + D(0x3fdffffff3327c54)) * z + 1.0);
+        return float((0x1.556666e6d0908p-5 * z + 0x1.ffffff3327c54p-2) * z + 1.0);
     return 1.0f + f32(b);  // 1, inexact unless x = 0
 }
 #endif
@@ -112,9 +112,9 @@ TSR_BODY(float, coshf, (float x)) {
         F7 o = f7_core(b, 0);
         return float(f7_up(o) + f7_down(o));
     }
-    if (b < 0x3e000000) return b >= 0x39000000 ? f7_cosh_small(x, D(0x3f56c16c20000000)) : f7_cosh_tiny(x);
+    if (b < 0x3e000000) return b >= 0x39000000 ? f7_cosh_small(x, 0x1.6c16c2p-10) : f7_cosh_tiny(x);
     if (b >= 0x7f800000) return x * x;
-    if (b >= 0x42b2d4fd) return report(x, opaque(F(0x71800000)) * F(0x71800000), code::coshf_overflow);
+    if (b >= 0x42b2d4fd) return report(x, opaque(0x1p+100f) * 0x1p+100f, code::coshf_overflow);
     F7 o = f7_core(b, 0);
     return float(o.A + o.A * (o.gA * o.hA));
 }

@@ -15,9 +15,6 @@ namespace tsr::hyp {
 // Internal linkage: compiled once per tier with that tier's instruction set.
 namespace {
 
-constexpr double D(uint64_t b) { return std::bit_cast<double>(b); }
-constexpr float F(uint32_t b) { return std::bit_cast<float>(b); }
-
 // v times the sign of s, by its sign bit (for a positive v: |v| with the sign of s).
 inline double with_sign(double v, double s) { return f64(bits(v) ^ (bits(s) & 0x8000000000000000ull)); }
 inline float with_sign(float v, float s) { return f32(bits(v) ^ (bits(s) & 0x80000000u)); }
@@ -41,10 +38,10 @@ struct Red {
 };
 
 inline Red reduce(double a) {
-    const double K = D(0x40671547652b82fe), S = 0x1p52;  // 128/ln 2, the shifter
-    const double L1 = D(0xbf762e4200000000), L2 = D(0x3e2fdf473de6af28);
-    const double a2 = D(0x3fc5555555555405), a3 = D(0x3fa555555555541d),
-                 a4 = D(0x3f8111116887cd7c), a5 = D(0x3f56c16c87372663);
+    const double K = 0x1.71547652b82fep+7, S = 0x1p52;  // 128/ln 2, the shifter
+    const double L1 = -0x1.62e42p-8, L2 = 0x1.fdf473de6af28p-29;
+    const double a2 = 0x1.5555555555405p-3, a3 = 0x1.555555555541dp-5,
+                 a4 = 0x1.111116887cd7cp-7, a5 = 0x1.6c16c87372663p-10;
     Red o;
     double s = opaque(K * a + S);
     double kf = s - S;
@@ -53,8 +50,8 @@ inline Red reduce(double a) {
     o.n = (k - o.j) >> 7;
     double v = L1 * kf + a, w = kf * L2;
     double rh = v - w, rl = (v - rh) - w, r = rh + rl, z = r * r;
-    o.Hp = opaque(rh + D(0x41f0000000100000)) + D(0xc1f0000000000000);  // 1 + rh, grid 2^-20
-    o.Hm = opaque(D(0xc1efffffffe00000) - rh) + D(0x41f0000000000000);  // 1 - rh, grid 2^-21
+    o.Hp = opaque(rh + 0x1.00000001p+32) + -0x1p+32;  // 1 + rh, grid 2^-20
+    o.Hm = opaque(-0x1.fffffffep+31 - rh) + 0x1p+32;  // 1 - rh, grid 2^-21
     double O = (a4 * z + a2) * z * r, E = ((a5 * z + a3) * z + 0.5) * z;
     o.u = ((rh - (o.Hp - 1.0)) + rl) + O + E;
     o.v = (-rl - ((o.Hm - 1.0) + rh)) - O + E;
@@ -100,14 +97,14 @@ struct RedF {
     int n;
 };
 inline RedF reduce_f(double a) {
-    double s = double(float(D(0x40571547652b82fe) * a + 12582912.0));  // 64/ln 2, 1.5·2^23
+    double s = double(float(0x1.71547652b82fep+6 * a + 12582912.0));  // 64/ln 2, 1.5·2^23
     double kf = s - 12582912.0;
-    double r = D(0xbf862e42fefa39ef) * kf + a;
+    double r = -0x1.62e42fefa39efp-7 * kf + a;
     int k = int(kf);
     int j = int(uint32_t(k) << 26) >> 26;
     double z = r * r;
-    double E = (D(0x3fa56420eb78fa85) * z + D(0x3fe00000008d6118)) * z;
-    double O = (D(0x3fc55550da752d4f) * z + D(0x3fefffffffffe7c6)) * r;
+    double E = (0x1.56420eb78fa85p-5 * z + 0x1.00000008d6118p-1) * z;
+    double O = (0x1.55550da752d4fp-3 * z + 0x1.fffffffffe7c6p-1) * r;
     // The table's rows run over j = -32..31: 2^(32/64) for j = -32 is twice row 0.
     double tm = j == -32 ? 2.0 * expd::centred64[0] : expd::centred64[32 - j];
     return {E + O + 1.0, E + 1.0 - O, expd::centred64[j + 32], tm, (k - j) >> 6};
@@ -125,7 +122,7 @@ struct E7 {
 };
 // r for |x|, and k.
 inline double e7_reduce(double a, int &k) {
-    const double K1 = D(0x4067154760000000), K2 = D(0x3ec4ae0bf85ddf44), S = D(0x4338000000000000);
+    const double K1 = 0x1.715476p+7, K2 = 0x1.4ae0bf85ddf44p-19, S = 0x1.8p+52;
     double xh = f64(bits(a) & ~((1ull << 27) - 1)), xl = a - xh;
     double v = K1 * xh;  // exact
     k = _mm_cvtsd_si32(_mm_set_sd(v));
@@ -134,14 +131,14 @@ inline double e7_reduce(double a, int &k) {
 }
 // e^y - 1 = y·(1 + q) with y = c1·r: q for +y and for -y.
 inline void e7_poly(double r, double &qA, double &qB) {
-    const double c2 = D(0x3f662e42fefa39ef), c3 = D(0x3ed47fd3ffac83b4), c4 = D(0x3e3c6b08d704a0c0),
-                 c5 = D(0x3d9f84457f907d8b);
+    const double c2 = 0x1.62e42fefa39efp-9, c3 = 0x1.47fd3ffac83b4p-18, c4 = 0x1.c6b08d704a0cp-28,
+                 c5 = 0x1.f84457f907d8bp-38;
     double s = r * r;
     double c4rs = c4 * r * s, c5s2 = c5 * s * s, c2r = c2 * r, c3s = c3 * s;
     qA = (c4rs + c5s2) + (c2r + c3s);
     qB = (-c4rs + c5s2) + (-c2r + c3s);
 }
-constexpr double kC1 = D(0x3f762e42fefa39ef);  // ln 2/128
+constexpr double kC1 = 0x1.62e42fefa39efp-8;  // ln 2/128
 // The main band, n <= 554: word = top 16 bits of A (sign included).
 inline E7 e7_core(double r, int k, uint64_t sign16, bool cosh_side) {
     uint32_t j = uint32_t(k) & 127;
@@ -183,30 +180,30 @@ inline double e7_one_sided(double r, int k, uint64_t sign16) {
 // head of x cubed, exact, times 1/6) and its rest, then the terms to x^13.
 inline double e7_sinh_small(double x) {
     double z = x * x, xh = f64(bits(x) & ~((1ull << 36) - 1)), xl = x - xh;
-    const double g = D(0x3fc5555555555555);
+    const double g = 0x1.5555555555555p-3;
     double T = xh * xh * xh * g;
     double e3 = ((3.0 * x * xh + xl * xl) * xl) * g;
     double S = x + T;
     double x3 = x * z, z2 = z * z, z4 = z2 * z2;
-    double p1 = (D(0x3de6124613a86d08) * z + D(0x3e5ae64567f544e1)) * x3 * z4;
-    double p2 = (D(0x3ec71de3a556c732) * z + D(0x3f2a01a01a01a019)) * x3 * z2;
-    double p3 = D(0x3f81111111111111) * z * x3;
+    double p1 = (0x1.6124613a86d08p-33 * z + 0x1.ae64567f544e1p-26) * x3 * z4;
+    double p2 = (0x1.71de3a556c732p-19 * z + 0x1.a01a01a01a019p-13) * x3 * z2;
+    double p3 = 0x1.1111111111111p-7 * z * x3;
     return S + (((p1 + e3) + (p2 + p3)) + (T + (x - S)));
 }
 // The even series for |x| below 0.125 (cosh) or 0.359375 (the cosine of sinhcosh, `wide`).
 inline double e7_cosh_small(double x, bool wide) {
     double z = x * x, z2 = z * z, z4 = z2 * z2;
-    double m0 = D(0x3e927e4fb7789f5c) * z + D(0x3efa01a01a01a019);
-    double m1 = D(0x3f56c16c16c16c16) * z + D(0x3fa5555555555555);
+    double m0 = 0x1.27e4fb7789f5cp-22 * z + 0x1.a01a01a01a019p-16;
+    double m1 = 0x1.6c16c16c16c16p-10 * z + 0x1.5555555555555p-5;
     double s = m1 * z2 + m0 * z4;
-    if (wide) s = s + D(0x3e21f0bf6d6c1f38) * (z4 * z2);
+    if (wide) s = s + 0x1.1f0bf6d6c1f38p-29 * (z4 * z2);
     return (s + 0.5 * z) + 1.0;
 }
 // Below the small bands: x rounded the right way (sinh), 1 with inexact (cosh).
 inline double e7_sinh_tiny(double x) {
     if ((bits(x) & 0x7ff0000000000000ull) != 0) return (x * 0x1p64 + x) * 0x1p-64;
     if ((bits(x) << 1) == 0) return x;
-    return x + with_sign(D(0x0170000000000000), x) * D(0x0170000000000000);  // underflow
+    return x + with_sign(0x1p-1000, x) * 0x1p-1000;  // underflow
 }
 inline double e7_cosh_tiny(double x) { return (bits(x) << 1) == 0 ? 1.0 : 1.0 + opaque(0x1p-60); }
 
@@ -219,15 +216,15 @@ struct F7 {
     double A, B, gA, hA, gB, hB;
 };
 inline F7 f7_core(uint32_t b, uint64_t sign16) {
-    const double Sh = D(0x4338000000000000);
+    const double Sh = 0x1.8p+52;
     double xp = f64(uint64_t(b) << 29);
-    double v = D(0x78471547652b82fe) * xp;
+    double v = 0x1.71547652b82fep+901 * xp;
     double s = v + Sh;
     uint32_t k = uint32_t(bits(s));
     double f = v - (s - Sh);
     uint32_t j = k & 31;
     uint64_t wa = ((k >> 1) & 0xfff0) + 0x3fe0, wb = 0x7fc0 - wa;
-    const double c = D(0x3f962e42fefa39ef), ch = D(0x3f862e42fefa39ef), c3 = D(0x3f147fd3ffac83b4);
+    const double c = 0x1.62e42fefa39efp-6, ch = 0x1.62e42fefa39efp-7, c3 = 0x1.47fd3ffac83b4p-14;
     double f2 = f * f;
     F7 o;
     o.A = f64((wa | sign16) << 48) * pair32[j].hi;
@@ -244,17 +241,17 @@ inline double f7_down(const F7 &o) { return o.B + o.gB * o.B * o.hB; }
 // float coefficients: x + x^3/6 + x^5/120 + x^7/5040 and 1 + x^2/2 + x^4/24 + c·x^6.
 inline float f7_sinh_small(float x) {
     double xd = x, z = xd * xd;
-    return float(((D(0x3f2a01a020000000) * z + D(0x3f81111120000000)) * (z * z) + D(0x3fc5555560000000) * z) * xd + xd);
+    return float(((0x1.a01a02p-13 * z + 0x1.111112p-7) * (z * z) + 0x1.555556p-3 * z) * xd + xd);
 }
 inline float f7_cosh_small(float x, double c6) {
     double xd = x, z = xd * xd;
-    return float(((c6 * z + D(0x3fa5555560000000)) * (z * z) + 0.5 * z) + 1.0);
+    return float(((c6 * z + 0x1.555556p-5) * (z * z) + 0.5 * z) + 1.0);
 }
 // Below: x rounded the right way, 1 with inexact.
 inline float f7_sinh_tiny(float x) {
     if ((bits(x) & 0x7f800000u) != 0) return (x * 0x1p26f + x) * 0x1p-26f;
     if ((bits(x) << 1) == 0) return x;
-    return x + with_sign(F(0x0d800000), x) * F(0x0d800000);  // underflow
+    return x + with_sign(0x1p-100f, x) * 0x1p-100f;  // underflow
 }
 inline float f7_cosh_tiny(float x) { return (bits(x) << 1) == 0 ? 1.0f : 1.0f + opaque(0x1p-30f); }
 #endif
@@ -272,10 +269,10 @@ struct Fma {
     double Ah, Al, Bh, Bl, Pp, Pm;
 };
 inline Fma fma_core(double a) {
-    const double S = D(0xc33800000001ff00);
-    double s = __builtin_fma(D(0x40671547652b82fe), a, -S);
+    const double S = -0x1.800000001ffp+52;
+    double s = __builtin_fma(0x1.71547652b82fep+7, a, -S);
     double kf = s + S;
-    double r = __builtin_fma(kf, D(0xbd0cf79abc9e3b3a), __builtin_fma(kf, D(0xbf762e42fefa0000), a));
+    double r = __builtin_fma(kf, -0x1.cf79abc9e3b3ap-47, __builtin_fma(kf, -0x1.62e42fefap-8, a));
     uint32_t sl = uint32_t(bits(s));
     uint32_t j = sl & 0x7f, e = sl >> 7;
     double A = f64(uint64_t(e) << 52), B = f64(uint64_t(2044 - e) << 52);
@@ -285,9 +282,9 @@ inline Fma fma_core(double a) {
     o.Bh = B * down128[j].hi;
     o.Bl = B * down128[j].lo;
     double r2 = r * r;
-    double c1r = D(0x3f811110f0d0509b) * r, c3r = D(0x3fc5555555555766) * r;
-    double q1p = c1r + D(0x3fa55555cf16e977), q1m = c1r - D(0x3fa55555cf16e977);
-    double q2p = c3r + D(0x3fdffffffffffdbd), q2m = c3r - D(0x3fdffffffffffdbd);
+    double c1r = 0x1.11110f0d0509bp-7 * r, c3r = 0x1.5555555555766p-3 * r;
+    double q1p = c1r + 0x1.55555cf16e977p-5, q1m = c1r - 0x1.55555cf16e977p-5;
+    double q2p = c3r + 0x1.ffffffffffdbdp-2, q2m = c3r - 0x1.ffffffffffdbdp-2;
     o.Pp = __builtin_fma(__builtin_fma(r2, q1p, q2p), r2, r);
     o.Pm = __builtin_fma(__builtin_fma(r2, q1m, q2m), r2, r);
     return o;
@@ -301,16 +298,16 @@ inline Fma fma_core(double a) {
 // side takes as long as the polynomial's, so each side's product is one fused step,
 // A - A·t0 and B - B·t1, and the sum or difference follows.
 inline double sinhcoshf_fma(double a, bool cosh) {
-    const double S = D(0xc338000000000000);
-    double s = __builtin_fma(D(0x40471547652b82fe), a, -S);
+    const double S = -0x1.8p+52;
+    double s = __builtin_fma(0x1.71547652b82fep+5, a, -S);
     double kf = s + S;
-    double r = __builtin_fma(kf, D(0xbf962e42fefa39ef), a);
+    double r = __builtin_fma(kf, -0x1.62e42fefa39efp-6, a);
     uint64_t sl = uint32_t(bits(s));
     uint64_t j = sl & 31, n = sl >> 5;
     double A = f64(bits(half32[j].hi) + (n << 52)), B = f64(bits(half32[j].lo) - (n << 52));
     double r2 = r * r;
-    double q0 = __builtin_fma(D(0xbfc555567599b905), r, D(0xbfe000087b306aa8));
-    double q1 = __builtin_fma(D(0x3fc555567599b905), r, D(0xbfe000087b306aa8));
+    double q0 = __builtin_fma(-0x1.555567599b905p-3, r, -0x1.000087b306aa8p-1);
+    double q1 = __builtin_fma(0x1.555567599b905p-3, r, -0x1.000087b306aa8p-1);
     double t0 = __builtin_fma(q0, r2, -r), t1 = __builtin_fma(q1, r2, r);
     double u = __builtin_fma(A, -t0, A), v = __builtin_fma(B, -t1, B);
     return cosh ? u + v : u - v;

@@ -54,8 +54,8 @@ extern "C" int __libm_sinh_k64(double x, double r[2]) noexcept {
     r[0] = x;
     if (hx > 0x3c5fffff) {  // the odd series less its first term
         double z = x * x, w = z * z;
-        r[1] = ((D(0x3ec71e39b9ff12f0) * w + D(0x3f811111111111c1)) * w +
-                (D(0x3f2a01a01940cd88) * w + D(0x3fc5555555555555)) * z) * x;
+        r[1] = ((0x1.71e39b9ff12fp-19 * w + 0x1.11111111111c1p-7) * w +
+                (0x1.a01a01940cd88p-13 * w + 0x1.5555555555555p-3) * z) * x;
     } else {
         r[1] = 0.0;
     }
@@ -72,7 +72,7 @@ extern "C" int __libm_cosh_k64(double x, double r[2]) noexcept {
     r[0] = 1.0;
     if (hx > 0x3c5fffff) {  // the even series less its first term
         double z = x * x, w = z * z;
-        r[1] = (D(0x3f56c1716a3d464e) * w + 0.5) * z + w * D(0x3fa555555554a6cf);
+        r[1] = (0x1.6c1716a3d464ep-10 * w + 0.5) * z + w * 0x1.555555554a6cfp-5;
     } else {
         r[1] = 0.0;
     }

@@ -36,7 +36,7 @@ inline double sinh_body(double x) {
     if (hx > 0x4036dfb4) {  // |x| > 22.87
         if (hx > 0x7fefffff) return x + x;
         if (sinh_overflows(hx, lo(x)))
-            return report(x, with_sign(D(0x7e70000000000000), x) * D(0x7e70000000000000),
+            return report(x, with_sign(0x1p+1000, x) * 0x1p+1000,
                           code::sinh_overflow);
         RnGuardInexact g;
         double a = opaque(__builtin_fabs(x));
@@ -55,12 +55,12 @@ inline double sinh_body(double x) {
     }
     if (hx > 0x3c5fffff) {  // 2^-57 <= |x| <= 0.02: x + x^3/6 + ... + x^9/9!
         double z = x * x, w = z * z;
-        return ((D(0x3ec71e39b9ff12f0) * w + D(0x3f811111111111c1)) * w +
-                (D(0x3f2a01a01940cd88) * w + D(0x3fc5555555555555)) * z) * x + x;
+        return ((0x1.71e39b9ff12fp-19 * w + 0x1.11111111111c1p-7) * w +
+                (0x1.a01a01940cd88p-13 * w + 0x1.5555555555555p-3) * z) * x + x;
     }
     if (hx >= 0x100000) return x * (1.0 + x);  // x, inexact, rounded the right way up
     if ((bits(x) << 1) == 0) return x;
-    return x + with_sign(D(0x0170000000000000), x) * D(0x0170000000000000);  // underflow, inexact
+    return x + with_sign(0x1p-1000, x) * 0x1p-1000;  // underflow, inexact
 }
 
 #endif
@@ -80,7 +80,7 @@ inline double sinh_e7(double x) {
     if (t < 0x3fd7) return t >= 0x3df0 ? e7_sinh_small(x) : e7_sinh_tiny(x);
     if (t >= 0x7ff0) return x * a;
     if (sinh_overflows(hi(x) & 0x7fffffff, lo(x)))
-        return report(x, with_sign(D(0x7e70000000000000), x) * D(0x7e70000000000000), code::sinh_overflow);
+        return report(x, with_sign(0x1p+1000, x) * 0x1p+1000, code::sinh_overflow);
     double r = e7_reduce(a, k);
     return e7_one_sided(r, k, sg);
 }
@@ -95,7 +95,7 @@ inline float sinhf_body(float x) {
     if (b >= 0x3f000000) {  // |x| >= 1/2
         if (b >= 0x7f800000) return x + x;
         if (b >= 0x42b2d4fd)
-            return report(x, with_sign(F(0x71800000), x) * F(0x71800000), code::sinhf_overflow);
+            return report(x, with_sign(0x1p+100f, x) * 0x1p+100f, code::sinhf_overflow);
         RedF o = reduce_f(a);
         double y;
         if (b >= 0x42000000) {  // |x| >= 32: ½e^|x|
@@ -107,19 +107,19 @@ inline float sinhf_body(float x) {
     }
     if (b >= 0x3d800000) {  // 1/16 <= |x| < 1/2
         double z = xd * xd, w = z * z;
-        return float(((D(0x3ec749d84bc96d7d) * w + D(0x3f811111326ed15a)) * w +
-                      (D(0x3f2a0168d09557cf) * w + D(0x3fc55555552ed1e2)) * z) * xd + xd);
+        return float(((0x1.749d84bc96d7dp-19 * w + 0x1.11111326ed15ap-7) * w +
+                      (0x1.a0168d09557cfp-13 * w + 0x1.55555552ed1e2p-3) * z) * xd + xd);
     }
     if (b >= 0x32000000) {  // 2^-27 <= |x| < 1/16
         double z = xd * xd;
-        return float((D(0x3f8111c71fc8e65a) * z + D(0x3fc555554fa4d5d9)) * z * xd + xd);
+        return float((0x1.111c71fc8e65ap-7 * z + 0x1.555554fa4d5d9p-3) * z * xd + xd);
     }
     if (b >= 0x800000) {
         force(1.0f + opaque(x));  // inexact
         return x;
     }
     if (b == 0) return x;
-    return x + with_sign(F(0x0d800000), x) * F(0x0d800000);  // underflow, inexact
+    return x + with_sign(0x1p-100f, x) * 0x1p-100f;  // underflow, inexact
 }
 #endif
 
@@ -146,7 +146,7 @@ TSR_BODY(float, sinhf, (float x)) {
     if (b < 0x3eb80000) return b >= 0x39000000 ? f7_sinh_small(x) : f7_sinh_tiny(x);
     if (b >= 0x7f800000) return x * f32(b);
     if (b >= 0x42b2d4fd)
-        return report(x, with_sign(F(0x71800000), x) * F(0x71800000), code::sinhf_overflow);
+        return report(x, with_sign(0x1p+100f, x) * 0x1p+100f, code::sinhf_overflow);
     F7 o = f7_core(b, sg);
     return float(o.A + o.A * (o.gA * o.hA));
 }

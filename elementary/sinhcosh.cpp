@@ -19,7 +19,7 @@ inline void sinhcosh_body(double x, double *sp, double *cp) {
             return;
         }
         if (hx > 0x408633ce || (hx == 0x408633ce && lo(x) >= 0x8fb9f87e)) {
-            double s = with_sign(D(0x7e70000000000000), x) * D(0x7e70000000000000);
+            double s = with_sign(0x1p+1000, x) * 0x1p+1000;
             *cp = f64(0x7ff0000000000000ull);
             *sp = report(x, s, code::sinhcosh_overflow);
             return;
@@ -49,9 +49,9 @@ inline void sinhcosh_body(double x, double *sp, double *cp) {
     }
     if (hx > 0x3c5fffff) {  // 2^-57 <= |x| < 2^-6
         double z = x * x;
-        *sp = ((((D(0x3ec71dea5ee91f03) * z + D(0x3f2a01a01a00931b)) * z + D(0x3f81111111111111)) * z +
-                D(0x3fc5555555555555)) * z) * x + x;
-        *cp = (((D(0x3efa01a9592b184c) * z + D(0x3f56c16c16bffa38)) * z + D(0x3fa5555555555555)) * z + 0.5) * z +
+        *sp = ((((0x1.71dea5ee91f03p-19 * z + 0x1.a01a01a00931bp-13) * z + 0x1.1111111111111p-7) * z +
+                0x1.5555555555555p-3) * z) * x + x;
+        *cp = (((0x1.a01a9592b184cp-16 * z + 0x1.6c16c16bffa38p-10) * z + 0x1.5555555555555p-5) * z + 0.5) * z +
               1.0;
         return;
     }
@@ -60,7 +60,7 @@ inline void sinhcosh_body(double x, double *sp, double *cp) {
     else if ((bits(x) << 1) == 0)
         *sp = x;
     else
-        *sp = x + with_sign(D(0x0170000000000000), x) * D(0x0170000000000000);
+        *sp = x + with_sign(0x1p-1000, x) * 0x1p-1000;
     *cp = __builtin_fabs(x) + 1.0;
 }
 
@@ -98,7 +98,7 @@ inline void sinhcosh_e7(double x, double *sp, double *cp) {
     }
     uint32_t hx = hi(x) & 0x7fffffff;
     if (hx > 0x408633ce || (hx == 0x408633ce && lo(x) >= 0x8fb9f87e)) {
-        double s = with_sign(D(0x7e70000000000000), x) * D(0x7e70000000000000);
+        double s = with_sign(0x1p+1000, x) * 0x1p+1000;
         *cp = f64(0x7ff0000000000000ull);
         *sp = report(x, s, code::sinhcosh_overflow);
         return;
@@ -130,7 +130,7 @@ inline void sinhcoshf_e7(float x, float *sp, float *cp) {
     if (b < 0x3e000000) {
         if (b >= 0x39000000) {
             *sp = f7_sinh_small(x);
-            *cp = f7_cosh_small(x, D(0x3f56c823c0000000));
+            *cp = f7_cosh_small(x, 0x1.6c823cp-10);
         } else {
             *sp = f7_sinh_tiny(x);
             *cp = f7_cosh_tiny(x);
@@ -143,7 +143,7 @@ inline void sinhcoshf_e7(float x, float *sp, float *cp) {
         return;
     }
     if (b >= 0x42b2d4fd) {
-        float s = with_sign(F(0x71800000), x) * F(0x71800000);
+        float s = with_sign(0x1p+100f, x) * 0x1p+100f;
         *cp = f32(0x7f800000u);
         *sp = report(x, s, code::sinhcoshf_overflow);
         return;
@@ -166,7 +166,7 @@ inline void sinhcoshf_body(float x, float *sp, float *cp) {
             return;
         }
         if (b >= 0x42b2d4fd) {
-            float s = with_sign(F(0x71800000), x) * F(0x71800000);
+            float s = with_sign(0x1p+100f, x) * 0x1p+100f;
             *cp = f32(0x7f800000u);
             *sp = report(x, s, code::sinhcoshf_overflow);
             return;
@@ -186,15 +186,15 @@ inline void sinhcoshf_body(float x, float *sp, float *cp) {
     double z = xd * xd;
     if (b >= 0x3d800000) {  // 1/16 <= |x| < 1/2
         double w = z * z;
-        *sp = float(((D(0x3ec749d84bc96d7d) * w + D(0x3f811111326ed15a)) * w +
-                     (D(0x3f2a0168d09557cf) * w + D(0x3fc55555552ed1e2)) * z) * xd + xd);
-        *cp = float((D(0x3efa3001dcf5905b) * w + D(0x3fa5555572601504)) * w +
-                    (D(0x3f56c1437543543e) * w + D(0x3fdfffffffe2f097)) * z + 1.0);
+        *sp = float(((0x1.749d84bc96d7dp-19 * w + 0x1.11111326ed15ap-7) * w +
+                     (0x1.a0168d09557cfp-13 * w + 0x1.55555552ed1e2p-3) * z) * xd + xd);
+        *cp = float((0x1.a3001dcf5905bp-16 * w + 0x1.5555572601504p-5) * w +
+                    (0x1.6c1437543543ep-10 * w + 0x1.fffffffe2f097p-2) * z + 1.0);
         return;
     }
     if (b >= 0x32000000) {  // 2^-27 <= |x| < 1/16
-        *sp = float((D(0x3f8111c71fc8e65a) * z + D(0x3fc555554fa4d5d9)) * z * xd + xd);
-        *cp = float((D(0x3fa556666e6d0908) * z + D(0x3fdffffff3327c54)) * z + 1.0);
+        *sp = float((0x1.111c71fc8e65ap-7 * z + 0x1.555554fa4d5d9p-3) * z * xd + xd);
+        *cp = float((0x1.556666e6d0908p-5 * z + 0x1.ffffff3327c54p-2) * z + 1.0);
         return;
     }
     if (b >= 0x800000) {
@@ -203,7 +203,7 @@ inline void sinhcoshf_body(float x, float *sp, float *cp) {
     } else if (b == 0) {
         *sp = x;
     } else {
-        *sp = x + with_sign(F(0x0d800000), x) * F(0x0d800000);
+        *sp = x + with_sign(0x1p-100f, x) * 0x1p-100f;
     }
     *cp = 1.0f + f32(b);
 }

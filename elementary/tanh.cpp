@@ -30,20 +30,20 @@ inline double tanh_body(double x) {
     if (hx >= 0x7ff00000) return (bits(x) << 1) == 0xffe0000000000000ull ? one : x * 1.0;
     // 19.0615474653985 is where tanh crosses 1 - 2^-54: from hi word 0x40330fc2 (19.06155)
     // every double rounds to 1 (hi word 0x40330fc1 still holds doubles below the crossing).
-    if (hx > 0x40330fc1) return one - with_sign(D(0x0170000000000000), x);
+    if (hx > 0x40330fc1) return one - with_sign(0x1p-1000, x);
     double a = __builtin_fabs(x);
     if (hx > 0x40146666) {  // 5.1 < |x|: 1 - 2/(E + 1), E = 2^m·e^(2e·ln2/2)
         RnGuardInexact g;
         a = opaque(a);
         double xh = (a + 0x1p32) - 0x1p32;  // 21 bits: xh·c is exact
-        const double c = D(0x4007154760000000), dd = D(0x3e64ae0bf85ddf44);  // 2/ln 2 in two
+        const double c = 0x1.715476p+1, dd = 0x1.4ae0bf85ddf44p-25;  // 2/ln 2 in two
         double y = xh * c, s = 0x1p52 + y;
         double e = (y - (s - 0x1p52)) + ((a - xh) * c + a * dd);
         double w = e * e;
-        double P = ((D(0x3fb3adfffc0798c2) * w + D(0x406e3d920e243699)) * w + D(0x40f689a6efbe8c98)) * w +
-                   D(0x4156de471ba09c9e);
-        double Q = ((D(0x4018d7c2a57ad784) * w + D(0x40b6b90b63529aa4)) * w + D(0x412d4376afc4d247)) * w +
-                   D(0x41707ef800000000);
+        double P = ((0x1.3adfffc0798c2p-4 * w + 0x1.e3d920e243699p+7) * w + 0x1.689a6efbe8c98p+16) * w +
+                   0x1.6de471ba09c9ep+22;
+        double Q = ((0x1.8d7c2a57ad784p+2 * w + 0x1.6b90b63529aa4p+12) * w + 0x1.d4376afc4d247p+19) * w +
+                   0x1.07ef8p+24;
         double v = P * e, gq = v / (Q - v);
         int m = int(uint32_t(bits(s)));
         double t = 2.0 / (pow2(m) * (2.0 * gq + 1.0) + 1.0);
@@ -73,14 +73,14 @@ inline double tanh_body(double x) {
     }
     if (hx > 0x3c5fffff) {  // 2^-57 <= |x| <= 0.02: x - x^3/3 + 2x^5/15 - ...
         double z = x * x, w = z * z;
-        return ((D(0x3f9662a1be3b77e0) * w + D(0x3fc111111110d2a4)) * w +
-                (D(0xbfaba1ba00fa2d61) * w + D(0xbfd5555555555555)) * z) * x + x;
+        return ((0x1.662a1be3b77ep-6 * w + 0x1.111111110d2a4p-3) * w +
+                (-0x1.ba1ba00fa2d61p-5 * w + -0x1.5555555555555p-2) * z) * x + x;
     }
     // x less a little, rounded by the caller's mode: x - x·2^-64 for a normal x (the result is
     // normal, no underflow), x - 2^-2000 for a subnormal one (underflow).
     if (hx >= 0x00100000) return (x * 0x1p64 - x) * 0x1p-64;
     if ((bits(x) << 1) == 0) return x;
-    return x - with_sign(D(0x0170000000000000), x) * D(0x0170000000000000);
+    return x - with_sign(0x1p-1000, x) * 0x1p-1000;
 }
 
 #endif
@@ -97,7 +97,7 @@ inline double tanh_e7(double x) {
     // beyond, ±1 and a tail below its last place give every mode its neighbour of the value.
     if (t - 0x3fb0u < 0x4040u - 0x3fb0u && (hi(x) & 0x7fffffff) <= 0x40330fc1) {
         double a = __builtin_fabs(x);
-        const double K1 = D(0x4087154760000000), K2 = D(0x3ee4ae0bf85ddf44), S = D(0x4338000000000000);
+        const double K1 = 0x1.715476p+9, K2 = 0x1.4ae0bf85ddf44p-17, S = 0x1.8p+52;
         double xh = f64(bits(a) & ~((1ull << 27) - 1)), xl = a - xh;
         double v = K1 * xh;
         int k = _mm_cvtsd_si32(_mm_set_sd(v));
@@ -105,9 +105,9 @@ inline double tanh_e7(double x) {
         uint32_t j = uint32_t(k) & 255;
         double sc = f64(uint64_t(0x3ff0 - ((uint32_t(k) >> 4) & 0xfff0)) << 48);
         double Wh = sc * down256[j].hi, Wl = sc * down256[j].lo;
-        double y = D(0xbf662e42fefa39ef) * r, r2 = r * r;
-        double Q = (D(0xbcd5d87fe78a6731) * r + D(0x3d83b2ab6fba4e77)) * (r2 * r2) +
-                   (D(0xbe2c6b08d704a0bf) * r + D(0x3ecebfbdff82c58e)) * r2;
+        double y = -0x1.62e42fefa39efp-9 * r, r2 = r * r;
+        double Q = (-0x1.5d87fe78a6731p-50 * r + 0x1.3b2ab6fba4e77p-39) * (r2 * r2) +
+                   (-0x1.c6b08d704a0bfp-29 * r + 0x1.ebfbdff82c58ep-19) * r2;
         double D0 = ((Q + y) * Wh) + (1.0 + Wh);
         double R = 1.0 / D0;
         const uint64_t cut36 = ~((1ull << 36) - 1);
@@ -124,14 +124,14 @@ inline double tanh_e7(double x) {
     }
     if (t - 0x3bf0u < 0x3fb0u - 0x3bf0u) {  // 2^-64 <= |x| < 1/16: the odd series to x^13
         double z = x * x, z4 = (z * z) * (z * z);
-        return x + x * (z4 * ((D(0x3f6d6d3d0e157ddf) * z + D(0xbf8226e355e6c23d)) * z + D(0x3f9664f4882c10fa)) +
-                        z * ((D(0xbfaba1ba1ba1ba1c) * z + D(0x3fc1111111111111)) * z + D(0xbfd5555555555555)));
+        return x + x * (z4 * ((0x1.d6d3d0e157ddfp-9 * z + -0x1.226e355e6c23dp-7) * z + 0x1.664f4882c10fap-6) +
+                        z * ((-0x1.ba1ba1ba1ba1cp-5 * z + 0x1.1111111111111p-3) * z + -0x1.5555555555555p-2));
     }
     double one = with_sign(1.0, x);
     if (t < 0x3bf0) {  // x less a little, rounded by the caller's mode
         if (t >= 0x10) return (x * 0x1p64 - x) * 0x1p-64;
         if ((bits(x) << 1) == 0) return x;
-        return x - with_sign(D(0x0170000000000000), x) * D(0x0170000000000000);
+        return x - with_sign(0x1p-1000, x) * 0x1p-1000;
     }
     if (t < 0x7ff0) return one - with_sign(0x1p-60, x);  // |x| > 19.06: ±1, inexact
     if ((bits(x) << 1) == 0xffe0000000000000ull) return one;
@@ -146,35 +146,35 @@ inline float tanhf_body(float x) {
     if (b >= 0x3f800000) {  // |x| >= 1
         if (b > 0x7f800000) return x * 1.0f;
         if (b == 0x7f800000) return with_sign(1.0f, x);
-        if (b >= 0x41800000) return with_sign(1.0f, x) - with_sign(F(0x0d800000), x);  // 1, inexact
+        if (b >= 0x41800000) return with_sign(1.0f, x) - with_sign(0x1p-100f, x);  // 1, inexact
         // 1 - 2/(2^y + 1), y = 2|x|/ln 2 = m + f, |f| <= 1/2, 2^f - 1 of degree 8.
-        double y = a * D(0x40071547652b82fe);
+        double y = a * 0x1.71547652b82fep+1;
         double m = double(float(y + 0x1p23) - 0x1p23f);
         double f = y - m, z = f * f, w = z * z;
-        double P = w * (D(0x3eb6783955f6ce44) * w + D(0x3f83b2ac17eb7c1b)) +
-                   z * (D(0x3f24300f5a9238ae) * w + D(0x3fcebfbdfe8df8b5)) +
-                   f * z * (D(0x3ef0355a97a846d7) * w + D(0x3fac6b09b399a1da)) +
-                   f * (D(0x3f55d7f62d719ac7) * w + D(0x3fe62e42fe8bdf78));
+        double P = w * (0x1.6783955f6ce44p-20 * w + 0x1.3b2ac17eb7c1bp-7) +
+                   z * (0x1.4300f5a9238aep-13 * w + 0x1.ebfbdfe8df8b5p-3) +
+                   f * z * (0x1.0355a97a846d7p-16 * w + 0x1.c6b09b399a1dap-5) +
+                   f * (0x1.5d7f62d719ac7p-10 * w + 0x1.62e42fe8bdf78p-1);
         double t = 1.0 + (-2.0) / ((P + 1.0) * pow2(int(m)) + 1.0);
         return float(with_sign(t, xd));
     }
     double z = xd * xd, w = z * z;
     if (b >= 0x3e800000) {  // 1/4 <= |x| < 1
-        double A = (((D(0x3eed02fa8d21df9d) * w + D(0x3f3d92d74a9bd1ce)) * w + D(0x3f6d04114b00cfe8)) * w +
-                    D(0x3f96640f616f3508)) * w + D(0x3fc11110d4e5c3b2);
-        double B = (((D(0xbf1cd749112b299f) * w + D(0xbf5630316388aa74)) * w + D(0xbf821e4bd81e0536)) * w +
-                    D(0xbfaba1abdc3e3757)) * w + D(0xbfd55555547e4ef2);
+        double A = (((0x1.d02fa8d21df9dp-17 * w + 0x1.d92d74a9bd1cep-12) * w + 0x1.d04114b00cfe8p-9) * w +
+                    0x1.6640f616f3508p-6) * w + 0x1.11110d4e5c3b2p-3;
+        double B = (((-0x1.cd749112b299fp-14 * w + -0x1.630316388aa74p-10) * w + -0x1.21e4bd81e0536p-7) * w +
+                    -0x1.ba1abdc3e3757p-5) * w + -0x1.55555547e4ef2p-2;
         return float((A * w + B * z) * xd + xd);
     }
     if (b >= 0x32000000) {  // 2^-27 <= |x| < 1/4
-        double A = (D(0x3f6ab4a57be81b29) * w + D(0x3f9664889dbd8fad)) * w + D(0x3fc111110f94d287);
-        double B = (D(0xbf821629a5e0a14a) * w + D(0xbfaba1b8983e34ea)) * w + D(0xbfd555555553e1cf);
+        double A = (0x1.ab4a57be81b29p-9 * w + 0x1.664889dbd8fadp-6) * w + 0x1.111110f94d287p-3;
+        double B = (-0x1.21629a5e0a14ap-7 * w + -0x1.ba1b8983e34eap-5) * w + -0x1.555555553e1cfp-2;
         return float((A * w + B * z) * xd + xd);
     }
     // x less a little, rounded by the caller's mode, as in double.
     if (b >= 0x800000) return (x * 0x1p32f - x) * 0x1p-32f;
     if (b == 0) return x;
-    return x - with_sign(F(0x0d800000), x) * F(0x0d800000);
+    return x - with_sign(0x1p-100f, x) * 0x1p-100f;
 }
 #endif
 
@@ -194,25 +194,25 @@ TSR_BODY(float, tanhf, (float x)) { return tanhf_body(x); }
 TSR_BODY(float, tanhf, (float x)) {
     uint32_t b = bits(x) & 0x7fffffff, t = b >> 16;
     if (t - 0x3d80u < 0x41a0u - 0x3d80u) {
-        const double S = D(0x4338000000000000);
-        double v = D(0x40571547652b82fe) * double(f32(b));
+        const double S = 0x1.8p+52;
+        double v = 0x1.71547652b82fep+6 * double(f32(b));
         int k = _mm_cvtsd_si32(_mm_set_sd(v));
         double f = v - (opaque(v + S) - S), f2 = f * f;
         double W = f64(uint64_t(0x3ff0 - ((uint32_t(k) >> 1) & 0xfff0)) << 48) * down32[k & 31];
-        double Q = (D(0x3e43b2ab6fba4e77) * f2 + D(0xbebc6b08d704a0bf) * f) * f2 +
-                   (D(0x3f2ebfbdff82c58e) * f2 + D(0xbf962e42fefa39ef) * f);
+        double Q = (0x1.3b2ab6fba4e77p-27 * f2 + -0x1.c6b08d704a0bfp-20 * f) * f2 +
+                   (0x1.ebfbdff82c58ep-13 * f2 + -0x1.62e42fefa39efp-6 * f);
         double WQ = W * Q;
         return float(with_sign(((1.0 - W) - WQ) / ((1.0 + W) + WQ), double(x)));
     }
     if (t - 0x3900u < 0x3d80u - 0x3900u) {  // 2^-13 <= |x| < 1/16: the odd series
         double xd = x, z = xd * xd;
-        return float(xd + xd * ((z * z) * (D(0xbfaba1ba20000000) * z + D(0x3fc1111120000000)) +
-                                D(0xbfd5555560000000) * z));
+        return float(xd + xd * ((z * z) * (-0x1.ba1ba2p-5 * z + 0x1.111112p-3) +
+                                -0x1.555556p-2 * z));
     }
     if (t < 0x3900) {  // x less a little, rounded by the caller's mode
         if (b >= 0x800000) return (x * 0x1p32f - x) * 0x1p-32f;
         if (b == 0) return x;
-        return x - with_sign(F(0x0d800000), x) * F(0x0d800000);
+        return x - with_sign(0x1p-100f, x) * 0x1p-100f;
     }
     if (b < 0x7f800000) return with_sign(1.0f, x) - with_sign(0x1p-30f, x);  // |x| >= 20: ±1, inexact
     if (b == 0x7f800000) return with_sign(1.0f, x);
