@@ -131,6 +131,31 @@ TEST(ToolInfo, ReportsWhatTheVariableRemoved) {
     }
     auto unset = tool({"info"}, {"-QUILL_ISA_DISABLE"});
     EXPECT_NE(unset.out.find("QUILL_ISA_DISABLE: unset"), std::string::npos) << unset.out;
+    // Each given word by name, recognised or ignored (the match is exact and lower-case).
+    EXPECT_TRUE(std::regex_search(r.out, std::regex("\n  recognised: +avx2\n"))) << r.out;
+    EXPECT_TRUE(std::regex_search(r.out, std::regex("\n  ignored: +AVX bogus x87\n"))) << r.out;
+}
+
+// The words `info` offers as lowering the level do lower it, to the level it names, and the
+// starred level is the one in force.
+TEST(ToolInfo, WordsThatLowerTheLevelDoSo) {
+    auto r = tool({"info"}, {"-QUILL_ISA_DISABLE"});
+    ASSERT_EQ(r.status, 0) << r.out;
+    int level = reported_level(r.out);
+    EXPECT_TRUE(std::regex_search(r.out, std::regex("\n +" + std::to_string(level) + "\\* "))) << r.out;
+    std::smatch m;
+    ASSERT_TRUE(std::regex_search(r.out, m, std::regex("\nwords that lower the level from here: ([^\n]*)\n")));
+    std::string list = m[1];
+    if (level > 1) EXPECT_NE(list, "(none)") << r.out;
+    std::regex pair("([a-z0-9_.]+)->([0-9]+)");
+    int seen = 0;
+    for (auto it = std::sregex_iterator(list.begin(), list.end(), pair); it != std::sregex_iterator(); ++it) {
+        std::string word = (*it)[1];
+        auto lowered = tool({"info"}, {"QUILL_ISA_DISABLE=" + word});
+        EXPECT_EQ(reported_level(lowered.out), std::stoi((*it)[2])) << word;
+        EXPECT_LT(reported_level(lowered.out), level) << word;
+        if (++seen == 4) break;  // a few suffice; each is a process
+    }
 }
 
 TEST(ToolInfo, FeatureWordMatchesDetection) {
