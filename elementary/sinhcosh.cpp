@@ -20,7 +20,7 @@ inline void sinhcosh_body(double x, double *sp, double *cp) {
         }
         if (hx > 0x408633ce || (hx == 0x408633ce && lo(x) >= 0x8fb9f87e)) {
             double s = with_sign(0x1p+1000, x) * 0x1p+1000;
-            *cp = f64(0x7ff0000000000000ull);
+            *cp = opaque(0x1p+1000) * 0x1p+1000;  // +inf, or the largest double toward zero
             *sp = report(x, s, code::sinhcosh_overflow);
             return;
         }
@@ -81,7 +81,15 @@ inline void sinhcosh_e7(double x, double *sp, double *cp) {
         *cp = __builtin_fabs(e7_cosh_sum(o));
         return;
     }
-    if (t < 0x3fd7) {
+    if (t - 0x3fc0u < 0x3fd7u - 0x3fc0u) {
+        // 1/8 <= |x| < 0.359375: the sine by its series, the cosine by the pair scheme as in
+        // cosh (the even series reaches 0.56 ulp next to 0.359375).
+        double r = e7_reduce(a, k);
+        *sp = e7_sinh_small(x);
+        *cp = e7_cosh_sum(e7_core(r, k, 0, true));
+        return;
+    }
+    if (t < 0x3fc0) {
         if (t >= 0x3df0) {
             *sp = e7_sinh_small(x);
             *cp = e7_cosh_small(x, true);
@@ -99,7 +107,7 @@ inline void sinhcosh_e7(double x, double *sp, double *cp) {
     uint32_t hx = hi(x) & 0x7fffffff;
     if (hx > 0x408633ce || (hx == 0x408633ce && lo(x) >= 0x8fb9f87e)) {
         double s = with_sign(0x1p+1000, x) * 0x1p+1000;
-        *cp = f64(0x7ff0000000000000ull);
+        *cp = opaque(0x1p+1000) * 0x1p+1000;  // +inf, or the largest double toward zero
         *sp = report(x, s, code::sinhcosh_overflow);
         return;
     }
@@ -144,7 +152,7 @@ inline void sinhcoshf_e7(float x, float *sp, float *cp) {
     }
     if (b >= 0x42b2d4fd) {
         float s = with_sign(0x1p+100f, x) * 0x1p+100f;
-        *cp = f32(0x7f800000u);
+        *cp = opaque(0x1p+100f) * 0x1p+100f;  // +inf, or the largest float toward zero
         *sp = report(x, s, code::sinhcoshf_overflow);
         return;
     }
@@ -167,7 +175,7 @@ inline void sinhcoshf_body(float x, float *sp, float *cp) {
         }
         if (b >= 0x42b2d4fd) {
             float s = with_sign(0x1p+100f, x) * 0x1p+100f;
-            *cp = f32(0x7f800000u);
+            *cp = opaque(0x1p+100f) * 0x1p+100f;  // +inf, or the largest float toward zero
             *sp = report(x, s, code::sinhcoshf_overflow);
             return;
         }
