@@ -58,7 +58,9 @@ inline double sinh_body(double x) {
         return ((0x1.71e39b9ff12fp-19 * w + 0x1.11111111111c1p-7) * w +
                 (0x1.a01a01940cd88p-13 * w + 0x1.5555555555555p-3) * z) * x + x;
     }
-    if (hx >= 0x100000) return x * (1.0 + x);  // x, inexact, rounded the right way up
+    // x and a little more, rounded by the caller's mode (x·(1 + x) would move a directed
+    // result by two ulps).
+    if (hx >= 0x100000) return (x * 0x1p64 + x) * 0x1p-64;
     if ((bits(x) << 1) == 0) return x;
     return x + with_sign(0x1p-1000, x) * 0x1p-1000;  // underflow, inexact
 }

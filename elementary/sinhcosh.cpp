@@ -56,7 +56,7 @@ inline void sinhcosh_body(double x, double *sp, double *cp) {
         return;
     }
     if (hx >= 0x100000)
-        *sp = x * (1.0 + x);
+        *sp = (x * 0x1p64 + x) * 0x1p-64;
     else if ((bits(x) << 1) == 0)
         *sp = x;
     else
