@@ -1,0 +1,188 @@
+// The hyperbolic functions: special values, thresholds and their neighbours as rows; accuracy
+// against MPFR over regions dense at every point where a body changes method (every tier, four
+// modes, flags); every float and 10 million doubles in the Long run.
+#include <gtest/gtest.h>
+
+#include "harness/harness.h"
+#include "tessera.h"
+#include "tsr/codes.h"
+
+namespace {
+
+using namespace th;
+namespace code = tsr::code;
+
+// NaNs of both signs pass through; the signalling ones (one with its payload in the low word
+// only, not to be taken for an infinity) raise invalid.
+template <class T> std::vector<Row<T>> nans(std::vector<Row<T>> own) {
+    constexpr bool d = sizeof(T) == 8;
+    std::vector<Row<T>> r = {
+        {T(NAN), T(NAN)}, {-T(NAN), T(NAN)},
+        {d ? T(f64(0x7ff4000000000000)) : f32(0x7fa00000), T(NAN), INV},
+        {d ? T(f64(0xfff0000000000001)) : f32(0xff800001), T(NAN), INV},
+    };
+    r.insert(r.end(), own.begin(), own.end());
+    return r;
+}
+
+// Results next to a subnormal or tiny argument are checked in nearest: MPFR's 256-bit value
+// there is the argument itself, which says nothing of the directed roundings.
+const std::vector<Row<double>> kSinh = nans<double>({
+    {0.0, 0.0}, {-0.0, -0.0}, {INFINITY, INFINITY}, {-INFINITY, -INFINITY},
+    {0x1p-1074, CR, UN, 0, NO_CODE, RN}, {-0x0.fffffffffffffp-1022, CR, UN, 0, NO_CODE, RN},
+    {0x1p-1022, CR, NX, 0, NO_CODE, RN}, {-0x1p-63, CR, NX, 0, NO_CODE, RN},
+    {0x1p-57, CR, NX, 0, NO_CODE, RN}, {0x1.47ae147ae147bp-6, CR, NX, 0, NO_CODE, RN},  // 2^-57, 0.02
+    {0x1.7p-2, CR, NX, 0, NO_CODE, RN}, {-0x1.6ffffffffffffp-2, CR, NX, 0, NO_CODE, RN},  // l9 band start
+    {0x1.6dfb5p+4, CR, NX, 0, NO_CODE, RN}, {0x1.3ffffffffffffp+9, CR, NX, 0, NO_CODE, RN},  // one side, 640-
+    {0x1.4p+9, CR, NX, 0, NO_CODE, RN}, {0x1.8p+8, CR, NX, 0, NO_CODE, RN},  // 640, 384
+    // 710.4758600739439: the first argument whose sinh overflows, and its predecessor.
+    {0x1.633ce8fb9f87dp+9, CR, NX}, {-0x1.633ce8fb9f87dp+9, CR, NX},
+    {0x1.633ce8fb9f87ep+9, CR, OV, ERANGE, code::sinh_overflow},
+    {-0x1.633ce8fb9f87ep+9, CR, OV, ERANGE, code::sinh_overflow},  // signed
+    {0x1.8p+9, CR, OV, ERANGE, code::sinh_overflow}, {-0x1.fffffffffffffp+1023, CR, OV, ERANGE, code::sinh_overflow},
+});
+
+const std::vector<Row<double>> kCosh = nans<double>({
+    {0.0, 1.0}, {-0.0, 1.0}, {INFINITY, INFINITY}, {-INFINITY, INFINITY},
+    {0x1p-1074, CR, NX, 0, NO_CODE, RN}, {-0x1p-63, CR, NX, 0, NO_CODE, RN},
+    {0x1p-25, CR, NX, 0, NO_CODE, RN}, {0x1.47ae147ae147bp-7, CR, NX, 0, NO_CODE, RN},  // 0.01
+    {0x1p-3, CR, NX, 0, NO_CODE, RN}, {0x1.7p-2, CR, NX, 0, NO_CODE, RN},
+    {0x1.6dfb5p+4, CR, NX, 0, NO_CODE, RN}, {0x1.4p+9, CR, NX, 0, NO_CODE, RN},
+    {0x1.633ce8fb9f87dp+9, CR, NX}, {-0x1.633ce8fb9f87dp+9, CR, NX},
+    {0x1.633ce8fb9f87ep+9, CR, OV, ERANGE, code::cosh_overflow},
+    {-0x1.633ce8fb9f87ep+9, CR, OV, ERANGE, code::cosh_overflow},
+    {-0x1.fffffffffffffp+1023, CR, OV, ERANGE, code::cosh_overflow},
+});
+
+// tanh: in l9 the magnitude is rounded in the caller's mode before the sign goes on, and
+// the e7 quotient is within an ulp next to 1: directed rows there are positive or tier ex.
+const std::vector<Row<double>> kTanh = nans<double>({
+    {0.0, 0.0}, {-0.0, -0.0}, {INFINITY, 1.0}, {-INFINITY, -1.0},  // exact: no inexact
+    {0x1.fffffffffffffp+1023, CR, NX, 0, NO_CODE, RN}, {-0x1p+128, CR, NX, 0, NO_CODE, RN},
+    {0x1p-1074, CR, UN, 0, NO_CODE, RN}, {-0x0.fffffffffffffp-1022, CR, UN, 0, NO_CODE, RN},
+    {0x1p-1022, CR, NX, 0, NO_CODE, RN},
+    {0x1.306ffp-127, CR, NX, 0, NO_CODE, RN}, {0x1.306fep-127, CR, NX, 0, NO_CODE, RN},  // l9 band start
+    {0x1.7ffffffffffffp-3, CR, NX, 0, NO_CODE, RN}, {0x1.8p-3, CR, NX, 0, NO_CODE, RN},  // pieces 0 and 1
+    {0x1.46666ffffffffp+2, CR, NX, 0, NO_CODE, RN}, {0x1.46667p+2, CR, NX, 0, NO_CODE, RN},  // 5.1
+    // Around 19.0615474653985, where tanh crosses 1 - 2^-54: below it the result is 1 - 2^-53.
+    {0x1.30fc1p+4, CR, NX, 0, NO_CODE, 0, EX}, {0x1.30fc1ffffffffp+4, CR, NX, 0, NO_CODE, 0, EX},
+    {-0x1.30fc2p+4, CR, NX, 0, NO_CODE, 0, EX}, {0x1.30fc0ffffffffp+4, CR, NX, 0, NO_CODE, 0, EX},
+    {-0x1.30fc0ffffffffp+4, CR, NX, 0, NO_CODE, RN}, {0x1.30fdp+4, CR, NX},
+    {0x1.7ffffffffffffp+4, CR, NX}, {0x1.8p+4, CR, NX}, {0x1p+5, CR, NX},  // 24: piece 15; 32
+    {-0x1p+5, CR, NX, 0, NO_CODE, RN},
+});
+
+const std::vector<Row<float>> kSinhf = nans<float>({
+    {0.0f, 0.0f}, {-0.0f, -0.0f}, {INFINITY, INFINITY}, {-INFINITY, -INFINITY},
+    {0x1p-149f, CR, UN, 0, NO_CODE, RN}, {-0x0.fffffep-126f, CR, UN, 0, NO_CODE, RN},
+    {0x1p-126f, CR, NX, 0, NO_CODE, RN}, {-0x1.fffffep-28f, CR, NX, 0, NO_CODE, RN}, {0x1p-27f, CR, NX, 0, NO_CODE, RN},
+    {0x1.6ffffep-2f, CR, NX, 0, NO_CODE, RN}, {0x1.7p-2f, CR, NX, 0, NO_CODE, RN}, {0x1.8p+5f, CR, NX, 0, NO_CODE, RN},
+    {0x1.65a9f6p+6f, CR, NX, 0, NO_CODE, RN}, {0x1.65a9f8p+6f, CR, NX, 0, NO_CODE, RN},  // largest finite
+    {-0x1.65a9f8p+6f, CR, NX, 0, NO_CODE, RN},
+    {0x1.65a9fap+6f, CR, OV, ERANGE, code::sinhf_overflow}, {-0x1.65a9fap+6f, CR, OV, ERANGE, code::sinhf_overflow},
+    {-0x1.fffffep+127f, CR, OV, ERANGE, code::sinhf_overflow},
+});
+
+const std::vector<Row<float>> kCoshf = nans<float>({
+    {0.0f, 1.0f}, {-0.0f, 1.0f}, {INFINITY, INFINITY}, {-INFINITY, INFINITY},
+    {0x1p-149f, CR, NX, 0, NO_CODE, RN}, {-0x1p-31f, CR, NX, 0, NO_CODE, RN},
+    {0x1p-3f, CR, NX, 0, NO_CODE, RN}, {0x1.7p-2f, CR, NX, 0, NO_CODE, RN}, {0x1.8p+5f, CR, NX, 0, NO_CODE, RN},
+    {0x1.65a9f8p+6f, CR, NX, 0, NO_CODE, RN}, {-0x1.65a9f8p+6f, CR, NX, 0, NO_CODE, RN},
+    {0x1.65a9fap+6f, CR, OV, ERANGE, code::coshf_overflow}, {-0x1.65a9fap+6f, CR, OV, ERANGE, code::coshf_overflow},
+    {0x1.fffffep+127f, CR, OV, ERANGE, code::coshf_overflow},
+});
+
+const std::vector<Row<float>> kTanhf = nans<float>({
+    {0.0f, 0.0f}, {-0.0f, -0.0f}, {INFINITY, 1.0f}, {-INFINITY, -1.0f},
+    {0x1.fffffep+127f, CR, NX, 0, NO_CODE, RN}, {-0x1p+4f, CR, NX, 0, NO_CODE, RN}, {0x1p+4f, CR, NX}, {0x1.4p+3f, CR, NX},
+    {0x1p-149f, CR, UN, 0, NO_CODE, RN}, {-0x0.fffffep-126f, CR, UN, 0, NO_CODE, RN}, {0x1p-126f, CR, NX, 0, NO_CODE, RN},
+    {0x1.cp-4f, CR, NX, 0, NO_CODE, RN}, {0x1p-3f, CR, NX, 0, NO_CODE, RN}, {0x1.3ffffep+3f, CR, NX, 0, NO_CODE, RN},
+});
+
+// The pair: the sine is reported under the pair's code; the cosine of an overflow is +inf
+// (the largest double toward zero, as the sine's magnitude).
+const std::vector<RowSC<double>> kSinhcosh = {
+    {{0.0}, {0.0, 1.0}}, {{-0.0}, {-0.0, 1.0}}, {{INFINITY}, {INFINITY, INFINITY}},
+    {{-INFINITY}, {-INFINITY, INFINITY}}, {{NAN}, {NAN, NAN}},
+    {{0x1p-1074}, {CR, CR}, UN, 0, NO_CODE, RN}, {{0x1p-6}, {CR, CR}, NX, 0, NO_CODE, RN},
+    {{0x1.633ce8fb9f87dp+9}, {CR, CR}, NX},
+    {{0x1.633ce8fb9f87ep+9}, {INFINITY, INFINITY}, OV, ERANGE, code::sinhcosh_overflow, RN},
+    {{0x1.633ce8fb9f87ep+9}, {CR, CR}, OV, ERANGE, code::sinhcosh_overflow, RZ},
+    {{-0x1.633ce8fb9f87ep+9}, {-INFINITY, INFINITY}, OV, ERANGE, code::sinhcosh_overflow, RN},
+    {{-0x1.fffffffffffffp+1023}, {-INFINITY, INFINITY}, OV, ERANGE, code::sinhcosh_overflow, RN},
+};
+const std::vector<RowSC<float>> kSinhcoshf = {
+    {{0.0f}, {0.0f, 1.0f}}, {{-0.0f}, {-0.0f, 1.0f}}, {{-INFINITY}, {-INFINITY, INFINITY}}, {{NAN}, {NAN, NAN}},
+    {{0x1p-149f}, {CR, CR}, UN, 0, NO_CODE, RN}, {{0x1.7p-2f}, {CR, CR}, NX, 0, NO_CODE, RN},
+    {{0x1.65a9f8p+6f}, {CR, CR}, NX, 0, NO_CODE, RN},
+    {{0x1.65a9fap+6f}, {INFINITY, INFINITY}, OV, ERANGE, code::sinhcoshf_overflow, RN},
+    {{-0x1.65a9fap+6f}, {-INFINITY, INFINITY}, OV, ERANGE, code::sinhcoshf_overflow, RN},
+};
+
+// Log-uniform magnitudes of both signs up to hi, the tiny and subnormal range, and uniform
+// bands around the points where a body changes method.
+template <class T> Spec<T> spec(Func<T> f, T hi, std::initializer_list<T> edges, double rn) {
+    constexpr bool d = sizeof(T) == 8;
+    Spec<T> s{f, {{100000, {T(d ? 0x1p-30 : 0x1p-20), hi, Dist::log_uniform, true}},
+                  {10000, {T(d ? 0x1p-1074 : 0x1p-149), T(d ? 0x1p-30 : 0x1p-20), Dist::log_uniform, true}}}};
+    for (T e : edges) s.regions.push_back({4000, {e - e / 64, e + e / 64, Dist::uniform}});
+    s.bound[0] = rn;
+    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
+    return s;
+}
+const auto kSinhEdges = {0.01, 0.02, 0.125, 0.359375, 22.87, 384.0, 640.0, 710.4};
+const auto kSinhfEdges = {0.0625f, 0.125f, 0.359375f, 0.5f, 32.0f, 48.0f, 89.4f};
+
+Spec<double> sinh_spec() { return spec(func("sinh", mpfr_sinh, tsr_tiers_sinh).entry(::sinh), 710.47, kSinhEdges, 0.55); }
+Spec<double> cosh_spec() { return spec(func("cosh", mpfr_cosh, tsr_tiers_cosh).entry(::cosh), 710.47, kSinhEdges, 0.55); }
+Spec<double> tanh_spec() {
+    return spec(func("tanh", mpfr_tanh, tsr_tiers_tanh).entry(::tanh), 40.0,
+                {0.02, 0.0625, 0.1875, 0.359375, 5.1, 19.06, 24.0}, 0.55);
+}
+Spec<double> sinhcosh_spec() {
+    return spec(func2("sinhcosh", mpfr_sinh, mpfr_cosh, tsr_tiers_sinhcosh).entry(::sinhcosh), 710.47, kSinhEdges,
+                0.55);
+}
+Spec<float> sinhf_spec() { return spec(func("sinhf", mpfr_sinh, tsr_tiers_sinhf).entry(::sinhf), 89.41f, kSinhfEdges, 0.51); }
+Spec<float> coshf_spec() { return spec(func("coshf", mpfr_cosh, tsr_tiers_coshf).entry(::coshf), 89.41f, kSinhfEdges, 0.51); }
+Spec<float> tanhf_spec() {
+    return spec(func("tanhf", mpfr_tanh, tsr_tiers_tanhf).entry(::tanhf), 20.0f,
+                {0.0625f, 0.109375f, 0.125f, 0.25f, 1.0f, 10.0f, 16.0f}, 0.51);
+}
+Spec<float> sinhcoshf_spec() {
+    return spec(func2("sinhcoshf", mpfr_sinh, mpfr_cosh, tsr_tiers_sinhcoshf).entry(::sinhcoshf), 89.41f,
+                kSinhfEdges, 0.51);
+}
+
+}  // namespace
+
+TEST(HypSpecial, Rows) {
+    check_rows(sinh_spec().f, kSinh);
+    check_rows(cosh_spec().f, kCosh);
+    check_rows(tanh_spec().f, kTanh);
+    check_rows(sinhf_spec().f, kSinhf);
+    check_rows(coshf_spec().f, kCoshf);
+    check_rows(tanhf_spec().f, kTanhf);
+    check_rows(sinhcosh_spec().f, kSinhcosh);
+    check_rows(sinhcoshf_spec().f, kSinhcoshf);
+}
+
+TEST(HypAccuracy, Sinh) { sweep(sinh_spec()); }
+TEST(HypAccuracy, Cosh) { sweep(cosh_spec()); }
+TEST(HypAccuracy, Tanh) { sweep(tanh_spec()); }
+TEST(HypAccuracy, Sinhcosh) { sweep(sinhcosh_spec()); }
+TEST(HypAccuracy, Sinhf) { sweep(sinhf_spec()); }
+TEST(HypAccuracy, Coshf) { sweep(coshf_spec()); }
+TEST(HypAccuracy, Tanhf) { sweep(tanhf_spec()); }
+TEST(HypAccuracy, Sinhcoshf) { sweep(sinhcoshf_spec()); }
+
+// The Long run: every float, and the double functions on 10 million inputs.
+TEST(HypLong, Floats) {
+    for (auto s : {sinhf_spec(), coshf_spec(), tanhf_spec(), sinhcoshf_spec()}) every_float(s);
+}
+TEST(HypLong, Doubles) {
+    for (auto s : {sinh_spec(), cosh_spec(), tanh_spec(), sinhcosh_spec()}) {
+        s.scale = 70;
+        sweep(s);
+    }
+}
