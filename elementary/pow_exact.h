@@ -44,7 +44,7 @@ inline bool exact_power(T ax, T y, bool neg, T *out) {
     uint64_t m = ub & F::mantissa;
     int e = (ef == 0 ? 1 : ef) - F::bias - fb;
     if (ef != 0) m |= uint64_t(1) << fb;
-    int tz = __builtin_ctzll(m);
+    int tz = 63 - __builtin_clzll(m & -m);  // trailing zeros, by bsr (no tzcnt before l9)
     m >>= tz;
     e += tz;
     int iy = int(y);  // an integer value: the conversion is exact and raises nothing
