@@ -44,9 +44,9 @@ inline bool exact_power(T ax, T y, bool neg, T *out) {
     uint64_t m = ub & F::mantissa;
     int e = (ef == 0 ? 1 : ef) - F::bias - fb;
     if (ef != 0) m |= uint64_t(1) << fb;
-    // Strip the trailing zero bits one by one: a count-trailing-zeros builtin becomes
-    // tzcnt, newer than the SSE2/SSE3 tiers' sets (and this path is rare: y an integer).
-    while (!(m & 1)) m >>= 1, ++e;
+    int tz = 63 - __builtin_clzll(m & -m);  // trailing zeros, by bsr (no tzcnt before l9)
+    m >>= tz;
+    e += tz;
     int iy = int(y);  // an integer value: the conversion is exact and raises nothing
     if (iy == 1) {  // x itself, untouched (a subnormal x would meet flush-to-zero in a product)
         *out = neg ? -ax : ax;
