@@ -15,7 +15,7 @@ using namespace tsr::x80;
 namespace {
 
 inline LD cbrt_body(LD x) {
-    Ext v = ext(x);
+    Ext v = ext_in(x);
     uint32_t f = v.se & 0x7fff;
     if (__builtin_expect(f == 0x7fff || invalid_encoding(v) || (f == 0 && v.m == 0), 0)) {
         if (f == 0x7fff && v.m != 0x8000000000000000ull) return x + x;
@@ -28,8 +28,8 @@ inline LD cbrt_body(LD x) {
     int q = ee / 3 - 6000, i = ee % 3;
     int j = int(u.m >> 55) & 255;
     LD r = kRecip[j];
-    LD mh = from_ext(u.m & 0xffffffff00000000ull, 0x3fff);
-    LD ml = from_ext(u.m, 0x3fff) - mh;
+    LD m = unsigned(u.e + 1022) <= 2044u ? __builtin_fabsl(load(x)) * pow2l(-u.e) : from_ext(u.m, 0x3fff), mh, ml;
+    split32(m, mh, ml);
     LD w = (mh * r - 1.0L) + ml * r;
     const LD *c = kCbrtPoly;
     LD w2 = w * w;

@@ -40,7 +40,7 @@ inline LD beyond(LD x, const Ext &v, LD at_neg_inf, int ov, int un) {
 
 // 2^k (hi) with the reports: overflow when it reaches 2^16384, underflow when it is below
 // the least normal value.
-inline LD finish(X87Frame &fr, LD x, const ExpPair &p, int ov, int un) {
+__attribute__((always_inline)) inline LD finish(X87Frame &fr, LD x, const ExpPair &p, int ov, int un) {
     LD y = scale_pair(p.hi, p.lo, p.k);
     bool over = p.k > 16384 || (p.k == 16384 && p.hi >= 1.0L);
     bool under = p.k < -16382 || (p.k == -16382 && p.hi < 1.0L);
@@ -72,10 +72,10 @@ inline bool in_core(const Ext &v, uint32_t lo, uint32_t hi) {
 // e^x: the core for 2^-65 <= |x| < 11456; 1 + x below; beyond it, overflow or underflow
 // without a core.
 TSR_BODY(long double, expl, (long double x)) {
-    Ext v = ext(x);
+    Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbe, 0x400b) || (in_core(v, 0x400c, 0x400c) && (v.m >> 48) < 0xb300), 1)) {
         X87Frame fr;
-        x = opaque(x);
+        x = opaque(load(x));
         return finish(fr, x, exp_pair(x, 0.0L), code::expl_overflow, code::expl_underflow);
     }
     if ((v.se & 0x7fff) < 0x3fbe) {
@@ -87,10 +87,10 @@ TSR_BODY(long double, expl, (long double x)) {
 
 // 2^x: integers give exact powers (r = 0).
 TSR_BODY(long double, exp2l, (long double x)) {
-    Ext v = ext(x);
+    Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbe, 0x400c) || (in_core(v, 0x400d, 0x400d) && (v.m >> 48) < 0x80e0), 1)) {
         X87Frame fr;
-        x = opaque(x);
+        x = opaque(load(x));
         return finish(fr, x, exp2_pair(x, 0.0L), code::exp2l_overflow, code::exp2l_underflow);
     }
     if ((v.se & 0x7fff) < 0x3fbe) {
@@ -102,10 +102,10 @@ TSR_BODY(long double, exp2l, (long double x)) {
 
 // 10^x: x log2 10 as a pair, then 2^x.
 TSR_BODY(long double, exp10l, (long double x)) {
-    Ext v = ext(x);
+    Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbd, 0x400a) || (in_core(v, 0x400b, 0x400b) && (v.m >> 48) < 0x9ac0), 1)) {
         X87Frame fr;
-        x = opaque(x);
+        x = opaque(load(x));
         LD ph, pl;
         mul_const(x, 0.0L, kLog2_10, ph, pl);
         return finish(fr, x, exp2_pair(ph, pl), code::exp10l_overflow, code::exp10l_underflow);
@@ -120,14 +120,14 @@ TSR_BODY(long double, exp10l, (long double x)) {
 // e^x - 1: below 2^-65 the result is x + x^2/2 rounded; below -46 it is -1 plus a tiny
 // amount.
 TSR_DEFINE(long double, expm1l, (long double x)) {
-    Ext v = ext(x);
+    Ext v = ext_in(x);
     bool neg = v.se >> 15;
     uint32_t f = v.se & 0x7fff;
     if (__builtin_expect(in_core(v, 0x3fbe, 0x4003) ||
                              (in_core(v, 0x4004, 0x400b) && !(neg && key(v) >= 0xc004b800u)) ||
                              (in_core(v, 0x400c, 0x400c) && !neg && (v.m >> 48) < 0xb300), 1)) {
         X87Frame fr;
-        x = opaque(x);
+        x = opaque(load(x));
         // Below 2^-9, n = 0 whatever the mode (the shifter would round it away from 0 in the
         // directed modes, and j != 0 there would leave a cancellation).
         LD rh = x, rl = 0.0L;
@@ -152,7 +152,7 @@ TSR_DEFINE(long double, expm1l, (long double x)) {
     if (f < 0x3fbe && (v.m >> 63 || f == 0)) {
         if (f == 0 && v.m == 0) return x;
         X87Frame fr;
-        x = opaque(x);
+        x = opaque(load(x));
         return fr.finish(x + x * x * 0.5L);
     }
     if (neg && f != 0x7fff && (v.m >> 63)) return beyond(x, v, -1.0L, 0, 0);

@@ -132,12 +132,8 @@ inline ExpPair exp_tail(int n, LD rh, LD rl, bool neg = false) {
     return {hi, (th - hi) + q, k};
 }
 
-// n = round(z * 256/ln2) for |z| below about 2^15, by the shifter.
-inline int exp_index(LD z, LD &nf) {
-    LD s = opaque(z * 0x1.71547652b82fep+8L + kShifter);
-    nf = s - kShifter;
-    return shifter_int(s);
-}
+// n = round(z * 256/ln2) for |z| below about 2^15.
+inline int exp_index(LD z, LD &nf) { return round_int(z * 0x1.71547652b82fep+8L, nf); }
 
 // e^(zh + zl), |zh| <= 11500: r = zh - n ln2/256 by Cody and Waite in three parts (the head
 // of 29 bits times n is exact, and so is the first difference).
@@ -160,9 +156,9 @@ inline ExpPair exp_pair(LD zh, LD zl) {
 
 // 2^(zh + zl), |zh| <= 16500: n = round(256 zh), f = zh - n/256 exact, r = f ln2 as a pair.
 inline ExpPair exp2_pair(LD zh, LD zl, bool neg = false) {
-    LD s = opaque(zh * 256.0L + kShifter);
-    int n = shifter_int(s);
-    LD f = zh - (s - kShifter) * 0x1p-8L;
+    LD nf;
+    int n = round_int(zh * 256.0L, nf);
+    LD f = zh - nf * 0x1p-8L;
     LD fh, fl;
     two_sum(f, zl, fh, fl);
     LD rh, rl;
@@ -188,13 +184,12 @@ inline void log1p_series(LD v, LD &hi, LD &lo) {
     lo = lo + (v2 * v * q - vl * (v + vh) * 0.5L);
 }
 
-// ln(m) - ... : for m = the significand in [1, 2) (value, 64 bits), -ln R_j + ln(1 + u) as a
-// pair (hi, lo).
-inline void log_table(uint64_t mbits, LD &hi, LD &lo) {
+// ln m as -ln R_j + ln(1 + u), a pair (hi, lo), for m in [1, 2) with significand bits mbits.
+inline void log_table(LD m, uint64_t mbits, LD &hi, LD &lo) {
     int j = int(mbits >> 55) & 255;
     LD r = kRecip[j];
-    LD mh = from_ext(mbits & 0xffffffff00000000ull, 0x3fff);
-    LD ml = from_ext(mbits, 0x3fff) - mh;
+    LD mh, ml;
+    split32(m, mh, ml);
     LD uh = mh * r - 1.0L;  // exact
     LD ul = ml * r;         // exact
     LD u = uh + ul;
@@ -221,7 +216,8 @@ inline int log_parts(LD x, const Ext &v, LD &hi, LD &lo) {
         return 0;
     }
     Unpacked u = unpack(v);
-    log_table(u.m, hi, lo);
+    LD m = unsigned(u.e + 1022) <= 2044u ? x * pow2l(-u.e) : from_ext(u.m, 0x3fff);
+    log_table(m, u.m, hi, lo);
     return u.e;
 }
 

@@ -24,7 +24,7 @@ inline LD fsqrt(LD x) {
 }  // namespace
 
 TSR_BODY(long double, hypotl, (long double x, long double y)) {
-    Ext a = ext(x), b = ext(y);
+    Ext a = ext_in(x), b = ext_in(y);
     uint32_t fa = a.se & 0x7fff, fb = b.se & 0x7fff;
     if (__builtin_expect(fa == 0x7fff || fb == 0x7fff || invalid_encoding(a) || invalid_encoding(b), 0)) {
         if ((fa == 0x7fff && a.m == 0x8000000000000000ull) || (fb == 0x7fff && b.m == 0x8000000000000000ull))

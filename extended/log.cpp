@@ -47,14 +47,14 @@ inline bool positive_finite(const Ext &v) { return key(v) - 0x00008000u < 0x7fff
 }  // namespace
 
 TSR_BODY(long double, logl, (long double x)) {
-    Ext v = ext(x);
+    Ext v = ext_in(x);
     LD r;
     if (__builtin_expect(!positive_finite(v), 0)) {
         if (log_special(x, v, code::logl_argument_0, code::logl_argument_negative, &r)) return r;
     }
     if (__builtin_expect(key(v) == 0x3fff8000u && v.m == kOneBit, 0)) return 0.0L;
     X87Frame fr;
-    x = opaque(x);
+    x = opaque(load(x));
     LD hi, lo;
     int e = log_parts(x, v, hi, lo);
     LD ef = e;
@@ -64,7 +64,7 @@ TSR_BODY(long double, logl, (long double x)) {
 }
 
 TSR_DEFINE(long double, log2l, (long double x)) {
-    Ext v = ext(x);
+    Ext v = ext_in(x);
     LD r;
     if (__builtin_expect(!positive_finite(v), 0)) {
         if (log_special(x, v, code::log2l_argument_0, code::log2l_argument_negative, &r)) return r;
@@ -72,7 +72,7 @@ TSR_DEFINE(long double, log2l, (long double x)) {
     Unpacked u = unpack(v);
     if (__builtin_expect(u.m == kOneBit, 0)) return LD(u.e);  // powers of two, exactly
     X87Frame fr;
-    x = opaque(x);
+    x = opaque(load(x));
     LD hi, lo, h, l;
     int e = log_parts(x, v, hi, lo);
     log2_pair(e, hi, lo, h, l);
@@ -80,14 +80,14 @@ TSR_DEFINE(long double, log2l, (long double x)) {
 }
 
 TSR_DEFINE(long double, log10l, (long double x)) {
-    Ext v = ext(x);
+    Ext v = ext_in(x);
     LD r;
     if (__builtin_expect(!positive_finite(v), 0)) {
         if (log_special(x, v, code::log10l_argument_0, code::log10l_argument_negative, &r)) return r;
     }
     if (__builtin_expect(key(v) == 0x3fff8000u && v.m == kOneBit, 0)) return 0.0L;
     X87Frame fr;
-    x = opaque(x);
+    x = opaque(load(x));
     LD hi, lo, ph, pl;
     int e = log_parts(x, v, hi, lo);
     mul_const(hi, lo, kLog10e_32, ph, pl);
@@ -97,7 +97,7 @@ TSR_DEFINE(long double, log10l, (long double x)) {
 }
 
 TSR_BODY(long double, log1pl, (long double x)) {
-    Ext v = ext(x);
+    Ext v = ext_in(x);
     uint32_t f = v.se & 0x7fff;
     bool neg = v.se >> 15;
     if (__builtin_expect(f >= 0x7fff || invalid_encoding(v) || (neg && f >= 0x3fff), 0)) {
@@ -115,11 +115,11 @@ TSR_BODY(long double, log1pl, (long double x)) {
     if (f < 0x3fbe) {
         if (f == 0 && v.m == 0) return x;
         X87Frame fr;
-        x = opaque(x);
+        x = opaque(load(x));
         return fr.finish(x - x * x * 0.5L);
     }
     X87Frame fr;
-    x = opaque(x);
+    x = opaque(load(x));
     LD hi, lo;
     if (f < 0x3ff8) {
         log1p_series(x, hi, lo);

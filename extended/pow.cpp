@@ -48,7 +48,7 @@ inline LD finish(X87Frame &fr, LD x, LD y, LD z, int k, LD lo = 0.0L) {
     int ey = int(v.se & 0x7fff) - 0x3fff;
     int ke = k + ey;
     ke = ke > 30000 ? 30000 : ke < -30000 ? -30000 : ke;
-    LD r = scale_pair(from_ext(v.m, uint16_t((v.se & 0x8000) | 0x3fff)), lo * pow2l(-ey), ke);
+    LD r = scale_pair(y * pow2l(-ey), lo * pow2l(-ey), ke);
     r = fr.finish(r);
     if (__builtin_expect(ke >= 16384, 0)) return report(x, z, r, code::powl_overflow);
     if (__builtin_expect(ke < -16382, 0)) return report(x, z, r, code::powl_underflow);
@@ -111,7 +111,7 @@ LD special(LD x, LD y, const Ext &vx, const Ext &vy) {
 }  // namespace
 
 TSR_BODY(long double, powl, (long double x, long double y)) {
-    Ext vx = ext(x), vy = ext(y);
+    Ext vx = ext_in(x), vy = ext_in(y);
     uint32_t fx = vx.se & 0x7fff, fy = vy.se & 0x7fff;
     bool xneg = vx.se >> 15;
     // Special unless x is finite, non-zero and not +1, and y finite, non-zero, with proper
@@ -128,8 +128,8 @@ TSR_BODY(long double, powl, (long double x, long double y)) {
     bool yneg = vy.se >> 15;
     Unpacked ux = unpack(vx);
     X87Frame fr;
-    x = opaque(x);
-    y = opaque(y);
+    x = opaque(load(x));
+    y = opaque(load(y));
     if (vy.m == kOneBit && fy == 0x3ffe && !yneg) {  // y = 1/2
         LD r = opaque(from_ext(ux.m, 0x3fff) * (ux.e & 1 ? 2.0L : 1.0L));
         asm("fsqrt" : "+t"(r));
@@ -155,8 +155,10 @@ TSR_BODY(long double, powl, (long double x, long double y)) {
         return finish(fr, x, r, y, int(yneg ? -k : k));
     }
     LD hi, lo, lh, ll;
-    LD ax = from_ext(vx.m, uint16_t(fx));
-    int e = log_parts(ax, ext(ax), hi, lo);
+    LD ax = __builtin_fabsl(x);
+    Ext vax = vx;
+    vax.se = uint16_t(fx);
+    int e = log_parts(ax, vax, hi, lo);
     log2_pair(e, hi, lo, lh, ll);
     if (fy > 0x4100) {  // |y| > 2^258 and |log2 x| >= 2^-64: far beyond the range
         bool over = (lh > 0) != yneg;

@@ -21,18 +21,21 @@ inline LD fsqrt(LD x) {
 }
 
 inline LD sqrt_body(LD x) {
-    Ext v = ext(x);
+    // x goes onto the register stack from its own cell first: rebuilding it from the
+    // integer reads would cost a failed store forwarding.
+    Ext v = ext_in(x);
+    LD xr = load(x);
     if (__builtin_expect(v.se >> 15, 0)) {
         if ((v.se & 0x7fff) == 0 && v.m == 0) return x;                                      // -0
         if ((v.se & 0x7fff) == 0x7fff && v.m != 0x8000000000000000ull) return x + x;          // NaN
         return report(x, default_nan(), code::sqrtl_argument_negative);
     }
     X87Frame fr;
-    return fr.finish(fsqrt(opaque(x)));
+    return fr.finish(fsqrt(opaque(xr)));
 }
 
 inline LD invsqrt_body(LD x) {
-    Ext v = ext(x);
+    Ext v = ext_in(x);
     uint32_t f = v.se & 0x7fff;
     if (__builtin_expect((v.se >> 15) || f == 0x7fff || invalid_encoding(v) || (f == 0 && v.m == 0), 0)) {
         if (f == 0 && v.m == 0) return 1.0L / opaque(x);                        // +-inf, divide-by-zero
@@ -41,7 +44,7 @@ inline LD invsqrt_body(LD x) {
         return default_nan();                                                    // negative
     }
     X87Frame fr;
-    x = opaque(x);
+    x = opaque(load(x));
     LD post = 1.0L;
     if (__builtin_expect(f < 0x0200 || f > 0x7e00, 0)) {
         bool small = f < 0x0200;

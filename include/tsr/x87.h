@@ -47,9 +47,32 @@ struct X87Frame {
     X87Frame &operator=(const X87Frame &) = delete;
 };
 
+// x onto the register stack straight from its cell (an argument's own stack slot): rebuilt
+// from integer reads instead, it would pay a failed store forwarding.
+inline LD load(const LD &x) {
+    LD r;
+    asm("fldt %1" : "=t"(r) : "m"(x));
+    return r;
+}
+
+// The words of an argument read in its cell, so that the value itself stays there for
+// load() (a copy through integer registers would be rebuilt by a failed forwarding).
+inline Ext ext_in(const LD &x) {
+    Ext e;
+    uint32_t se;
+    asm("movq %1, %0" : "=r"(e.m) : "m"(*reinterpret_cast<const uint64_t *>(&x)));
+    asm("movzwl %1, %0" : "=r"(se) : "m"(reinterpret_cast<const uint16_t *>(&x)[4]));
+    e.se = uint16_t(se);
+    return e;
+}
+
 // ---- bits ------------------------------------------------------------------------------
-// 2^k for a normal exponent k, built by integer work.
-inline LD pow2l(int k) { return from_ext(0x8000000000000000ull, uint16_t(k + 0x3fff)); }
+// 2^k for a normal exponent k, built by integer work: through a double where k allows it
+// (an 8-byte store and load, which forward), else as an extended value.
+inline LD pow2l(int k) {
+    if (__builtin_expect(unsigned(k + 1022) <= 2045u, 1)) return LD(f64(uint64_t(k + 1023) << 52));
+    return from_ext(0x8000000000000000ull, uint16_t(k + 0x3fff));
+}
 
 // The sign-and-exponent word in the upper half, the top 16 significand bits in the lower:
 // one unsigned compare places a value among binades and fractions of a binade.
@@ -58,6 +81,16 @@ inline uint32_t key(const Ext &e) { return (uint32_t(e.se) << 16) | uint32_t(e.m
 // The integer n of a shifter sum s = v + 1.5*2^63 (the low word of its significand).
 constexpr float kShifter = 0x1.8p63f;
 inline int32_t shifter_int(LD s) { return int32_t(uint32_t(ext(s).m)); }
+
+// v rounded to an integer in the caller's rounding mode (|v| < 2^31), as an int and as a
+// value: one integer store whose reload forwards, where reading a stored extended value's
+// significand would not.
+inline int32_t round_int(LD v, LD &nf) {
+    int32_t n;
+    asm("fistpl %0" : "=m"(n) : "t"(v) : "st");
+    nf = LD(n);
+    return n;
+}
 
 // ---- exact operations (precision 64 bits, round to nearest; in the directed modes the
 // error terms are near-exact, which keeps the results within the directed-mode bounds) ----
