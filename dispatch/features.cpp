@@ -276,15 +276,35 @@ int detect_features(const CpuProbe &probe, const char *env, uint64_t out[2]) {
     return 0;
 }
 
+// What each level needs, highest first: every listed feature bit present.  Levels 9 to 2
+// each need one feature; level 1 needs nothing.
+struct LevelNeed {
+    int level;
+    int n;
+    int bits[5];
+};
+constexpr LevelNeed kLevelNeeds[] = {
+    {12, 1, {92}},          {11, 3, {43, 44, 48}}, {10, 5, {13, 18, 19, 20, 23}}, {9, 1, {16}},
+    {8, 1, {10}},           {7, 1, {9}},           {6, 1, {8}},                   {5, 1, {7}},
+    {4, 1, {6}},            {3, 1, {5}},           {2, 1, {1}},
+};
+
 int level_from_features(const uint64_t w[2]) {
-    auto has = [&](int b) { return (w[b >> 6] >> (b & 63)) & 1; };
-    if (has(92)) return 12;
-    if (has(43) && has(44) && has(48)) return 11;
-    if (has(13) && has(18) && has(19) && has(20) && has(23)) return 10;
-    static constexpr int kSingle[] = {16, 10, 9, 8, 7, 6, 5, 1};  // levels 9 down to 2
-    for (int i = 0; i < 8; ++i)
-        if (has(kSingle[i])) return 9 - i;
+    for (const LevelNeed &l : kLevelNeeds) {
+        bool all = true;
+        for (int i = 0; i < l.n; ++i) all = all && has_feature(w, l.bits[i]);
+        if (all) return l.level;
+    }
     return 1;
+}
+
+int level_requirements(int level, int bits[5]) {
+    for (const LevelNeed &l : kLevelNeeds)
+        if (l.level == level) {
+            for (int i = 0; i < l.n; ++i) bits[i] = l.bits[i];
+            return l.n;
+        }
+    return 0;
 }
 
 static CpuidRegs hw_cpuid(uint32_t leaf, uint32_t sub, void *) {

@@ -33,6 +33,9 @@ int detect_features(const CpuProbe &probe, const char *env, uint64_t out[2]) TSR
 int feature_disable_mask(const char *env, uint64_t mask[2]) TSR_HIDDEN;
 // The dispatch level (1..12) of a feature word: tests from 12 down, each on its own bits.
 int level_from_features(const uint64_t w[2]) TSR_HIDDEN;
+// The feature bits level `level` needs (all of them), up to five; returns their count
+// (0 for level 1, which needs nothing).
+int level_requirements(int level, int bits[5]) TSR_HIDDEN;
 const char *feature_row_name(int row) TSR_HIDDEN;
 const char *feature_row_word(int row) TSR_HIDDEN;
 int feature_row_bit(int row) TSR_HIDDEN;

@@ -38,9 +38,9 @@ inline double exp_body(double x) {
         if (hi(x) >> 31) return report(x, opaque(kMinNorm) * kMinNorm, code::exp_underflow);
         return report(x, opaque(kMax) * kMax, code::exp_overflow);
     }
-    const double K = D(0x40571547652b82fe), L1 = D(0x3f862e42fefa0000), L2 = D(0x3d1cf79abc9e3b3a);
-    const double c2 = D(0x3fdffffffffffffe), c3 = D(0x3fc5555555548ba1), c4 = D(0x3fa55555555b9e25),
-                 c5 = D(0x3f811115c090cf0f), c6 = D(0x3f56c15ce3289860);
+    const double K = 0x1.71547652b82fep+6, L1 = 0x1.62e42fefap-7, L2 = 0x1.cf79abc9e3b3ap-46;
+    const double c2 = 0x1.ffffffffffffep-2, c3 = 0x1.5555555548ba1p-3, c4 = 0x1.55555555b9e25p-5,
+                 c5 = 0x1.11115c090cf0fp-7, c6 = 0x1.6c15ce328986p-10;
     RnGuardInexact g;
     x = opaque(x);
     double s = opaque(K * x + S);
@@ -70,7 +70,7 @@ inline float expf_body(float x) {
             return float_beyond_range(x, code::expf_overflow, code::expf_underflow);
         }
     }
-    const double K = D(0x40771547652b82fe), c1 = D(0x3f662e42fefa72c5), c2 = D(0x3ecebfbdff82c58e);
+    const double K = 0x1.71547652b82fep+8, c1 = 0x1.62e42fefa72c5p-9, c2 = 0x1.ebfbdff82c58ep-19;
     RnGuardInexact g;
     x = opaque(x);
     double v = g.finish(f256_core(K * double(x), S, c1, c2));
@@ -94,19 +94,19 @@ namespace {
 // The core up to the last fused multiply-add: returns v, with Tb, and the result
 // fma(v, Tb, Tb).
 inline double exp_fma_core(double x, double &Tb) {
-    const double K = D(0x40571547652b82fe), S = D(0x433800000000ffc0);
+    const double K = 0x1.71547652b82fep+6, S = 0x1.800000000ffcp+52;
 #if TSR_TIER_Z0
     double s = avx512::fma_rn(K, x, S);
 #else
     double s = __builtin_fma(K, x, S);
 #endif
-    double kf = s + D(0xc33800000000ffc0);
-    double r = __builtin_fma(kf, D(0xbd1cf79abc9e3b3a), __builtin_fma(kf, D(0xbf862e42fefa0000), x));
+    double kf = s - 0x1.800000000ffcp+52;
+    double r = __builtin_fma(kf, -0x1.cf79abc9e3b3ap-46, __builtin_fma(kf, -0x1.62e42fefap-7, x));
     uint32_t sl = uint32_t(bits(s));
     const MT &row = frac64[sl & 63];
     Tb = f64((uint64_t(sl & 0x3ffc0) << 46) | row.m);
-    double A = __builtin_fma(D(0x3f8111126eeb729a), r, D(0x3fa555570aa70f87));
-    double B = __builtin_fma(D(0x3fc55555555541d3), r, D(0x3fdfffffffffe5bc));
+    double A = __builtin_fma(0x1.111126eeb729ap-7, r, 0x1.555570aa70f87p-5);
+    double B = __builtin_fma(0x1.55555555541d3p-3, r, 0x1.fffffffffe5bcp-2);
     double r2 = r * r;
     B = __builtin_fma(r2, A, B);
     return __builtin_fma(B, r2, r + row.t);
@@ -149,22 +149,22 @@ namespace {
 // rather than fma, fma, fma with r·T waiting on the table.  In double the regrouping moves
 // the value by a few units of 2^-53, nothing at the float result's scale.
 inline double expf_fma_poly(double r, double T) {
-    double a = __builtin_fma(D(0x3fc55561a20a7574), r, D(0x3fe0000a3fec6dc4));
-    double b = __builtin_fma(D(0x3feffffffff81eec), r, 1.0);
+    double a = __builtin_fma(0x1.55561a20a7574p-3, r, 0x1.0000a3fec6dc4p-1);
+    double b = __builtin_fma(0x1.ffffffff81eecp-1, r, 1.0);
     return T * __builtin_fma(r * r, a, b);
 }
 inline double expf_fma_core(float x) {
     const double S = 0x1.8p52;
     double u = x;
-    double s = __builtin_fma(D(0x40471547652b82fe), u, S);
+    double s = __builtin_fma(0x1.71547652b82fep+5, u, S);
     double kf = s - S;
-    double r = __builtin_fma(kf, D(0xbf962e42fefa39ef), u);
+    double r = __builtin_fma(kf, -0x1.62e42fefa39efp-6, u);
     uint64_t sb = bits(s);
     double T = f64(bits(d32[sb & 31]) + ((sb >> 5) << 52));
     return expf_fma_poly(r, T);
 }
 // 32/ln 2 as a memory operand of the multiply-add below.
-const double kExpfInvLn2N = D(0x40471547652b82fe);
+const double kExpfInvLn2N = 0x1.71547652b82fep+5;
 __attribute__((noinline, cold)) float expf_fma_directed(float x) {
     RnGuard g;
     x = opaque(x);
@@ -192,7 +192,7 @@ TSR_BODY(float, expf, (float x)) {
     double s;
     asm("vfmadd231sd %2, %1, %0" : "=x"(s) : "x"(u), "m"(kExpfInvLn2N), "0"(S));
     double kf = s - S;
-    double r = __builtin_fma(kf, D(0xbf962e42fefa39ef), u);
+    double r = __builtin_fma(kf, -0x1.62e42fefa39efp-6, u);
     if (__builtin_expect(!rn_probe(), 0)) return expf_fma_directed(x);
     // T stays in the vector unit: the exponent field from s by two shifts beside the row's
     // load, rather than a round trip of the sum through the integer registers.

@@ -38,7 +38,7 @@ inline double exp10_ex(double x) {
     }
     RnGuardInexact g;
     x = opaque(x);
-    double s = opaque(D(0x407a934f0979a371) * x + S);
+    double s = opaque(0x1.a934f0979a371p+8 * x + S);
     double kf = s - S;
     int k = int(uint32_t(bits(s)));
     int j = int(uint32_t(k) << 25) >> 25;
@@ -78,16 +78,16 @@ inline float exp10f_ex(float x) {
     RnGuardInexact g;
     x = opaque(x);
     double u = x;
-    float t = float(opaque(D(0x406a934f0979a371) * u + D(0x4168000000000000)));
+    float t = float(opaque(0x1.a934f0979a371p+7 * u + 0x1.8p+23));
     float tf = opaque(t) + -12582912.0f;
-    double r = double(tf) * D(0xbf734413509f79ff) + u;
+    double r = double(tf) * -0x1.34413509f79ffp-8 + u;
     int k = int(bits(t)) - 0x4b400000;
     int j = int(uint32_t(k) << 26) >> 26;
     int n = (k - j) >> 6;
     double T = centred64[j + 32];
     double s2 = r * r;
-    double p = (D(0x3ff2d784e2724acf) * s2 + D(0x40053524cd26a2f3)) * s2 +
-               (D(0x400046f7d3f4b8ec) * s2 + D(0x40026bb1bbb47127)) * r;
+    double p = (0x1.2d784e2724acfp+0 * s2 + 0x1.53524cd26a2f3p+1) * s2 +
+               (0x1.046f7d3f4b8ecp+1 * s2 + 0x1.26bb1bbb47127p+1) * r;
     double v = (p * T + T) * pow2(n);
     v = g.finish(v);
     return float(v);
@@ -110,7 +110,7 @@ inline double exp10_e7(double x) {
         res = g.finish(res);
         return report(x, res, (hi(x) >> 31) ? code::exp10_underflow : code::exp10_overflow);
     }
-    const double K = D(0x406a934f0979a371), L1 = D(0x3f734413509e0000), L2 = D(0x3d379fef311f12b3);
+    const double K = 0x1.a934f0979a371p+7, L1 = 0x1.34413509ep-8, L2 = 0x1.79fef311f12b3p-44;
     double s = opaque(K * x + S);
     double kf = s - S;
     int k = int(uint32_t(bits(s)));
@@ -118,8 +118,8 @@ inline double exp10_e7(double x) {
     const MT &row = frac64[k & 63];
     int n = k >> 6;
     double r2 = r * r;
-    double p = ((D(0x40026bb1bbb55516) * r + row.t) + r2 * r2 * (D(0x3ff2bd77b1487d50) + D(0x3fe142b5d38ee238) * r)) +
-               r2 * (D(0x40053524c73cd328) + D(0x4000470591daeb1e) * r);
+    double p = ((0x1.26bb1bbb55516p+1 * r + row.t) + r2 * r2 * (0x1.2bd77b1487d5p+0 + 0x1.142b5d38ee238p-1 * r)) +
+               r2 * (0x1.53524c73cd328p+1 + 0x1.0470591daeb1ep+1 * r);
     if (n >= -894 && n <= 1022) {
         double T = f64((uint64_t(uint32_t((k & 0xffffffc0) + 0xffc0)) << 46) | row.m);
         return g.finish(p * T + T);
@@ -135,7 +135,7 @@ inline double exp10_e7(double x) {
 // for every x in the band but the integers 1 to 10, and for those the shifter step raises the
 // flag already, so the probe's flag changes nothing.)
 inline double exp10f_core(float x) {
-    const double K = D(0x408a934f0979a371), c1 = D(0x3f662e42fefa72c5), c2 = D(0x3ecebfbdff82c58e);
+    const double K = 0x1.a934f0979a371p+9, c1 = 0x1.62e42fefa72c5p-9, c2 = 0x1.ebfbdff82c58ep-19;
     return f256_core(K * double(x), S, c1, c2);
 }
 

@@ -64,15 +64,15 @@ inline double exp2_ex(double x) {
     int n = (k - j) >> 7;
     double r = x + kf * -0x1p-7;
     const TH &row = split128[j + 64];
-    const double L = D(0x3fe62e4200000000);
+    const double L = 0x1.62e42p-1;
     double rt = f64(bits(r) & 0xffffffff00000000ull);
     double a = rt * L;
-    double B = opaque(a + D(0x41f0000000100000)) + D(0xc1f0000000000000);
+    double B = opaque(a + 0x1.00000001p+32) - 0x1p+32;
     double s2 = r * r;
-    double Q = ((D(0x3f24308cac59a345) * s2 + D(0x3f83b2ab6fba31d1)) * s2 + D(0x3fcebfbdff82c58f)) * s2 +
+    double Q = ((0x1.4308cac59a345p-13 * s2 + 0x1.3b2ab6fba31d1p-7) * s2 + 0x1.ebfbdff82c58fp-3) * s2 +
                (r - rt) * L + (a - (B - 1.0)) +
-               (((D(0x3ef0097a00cb0678) * s2 + D(0x3f55d87fe87ed439)) * s2 + D(0x3fac6b08d704a0c3)) * s2 +
-                D(0x3e9fdf473de6af28)) * r;
+               (((0x1.0097a00cb0678p-16 * s2 + 0x1.5d87fe87ed439p-10) * s2 + 0x1.c6b08d704a0c3p-5) * s2 +
+                0x1.fdf473de6af28p-22) * r;
     double W = Q * row.head + (B + Q) * row.tail;
     double v = row.head * B;  // exact
     if (direct) {
@@ -114,7 +114,7 @@ inline float exp2f_ex_core(float x) {
     RnGuard g;
     x = opaque(x);
     double u = x;
-    float t = float(opaque(64.0 * u + D(0x4168000000000000)));
+    float t = float(opaque(64.0 * u + 0x1.8p+23));
     float tf = opaque(t) + -12582912.0f;
     double r = double(tf) * -0x1p-6 + u;
     int k = int(bits(t)) - 0x4b400000;
@@ -122,8 +122,8 @@ inline float exp2f_ex_core(float x) {
     int n = (k - j) >> 6;
     double T = centred64[j + 32];
     double s2 = r * r;
-    double p = (D(0x3f83ce0f3e46f43a) * s2 + D(0x3fcebfbe081585e7)) * s2 +
-               (D(0x3fac6af0d93cf576) * s2 + D(0x3fe62e42fef9277b)) * r;
+    double p = (0x1.3ce0f3e46f43ap-7 * s2 + 0x1.ebfbe081585e7p-3) * s2 +
+               (0x1.c6af0d93cf576p-5 * s2 + 0x1.62e42fef9277bp-1) * r;
     double v = (p * T + T) * pow2(n);
     v = g.finish(v);
     return float(v);
@@ -182,10 +182,10 @@ inline double exp2_e7(double x) {
     double rp = xp - kf;
     int n = k >> 7;
     const MT &row = frac128[k & 127];
-    const double c1 = D(0x3f762e42fefa39ef);
+    const double c1 = 0x1.62e42fefa39efp-8;
     double r2 = rp * rp;
-    double A = D(0x3d25d87fe78a6731) * rp + D(0x3dc3b2ab6fba4e77);
-    double B = D(0x3e5c6b08d704a0bf) * rp + D(0x3eeebfbdff82c58e);
+    double A = 0x1.5d87fe78a6731p-45 * rp + 0x1.3b2ab6fba4e77p-35;
+    double B = 0x1.c6b08d704a0bfp-26 * rp + 0x1.ebfbdff82c58ep-17;
     int E = n + 1023;
     if (E >= 0x3c && E <= 0x7fe) {
         double T = f64((uint64_t(E) << 52) | row.m);
@@ -209,7 +209,7 @@ inline float exp2f_e7(float x) {
             return float_beyond_range(x, code::exp2f_overflow, code::exp2f_underflow);
         }
     }
-    const double S2 = D(0x42b8000000000000), c1 = D(0x3fe62e42fefa72c5), c2 = D(0x3fcebfbdff82c58e);
+    const double S2 = 0x1.8p+44, c1 = 0x1.62e42fefa72c5p-1, c2 = 0x1.ebfbdff82c58ep-3;
     RnGuard g;
     x = opaque(x);
     double v = g.finish(f256_core(double(x), S2, c1, c2));
@@ -225,7 +225,7 @@ inline float exp2f_e7(float x) {
 // in every mode (x a multiple of 1/64) and the core goes on in the caller's mode, so exact
 // powers raise nothing; otherwise a directed caller's mode takes the cold path, which runs
 // the core in round-to-nearest and only the last step in the caller's mode.
-constexpr double kSp2 = D(0x42d800000000ffc0), kSpNeg2 = D(0xc2d800000000ffc0);
+constexpr double kSp2 = 0x1.800000000ffcp+46, kSpNeg2 = -0x1.800000000ffcp+46;
 
 __attribute__((noinline, cold)) double exp2_fma_edge(double x) {
     if ((hi(x) & 0x7fffffff) < 0x3c800000) return x + 1.0;
@@ -237,9 +237,9 @@ inline double exp2_fma_poly(double s, double r, double r2, double &Tb) {
     uint64_t sb = bits(s);
     const MT &row = frac64r[sb & 63];
     Tb = f64(((sb >> 6) << 52) | row.m);
-    double P = __builtin_fma(D(0x3f55d881e7541815), r, D(0x3f83b2ad5447fdff));
-    P = __builtin_fma(P, r, D(0x3fac6b08d7047ac4));
-    double Q = __builtin_fma(D(0x3fcebfbdff829821), r, D(0x3fe62e42fefa39ef));
+    double P = __builtin_fma(0x1.5d881e7541815p-10, r, 0x1.3b2ad5447fdffp-7);
+    P = __builtin_fma(P, r, 0x1.c6b08d7047ac4p-5);
+    double Q = __builtin_fma(0x1.ebfbdff829821p-3, r, 0x1.62e42fefa39efp-1);
     P = __builtin_fma(P, r2, Q);
     return __builtin_fma(P, r, row.t);
 }
@@ -280,7 +280,7 @@ inline double exp2_fma(double x) {
 
 // Single precision throughout, N = 32: s carries round(32x) + 127·32 in its low bits.  The
 // same layout as above.
-constexpr float kSpf = F(0x48c00fe0), kSpNegf = F(0xc8c00fe0);
+constexpr float kSpf = 0x1.801fcp+18f, kSpNegf = -0x1.801fcp+18f;
 
 __attribute__((noinline, cold)) float exp2f_fma_edge(float x) {
     if ((bits(x) & 0x7fffffff) <= 0x327fffff) return x + 1.0f;
@@ -295,9 +295,9 @@ inline float exp2f_fma_poly(float s, float r, float r2, float &Tb) {
     // terms and the tail (below 2^-13) first, so that their roundings are negligible, and
     // the linear term last, so that the sum is rounded once at the scale of r·ln 2 rather
     // than twice (as Horner's order would, once in c1 + r·(...) and once in adding the tail).
-    float hi = __builtin_fmaf(F(0x3d6358ca), r, F(0x3e75fe8e));
+    float hi = __builtin_fmaf(0x1.c6b194p-5f, r, 0x1.ebfd1cp-3f);
     float lo = __builtin_fmaf(hi, r2, f32_tail[j]);
-    return __builtin_fmaf(F(0x3f317218), r, lo);
+    return __builtin_fmaf(0x1.62e43p-1f, r, lo);
 }
 
 #if !TSR_TIER_Z0

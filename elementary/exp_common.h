@@ -13,10 +13,6 @@ namespace tsr::expd {
 // could take from a newer tier's object.
 namespace {
 
-// Constants are written as their bit patterns.
-constexpr double D(uint64_t b) { return std::bit_cast<double>(b); }
-constexpr float F(uint32_t b) { return std::bit_cast<float>(b); }
-
 // The probe on the core's own reduced argument, for the usual path of the 2^x cores: t = r^2,
 // which the polynomial needs anyway.  C + t and C - t (C a power of two so large that t is
 // below half its ulp on either side while the caller's mode is round-to-nearest, where
@@ -55,19 +51,19 @@ inline float float_beyond_range(float x, int overflow_code, int underflow_code) 
 // B is the head of 10^r with 32 bits, so that B times the table row's head is exact, and Q
 // the rest, 10^r = B + Q to about 2^-70 relative.
 inline void exp10_split128(double x, double kf, double &B, double &Q) {
-    double a = x + kf * D(0xbf63441300000000);
-    double b = kf * D(0x3e0427de7fbcc47c);
-    double rh = opaque((a - b) + D(0x41f8000000000000)) - D(0x41f8000000000000);
+    double a = x + kf * -0x1.34413p-9;
+    double b = kf * 0x1.427de7fbcc47cp-31;
+    double rh = opaque((a - b) + 0x1.8p+32) - 0x1.8p+32;
     double rl = (a - rh) - b;
     double r = rh + rl;
-    const double L = D(0x40026bb100000000);
+    const double L = 0x1.26bb1p+1;
     double a2 = rh * L;  // exact: rh is short
     B = f64(bits(1.0 + a2) & 0xffffffff00000000ull);
     double s2 = r * r;
-    Q = ((D(0x3fca7ed8d9d41e9c) * s2 + D(0x3ff2bd7609fd8b95)) * s2 + D(0x40053524c73cea69)) * s2 +
+    Q = ((0x1.a7ed8d9d41e9cp-3 * s2 + 0x1.2bd7609fd8b95p+0) * s2 + 0x1.53524c73cea69p+1) * s2 +
         rl * L + (a2 - (B - 1.0)) +
-        (((D(0x3fb16e4f25f8c2cc) * s2 + D(0x3fe1429ffd1d41fe)) * s2 + D(0x4000470591de2ca4)) * s2 +
-         D(0x3eb776aaa2b05ba9)) * r;
+        (((0x1.16e4f25f8c2ccp-4 * s2 + 0x1.1429ffd1d41fep-1) * s2 + 0x1.0470591de2ca4p+1) * s2 +
+         0x1.776aaa2b05ba9p-20) * r;
 }
 
 // The split scheme's result v + W times 2^n when it is a normal double: the scale goes in

@@ -27,7 +27,7 @@ inline void kernel(double x, int *scale, double out[2]) {
         return;
     }
     if (E < 966) {  // |x| < 2^-57: 1 + y and its rounding error
-        double y = F == kE ? x : F == k2 ? x * D(0x3fe62e42fefa39ef) : x * D(0x40026bb1bbb55516);
+        double y = F == kE ? x : F == k2 ? x * 0x1.62e42fefa39efp-1 : x * 0x1.26bb1bbb55516p+1;
         double one_y = 1.0 + y;
         out[0] = one_y;
         out[1] = y - (one_y - 1.0);
@@ -41,7 +41,7 @@ inline void kernel(double x, int *scale, double out[2]) {
     RnGuard g;
     x = opaque(x);
     const double S = 0x1.8p52;
-    const double K = F == kE ? D(0x40671547652b82fe) : F == k2 ? 128.0 : D(0x407a934f0979a371);
+    const double K = F == kE ? 0x1.71547652b82fep+7 : F == k2 ? 128.0 : 0x1.a934f0979a371p+8;
     double s = opaque(K * x + S);
     double kf = s - S;
     int k = int(uint32_t(bits(s)));
@@ -49,28 +49,28 @@ inline void kernel(double x, int *scale, double out[2]) {
     int n = (k - j) >> 7;
     double B, Q;
     if constexpr (F == kE) {
-        double a = x + kf * D(0xbf762e4200000000);
-        double b = kf * D(0x3e2fdf473de6af28);
+        double a = x + kf * -0x1.62e42p-8;
+        double b = kf * 0x1.fdf473de6af28p-29;
         double rh = a - b;
         double rl = (a - rh) - b;
         double r = rh + rl;
         B = f64(bits(1.0 + rh) & 0xffffffff00000000ull);
         double s2 = r * r;
         Q = s2 * 0.5 +
-            ((D(0x3f56c16c87372663) * s2 + D(0x3fa555555555541d)) * s2 +
-             (D(0x3f8111116887cd7c) * s2 + D(0x3fc5555555555405)) * r) * s2 +
+            ((0x1.6c16c87372663p-10 * s2 + 0x1.555555555541dp-5) * s2 +
+             (0x1.111116887cd7cp-7 * s2 + 0x1.5555555555405p-3) * r) * s2 +
             ((rh - (B - 1.0)) + rl);
     } else if constexpr (F == k2) {
         double r = x + kf * -0x1p-7;
-        const double L = D(0x3fe62e4200000000);
+        const double L = 0x1.62e42p-1;
         double rt = f64(bits(r) & 0xffffffff00000000ull);
         double a = rt * L;
         B = f64(bits(1.0 + a) & 0xffffffff00000000ull);
         double s2 = r * r;
-        Q = ((D(0x3f24308cac59a345) * s2 + D(0x3f83b2ab6fba31d1)) * s2 + D(0x3fcebfbdff82c58f)) * s2 +
+        Q = ((0x1.4308cac59a345p-13 * s2 + 0x1.3b2ab6fba31d1p-7) * s2 + 0x1.ebfbdff82c58fp-3) * s2 +
             (r - rt) * L + (a - (B - 1.0)) +
-            (((D(0x3ef0097a00cb0678) * s2 + D(0x3f55d87fe87ed439)) * s2 + D(0x3fac6b08d704a0c3)) * s2 +
-             D(0x3e9fdf473de6af28)) * r;
+            (((0x1.0097a00cb0678p-16 * s2 + 0x1.5d87fe87ed439p-10) * s2 + 0x1.c6b08d704a0c3p-5) * s2 +
+             0x1.fdf473de6af28p-22) * r;
     } else {
         exp10_split128(x, kf, B, Q);
     }

@@ -28,15 +28,15 @@ inline double log_fma(double x, int adj) {
     (void)b;
     double n = avx512::getexp(x) + double(adj);
 #endif
-    double lo = __builtin_fma(f64(0xbd48432a1b0e2634ull), n, t.lo);
+    double lo = __builtin_fma(-0x1.8432a1b0e2634p-43, n, t.lo);
     // n times the high part of ln 2 is exact (the high part ends in 14 zero bits), so
     // hi + that product rounds as the fused form does; the product is ready before the row,
     // and the add after the load is shorter than a fused operation.
-    double H = t.hi + n * f64(0x3fe62e42fefa4000ull);
+    double H = t.hi + n * 0x1.62e42fefa4p-1;
     double S = H + r;
-    double A = __builtin_fma(f64(0x3fc2494ada7861ffull), r, f64(0xbfc55576d47e8a7aull));
-    double B = __builtin_fma(f64(0x3fc9999999788658ull), r, f64(0xbfcfffffffebf6c8ull));
-    double C = __builtin_fma(f64(0x3fd555555555555aull), r, f64(0xbfe0000000000001ull));
+    double A = __builtin_fma(0x1.2494ada7861ffp-3, r, -0x1.55576d47e8a7ap-3);
+    double B = __builtin_fma(0x1.9999999788658p-3, r, -0x1.fffffffebf6c8p-3);
+    double C = __builtin_fma(0x1.555555555555ap-2, r, -0x1.0000000000001p-1);
     double s = r * r;
     // The rounding error of S joins after the polynomial rather than before it: the same
     // terms, and the chain through the table row (load, H, S) no longer ends the critical path.
@@ -48,7 +48,7 @@ inline double log_fma(double x, int adj) {
 // the rest goes to the e7 body.  Kept out of line so the main path carries none of it.
 __attribute__((cold, noinline)) double log_fma_cold(double x) {
     if (bits(x) - 1 >= 0x000fffffffffffffull) return __libm_log_e7_local(x);
-    return log_fma(x * f64(0x43f0000000000000ull), -64);  // 2^64
+    return log_fma(x * 0x1p+64, -64);  // 2^64
 }
 
 inline double log_fma_entry(double x) {

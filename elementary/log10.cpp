@@ -37,16 +37,16 @@ inline double log10_fma(double x) {
     double R = f64(uint64_t(v) << 45);
     double r = __builtin_fma(f64(m | 0x77f0000000000000ull), R, -1.0);
     const double *t = logtab::log10_rows_l9[v & 0xff];
-    double lo = __builtin_fma(f64(0x3d7e7fbcc47c0000ull), E, t[1]);
-    double H = __builtin_fma(f64(0x3fd34413509f0000ull), E, t[0]);
-    const double L = f64(0x3fdbcb7b1526e50eull);  // 1/ln 10
+    double lo = __builtin_fma(0x1.e7fbcc47cp-40, E, t[1]);
+    double H = __builtin_fma(0x1.34413509fp-2, E, t[0]);
+    const double L = 0x1.bcb7b1526e50ep-2;  // 1/ln 10
     double S = __builtin_fma(L, r, H);
     double e = __builtin_fma(r, L, H - S);
-    e = __builtin_fma(r, f64(0x3c69509ed32130bcull), e);
+    e = __builtin_fma(r, 0x1.9509ed32130bcp-57, e);
     double Z = lo + e;
-    double A = __builtin_fma(f64(0x3fafc4bd1a7123b3ull), r, f64(0xbfb28808b8a217c3ull));
-    double B = __builtin_fma(f64(0x3fb63c6276640f43ull), r, f64(0xbfbbcb7b14641063ull));
-    double C = __builtin_fma(f64(0x3fc287a7636f43bbull), r, f64(0xbfcbcb7b1526e53full));
+    double A = __builtin_fma(0x1.fc4bd1a7123b3p-5, r, -0x1.28808b8a217c3p-4);
+    double B = __builtin_fma(0x1.63c6276640f43p-4, r, -0x1.bcb7b14641063p-4);
+    double C = __builtin_fma(0x1.287a7636f43bbp-3, r, -0x1.bcb7b1526e53fp-3);
     double s = r * r;
     return S + __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, Z);
 }

@@ -45,8 +45,8 @@ TSR_BODY(double, log1p, (double x)) {
         if (H >= 0x3f200000u) return log1p_series<10>(x);
         if (H >= 0x3c600000u) {
             double s = x * x;
-            return ((f64(0x3fc99999a199b4b4ull) * s + f64(0x3fd5555555555555ull)) * s +
-                    (f64(0xbfd0000003555556ull) * s - 0.5) * x) * x + x;
+            return ((0x1.99999a199b4b4p-3 * s + 0x1.5555555555555p-2) * s +
+                    (-0x1.0000003555556p-2 * s - 0.5) * x) * x + x;
         }
         if (H < 0x00100000u) force(x * x);  // underflow for a subnormal x
         return x;
@@ -78,10 +78,10 @@ TSR_BODY(double, log1p, (double x)) {
     double L = logtab::log_rcp256_l[i];
     double Lh = f64(bits(L) & 0xffffffff00000000ull), Lt = (L - Lh) + logtab::log_rcp256_t[i];
     double dn = double(n);
-    return ((dn * f64(0x3fe62e42fee00000ull) + Lh) + hi) +
-           ((dn * f64(0x3dea39ef35793c76ull) + Lt) +
-            ((((f64(0xbfc5555f7bd1fcd4ull) * s + f64(0xbfcffffffffe169dull)) * s - 0.5) * s +
-              (f64(0x3fc999a24cdb6abcull) * s + f64(0x3fd555555554d0dfull)) * u * s) + lo));
+    return ((dn * 0x1.62e42feep-1 + Lh) + hi) +
+           ((dn * 0x1.a39ef35793c76p-33 + Lt) +
+            ((((-0x1.5555f7bd1fcd4p-3 * s - 0x1.ffffffffe169dp-3) * s - 0.5) * s +
+              (0x1.999a24cdb6abcp-3 * s + 0x1.555555554d0dfp-2) * u * s) + lo));
 }
 
 TSR_BODY(float, log1pf, (float x)) {
@@ -105,8 +105,8 @@ TSR_BODY(double, log1p, (double x)) {
     if (tx < 0x3f80) {
         if (tx >= 0x3c90) {
             double x2 = x * x, x3 = x2 * x;
-            double L0 = ((-0.125 * x + f64(0x3fc2492492492492ull)) * x - f64(0x3fc5555555555555ull)) * (x3 * x3);
-            double L1 = ((0.2 * x - 0.25) * x + f64(0x3fd5555555555555ull)) * x3;
+            double L0 = ((-0.125 * x + 0x1.2492492492492p-3) * x - 0x1.5555555555555p-3) * (x3 * x3);
+            double L1 = ((0.2 * x - 0.25) * x + 0x1.5555555555555p-2) * x3;
             return x + ((L0 + L1) - 0.5 * x2);
         }
         if (tx < 0x0010) force(x * x);
@@ -139,13 +139,13 @@ TSR_BODY(double, log1p, (double x)) {
     double e2 = e1 + (r - rr);
     const double *tb = logtab::log_neg129_ex[row];
     double N = 16.0 * n;
-    double Hh = tb[0] + N * f64(0x3fa62e42fefa3800ull);
+    double Hh = tb[0] + N * 0x1.62e42fefa38p-5;
     double S = Hh + rr;
-    double Z = ((rr + (Hh - S)) - e2 * rr) + ((N * f64(0x3ceef35793c76730ull) + e2) + tb[1]);
+    double Z = ((rr + (Hh - S)) - e2 * rr) + ((N * 0x1.ef35793c7673p-49 + e2) + tb[1]);
     double r2 = rr * rr;
-    double P0 = (r2 * r2) * ((f64(0xbfc5555e3d6fb175ull) * rr + f64(0x3fc999999999999aull)) * rr +
-                             f64(0x3fc2492492492492ull) * (r2 * rr));
-    double P1 = r2 * ((f64(0x3fd5555555555555ull) * rr - 0.5) - 0.25 * r2);
+    double P0 = (r2 * r2) * ((-0x1.5555e3d6fb175p-3 * rr + 0x1.999999999999ap-3) * rr +
+                             0x1.2492492492492p-3 * (r2 * rr));
+    double P1 = r2 * ((0x1.5555555555555p-2 * rr - 0.5) - 0.25 * r2);
     return S + ((Z + P0) + P1);
 }
 
@@ -164,10 +164,10 @@ TSR_BODY(float, log1pf, (float x)) {
         if (b >> 31) return logk::domain_div(x, code::log1pf_argument_below_minus_1);
         if (bx == 0x7f800000u) return x + x;
         // 1 + x at or above 2^126 (or rounded up to infinity): scale both by 2^-64.
-        v = x * f32(0x1f800000);
+        v = x * 0x1p-64f;
         xd = v;
         one = 0x1p-64;
-        z = f64(0x40462e42fefa39efull);
+        z = 0x1.62e42fefa39efp+5;
         b = bits(v);
     }
     float R = f32((bits(logk::rcp(v)) + 0x4000) & 0xffff8000u);
@@ -175,8 +175,8 @@ TSR_BODY(float, log1pf, (float x)) {
     double u = xd * Rd + (one * Rd - 1.0);
     int32_t Ni = int32_t((b - 0x800000u) & 0xff800000u) - 0x3f000000;
     uint32_t idx = (bits(R) + uint32_t(Ni) - 0x3f000000u) >> 15;
-    double q = f64(0xbfe0000141ffcb10ull) + f64(0x3fd5555555555555ull) * u;
-    return float((((z + u) + logtab::log_f257[idx]) + double(Ni) * f64(0x3e762e42fefa39efull)) + u * u * q);
+    double q = -0x1.0000141ffcb1p-1 + 0x1.5555555555555p-2 * u;
+    return float((((z + u) + logtab::log_f257[idx]) + double(Ni) * 0x1.62e42fefa39efp-24) + u * u * q);
 }
 #endif
 
@@ -195,7 +195,7 @@ inline double log1p_fma(double x) {
                 if (((bx >> 52) & 0x7ff) == 0) force(x * x);
                 return x;
             }
-            double c = __builtin_fma(f64(0x3fd555555555555aull), x, f64(0xbfe0000000000001ull));
+            double c = __builtin_fma(0x1.555555555555ap-2, x, -0x1.0000000000001p-1);
             return __builtin_fma(x * c, x, x);
         }
         if (bx == 0x7ff0000000000000ull) return x;
@@ -223,11 +223,11 @@ inline double log1p_fma(double x) {
     // e0 * 2^(896 - n): R carries 2^-896.
     double e1 = (e0 * f64(0xb7e0000000000000ull - (b & 0x7ff0000000000000ull))) * R;
     double rr = r + e1;
-    double A = __builtin_fma(f64(0x3fc2494ada7861ffull), r, f64(0xbfc55576d47e8a7aull));
-    double B = __builtin_fma(f64(0x3fc9999999788658ull), r, f64(0xbfcfffffffebf6c8ull));
-    double C = __builtin_fma(f64(0x3fd555555555555aull), r, f64(0xbfe0000000000001ull));
-    double lo = __builtin_fma(n, f64(0xbd48432a1b0e2634ull), e1) + t[1];
-    double H = __builtin_fma(f64(0x3fe62e42fefa4000ull), n, t[0]);
+    double A = __builtin_fma(0x1.2494ada7861ffp-3, r, -0x1.55576d47e8a7ap-3);
+    double B = __builtin_fma(0x1.9999999788658p-3, r, -0x1.fffffffebf6c8p-3);
+    double C = __builtin_fma(0x1.555555555555ap-2, r, -0x1.0000000000001p-1);
+    double lo = __builtin_fma(n, -0x1.8432a1b0e2634p-43, e1) + t[1];
+    double H = __builtin_fma(0x1.62e42fefa4p-1, n, t[0]);
     double S = H + r;
     lo += r - (S - H);
     double s = rr * rr;

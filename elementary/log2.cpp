@@ -17,17 +17,17 @@ TSR_BODY(double, log2, (double x)) { return logk::frame<logk::Base::two>(x); }
 namespace {
 __attribute__((always_inline)) inline double log2_fma(double x, int adj) {
     uint64_t b = bits(x);
-    logk::FmaRed red = logk::fma_reduce<true>(x, f32(0x3fb80000));  // 1.4375
-    double r = __builtin_fma(red.w, red.R, f64(0xbff7000000000000ull));
+    logk::FmaRed red = logk::fma_reduce<true>(x, 0x1.7p+0f);  // 1.4375
+    double r = __builtin_fma(red.w, red.R, -0x1.7p+0);
     // v runs over 0x3f38 .. 0x3fb8 (0.71875 .. 1.4375), where (v + 200) & 0xff is v - 0x3f38
     logk::Row t = logk::row8(logtab::log2_rows_l9, red.v, 0x3f38);
     double n = double(int(b >> 52) - 1023 + adj);
     double H = n + t.hi;
-    double lo = __builtin_fma(f64(0x3f6d9afc100429deull), r, t.lo);
+    double lo = __builtin_fma(0x1.d9afc100429dep-9, r, t.lo);
     double S = H + r;
-    double A = __builtin_fma(f64(0x3f90a3a5927b4ddfull), r, f64(0xbf9be7c10af26d12ull));
-    double B = __builtin_fma(f64(0x3fa811571bde72eeull), r, f64(0xbfb59f9443110077ull));
-    double C = __builtin_fma(f64(0x3fc4b8ee15a7ef57ull), r, f64(0xbfd65760af590e08ull));
+    double A = __builtin_fma(0x1.0a3a5927b4ddfp-6, r, -0x1.be7c10af26d12p-6);
+    double B = __builtin_fma(0x1.811571bde72eep-5, r, -0x1.59f9443110077p-4);
+    double C = __builtin_fma(0x1.4b8ee15a7ef57p-3, r, -0x1.65760af590e08p-2);
     double s = r * r;
     // lo + C·s + B·s^2 + A·s^3 in two levels (s^2 beside the first multiply-adds) rather than
     // Horner's three: the reduction's multiply by 1.4375 puts a step on this tier's path
@@ -41,7 +41,7 @@ __attribute__((always_inline)) inline double log2_fma(double x, int adj) {
 // goes to the e7 body; out of line so the main path carries none of it.
 __attribute__((cold, noinline)) double log2_fma_cold(double x) {
     if (bits(x) - 1 >= 0x000fffffffffffffull) return __libm_log2_e7_local(x);
-    return log2_fma(x * f64(0x43f0000000000000ull), -64);  // 2^64
+    return log2_fma(x * 0x1p+64, -64);  // 2^64
 }
 }  // namespace
 

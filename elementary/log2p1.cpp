@@ -40,8 +40,8 @@ inline double log2p1_body(double x) {
             // product keeps its bits, and back down with one rounding.
             double y = f64(bx & 0x7fffffffffffffffull) * 0x1p512;
             double yh = f64(bits(y) & 0xfffffffffc000000ull), yl = y - yh;
-            double hi = yh * f64(0x3ff7154760000000ull);
-            double lo = yl * f64(0x3ff71547652b82feull) + yh * f64(0x3e54ae0bf85ddf44ull);
+            double hi = yh * 0x1.715476p+0;
+            double lo = yl * 0x1.71547652b82fep+0 + yh * 0x1.4ae0bf85ddf44p-26;
             double z = hi + lo, res;
             if (z < 0x1p-510) {
                 double w = (0x1p-510 + hi) - 0x1p-510;
@@ -54,9 +54,9 @@ inline double log2p1_body(double x) {
         // 1/ln 2 as a 9-bit head and a correction; x split so that x times the head is
         // exact in two products and the sum is rounded once.
         double xh = f64(bx & 0xfffffffffc000000ull), xl = x - xh;
-        double c = f64(0x3ff7100000000000ull);
-        return xh * c + (xl * c + x * (f64(0x3f551d94ae0bf85dull) +
-                                       x * (f64(0xbfe71547652b8ba6ull) + f64(0x3fdec709dc3a154dull) * x)));
+        double c = 0x1.71p+0;
+        return xh * c + (xl * c + x * (0x1.51d94ae0bf85dp-10 +
+                                       x * (-0x1.71547652b8ba6p-1 + 0x1.ec709dc3a154dp-2 * x)));
     }
     if (out) {
         if (h >= 0x7ff00000u) {
@@ -93,10 +93,10 @@ inline double log2p1_body(double x) {
     const double *t = logtab::log2p1_rows[(bR >> 44) & 0xff];
     double H = (t[0] - double(int(bR >> 52))) + bias;
     double r2 = r * r;
-    double A = mad(f64(0xbf9be79fca97b5b0ull), r, f64(0x3fa8115eb396d9f4ull));
-    double B = mad(f64(0xbfb59f94431dc333ull), r, f64(0x3fc4b8ee15a78078ull));
+    double A = mad(-0x1.be79fca97b5bp-6, r, 0x1.8115eb396d9f4p-5);
+    double B = mad(-0x1.59f94431dc333p-4, r, 0x1.4b8ee15a78078p-3);
     double G = mad(r2, A, B);
-    double C = mad(f64(0xbfd65760af590e07ull), rr, f64(0x3f6d9afc100429dfull));
+    double C = mad(-0x1.65760af590e07p-2, rr, 0x1.d9afc100429dfp-9);
     double J = mad(r2, G, C);
     double S = H + r;
     double Z = (e1 + t[1]) + (r - (S - H));

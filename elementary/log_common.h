@@ -141,14 +141,14 @@ inline double frame(double x) {
         }
         if (t >= 0x7ff0) return x + x;
         if (b == 0) return pole(x, pole_code);
-        x *= f64(0x47f0000000000000ull);  // 2^128
+        x *= 0x1p+128;  // 2^128
         b = bits(x);
         bias += 128;
     }
     float m = f32(uint32_t(uint32_t((b | 0x3ff0000000000000ull) >> 27) >> 2));
     float rc = rcp(m);
-    if constexpr (B == Base::two) rc = rc * f32(0x3fb90000);  // 1.4453125
-    if constexpr (B == Base::ten) rc = rc * f32(0x3ede0000);  // 0.43359375
+    if constexpr (B == Base::two) rc = rc * 0x1.72p+0f;  // 1.4453125
+    if constexpr (B == Base::ten) rc = rc * 0x1.bcp-2f;  // 0.43359375
     uint32_t rw = bits(rc) + 0x8000;
     int row = int((rw >> 16) & 0xff) - (B == Base::two ? 57 : B == Base::ten ? 94 : 0);
     double w = f64((b & 0x000fffffffffffffull) | 0x77f0000000000000ull);
@@ -163,13 +163,13 @@ inline double frame(double x) {
         hi = logtab::log_neg129_ex[row][0];
         lo = logtab::log_neg129_ex[row][1];
         double N = 16.0 * n;
-        H = hi + N * f64(0x3fa62e42fefa3800ull);
+        H = hi + N * 0x1.62e42fefa38p-5;
         S = H + r;
         e1 = r + (H - S);
-        Z = e1 + (N * f64(0x3ceef35793c76730ull) + lo);
-        a0 = f64(0x3fc2492492492492ull), a1 = f64(0xbfd0000000000000ull);
-        b0 = f64(0xbfc5555e3d6fb175ull), b1 = f64(0x3fd5555555555555ull);
-        c0 = f64(0x3fc999999999999aull), c1 = f64(0xbfe0000000000000ull);
+        Z = e1 + (N * 0x1.ef35793c7673p-49 + lo);
+        a0 = 0x1.2492492492492p-3, a1 = -0x1p-2;
+        b0 = -0x1.5555e3d6fb175p-3, b1 = 0x1.5555555555555p-2;
+        c0 = 0x1.999999999999ap-3, c1 = -0x1p-1;
     } else if constexpr (B == Base::two) {
         hi = logtab::log2_rows_ex[row][0];
         lo = logtab::log2_rows_ex[row][1];
@@ -177,22 +177,22 @@ inline double frame(double x) {
         S = H + r;
         e1 = r + (H - S);
         // log2(e)/c - 1: the linear term's correction
-        Z = e1 + (lo + f64(0xbf5dabe1161bb241ull) * r);
-        a0 = f64(0x3f9004f2518775e3ull), a1 = f64(0xbfb528db9f95985aull);
-        b0 = f64(0xbf9b030cd737db11ull), b1 = f64(0x3fc4635e486ececcull);
-        c0 = f64(0x3fa76c9bac8349bbull), c1 = f64(0xbfd619b6b3841d2aull);
+        Z = e1 + (lo - 0x1.dabe1161bb241p-10 * r);
+        a0 = 0x1.004f2518775e3p-6, a1 = -0x1.528db9f95985ap-4;
+        b0 = -0x1.b030cd737db11p-6, b1 = 0x1.4635e486ececcp-3;
+        c0 = 0x1.76c9bac8349bbp-5, c1 = -0x1.619b6b3841d2ap-2;
     } else {
         hi = logtab::log10_rows_ex[row][0];
         lo = logtab::log10_rows_ex[row][1];
         double N = 16.0 * n;
-        H = hi + N * f64(0x3f934413509f7800ull);
+        H = hi + N * 0x1.34413509f78p-6;
         S = H + r;
         e1 = r + (H - S);
         // log10(e)/c - 1
-        Z = (e1 + f64(0x3f5a7a6cbf2e4108ull) * r) + (N * f64(0x3cdfef311f12b358ull) + lo);
-        a0 = f64(0x40358874c1a5f12eull), a1 = f64(0xc008930964d4ef0dull);
-        b0 = f64(0xc025c917385593b1ull), b1 = f64(0x3ffc6a02dc963467ull);
-        c0 = f64(0x4016ab9f7f9d3aa1ull), c1 = f64(0xbff27af2dc77b115ull);
+        Z = (e1 + 0x1.a7a6cbf2e4108p-10 * r) + (N * 0x1.fef311f12b358p-50 + lo);
+        a0 = 0x1.58874c1a5f12ep+4, a1 = -0x1.8930964d4ef0dp+1;
+        b0 = -0x1.5c917385593b1p+3, b1 = 0x1.c6a02dc963467p+0;
+        c0 = 0x1.6ab9f7f9d3aa1p+2, c1 = -0x1.27af2dc77b115p+0;
     }
     double r2 = r * r;
     double P0 = (r2 * r2) * ((b0 * r + c0) * r + a0 * (r2 * r));

@@ -40,7 +40,7 @@ extern "C" void __libm_log_k64(double hi, double lo, double out[2]) noexcept {
     double s1 = f64(uint64_t(0x3ff - k / 2) << 52), s2 = f64(uint64_t(0x3ff - (k - k / 2)) << 52);
     hi = hi * s1 * s2;
     lo = lo * s1 * s2;
-    uint32_t i = uint32_t(bits(f64(0x42d0000000000040ull) + hi)) & 0x7f;  // round((hi - 1)*64)
+    uint32_t i = uint32_t(bits(0x1.000000000004p+46 + hi)) & 0x7f;  // round((hi - 1)*64)
     const double *t = logtab::log_k64_rows[i];
     double R = t[0];
     double a = (hi + 0x1p21) - 0x1p21;  // hi to 32 bits: a*R is exact
@@ -48,15 +48,15 @@ extern "C" void __libm_log_k64(double hi, double lo, double out[2]) noexcept {
     double aR1 = a * R - 1.0;
     double r = aR1 + bb;
     double dn = double(n);
-    double p = f64(0xbfc000b405a2836dull);
-    p = p * r + f64(0x3fc249c02481059dull);
-    p = p * r + f64(0xbfc555555228b38full);
-    p = p * r + f64(0x3fc9999997b36c81ull);
-    p = p * r + f64(0xbfd0000000000262ull);
-    p = p * r + f64(0x3fd5555555555613ull);
+    double p = -0x1.000b405a2836dp-3;
+    p = p * r + 0x1.249c02481059dp-3;
+    p = p * r - 0x1.555555228b38fp-3;
+    p = p * r + 0x1.9999997b36c81p-3;
+    p = p * r - 0x1.0000000000262p-2;
+    p = p * r + 0x1.5555555555613p-2;
     p = p * r - 0.5;
-    out[0] = aR1 + (f64(0x3fe62e42fefa3800ull) * dn + t[1]);
-    out[1] = (r * r) * p + (bb + (dn * f64(0x3d2ef35793c76730ull) + t[2]));
+    out[0] = aR1 + (0x1.62e42fefa38p-1 * dn + t[1]);
+    out[1] = (r * r) * p + (bb + (dn * 0x1.ef35793c7673p-45 + t[2]));
 }
 
 extern "C" double __libm_log_k32(double x) noexcept {
@@ -64,9 +64,9 @@ extern "C" double __libm_log_k32(double x) noexcept {
     uint32_t h = uint32_t(b >> 32);
     if (h - 0x3fefc000u <= 0x3ff01fffu - 0x3fefc000u) {
         double t = x - 1.0, s = t * t;
-        return (((f64(0xbfc4ea033ecbaf05ull) * s + f64(0xbfd0000131103c07ull)) * s +
-                 (f64(0x3fc999822c96ef82ull) * s + f64(0x3fd555555607defbull)) * t) +
-                f64(0xbfdffffffffe7cd8ull)) * s + t;
+        return (((-0x1.4ea033ecbaf05p-3 * s - 0x1.0000131103c07p-2) * s +
+                 (0x1.999822c96ef82p-3 * s + 0x1.555555607defbp-2) * t) -
+                0x1.ffffffffe7cd8p-2) * s + t;
     }
     int bias = 1023;
     if (h < 0x00100000u) {  // subnormal: no float caller passes one, but stay correct
@@ -78,6 +78,6 @@ extern "C" double __libm_log_k32(double x) noexcept {
     uint32_t i = uint32_t(b >> 44) & 0xff;
     double m = f64((b & 0x000fffffffffffffull) | 0x3ff0000000000000ull);
     double u = double(logtab::log_rcp256_r[i]) * m - 1.0;
-    return n * f64(0x3fe62e42fefa39efull) + logtab::log_rcp256_l[i] +
-           ((f64(0x3fd5555a6890dd10ull) * u + f64(0xbfe00001e7362febull)) * u * u + u);
+    return n * 0x1.62e42fefa39efp-1 + logtab::log_rcp256_l[i] +
+           ((0x1.5555a6890dd1p-2 * u - 0x1.00001e7362febp-1) * u * u + u);
 }

@@ -40,22 +40,22 @@ inline float logf_ex(float x) {
         double t = double(x) - 1.0, s = t * t;
         double r;
         if constexpr (B == Base::e)
-            r = (((f64(0xbfc4ea033ecbaf05ull) * s + f64(0xbfd0000131103c07ull)) * s +
-                  (f64(0x3fc999822c96ef82ull) * s + f64(0x3fd555555607defbull)) * t) +
-                 f64(0xbfdffffffffe7cd8ull)) * s + t;
+            r = (((-0x1.4ea033ecbaf05p-3 * s - 0x1.0000131103c07p-2) * s +
+                  (0x1.999822c96ef82p-3 * s + 0x1.555555607defbp-2) * t) -
+                 0x1.ffffffffe7cd8p-2) * s + t;
         else if constexpr (B == Base::two)
-            r = ((f64(0x3fd2775b6b01e410ull) * s + f64(0x3fdec709dd3b974dull)) * s + kLog2e) * t +
-                ((f64(0xbfce2c352133b234ull) * s + f64(0xbfd715491d488fd8ull)) * s + f64(0xbfe71547652a6bb8ull)) * s;
+            r = ((0x1.2775b6b01e41p-2 * s + 0x1.ec709dd3b974dp-2) * s + kLog2e) * t +
+                ((-0x1.e2c352133b234p-3 * s - 0x1.715491d488fd8p-2) * s - 0x1.71547652a6bb8p-1) * s;
         else
-            r = ((f64(0x3fb63c4e1e626defull) * s + f64(0x3fc287a7640a56cbull)) * s + kLog10e) * t +
-                ((f64(0xbfb22a6fb2e1aee3ull) * s + f64(0xbfbbcb7d2719f314ull)) * s + f64(0xbfcbcb7b152594c6ull)) * s;
+            r = ((0x1.63c4e1e626defp-4 * s + 0x1.287a7640a56cbp-3) * s + kLog10e) * t +
+                ((-0x1.22a6fb2e1aee3p-4 * s - 0x1.bcb7d2719f314p-4) * s - 0x1.bcb7b152594c6p-3) * s;
         return float(r);
     }
     uint32_t m = b;
     int n;
     if (b < 0x00800000u) {
         if (b == 0) return logk::pole(x, kPole<B>);
-        m = bits(f32(b) * f32(0x4c000000));  // 2^25
+        m = bits(f32(b) * 0x1p+25f);  // 2^25
         n = int(m >> 23) - 152;
     } else {
         n = int(b >> 23) - 127;
@@ -74,14 +74,14 @@ inline float logf_ex(float x) {
     double u = double(logtab::log_rcp256_r[i]) * mm - 1.0;
     double L = logtab::log_rcp256_l[i];
     if constexpr (B == Base::e) {
-        double q = u * u * (f64(0x3fd5555a6890dd10ull) * u + f64(0xbfe00001e7362febull));
+        double q = u * u * (0x1.5555a6890dd1p-2 * u - 0x1.00001e7362febp-1);
         return float((n * kLn2 + L) + (q + u));
     } else if constexpr (B == Base::two) {
-        double q = u * u * (f64(0x3fdec7112e9f7aabull) * u + f64(0xbfe7154a24115d08ull));
+        double q = u * u * (0x1.ec7112e9f7aabp-2 * u - 0x1.7154a24115d08p-1);
         return float(n + ((u + L) * kLog2e + q));
     } else {
-        double q = u * u * (f64(0x3fc287abcbef04d1ull) * u + f64(0xbfcbcb7e6386795full));
-        return float(n * f64(0x3fd34413509f79ffull) + ((u + L) * kLog10e + q));
+        double q = u * u * (0x1.287abcbef04d1p-3 * u - 0x1.bcb7e6386795fp-3);
+        return float(n * 0x1.34413509f79ffp-2 + ((u + L) * kLog10e + q));
     }
 }
 }  // namespace
@@ -108,12 +108,12 @@ inline float logf_e7(float x) {
         if (b >= 0x7f800000u) return x + x;
         if (b == 0) return logk::pole(x, kPole<B>);
         if (b < 0x800000u) {
-            x *= f32(0x5f800000);  // 2^64
-            z = f64(0xc0462e42fefa39efull);
+            x *= 0x1p+64f;  // 2^64
+            z = -0x1.62e42fefa39efp+5;
             zn = -64;
         } else {
-            x *= f32(0x1f800000);  // 2^-64
-            z = f64(0x40462e42fefa39efull);
+            x *= 0x1p-64f;  // 2^-64
+            z = 0x1.62e42fefa39efp+5;
             zn = 64;
         }
         b = bits(x);
@@ -123,15 +123,15 @@ inline float logf_e7(float x) {
     int32_t Ni = int32_t((b - 0x800000u) & 0xff800000u) - 0x3f000000;
     double N = double(Ni);
     uint32_t idx = (bits(R) + uint32_t(Ni) - 0x3f000000u) >> 15;
-    double q = f64(0xbfe0000141ffcb10ull) + f64(0x3fd5555555555555ull) * u;
+    double q = -0x1.0000141ffcb1p-1 + 0x1.5555555555555p-2 * u;
     double res;
     if constexpr (B == Base::e)
-        res = (((z + u) + logtab::log_f257[idx]) + N * f64(0x3e762e42fefa39efull)) + u * u * q;
+        res = (((z + u) + logtab::log_f257[idx]) + N * 0x1.62e42fefa39efp-24) + u * u * q;
     else if constexpr (B == Base::two)
         // The scaling by 2^+-64 is given back as the integer it is in base 2.
         res = (u * kLog2e + ((double(Ni >> 23) + zn) + logtab::log2_f257[idx])) + u * u * q * kLog2e;
     else
-        res = ((z + u) * kLog10e + (N * f64(0x3e634413509f79ffull) + logtab::log10_f257[idx])) + u * u * q * kLog10e;
+        res = ((z + u) * kLog10e + (N * 0x1.34413509f79ffp-25 + logtab::log10_f257[idx])) + u * u * q * kLog10e;
     return float(res);
 }
 }  // namespace
@@ -169,11 +169,11 @@ inline float logf_l9_main(float x) {
     double L2 = ge + logtab::log_l2f512[i];
     double res;
     if constexpr (B == Base::two) {
-        double q = __builtin_fma(f64(0x3fdec70e30381c88ull), u, f64(0xbfe715498f2a8070ull));
+        double q = __builtin_fma(0x1.ec70e30381c88p-2, u, -0x1.715498f2a807p-1);
         double Y = __builtin_fma(u, kLog2e, -L2);
         res = __builtin_fma(q, u * u, Y);
     } else {
-        double q = __builtin_fma(f64(0x3fd555585555d331ull), u, f64(0xbfe00001800034a7ull));
+        double q = __builtin_fma(0x1.555585555d331p-2, u, -0x1.00001800034a7p-1);
         double Y = __builtin_fma(L2, -kLn2, u);
         res = __builtin_fma(q, u * u, Y);
         if constexpr (B == Base::ten) res = res * kLog10e;
@@ -190,7 +190,7 @@ __attribute__((cold, noinline)) float logf_l9_cold(float x) {
         else if constexpr (B == Base::two) return __libm_log2f_e7_local(x);
         else return __libm_log10f_e7_local(x);
     }
-    return logf_l9_main<B, true>(x * f32(0x4f800000));  // 2^32
+    return logf_l9_main<B, true>(x * 0x1p+32f);  // 2^32
 }
 
 template <Base B>

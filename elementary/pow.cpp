@@ -24,7 +24,6 @@ using namespace tsr;
 using namespace tsr::powk;
 namespace tab = tsr::pow_tab;
 
-constexpr double D(uint64_t u) { return std::bit_cast<double>(u); }
 inline double tbl(const uint64_t *t, int i) { return f64(t[i]); }
 }  // namespace
 
@@ -55,20 +54,20 @@ inline double tbl(const uint64_t *t, int i) { return f64(t[i]); }
 // Error: about 2^-60 relative before the last rounding (below 0.51 ulp measured).
 namespace {
 constexpr double kC = 1.4453125;               // R * m ~ kC, so that 1/(kC ln 2) ~ 1
-constexpr double kShift8 = D(0x42b8000000000000);  // 1.5 * 2^44: rounds to multiples of 2^-8
-constexpr double kLn2 = D(0x3fe62e42fefa39ef);
+constexpr double kShift8 = 0x1.8p+44;  // 1.5 * 2^44: rounds to multiples of 2^-8
+constexpr double kLn2 = 0x1.62e42fefa39efp-1;
 // log2(1 + r/kC) - r = r*(h + d r) + r^3 (g + c r) + r^5 (f + b r) + r^7 (e + a r)
-constexpr double cA = D(0xbf8365786dc96112), cB = D(0xbf9b0301ee241472),
-                 cC = D(0xbfb528db9f95985a), cD = D(0xbfd619b6b3841d2a),
-                 cE = D(0x3f9004f2518775e3), cF = D(0x3fa76c9bac8349bb),
-                 cG = D(0x3fc4635e486ececc), cH = D(0xbf5dabe1161bb241);
+constexpr double cA = -0x1.365786dc96112p-7, cB = -0x1.b0301ee241472p-6,
+                 cC = -0x1.528db9f95985ap-4, cD = -0x1.619b6b3841d2ap-2,
+                 cE = 0x1.004f2518775e3p-6, cF = 0x1.76c9bac8349bbp-5,
+                 cG = 0x1.4635e486ececcp-3, cH = -0x1.dabe1161bb241p-10;
 // The two coefficients whose rounding matters when log2 x is tiny, in two words.
-constexpr double cHs = D(0xbf5dabe100000000), cHr = D(0xbdd61bb2412055cc);
-constexpr double cDs = D(0xbfd61a0000000000), cDr = D(0x3ef2531ef8b5787d);
-constexpr double cG1 = D(0x3fc4635e486ececb);
+constexpr double cHs = -0x1.dabe1p-10, cHr = -0x1.61bb2412055ccp-34;
+constexpr double cDs = -0x1.61ap-2, cDr = 0x1.2531ef8b5787dp-16;
+constexpr double cG1 = 0x1.4635e486ececbp-3;
 // 2^z = 1 + z ln2 + z^2 B + z^4 A
-constexpr double eA0 = D(0x3f83b2ab6fba4e77), eA1 = D(0x3f55d87fe78a6731),
-                 eB0 = D(0x3fcebfbdff82c58f), eB1 = D(0x3fac6b08d704a0c0);
+constexpr double eA0 = 0x1.3b2ab6fba4e77p-7, eA1 = 0x1.5d87fe78a6731p-10,
+                 eB0 = 0x1.ebfbdff82c58fp-3, eB1 = 0x1.c6b08d704a0cp-5;
 
 constexpr uint64_t kMask26 = 0xfffffffff8000000ull;
 
@@ -259,12 +258,12 @@ TSR_BODY(double, pow, (double x, double y)) {
 // subnormal range included.  Total error: the final rounding plus about 2^-58 relative,
 // i.e. below 0.52 ulp in round-to-nearest.
 namespace {
-constexpr double kC0 = D(0x3ff7154740000000);
-constexpr double kK1 = D(0x3e79c3a6966457ee), kK2 = D(0xbfd62e4346694107),
-                 kK3 = D(0x3fc47fd462b3b816), kK4 = D(0xbfb550472a8bb463);
-constexpr double kLn2x = D(0x3fe62e42fefa39ef);
-constexpr double xA0 = D(0x3f83b2ab6fba4e77), xA1 = D(0x3f55d87fe78a6731),
-                 xB0 = D(0x3fcebfbdff82c58f), xB1 = D(0x3fac6b08d704a0c0);
+constexpr double kC0 = 0x1.715474p+0;
+constexpr double kK1 = 0x1.9c3a6966457eep-24, kK2 = -0x1.62e4346694107p-2,
+                 kK3 = 0x1.47fd462b3b816p-3, kK4 = -0x1.550472a8bb463p-4;
+constexpr double kLn2x = 0x1.62e42fefa39efp-1;
+constexpr double xA0 = 0x1.3b2ab6fba4e77p-7, xA1 = 0x1.5d87fe78a6731p-10,
+                 xB0 = 0x1.ebfbdff82c58fp-3, xB1 = 0x1.c6b08d704a0cp-5;
 constexpr uint64_t kCut = 0xfffffffff8000000ull;
 
 inline void two_sum(double a, double b, double &s, double &e) {
@@ -373,8 +372,8 @@ TSR_BODY(double, pow, (double x, double y)) {
 // Special operands, negative or subnormal x, and results with |y log2 x| >= 992 go to the
 // e7 body, which handles the subnormal range and the error reports.
 namespace {
-constexpr double kL2e = D(0x3ff71547652b82fe), kL2eLo = D(0x3c7777d1083f2b10);
-constexpr double kShift7 = D(0x42c800000001ff80);  // 1.5 2^45 + 1023*128 ulps of 2^-7
+constexpr double kL2e = 0x1.71547652b82fep+0, kL2eLo = 0x1.777d1083f2b1p-56;
+constexpr double kShift7 = 0x1.800000001ff8p+45;  // 1.5 2^45 + 1023*128 ulps of 2^-7
 }  // namespace
 
 TSR_BODY(double, pow, (double x, double y)) {
@@ -391,21 +390,21 @@ TSR_BODY(double, pow, (double x, double y)) {
     double r = __builtin_fma(R, m, -1.0);
     double H0 = double(n) + hi0;
     double r2 = r * r;
-    double A = __builtin_fma(D(0x3fc48569ebc938ec), r, D(0xbfc715ed9b489989));
-    double B = __builtin_fma(D(0x3fd2776c50ef9e4a), r, D(0xbfd71547652b8413));
-    double C = __builtin_fma(D(0x3fca617627a8eb10), r, D(0xbfcec709da475e58));
+    double A = __builtin_fma(0x1.48569ebc938ecp-3, r, -0x1.715ed9b489989p-3);
+    double B = __builtin_fma(0x1.2776c50ef9e4ap-2, r, -0x1.71547652b8413p-2);
+    double C = __builtin_fma(0x1.a617627a8eb1p-3, r, -0x1.ec709da475e58p-3);
     double S, Lw;
     if (!near1) {
         double lo0 = __builtin_fma(kL2eLo, r, lo0t);
         S = __builtin_fma(kL2e, r, H0);
         double e = __builtin_fma(kL2e, r, H0 - S);
-        double Dd = __builtin_fma(D(0x3fdec709dc3a03fd), r, D(0xbfe71547652b82fe));
+        double Dd = __builtin_fma(0x1.ec709dc3a03fdp-2, r, -0x1.71547652b82fep-1);
         C = __builtin_fma(r2, A, C);
         Dd = __builtin_fma(r2, B, Dd);
         double G = __builtin_fma(r2 * r2, C, Dd);
         Lw = __builtin_fma(r2, G, lo0 + e);
     } else {
-        constexpr double c2 = D(0xbfe71547652b82fe);
+        constexpr double c2 = -0x1.71547652b82fep-1;
         // S1 + e1 = H0 + log2(e) r exactly.  H0 and log2(e) r may nearly cancel (x just
         // below 1 with n = -1), so H0 - S1 need not be exact: take the product in two
         // words and add its head to H0 with a two-sum.
@@ -414,7 +413,7 @@ TSR_BODY(double, pow, (double x, double y)) {
         double S1 = H0 + ph;
         double bb = S1 - H0;
         double e1 = ((H0 - (S1 - bb)) + (ph - bb)) + pl;
-        double Dd = __builtin_fma(D(0x3fdec709dc3a03fd), r, D(0xbc674e42f9c11c7e));
+        double Dd = __builtin_fma(0x1.ec709dc3a03fdp-2, r, -0x1.74e42f9c11c7ep-57);
         S = __builtin_fma(c2, r2, S1);
         double e2 = __builtin_fma(r2, c2, S1 - S);
         double e3 = __builtin_fma(__builtin_fma(r, r, -r2), c2, e1);
@@ -458,9 +457,9 @@ TSR_BODY(double, pow, (double x, double y)) {
     const uint64_t *er = &tab::exp128f[2 * (sb & 0x7f)];
     double Tb = f64(((sb & 0x7ff80) << 45) | er[0]);
     double t = f64(er[1]);
-    double Ae = __builtin_fma(D(0x3f55d880677c3b3d), z, D(0x3f83b2abe8ddb6ba));
-    double Be = __builtin_fma(D(0x3fac6b08d7049e60), z, D(0x3fcebfbdff82c2b8));
+    double Ae = __builtin_fma(0x1.5d880677c3b3dp-10, z, 0x1.3b2abe8ddb6bap-7);
+    double Be = __builtin_fma(0x1.c6b08d7049e6p-5, z, 0x1.ebfbdff82c2b8p-3);
     double z2 = z * z;
-    return __builtin_fma(__builtin_fma(__builtin_fma(z2, Ae, Be), z2, __builtin_fma(D(0x3fe62e42fefa39ef), z, t)), Tb, Tb);
+    return __builtin_fma(__builtin_fma(__builtin_fma(z2, Ae, Be), z2, __builtin_fma(0x1.62e42fefa39efp-1, z, t)), Tb, Tb);
 }
 #endif  // TSR_TIER_L9

@@ -22,19 +22,18 @@ namespace {
 using namespace tsr;
 using namespace tsr::powk;
 namespace tab = tsr::pow_tab;
-constexpr double D(uint64_t u) { return std::bit_cast<double>(u); }
-constexpr double kShift5 = D(0x42e8000000000000);  // 1.5 2^47: rounds to multiples of 2^-5
+constexpr double kShift5 = 0x1.8p+47;  // 1.5 2^47: rounds to multiples of 2^-5
 }  // namespace
 
 #if TSR_TIER_EX || TSR_TIER_E7
 namespace {
-constexpr double kLn2 = D(0x3fe62e42fefa39ef);
+constexpr double kLn2 = 0x1.62e42fefa39efp-1;
 // log2(1 + r ln2) - r = r^2 P2 + r^4 P1
-constexpr double P1a = D(0x3fa7a3341fac5e29), P1b = D(0xbfb55046a1437890),
-                 P2a = D(0x3fc47fd3ffac83b4), P2b = D(0xbfd62e42fefa39ef);
+constexpr double P1a = 0x1.7a3341fac5e29p-5, P1b = -0x1.55046a143789p-4,
+                 P2a = 0x1.47fd3ffac83b4p-3, P2b = -0x1.62e42fefa39efp-2;
 // 2^z = 1 + z (V + z^2 W)
-constexpr double W0 = D(0x3fac6b08d704a0bf), W1 = D(0x3f83b2ab6fba4e77),
-                 V1 = D(0x3fcebfbdff82c58e);
+constexpr double W0 = 0x1.c6b08d704a0bfp-5, W1 = 0x1.3b2ab6fba4e77p-7,
+                 V1 = 0x1.ebfbdff82c58ep-3;
 
 // 2^w for |w| < 512, with the sign; the result in double, not yet rounded to float.
 inline double exp2_direct(double w, bool neg) {
@@ -163,8 +162,8 @@ TSR_BODY(float, powf, (float x, float y)) {
     uint32_t row = ((uint32_t(_mm_cvtsi128_si32(rcp)) + 0x8000u) >> 16) & 0xff;
     double H = E + f64(tab::powf_l9_log[row]);
     double L = __builtin_fma(
-        __builtin_fma(u * u, __builtin_fma(D(0xbfd71563027e14e2), u, D(0x3fdec71ff3a912b3)),
-                      __builtin_fma(D(0xbfe715476526017e), u, D(0x3ff71547652aaf92))),
+        __builtin_fma(u * u, __builtin_fma(-0x1.71563027e14e2p-2, u, 0x1.ec71ff3a912b3p-2),
+                      __builtin_fma(-0x1.715476526017ep-1, u, 0x1.71547652aaf92p+0)),
         u, H);
     double dy = double(y);
     // s = fma(y, L, shift), kf = s - shift and z = fma(L, y, -kf) are written out so that
@@ -190,8 +189,8 @@ TSR_BODY(float, powf, (float x, float y)) {
     // T = 2^(j/32) with k >> 5 added to its exponent field (the shift's pattern has zeros
     // from bit 5 to bit 16, so that s's bits there are those of k >> 5).
     double T = f64(tab::powf_exp32[sb & 31] + ((sb >> 5) << 52));
-    double q = __builtin_fma(__builtin_fma(D(0x3fac6b1939683018), z, D(0x3fcebfd1b232e085)), z,
-                             D(0x3fe62e42fef4c3ce));
+    double q = __builtin_fma(__builtin_fma(0x1.c6b1939683018p-5, z, 0x1.ebfd1b232e085p-3), z,
+                             0x1.62e42fef4c3cep-1);
     return float(__builtin_fma(z * T, q, T));
 }
 #endif  // TSR_TIER_L9

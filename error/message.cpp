@@ -4,6 +4,7 @@
 // The catalogue state is shared without a lock: two threads may both open the
 // catalogue, and the loser of the race closes its handle again.
 #include <cerrno>
+#include <dlfcn.h>
 #include <nl_types.h>
 #include "error/message.h"
 #include "error/report_data.h"
@@ -14,6 +15,12 @@ namespace {
 constexpr const char *kCatalogue = "tesseraUI";
 constexpr int kSet = 1;
 constexpr int kBuffer = 512;
+
+// Where an installed tree keeps the catalogue, relative to the directory of the library
+// itself (the build writes it from the install directories; both lie under one prefix).
+#ifndef TSR_CATALOGUE_FROM_LIBDIR
+#define TSR_CATALOGUE_FROM_LIBDIR "../share/locale"
+#endif
 
 nl_catd g_catalogue;  // null until opened
 int g_failed;         // set once opening has failed
@@ -50,10 +57,33 @@ void format3(char *out, int cap, const char *fmt, const char *const args[3]) {
     out[n] = 0;
 }
 
+// The catalogue that was installed beside this library, for when NLSPATH and the locale
+// find none: <directory of the library>/<TSR_CATALOGUE_FROM_LIBDIR>/C/LC_MESSAGES/tesseraUI,
+// opened by its path (catopen takes a name containing a slash as the file itself).
+nl_catd open_installed() {
+    Dl_info info;
+    const nl_catd none = reinterpret_cast<nl_catd>(-1);
+    if (!dladdr(reinterpret_cast<void *>(&open_installed), &info) || !info.dli_fname) return none;
+    static const char kTail[] = "/" TSR_CATALOGUE_FROM_LIBDIR "/C/LC_MESSAGES/tesseraUI";
+    char path[kBuffer];
+    int n = 0, slash = -1;
+    for (const char *s = info.dli_fname; *s && n < kBuffer - 1; ++s, ++n) {
+        path[n] = *s;
+        if (*s == '/') slash = n;
+    }
+    if (slash < 0 || slash + int(sizeof kTail) > kBuffer) return none;
+    for (int k = 0; k < int(sizeof kTail); ++k) path[slash + k] = kTail[k];
+    int saved = errno;  // a failed try leaves errno as it found it
+    nl_catd cat = catopen(path, NL_CAT_LOCALE);
+    errno = saved;
+    return cat;
+}
+
 nl_catd open_catalogue() {
     nl_catd cat = __atomic_load_n(&g_catalogue, __ATOMIC_ACQUIRE);
     if (cat || __atomic_load_n(&g_failed, __ATOMIC_RELAXED)) return cat;
     cat = catopen(kCatalogue, NL_CAT_LOCALE);
+    if (cat == reinterpret_cast<nl_catd>(-1)) cat = open_installed();
     if (cat == reinterpret_cast<nl_catd>(-1)) {
         __atomic_store_n(&g_failed, 1, __ATOMIC_RELAXED);
         char line[kBuffer];

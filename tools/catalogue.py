@@ -455,7 +455,8 @@ extern "C" {
 
 #if defined(__x86_64__) && !defined(TESSERA_COMPLEX128_DEFINED)
 #define TESSERA_COMPLEX128_DEFINED
-typedef _Complex float __attribute__((mode(TC))) tessera_complex128;
+/* __extension__: complex types are an extension in C++ (and quiet under -pedantic). */
+__extension__ typedef _Complex float __attribute__((mode(TC))) tessera_complex128;
 #endif
 
 /* The record a matherr handler receives: type 1 DOMAIN, 2 SING, 3 OVERFLOW, 4 UNDERFLOW,
@@ -489,7 +490,8 @@ def gen_header(units, built_units):
             if n in MACRO_NAMES:
                 macro_decls.append(decl("(%s)" % n, shape, u.prec, " TESSERA_NOEXCEPT") + ";")
                 continue
-            lines.append(decl("(%s)" % n, shape, u.prec, " TESSERA_NOEXCEPT") + ";")
+            d = decl("(%s)" % n, shape, u.prec, " TESSERA_NOEXCEPT") + ";"
+            lines.append("__extension__ " + d if "_Complex" in d else d)
     if macro_decls:
         # <math.h> makes these macros in C and overloads in C++: in C the parenthesised
         # name is never expanded; in C++ they live in namespace tessera.

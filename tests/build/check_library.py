@@ -155,9 +155,29 @@ class Library(unittest.TestCase):
             src = os.path.join(d, "u.c")
             open(src, "w").write('#include <tessera.h>\nint main(void){ volatile double x = 2.5; return ceil(x) == 3.0 ? 0 : 1; }\n')
             exe = os.path.join(d, "u")
-            libdir = [f[2:] for f in flags if f.startswith("-L")][0]
-            run("cc", src, "-o", exe, *flags, "-Wl,-rpath," + libdir)
-            subprocess.run([exe], check=True)
+            # pkg-config's flags alone give a program that finds the installed library.
+            run("cc", src, "-o", exe, *flags)
+            subprocess.run([exe], check=True, env={"PATH": os.environ["PATH"]})
+            # The installed catalogue is found from the library's own place, with no NLSPATH:
+            # in mode 0, with a handler that leaves the error unhandled, a pole error prints its
+            # message, not the catalogue-failure line.
+            msg = os.path.join(d, "m.c")
+            open(msg, "w").write('#include <tessera.h>\nstatic int unhandled(struct tessera_exception *e) '
+                                 '{ (void)e; return 0; }\nint main(void){ _LIB_VERSIONQVT = 0; '
+                                 '__libm_setusermatherr(unhandled); volatile double z = 0; '
+                                 'return log(z) < 0 ? 0 : 1; }\n')
+            run("cc", msg, "-o", exe + "m", *flags)
+            if os.path.exists(os.path.join(BUILD, "gen", "tesseraUI.cat")):
+                p = subprocess.run([exe + "m"], capture_output=True, text=True, env={"PATH": os.environ["PATH"]})
+                self.assertNotIn("Cannot open message catalog", p.stderr)
+                self.assertIn("log", p.stderr)
+            # The tool is installed and runs.
+            tool = os.path.join(prefix, "bin", "tessera")
+            self.assertRegex(run(tool, "--version"), r"^tessera \d+\.\d+\.\d+")
+            # The file name agrees with the SONAME.
+            libs = glob.glob(os.path.join(prefix, "lib*", "**", "libtessera.so.1.*"), recursive=True)
+            self.assertTrue(libs)
+            self.assertIn("libtessera.so.1", run("readelf", "-d", libs[0]))
             proj = os.path.join(d, "proj")
             os.makedirs(proj)
             open(os.path.join(proj, "CMakeLists.txt"), "w").write(

@@ -4,6 +4,7 @@ in either order; then the example program, linked with -ltessera, run, and its e
 and classification calls found bound to libtessera."""
 import os
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -43,6 +44,9 @@ ORDERS = [("<math.h>", "<fenv.h>", '"tessera.h"'), ('"tessera.h"', "<math.h>", "
 RUNS = [(cc, "c", std, ("isnan", "isunordered")) for std in ("c99", "gnu11", "c17")]
 RUNS += [(cxx, "c++", std, ("tessera::isnan", "tessera::isunordered"))
          for std in ("c++98", "c++11", "c++17", "gnu++20")]
+# clang too where it is installed: its -pedantic is stricter about extensions in C++.
+if shutil.which("clang++"):
+    RUNS += [("clang++", "c++", "c++20", ("tessera::isnan", "tessera::isunordered"))]
 
 with tempfile.TemporaryDirectory() as tmp:
     for compiler, lang, std, (one, two) in RUNS:
@@ -51,7 +55,7 @@ with tempfile.TemporaryDirectory() as tmp:
             path = os.path.join(tmp, "t." + ("c" if lang == "c" else "cpp"))
             with open(path, "w") as f:
                 f.write(text)
-            cmd = [compiler, "-std=" + std, "-Wall", "-Wextra", "-Werror", "-I", gen,
+            cmd = [compiler, "-std=" + std, "-Wall", "-Wextra", "-pedantic", "-Werror", "-I", gen,
                    "-fsyntax-only", path]
             r = subprocess.run(cmd, capture_output=True, text=True)
             if r.returncode != 0:

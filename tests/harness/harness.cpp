@@ -5,10 +5,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <thread>
+#include <type_traits>
 
 extern "C" {
 int mpfr_set_float128(mpfr_ptr, __float128, mpfr_rnd_t);
@@ -293,5 +299,532 @@ ChildResult run_self(const std::string &filter, const std::vector<std::string> &
     self[n] = 0;
     return run_process({self, "--gtest_filter=" + filter, "--gtest_also_run_disabled_tests"}, env);
 }
+
+}  // namespace th
+
+// ---- control words ----------------------------------------------------------------------------
+namespace th {
+
+uint32_t mxcsr_now() { return read_mxcsr(); }
+uint16_t x87_cw_now() { return read_cw(); }
+uint64_t rounding_controls() { return (read_mxcsr() & ~0x3fu) | (uint64_t(read_cw()) << 32); }
+
+// ---- the runners ------------------------------------------------------------------------------
+unsigned tier_bit(const char *name) {
+    static const char *names[] = {"ex", "e7", "y8", "e9", "l9", "z0", "d1"};
+    for (unsigned i = 0; i < 7; ++i)
+        if (std::strncmp(name, names[i], 2) == 0) return 1u << i;
+    return std::strcmp(name, "entry") == 0 ? ENTRY : 0;
+}
+
+RefFn mpfr_ref(MpFn1 f) {
+    return [f](mpfr_ptr out, const mpfr_srcptr *in) { f(out, in[0], MPFR_RNDN); };
+}
+RefFn mpfr_ref(MpFn2 f) {
+    return [f](mpfr_ptr out, const mpfr_srcptr *in) { f(out, in[0], in[1], MPFR_RNDN); };
+}
+
+void parallel_for(size_t n, const std::function<void(size_t)> &body, unsigned threads) {
+    if (threads == 0) threads = std::max(1u, std::thread::hardware_concurrency());
+    if (threads > n) threads = unsigned(n);
+    if (threads <= 1) {
+        for (size_t i = 0; i < n; ++i) body(i);
+        return;
+    }
+    std::atomic<size_t> next{0};
+    std::vector<std::thread> pool;
+    for (unsigned t = 0; t < threads; ++t)
+        pool.emplace_back([&] {
+            for (size_t i; (i = next.fetch_add(1)) < n;) body(i);
+        });
+    for (auto &t : pool) t.join();
+}
+
+// The bits that make a value (long double: its 80 bits, not the padding).
+template <class T> static bool same_bits(T a, T b) {
+    constexpr size_t n = sizeof(T) == 16 && std::is_same_v<T, long double> ? 10 : sizeof(T);
+    return std::memcmp(&a, &b, n) == 0;
+}
+template <class T> static bool is_quiet_nan(T x) {
+    if (x == x) return false;
+    if constexpr (std::is_same_v<T, double>) return bits_of(x) & 0x0008000000000000ull;
+    else if constexpr (std::is_same_v<T, float>) return bits_of(x) & 0x00400000u;
+    else {
+        uint64_t m;
+        std::memcpy(&m, &x, 8);
+        return m & 0x4000000000000000ull;
+    }
+}
+
+template <class T> static std::string hex(T x) {
+    char b[64];
+    if (x != x) {
+        if constexpr (sizeof(T) <= 8) {
+            std::snprintf(b, sizeof b, "NaN(0x%llx)", (unsigned long long)bits_of(x));
+            return b;
+        }
+    }
+    if constexpr (std::is_same_v<T, long double>) std::snprintf(b, sizeof b, "%La", x);
+    else std::snprintf(b, sizeof b, "%a", double(x));
+    return b;
+}
+template <class T> static std::string args_str(const T *in, int n) {
+    std::string s = "(" + hex(in[0]);
+    for (int i = 1; i < n; ++i) s += ", " + hex(in[i]);
+    return s + ")";
+}
+
+// The correctly rounded value of output o of f at `in`, in MPFR mode rnd.
+template <class T> static T correctly_rounded(const Func<T> &f, int o, const T *in, mpfr_rnd_t rnd) {
+    Mp a[2], r(256);
+    const mpfr_srcptr args[2] = {a[0], a[1]};
+    for (int i = 0; i < f.nin; ++i) set(a[i], in[i]);
+    mpfr_clear_flags();
+    f.ref[o](r, args);
+    // Past MPFR's own exponent range: a value far outside every format, of the same sign.
+    if (mpfr_overflow_p() && mpfr_inf_p(r)) mpfr_set_si_2exp(r, mpfr_signbit(r) ? -1 : 1, 1 << 20, MPFR_RNDN);
+    if (mpfr_underflow_p() && mpfr_zero_p(r)) mpfr_set_si_2exp(r, mpfr_signbit(r) ? -1 : 1, -(1 << 20), MPFR_RNDN);
+    return round_to<T>(r, rnd);
+}
+
+template <class T, int NI, int NO>
+int check_rows(const Func<T> &f, const std::vector<RowN<T, NI, NO>> &rows) {
+    int bad = 0;
+    if (f.nin != NI || f.nout != NO) {
+        ADD_FAILURE() << f.name << ": rows of " << NI << " inputs and " << NO << " outputs for a function of "
+                      << f.nin << " and " << f.nout;
+        return 1;
+    }
+    for (const auto &v : f.variants) {
+        if (!tsr::tier_runnable(v.tier)) {
+            std::printf("[  NOTICE  ] %s %s not run: this processor lacks its instruction set\n", f.name.c_str(),
+                        v.name.c_str());
+            continue;
+        }
+        unsigned tb = tier_bit(v.name.c_str());
+        for (const auto &r : rows) {
+            if (!(r.tiers & tb)) continue;
+            bool any_cr = false;
+            for (const auto &w : r.want) any_cr |= w.kind == WantKind::cr;
+            unsigned modes = r.modes ? r.modes : any_cr ? ALL_MODES : RN;
+            for (int m = 0; m < 4; ++m) {
+                if (!(modes & (1u << m))) continue;
+                T out[NO];
+                Outcome o;
+                uint64_t rc_before, rc_after;
+                {
+                    ModeGuard g(kModes[m].fe);
+                    rc_before = rounding_controls();
+                    begin_observe();
+                    v.call(r.in, out);
+                    o = end_observe();
+                    rc_after = rounding_controls();
+                }
+                std::string where = f.name + " " + v.name + " " + kModes[m].name + " at " + args_str(r.in, NI);
+                int before = bad;
+                for (int k = 0; k < NO; ++k) {
+                    const Want<T> &w = r.want[k];
+                    if (w.kind == WantKind::any) continue;
+                    T want = w.kind == WantKind::cr ? correctly_rounded(f, k, r.in, kModes[m].rnd) : w.v;
+                    // The default quiet NaN stands for any quiet NaN; another NaN for its own bits.
+                    bool any_nan = want != want && (same_bits(want, qnan<T>()) || same_bits(want, T(-qnan<T>())));
+                    bool ok = any_nan ? is_quiet_nan(out[k]) : same_bits(out[k], want);
+                    if (!ok) {
+                        ++bad;
+                        ADD_FAILURE() << where << (NO > 1 ? " output " + std::to_string(k) : "") << ": got "
+                                      << hex(out[k]) << ", want " << (any_nan ? "a quiet NaN" : hex(want));
+                    }
+                }
+                if (r.flags != ANY_FLAGS && o.flags != r.flags) {
+                    ++bad;
+                    ADD_FAILURE() << where << ": flags " << flags_str(o.flags) << ", want " << flags_str(r.flags);
+                }
+                int want_err = r.err;
+                if (want_err == ERANGE_IF_ZERO) want_err = NO == 1 && out[0] == T(0) ? ERANGE : 0;
+                if (want_err != ANY_ERRNO && o.err != want_err) {
+                    ++bad;
+                    ADD_FAILURE() << where << ": errno " << o.err << ", want " << want_err;
+                }
+                if (r.code != ANY_CODE && o.code != r.code) {
+                    ++bad;
+                    ADD_FAILURE() << where << ": reported code " << o.code << ", want " << r.code;
+                }
+                if (rc_after != rc_before) {
+                    ++bad;
+                    ADD_FAILURE() << where << ": the rounding controls changed";
+                }
+                (void)before;
+            }
+        }
+    }
+    return bad;
+}
+
+// ---- sweeps -----------------------------------------------------------------------------------
+namespace {
+
+// What the flag check needs to know of the exact result.
+struct Exact {
+    bool nan, inf, zero;
+    long exp;  // MPFR exponent: |r| in [2^(exp-1), 2^exp)
+};
+Exact exact_of(mpfr_srcptr r) {
+    Exact e{bool(mpfr_nan_p(r)), bool(mpfr_inf_p(r)), bool(mpfr_zero_p(r)), 0};
+    if (mpfr_regular_p(r)) e.exp = mpfr_get_exp(r);
+    return e;
+}
+
+// The flags a call raised against those its exact result calls for: returns what is wrong,
+// or nullptr.  Overflow is due beyond the largest binade and forbidden below it; underflow
+// is due for an inexact result below half the smallest normal and forbidden from the
+// smallest normal up (tininess is detected after rounding, so the binade below it may go
+// either way, and an exact tiny result may or may not raise it).
+template <class T> const char *flag_fault(int fl, const Exact &e, bool nan_in, bool inf_in, bool inexact) {
+    using F = Format<T>;
+    if (nan_in) return (fl & ~FE_INVALID) ? "a flag other than invalid for a NaN input" : nullptr;
+    if (e.nan) return (fl & FE_INVALID) ? nullptr : "no invalid for a NaN result";
+    if (fl & FE_INVALID) return "invalid for a numeric result";
+    if (e.inf) {
+        if (inf_in) return fl ? "a flag for an exact infinity from an infinite input" : nullptr;
+        return (fl & FE_DIVBYZERO) ? nullptr : "no divide-by-zero for an exact infinity";
+    }
+    if (fl & FE_DIVBYZERO) return "divide-by-zero for a finite result";
+    if (!e.zero) {
+        if (e.exp > F::emax + 1 && !(fl & FE_OVERFLOW)) return "no overflow beyond the largest finite value";
+        if (e.exp <= F::emax && (fl & FE_OVERFLOW)) return "overflow for a result below the largest binade";
+        if (inexact && e.exp < F::emin && !(fl & FE_UNDERFLOW)) return "no underflow for a tiny inexact result";
+        if (e.exp > F::emin && (fl & FE_UNDERFLOW)) return "underflow for a normal result";
+    }
+    if (inexact && !(fl & FE_INEXACT)) return "no inexact for an inexact result";
+    return nullptr;
+}
+
+template <class T> bool is_inf(T x) { return x == x && x - x != x - x; }
+
+// The references of one sweep: per input tuple, per output, a 256-bit MPFR value.
+struct RefSet {
+    std::vector<__mpfr_struct> v;
+    explicit RefSet(size_t n) : v(n) {
+        for (auto &m : v) mpfr_init2(&m, 256);
+    }
+    ~RefSet() {
+        for (auto &m : v) mpfr_clear(&m);
+    }
+    RefSet(const RefSet &) = delete;
+};
+
+template <class T> double bound_for(const Spec<T> &s, const std::string &variant, int mode) {
+    double b = s.bound[mode];
+    unsigned tb = tier_bit(variant.c_str());
+    for (const auto &t : s.tier_bounds)
+        if ((t.tiers & tb) && (t.modes & (1u << mode))) b = t.ulp;
+    return b;
+}
+
+// Error of a result against its reference in mode m: ulps, except where the result or the
+// exact value lies beyond the finite range, where only the correctly rounded value counts.
+template <class T> double error_of(T got, double ulps, mpfr_srcptr exact, int m) {
+    if (ulps != 0 && mpfr_regular_p(exact) && (is_inf(got) || mpfr_get_exp(exact) > Format<T>::emax + 1)) {
+        T cr = round_to<T>(exact, kModes[m].rnd);
+        if (same_bits(got, cr)) return 0;
+    }
+    return ulps;
+}
+
+// A reference as a double-double for the fast ulp measure of float and double results
+// (MPFR measures the rest: specials, results past the range, deep double subnormals).
+struct Fast {
+    double hi = 0, lo = 0, ulp = 0;
+    bool ok = false;
+};
+template <class T> Fast fast_of(mpfr_srcptr r) {
+    Fast f;
+    if constexpr (std::is_same_v<T, float> || std::is_same_v<T, double>) {
+        using F = Format<T>;
+        if (!mpfr_regular_p(r)) return f;
+        long e = mpfr_get_exp(r);
+        // lo must keep 2^-53 of an ulp: double results from 2^-960 up.
+        if (e > F::emax + 1 || (std::is_same_v<T, double> && e < -960)) return f;
+        Mp t(256);
+        f.hi = mpfr_get_d(r, MPFR_RNDN);
+        mpfr_sub_d(t, r, f.hi, MPFR_RNDN);
+        f.lo = mpfr_get_d(t, MPFR_RNDN);
+        f.ulp = std::ldexp(1.0, int(std::max(e - 1, long(F::emin)) - (F::p - 1)));
+        f.ok = true;
+    }
+    return f;
+}
+// The ulp error of got, exactly as ulp_error measures it (to 2^-50 ulp).
+template <class T> double ulps_of(T got, mpfr_srcptr r, const Fast &f) {
+    if (f.ok && got == got && !is_inf(got)) {
+        double d = (double(got) - f.hi) - f.lo;  // the first difference is exact near hi
+        return std::fabs(d) / f.ulp;
+    }
+    return ulp_error(got, r);
+}
+
+// Evaluates a reference, replacing a result MPFR can't hold (past its exponent range) by one
+// far outside every format, of the same sign.
+template <class T> void eval_ref(const Func<T> &f, int o, mpfr_ptr out, const mpfr_srcptr *args) {
+    mpfr_clear_flags();
+    f.ref[o](out, args);
+    if (mpfr_overflow_p() && mpfr_inf_p(out))
+        mpfr_set_si_2exp(out, mpfr_signbit(out) ? -1 : 1, 1 << 20, MPFR_RNDN);
+    else if (mpfr_underflow_p() && mpfr_zero_p(out))
+        mpfr_set_si_2exp(out, mpfr_signbit(out) ? -1 : 1, -(1 << 20), MPFR_RNDN);
+}
+
+struct Acc {
+    double max = 0;
+    size_t worst = SIZE_MAX, bad_flags = 0, bad_controls = 0;
+    size_t flag_at = SIZE_MAX;
+    const char *flag_why = nullptr;
+    int flag_got = 0;
+    void merge(const Acc &o) {
+        if (o.max > max || (worst == SIZE_MAX && o.worst != SIZE_MAX && o.max >= max)) max = o.max, worst = o.worst;
+        bad_flags += o.bad_flags;
+        bad_controls += o.bad_controls;
+        if (flag_at == SIZE_MAX && o.flag_at != SIZE_MAX) flag_at = o.flag_at, flag_why = o.flag_why, flag_got = o.flag_got;
+    }
+};
+
+// Measures the variants of s.f on inputs xs (nin values per tuple) against refs.
+template <class T>
+std::vector<SweepResult> measure(const Spec<T> &s, const std::vector<T> &xs, const RefSet &refs) {
+    const Func<T> &f = s.f;
+    size_t n = xs.size() / f.nin;
+    std::vector<SweepResult> results;
+    std::vector<Exact> ex(refs.v.size());
+    std::vector<Fast> fast(refs.v.size());
+    parallel_for(refs.v.size(), [&](size_t i) {
+        ex[i] = exact_of(&refs.v[i]);
+        fast[i] = fast_of<T>(&refs.v[i]);
+    }, refs.v.size() > 100000 ? 0 : 1);
+    for (const auto &v : f.variants) {
+        if (!tsr::tier_runnable(v.tier)) {
+            std::printf("[  NOTICE  ] %s %s not run: this processor lacks its instruction set\n", f.name.c_str(),
+                        v.name.c_str());
+            continue;
+        }
+        unsigned tb = tier_bit(v.name.c_str());
+        for (int m = 0; m < 4; ++m) {
+            if (!(s.modes & (1u << m))) continue;
+            const size_t chunk = 4096, nchunks = (n + chunk - 1) / chunk;
+            std::vector<Acc> accs(nchunks);
+            parallel_for(nchunks, [&](size_t c) {
+                Acc &a = accs[c];
+                ModeGuard g(kModes[m].fe);
+                uint64_t rc = rounding_controls();
+                for (size_t i = c * chunk; i < std::min(n, (c + 1) * chunk); ++i) {
+                    const T *in = &xs[i * f.nin];
+                    T out[2];
+                    clear_flags();
+                    v.call(in, out);
+                    int fl = flags_raised();
+                    if (rounding_controls() != rc) ++a.bad_controls;
+                    bool nan_in = false, inf_in = false, inexact = false;
+                    for (int k = 0; k < f.nin; ++k) nan_in |= in[k] != in[k], inf_in |= is_inf(in[k]);
+                    for (int k = 0; k < f.nout; ++k) {
+                        size_t j = i * f.nout + k;
+                        double u = ulps_of(out[k], &refs.v[j], fast[j]);
+                        double e = error_of(out[k], u, &refs.v[j], m);
+                        inexact |= !ex[j].nan && u != 0;
+                        if (!(e <= a.max)) a.max = e, a.worst = i;
+                    }
+                    if (s.check_flags && !(s.flags_excused && s.flags_excused(tb, in))) {
+                        // Two outputs: each output's faults, the flags of the pair together.
+                        const char *why = nullptr;
+                        if (f.nout == 1) why = flag_fault<T>(fl, ex[i], nan_in, inf_in, inexact);
+                        else if (inexact && !(fl & FE_INEXACT)) why = "no inexact for an inexact result";
+                        if (why) {
+                            if (a.flag_at == SIZE_MAX) a.flag_at = i, a.flag_why = why, a.flag_got = fl;
+                            ++a.bad_flags;
+                        }
+                    }
+                }
+            });
+            Acc all;
+            for (const auto &a : accs) all.merge(a);
+            std::array<double, 2> w{0, 0};
+            if (all.worst != SIZE_MAX)
+                for (int k = 0; k < f.nin; ++k) w[k] = double(xs[all.worst * f.nin + k]);
+            std::string at = all.worst != SIZE_MAX ? args_str(&xs[all.worst * f.nin], f.nin) : "()";
+            std::printf("[  ACCURACY] %-8s %-12s %-10s max %.4f ulp at %s (%zu inputs)\n", f.name.c_str(),
+                        v.name.c_str(), kModes[m].name, all.max, at.c_str(), n);
+            double b = bound_for(s, v.name, m);
+            EXPECT_LE(all.max, b) << f.name << " " << v.name << " " << kModes[m].name << " worst input " << at;
+            EXPECT_EQ(all.bad_controls, 0u) << f.name << " " << v.name << " " << kModes[m].name
+                                            << " changed the rounding controls";
+            EXPECT_EQ(all.bad_flags, 0u) << f.name << " " << v.name << " " << kModes[m].name << ": " << all.bad_flags
+                                         << " calls with wrong flags, first at "
+                                         << args_str(&xs[all.flag_at == SIZE_MAX ? 0 : all.flag_at * f.nin], f.nin)
+                                         << ": " << (all.flag_why ? all.flag_why : "") << " (raised "
+                                         << flags_str(all.flag_got) << ")";
+            results.push_back({v.name, kModes[m].name, all.max, w, n, all.bad_flags, all.bad_controls});
+        }
+    }
+    return results;
+}
+
+template <class T> std::vector<T> draw(const Range<T> &r, size_t n, uint64_t seed) {
+    std::vector<T> v;
+    if (r.dist == Dist::uniform) {
+        v = uniform<T>(r.lo, r.hi, n, seed);
+    } else {
+        bool neg = r.hi < 0;
+        v = neg ? log_uniform<T>(-r.hi, -r.lo, n, seed, r.both_signs) : log_uniform<T>(r.lo, r.hi, n, seed, r.both_signs);
+        if (neg)
+            for (auto &x : v) x = -x;
+    }
+    return v;
+}
+
+}  // namespace
+
+template <class T> std::vector<SweepResult> sweep(const Spec<T> &s) {
+    const Func<T> &f = s.f;
+    std::vector<T> xs;
+    uint64_t seed = s.seed;
+    for (const auto &r : s.regions) {
+        size_t n = size_t(double(r.n) * s.scale);
+        auto a = draw(r.x, n, seed++);
+        std::vector<T> b;
+        if (f.nin == 2) b = draw(r.y, n, seed++);
+        for (size_t i = 0; i < n; ++i) {
+            xs.push_back(a[i]);
+            if (f.nin == 2) xs.push_back(b[i]);
+        }
+    }
+    for (const auto &p : s.points)
+        for (int k = 0; k < f.nin; ++k) xs.push_back(p[k]);
+    if (s.gen) s.gen(xs, size_t(double(s.gen_n) * s.scale), seed++);
+    if (s.skip) {
+        std::vector<T> kept;
+        for (size_t i = 0; i + f.nin <= xs.size(); i += f.nin)
+            if (!s.skip(&xs[i])) kept.insert(kept.end(), xs.begin() + long(i), xs.begin() + long(i + f.nin));
+        xs.swap(kept);
+    }
+    size_t n = xs.size() / f.nin;
+    RefSet refs(n * f.nout);
+    parallel_for((n + 1023) / 1024, [&](size_t c) {
+        Mp a[2];
+        const mpfr_srcptr args[2] = {a[0], a[1]};
+        for (size_t i = c * 1024; i < std::min(n, (c + 1) * 1024); ++i) {
+            for (int k = 0; k < f.nin; ++k) set(a[k], xs[i * f.nin + k]);
+            for (int o = 0; o < f.nout; ++o) eval_ref(f, o, &refs.v[i * f.nout + o], args);
+        }
+    });
+    return measure(s, xs, refs);
+}
+
+std::vector<SweepResult> every_float(const Spec<float> &s, uint32_t lo, uint32_t hi) {
+    // Blocks of 2^16 inputs: references for a block, then every variant and mode over it.
+    const Func<float> &f = s.f;
+    const uint64_t block = 1u << 16, first = lo, count = uint64_t(hi) - lo + 1;
+    const size_t nblocks = size_t((count + block - 1) / block);
+    size_t nv = f.variants.size();
+    std::vector<std::vector<Acc>> accs(nblocks, std::vector<Acc>(nv * 4));
+    std::vector<bool> runnable(nv);
+    for (size_t v = 0; v < nv; ++v) {
+        runnable[v] = tsr::tier_runnable(f.variants[v].tier);
+        if (!runnable[v])
+            std::printf("[  NOTICE  ] %s %s not run: this processor lacks its instruction set\n", f.name.c_str(),
+                        f.variants[v].name.c_str());
+    }
+    parallel_for(nblocks, [&](size_t b) {
+        uint64_t b0 = first + b * block, b1 = std::min(first + count, b0 + block);
+        size_t n = size_t(b1 - b0);
+        std::vector<float> xs(n);
+        for (size_t i = 0; i < n; ++i) xs[i] = std::bit_cast<float>(uint32_t(b0 + i));
+        if (s.skip) {
+            for (auto &x : xs)
+                if (s.skip(&x)) x = std::bit_cast<float>(0x7fc00000u);  // a quiet NaN stands in
+        }
+        RefSet refs(n * f.nout);
+        std::vector<Exact> ex(n * f.nout);
+        std::vector<Fast> fast(n * f.nout);
+        {
+            Mp a;
+            const mpfr_srcptr args[1] = {a};
+            for (size_t i = 0; i < n; ++i) {
+                set(a, xs[i]);
+                for (int o = 0; o < f.nout; ++o) {
+                    size_t j = i * f.nout + o;
+                    eval_ref(f, o, &refs.v[j], args);
+                    ex[j] = exact_of(&refs.v[j]);
+                    fast[j] = fast_of<float>(&refs.v[j]);
+                }
+            }
+        }
+        for (size_t v = 0; v < nv; ++v) {
+            if (!runnable[v]) continue;
+            for (int m = 0; m < 4; ++m) {
+                if (!(s.modes & (1u << m))) continue;
+                Acc &a = accs[b][v * 4 + m];
+                unsigned tb = tier_bit(f.variants[v].name.c_str());
+                ModeGuard g(kModes[m].fe);
+                uint64_t rc = rounding_controls();
+                for (size_t i = 0; i < n; ++i) {
+                    float out[2];
+                    clear_flags();
+                    f.variants[v].call(&xs[i], out);
+                    int fl = flags_raised();
+                    if (rounding_controls() != rc) ++a.bad_controls;
+                    bool inexact = false;
+                    for (int k = 0; k < f.nout; ++k) {
+                        size_t j = i * f.nout + k;
+                        double u = ulps_of(out[k], &refs.v[j], fast[j]);
+                        double e = error_of(out[k], u, &refs.v[j], m);
+                        inexact |= !ex[j].nan && u != 0;
+                        if (!(e <= a.max)) a.max = e, a.worst = size_t(b0 + i);
+                    }
+                    if (s.check_flags && !(s.flags_excused && s.flags_excused(tb, &xs[i]))) {
+                        const char *why = f.nout == 1 ? flag_fault<float>(fl, ex[i], xs[i] != xs[i], is_inf(xs[i]), inexact)
+                                          : (inexact && !(fl & FE_INEXACT)) ? "no inexact for an inexact result"
+                                                                            : nullptr;
+                        if (why) {
+                            if (a.flag_at == SIZE_MAX) a.flag_at = size_t(b0 + i), a.flag_why = why, a.flag_got = fl;
+                            ++a.bad_flags;
+                        }
+                    }
+                }
+            }
+        }
+    });
+    std::vector<SweepResult> results;
+    for (size_t v = 0; v < nv; ++v) {
+        if (!runnable[v]) continue;
+        for (int m = 0; m < 4; ++m) {
+            if (!(s.modes & (1u << m))) continue;
+            Acc all;
+            for (size_t b = 0; b < nblocks; ++b) all.merge(accs[b][v * 4 + m]);
+            float wx = all.worst == SIZE_MAX ? 0.0f : std::bit_cast<float>(uint32_t(all.worst));
+            const std::string &vn = f.variants[v].name;
+            std::printf("[  ACCURACY] %-8s %-12s %-10s max %.4f ulp at (%a) (%llu inputs)\n", f.name.c_str(), vn.c_str(),
+                        kModes[m].name, all.max, double(wx), (unsigned long long)count);
+            EXPECT_LE(all.max, bound_for(s, vn, m)) << f.name << " " << vn << " " << kModes[m].name << " worst input "
+                                                    << hex(wx);
+            EXPECT_EQ(all.bad_controls, 0u) << f.name << " " << vn << " " << kModes[m].name
+                                            << " changed the rounding controls";
+            float fx = all.flag_at == SIZE_MAX ? 0.0f : std::bit_cast<float>(uint32_t(all.flag_at));
+            EXPECT_EQ(all.bad_flags, 0u) << f.name << " " << vn << " " << kModes[m].name << ": " << all.bad_flags
+                                         << " calls with wrong flags, first at " << hex(fx) << ": "
+                                         << (all.flag_why ? all.flag_why : "") << " (raised " << flags_str(all.flag_got)
+                                         << ")";
+            results.push_back({vn, kModes[m].name, all.max, {double(wx), 0}, size_t(count), all.bad_flags,
+                               all.bad_controls});
+        }
+    }
+    return results;
+}
+
+#define TH_RUNNERS(T)                                                                             \
+    template int check_rows<T, 1, 1>(const Func<T> &, const std::vector<RowN<T, 1, 1>> &);      \
+    template int check_rows<T, 2, 1>(const Func<T> &, const std::vector<RowN<T, 2, 1>> &);      \
+    template int check_rows<T, 1, 2>(const Func<T> &, const std::vector<RowN<T, 1, 2>> &);      \
+    template std::vector<SweepResult> sweep<T>(const Spec<T> &);
+TH_RUNNERS(float)
+TH_RUNNERS(double)
+TH_RUNNERS(long double)
 
 }  // namespace th

@@ -10,6 +10,8 @@
 #include <cfenv>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <array>
 #include <functional>
 #include <random>
 #include <string>
@@ -139,6 +141,9 @@ template <class T> std::vector<T> uniform(T lo, T hi, size_t n, uint64_t seed);
 template <class T> std::vector<T> specials();
 template <class T> T snan();
 template <class T> T qnan();
+// A value from its bits (signalling NaNs and payloads in rows).
+inline double f64(uint64_t b) { double x; std::memcpy(&x, &b, 8); return x; }
+inline float f32(uint32_t b) { float x; std::memcpy(&x, &b, 4); return x; }
 // Bits of a value, for exact comparison including NaN payloads and zero signs.
 uint64_t bits_of(double x);
 uint32_t bits_of(float x);
@@ -154,5 +159,194 @@ ChildResult run_process(const std::vector<std::string> &argv, const std::vector<
 // Re-runs this test program in a fresh process, running only the tests matched by
 // `filter` (which may name DISABLED_ tests: those run only this way).
 ChildResult run_self(const std::string &filter, const std::vector<std::string> &env = {});
+
+// ---- control words -------------------------------------------------------------------------
+// The SSE and x87 control/status words as they stand, read directly.
+uint32_t mxcsr_now();
+uint16_t x87_cw_now();
+// Both units' control words less their flag bits (rounding, precision, masks, flush to
+// zero): a call under test must leave them as it found them.
+uint64_t rounding_controls();
+
+// =============================================================================================
+// The shared runners.  A family's tests describe each function once (a Func: its name, its
+// MPFR reference and its tier variants from tsr_tiers.inc) and hand the runners rows of
+// special values (check_rows), regions and bounds (sweep), or a float function's bounds for
+// every input (every_float).
+// =============================================================================================
+
+// Rounding-mode sets, by kModes index.
+enum : unsigned { RN = 1, RU = 2, RD = 4, RZ = 8, ALL_MODES = 15 };
+// Tier sets, by tsr::Tier (a portable AVX-512 variant, "z0-portable", counts as its tier).
+enum : unsigned {
+    EX = 1u << 0, E7 = 1u << 1, Y8 = 1u << 2, E9 = 1u << 3, L9 = 1u << 4, Z0 = 1u << 5, D1 = 1u << 6,
+    ALL_TIERS = 0x7f, FMA_TIERS = L9 | Z0 | D1, SSE_TIERS = EX | E7 | Y8 | E9,
+    ENTRY = 1u << 7,  // the public entry point, where a Func lists it
+};
+unsigned tier_bit(const char *variant_name);
+
+// Flag sets as rows write them.
+enum : int {
+    NONE = 0, NX = FE_INEXACT, OV = FE_OVERFLOW | FE_INEXACT, UN = FE_UNDERFLOW | FE_INEXACT,
+    INV = FE_INVALID, DZ = FE_DIVBYZERO,
+    ANY_FLAGS = -1,  // flags not checked
+};
+constexpr int ANY_ERRNO = -1;  // errno not checked
+constexpr int ERANGE_IF_ZERO = -3;  // ERANGE where the result is zero, else 0 (an underflow)
+constexpr int NO_CODE = -1;    // no error reported
+constexpr int ANY_CODE = -2;   // reported code not checked
+
+// A reference: out = f(in[0], ...) evaluated at out's precision, rounded to nearest.
+using RefFn = std::function<void(mpfr_ptr out, const mpfr_srcptr *in)>;
+RefFn mpfr_ref(MpFn1 f);
+RefFn mpfr_ref(MpFn2 f);
+
+// One function under test: its inputs and outputs (all of format T) and its variants.
+template <class T> struct Func {
+    std::string name;
+    int nin = 1, nout = 1;
+    std::vector<RefFn> ref;  // one per output
+    struct Variant {
+        std::string name;  // "ex", "z0-portable", "entry"
+        tsr::Tier tier;    // the instruction set it needs
+        std::function<void(const T *in, T *out)> call;
+    };
+    std::vector<Variant> variants;
+
+    // Adds a variant: T(T), T(T, T), or void(T, T *, T *) (two outputs, sincos-like).
+    Func &add(const char *vname, tsr::Tier tier, T (*fn)(T)) {
+        variants.push_back({vname, tier, [fn](const T *in, T *out) { out[0] = fn(in[0]); }});
+        return *this;
+    }
+    Func &add(const char *vname, tsr::Tier tier, T (*fn)(T, T)) {
+        variants.push_back({vname, tier, [fn](const T *in, T *out) { out[0] = fn(in[0], in[1]); }});
+        return *this;
+    }
+    Func &add(const char *vname, tsr::Tier tier, void (*fn)(T, T *, T *)) {
+        variants.push_back({vname, tier, [fn](const T *in, T *out) { fn(in[0], &out[0], &out[1]); }});
+        return *this;
+    }
+    // The public (dispatched) entry point, checked like a tier.
+    template <class Fn> Func &entry(Fn fn) { return add("entry", tsr::Tier::ex, fn); }
+};
+
+namespace detail {
+template <class T, class Fn, size_t N> void add_list(Func<T> &f, const tsr::TierFn<Fn> (&list)[N]) {
+    for (const auto &t : list) f.add(t.name, t.tier, t.fn);
+}
+}  // namespace detail
+
+// func("exp", mpfr_exp, tsr_tiers_exp, tsr_portable_tiers_exp): every listed variant.
+template <class T, size_t... N>
+Func<T> func(const char *name, MpFn1 ref, const tsr::TierFn<T (*)(T)> (&...lists)[N]) {
+    Func<T> f{name, 1, 1, {mpfr_ref(ref)}, {}};
+    (detail::add_list(f, lists), ...);
+    return f;
+}
+template <class T, size_t... N>
+Func<T> func(const char *name, MpFn2 ref, const tsr::TierFn<T (*)(T, T)> (&...lists)[N]) {
+    Func<T> f{name, 2, 1, {mpfr_ref(ref)}, {}};
+    (detail::add_list(f, lists), ...);
+    return f;
+}
+// Two outputs (sin and cos of one input): one reference per output.
+template <class T, size_t... N>
+Func<T> func2(const char *name, MpFn1 ref0, MpFn1 ref1, const tsr::TierFn<void (*)(T, T *, T *)> (&...lists)[N]) {
+    Func<T> f{name, 1, 2, {mpfr_ref(ref0), mpfr_ref(ref1)}, {}};
+    (detail::add_list(f, lists), ...);
+    return f;
+}
+
+// ---- special-value rows ------------------------------------------------------------------
+// What a row expects of an output: exactly these bits (the default quiet NaN, NAN: any quiet
+// NaN; another NaN: its own bits, payload and sign), the
+// correctly rounded value in the mode being checked (CR), or anything (ANY).
+enum class WantKind { bits, cr, any };
+constexpr WantKind CR = WantKind::cr, ANY = WantKind::any;
+template <class T> struct Want {
+    WantKind kind;
+    T v;
+    Want(T value) : kind(WantKind::bits), v(value) {}
+    Want(WantKind k) : kind(k), v(0) {}
+};
+
+// A row: inputs, expected outputs, the exact flag set raised (NX, OV, UN, INV, DZ or
+// ANY_FLAGS), errno (0 by default), the reported code (NO_CODE by default), and where it
+// holds: `modes` (0: rows wanting CR in all four modes, the others in nearest) and `tiers`.
+template <class T, int NI = 1, int NO = 1> struct RowN {
+    T in[NI];
+    Want<T> want[NO];
+    int flags = NONE;
+    int err = 0;
+    int code = NO_CODE;
+    unsigned modes = 0;
+    unsigned tiers = ALL_TIERS | ENTRY;
+};
+template <class T> using Row = RowN<T, 1, 1>;
+template <class T> using Row2 = RowN<T, 2, 1>;   // two inputs (pow)
+template <class T> using RowSC = RowN<T, 1, 2>;  // two outputs (sincos)
+
+// Checks every row in every variant of f this processor runs and every mode the row names:
+// output bits, flags, errno, code, and that the rounding controls come back unchanged.
+// Returns the number of mismatches (each also reported as a test failure).
+template <class T, int NI, int NO>
+int check_rows(const Func<T> &f, const std::vector<RowN<T, NI, NO>> &rows);
+
+// ---- accuracy sweeps ---------------------------------------------------------------------
+enum class Dist { log_uniform, uniform };
+// Inputs of one operand: log-uniform needs 0 < lo < hi or lo < hi < 0 (both_signs adds the
+// mirror image); uniform covers [lo, hi].
+template <class T> struct Range {
+    T lo, hi;
+    Dist dist = Dist::log_uniform;
+    bool both_signs = false;
+};
+template <class T> struct Region {
+    size_t n;        // inputs drawn
+    Range<T> x;      // first operand
+    Range<T> y = {}; // second operand (two-input functions)
+};
+// A bound that differs for some tiers and modes (a tier that rounds its polynomial once more).
+struct TierBound {
+    unsigned tiers, modes;
+    double ulp;
+};
+template <class T> struct Spec {
+    Func<T> f;
+    std::vector<Region<T>> regions;             // random inputs
+    std::vector<std::array<T, 2>> points = {};  // hard inputs, given one by one
+    // More inputs: appends n input tuples (nin values each) to `out`.
+    std::function<void(std::vector<T> &out, size_t n, uint64_t seed)> gen = nullptr;
+    size_t gen_n = 0;
+    double bound[4] = {0.5, 1.0, 1.0, 1.0};  // max ulp per mode, in kModes order
+    std::vector<TierBound> tier_bounds = {};
+    // Inputs left out, each with the reason where the Spec is written.
+    std::function<bool(const T *in)> skip = nullptr;
+    uint64_t seed = 1;
+    double scale = 1;          // multiplies every region's n (the Long tests' 10 million)
+    bool check_flags = true;   // no flag without its cause, and overflow, underflow, invalid,
+                               // divide-by-zero and inexact whenever due
+    unsigned modes = ALL_MODES;
+    // Flag checks left out for a tier (tier_bit of the variant) and input: known faults, each
+    // named where the Spec is written.
+    std::function<bool(unsigned tier, const T *in)> flags_excused = nullptr;
+};
+struct SweepResult {
+    std::string variant, mode;
+    double max_ulp;
+    std::array<double, 2> worst;  // the input where it was reached
+    size_t inputs, bad_flags, bad_controls;
+};
+// Measures every variant of spec.f this processor runs against MPFR on the spec's inputs in
+// its modes, prints one "[  ACCURACY]" line per variant and mode, and fails where a maximum
+// passes its bound, a call raises a wrong flag, or the rounding controls change.
+template <class T> std::vector<SweepResult> sweep(const Spec<T> &spec);
+
+// Every float input (bits lo..hi inclusive, all of them by default) in every variant and the
+// spec's modes, on every core; same bounds and lines as sweep (regions and points unused).
+std::vector<SweepResult> every_float(const Spec<float> &spec, uint32_t lo = 0, uint32_t hi = 0xffffffffu);
+
+// Runs body(i) for i in [0, n) on `threads` threads (0: every core).
+void parallel_for(size_t n, const std::function<void(size_t)> &body, unsigned threads = 0);
 
 }  // namespace th

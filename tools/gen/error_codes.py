@@ -2,7 +2,7 @@
 """Name every error code of error/report_tables.txt, for the library and the tests alike
 (include/tsr/codes.h).
 
-    tools/gen/error_codes.py [error/report_tables.txt] [include/tsr/codes.h]
+    tools/gen/error_codes.py [--out DIR]
 
 A code's name is its function's name with the precision's suffix (none for double, f, l),
 then the condition written beside its row, made an identifier: the row
@@ -53,13 +53,9 @@ def emit(codes):
 
 
 def main():
-    root = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-    src = sys.argv[1] if len(sys.argv) > 1 else os.path.join(root, "error/report_tables.txt")
-    dst = sys.argv[2] if len(sys.argv) > 2 else os.path.join(root, "include/tsr/codes.h")
-    text = emit(names(src))
-    if not (os.path.exists(dst) and open(dst).read() == text):
-        with open(dst, "w") as f:
-            f.write(text)
+    sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+    import tsrgen
+    tsrgen.write_outputs({"include/tsr/codes.h": emit(names(os.path.join(tsrgen.ROOT, "error/report_tables.txt")))})
 
 
 if __name__ == "__main__":

@@ -309,6 +309,9 @@ constexpr std::array<TimeFn, kPlacements> placements(std::index_sequence<I...>) 
 struct Figures {
     double thr[2], lat[2];  // [0] tessera, [1] libm: ticks per call
     double thr_ratio, lat_ratio;  // tessera/libm
+    // Run-to-run spread of each ratio: half the interquartile range of the repetitions'
+    // log ratios, as a fraction.  A ratio is called slower only beyond it.
+    double thr_spread, lat_spread;
 };
 
 double median(std::vector<double> v) {
@@ -360,6 +363,14 @@ template <class T, Form F> Figures measure(AnyFn ours, AnyFn theirs, const Range
     }
     f.thr_ratio = std::exp(lrt);
     f.lat_ratio = std::exp(lrl);
+    auto spread = [&](const std::vector<double> (&v)[2]) {
+        std::vector<double> lr;
+        for (int k = 0; k < reps; ++k) lr.push_back(std::log(v[0][k] / v[1][k]));
+        std::sort(lr.begin(), lr.end());
+        return std::expm1(0.5 * (lr[(3 * lr.size()) / 4] - lr[lr.size() / 4]));
+    };
+    f.thr_spread = spread(thr);
+    f.lat_spread = spread(lat);
     return f;
 }
 
@@ -440,16 +451,28 @@ int cmd_bench(int argc, char **argv) {
     double range_lo = 0, range_hi = 0;
     for (int i = 0; i < argc; ++i) {
         std::string a = argv[i];
-        if (a == "--tier" && i + 1 < argc) tier = argv[++i];
-        else if (a == "--reps" && i + 1 < argc) reps = std::max(1, std::atoi(argv[++i]));
-        else if (a == "--range" && i + 2 < argc) {
+        std::string v;
+        if (a == "--tier") {
+            if (!option_value("bench", argc, argv, i, tier)) return 2;
+        } else if (a == "--reps" || a == "--passes") {
+            if (!option_value("bench", argc, argv, i, v) ||
+                !parse_count("bench", a, v, 1, 1 << 20, a == "--reps" ? reps : passes))
+                return 2;
+        } else if (a == "--range") {
             // the first operand drawn uniformly from [LO, HI] instead of the function's own range
-            range_lo = std::atof(argv[i + 1]);
-            range_hi = std::atof(argv[i + 2]);
+            if (i + 2 >= argc) {
+                std::fprintf(stderr, "tessera bench: option --range needs a value: --range LO HI\n");
+                return 2;
+            }
+            v = argv[++i];
+            std::string hi = argv[++i];
+            if (!parse_finite("bench", a, v, range_lo) || !parse_finite("bench", a, hi, range_hi)) return 2;
+            if (!(range_lo < range_hi)) {
+                std::fprintf(stderr, "tessera bench: --range needs LO below HI, not %s %s\n", v.c_str(), hi.c_str());
+                return 2;
+            }
             have_range = true;
-            i += 2;
         }
-        else if (a == "--passes" && i + 1 < argc) passes = std::max(1, std::atoi(argv[++i]));
         else if (a == "--markdown") markdown = true;
         else if (a == "--table-only") table_only = true;
         else if (a == "--plt") plt = true;
@@ -487,7 +510,15 @@ int cmd_bench(int argc, char **argv) {
                 todo.push_back(f);
             }
         }
+        // A named function without the named tier is an error too, found before any output.
+        if (!tier.empty() && tier != "selected")
+            for (const tsr_gen::Function *f : todo)
+                if (!find_tier(*f, tier)) {
+                    std::fprintf(stderr, "tessera bench: %s has no tier %s\n", f->name, tier.c_str());
+                    status = 2;
+                }
     }
+    if (status) return status;  // nothing measured on a command line with an error in it
 
     const double ghz = tsc_ghz();
     const double tpc = ticks_per_core_cycle();
@@ -564,7 +595,7 @@ int cmd_bench(int argc, char **argv) {
         Figures fig = f->prec == 'f'   ? measure_form<float>(form, ours, theirs, r, reps, passes)
                       : f->prec == 'l' ? measure_form<long double>(form, ours, theirs, r, reps, passes)
                                        : measure_form<double>(form, ours, theirs, r, reps, passes);
-        if (label.empty()) label = f->dispatched ? slot_tier(f->name) : f->bound ? "ex bound" : "direct";
+        if (label.empty()) label = f->dispatched ? "entry " + slot_tier(f->name) : f->bound ? "ex bound" : "direct";
         double rt = fig.thr_ratio, rl = fig.lat_ratio;
         std::string in = range_text(r, form);
         if (markdown)
@@ -573,7 +604,8 @@ int cmd_bench(int argc, char **argv) {
         else
             std::printf("%-14s %-10s %-28s %7.2f %7.2f %6.2f %7.2f %7.2f %6.2f%s\n", f->name, label.c_str(),
                         in.c_str(), fig.thr[0], fig.thr[1], rt, fig.lat[0], fig.lat[1], rl,
-                        (rt > 1.05 || rl > 1.05) ? "  (slower than libm)" : "");
+                        (rt > 1 + std::max(0.02, fig.thr_spread) || rl > 1 + std::max(0.02, fig.lat_spread))
+                            ? "  (slower than libm beyond the run's spread)" : "");
         std::fflush(stdout);
     }
     if (todo.empty()) std::printf("(nothing to bench)\n");

@@ -87,10 +87,18 @@ int cmd_eval(int argc, char **argv) {
     bool all_tiers = false;
     for (int i = 0; i < argc; ++i) {
         std::string a = argv[i];
-        if (a == "--tier" && i + 1 < argc) tier = argv[++i];
-        else if (a == "--all-tiers") all_tiers = true;
-        else if (a == "--mode" && i + 1 < argc) mode = argv[++i];
-        else pos.push_back(a);
+        if (a == "--tier") {
+            if (!option_value("eval", argc, argv, i, tier)) return 2;
+        } else if (a == "--mode") {
+            if (!option_value("eval", argc, argv, i, mode)) return 2;
+        } else if (a == "--all-tiers") {
+            all_tiers = true;
+        } else if (a.rfind("--", 0) == 0) {
+            std::fprintf(stderr, "tessera eval: unknown option %s\n", a.c_str());
+            return 2;
+        } else {
+            pos.push_back(a);
+        }
     }
     if (pos.empty()) {
         std::fprintf(stderr, "tessera eval: name a function\n");

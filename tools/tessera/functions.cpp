@@ -133,6 +133,49 @@ bool parse_value(const std::string &text, char prec, Value &out, std::string &er
         err = "not a number: " + text;
         return false;
     }
+    // Out of the format's range: say so rather than call with an infinity or a zero the
+    // user did not write (strtod also reports ERANGE for subnormal results, which are kept).
+    const bool overflow = prec == 'd' ? __builtin_isinf(out.d) : prec == 'f' ? __builtin_isinf(out.f)
+                                                                             : __builtin_isinf(out.l);
+    const bool to_zero = prec == 'd' ? out.d == 0 : prec == 'f' ? out.f == 0 : out.l == 0;
+    if (errno == ERANGE && (overflow || to_zero)) {
+        err = text + (overflow ? " is beyond the largest " : " is below the smallest subnormal ") +
+              prec_name(prec) + (overflow ? " (write inf for infinity)" : " (write 0 for zero)");
+        return false;
+    }
+    return true;
+}
+
+bool option_value(const char *cmd, int argc, char **argv, int &i, std::string &out) {
+    if (i + 1 >= argc) {
+        std::fprintf(stderr, "tessera %s: option %s needs a value\n", cmd, argv[i]);
+        return false;
+    }
+    out = argv[++i];
+    return true;
+}
+
+bool parse_count(const char *cmd, const std::string &opt, const std::string &text, long lo, long hi, int &out) {
+    char *end;
+    errno = 0;
+    long v = std::strtol(text.c_str(), &end, 10);
+    if (text.empty() || *end || errno || v < lo || v > hi) {
+        std::fprintf(stderr, "tessera %s: %s takes a whole number from %ld to %ld, not '%s'\n", cmd, opt.c_str(), lo,
+                     hi, text.c_str());
+        return false;
+    }
+    out = int(v);
+    return true;
+}
+
+bool parse_finite(const char *cmd, const std::string &opt, const std::string &text, double &out) {
+    char *end;
+    errno = 0;
+    out = std::strtod(text.c_str(), &end);
+    if (text.empty() || *end || !__builtin_isfinite(out) || (errno == ERANGE && __builtin_fabs(out) > 1)) {
+        std::fprintf(stderr, "tessera %s: %s takes finite numbers, not '%s'\n", cmd, opt.c_str(), text.c_str());
+        return false;
+    }
     return true;
 }
 

@@ -90,6 +90,51 @@ int cmd_info(int argc, char **argv) {
             if (absent[0] | absent[1]) print_wrapped("  already absent: ", row_names(absent));
         }
     }
+    if (env) {
+        // Each word by name: the library takes exact lower-case feature words and ignores
+        // the rest silently, so say which were which.
+        std::string known, ignored;
+        for (const char *p = env; *p;) {
+            const char *e = std::strchr(p, ',');
+            std::string w(p, e ? size_t(e - p) : std::strlen(p));
+            p = e ? e + 1 : p + w.size();
+            if (w.empty()) continue;
+            uint64_t m[2];
+            std::string &list = tsr::feature_disable_mask(w.c_str(), m) > 0 ? known : ignored;
+            list += (list.empty() ? "" : " ") + w;
+        }
+        print_wrapped("  recognised: ", known.empty() ? "(none)" : known);
+        print_wrapped("  ignored:    ", ignored.empty() ? "(none)" : ignored);
+    }
+    // What each level needs, and which words would lower the level from where it stands.
+    std::printf("levels (each needs all of its features; the highest level met is chosen):\n");
+    for (int l = 12; l >= 2; --l) {
+        int bits[5];
+        int n = tsr::level_requirements(l, bits);
+        std::string need;
+        for (int i = 0; i < n; ++i)
+            for (int row = 1; row <= tsr::kFeatureRows; ++row)
+                if (tsr::feature_row_bit(row) == bits[i]) {
+                    const char *w = tsr::feature_row_word(row);
+                    need += std::string(need.empty() ? "" : ", ") + tsr::feature_row_name(row) + " (" +
+                            (w ? w : "-") + (tsr::has_feature(word, bits[i]) ? ", present)" : ", absent)");
+                    break;
+                }
+        std::printf("  %2d%s %s\n", l, l == level ? "*" : " ", need.c_str());
+    }
+    std::string lower;
+    for (int row = 2; row <= tsr::kFeatureRows; ++row) {
+        const char *w = tsr::feature_row_word(row);
+        int bit = tsr::feature_row_bit(row);
+        if (!w || bit < 0 || !tsr::has_feature(word, bit)) continue;
+        uint64_t m[2], less[2];
+        if (tsr::feature_disable_mask(w, m) <= 0) continue;
+        less[0] = word[0] & ~m[0];
+        less[1] = word[1] & ~m[1];
+        int to = tsr::level_from_features(less);
+        if (to < level) lower += (lower.empty() ? "" : " ") + std::string(w) + "->" + std::to_string(to);
+    }
+    print_wrapped("words that lower the level from here: ", lower.empty() ? "(none)" : lower);
     if (rc == 0) {
         std::printf("level without QUILL_ISA_DISABLE: %d\n", tsr::level_from_features(raw));
         std::printf("processor feature word: 0x%016" PRIx64 "_%016" PRIx64 "\n", raw[1], raw[0]);

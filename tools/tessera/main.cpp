@@ -11,7 +11,9 @@ static void usage(FILE *to) {
     std::fputs(
         "usage: tessera info [--tiers]\n"
         "       tessera eval FUNC ARG... [--tier T | --all-tiers] [--mode nearest|upward|downward|towardzero|all]\n"
-        "       tessera bench [FUNC...] [--tier T|selected] [--reps N] [--passes N] [--markdown]\n"
+        "       tessera bench [FUNC...] [--tier T|selected] [--reps N] [--passes N] [--range LO HI]\n"
+        "                     [--plt] [--markdown] [--table-only]\n"
+        "       tessera --version\n"
         "Operands: decimal or hex floating constants (1.5, 0x1.8p+0), inf, nan, snan (signed),\n"
         "raw bits as raw:0x... (16 hex digits for double, 8 for float, 20 for long double),\n"
         "integers in C syntax for int operands.\n",
@@ -22,6 +24,10 @@ int main(int argc, char **argv) {
     if (argc < 2 || !std::strcmp(argv[1], "-h") || !std::strcmp(argv[1], "--help")) {
         usage(argc < 2 ? stderr : stdout);
         return argc < 2 ? 2 : 0;
+    }
+    if (!std::strcmp(argv[1], "--version")) {
+        std::printf("tessera %s\n", TSR_VERSION);
+        return 0;
     }
     if (!std::strcmp(argv[1], "info")) return tool::cmd_info(argc - 2, argv + 2);
     if (!std::strcmp(argv[1], "eval")) return tool::cmd_eval(argc - 2, argv + 2);

@@ -46,6 +46,15 @@ struct Result {
 // Calls fn (the entry or a tier body of f) on the operands.
 Result call(const tsr_gen::Function &f, tsr_gen::AnyFn fn, const std::vector<Value> &args);
 
+// Strict option values: each prints "tessera CMD: ..." to stderr and returns false on a
+// missing or malformed value, so that a command can stop before printing anything.
+// The value after argv[i] (advancing i), or false when the option ends the line.
+bool option_value(const char *cmd, int argc, char **argv, int &i, std::string &out);
+// A whole decimal count in [lo, hi].
+bool parse_count(const char *cmd, const std::string &opt, const std::string &text, long lo, long hi, int &out);
+// A finite decimal or hexadecimal floating constant.
+bool parse_finite(const char *cmd, const std::string &opt, const std::string &text, double &out);
+
 int cmd_info(int argc, char **argv);
 int cmd_eval(int argc, char **argv);
 int cmd_bench(int argc, char **argv);

@@ -1,0 +1,174 @@
+// The shared runners, driven with functions whose every result and flag is known: the
+// processor's square root and division are correctly rounded in every mode and raise
+// exactly the flags due.  Each runner must pass them, and must catch one planted fault of
+// each kind it looks for.
+#include <gtest/gtest-spi.h>
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cerrno>
+#include <cmath>
+
+#include "harness/harness.h"
+#include "tsr/codes.h"
+
+extern "C" double exp(double);
+
+namespace {
+
+double hw_sqrt(double x) { asm("sqrtsd %1, %0" : "=x"(x) : "x"(x)); return x; }
+float hw_sqrtf(float x) { asm("sqrtss %1, %0" : "=x"(x) : "x"(x)); return x; }
+long double x87_sqrtl(long double x) { asm("fsqrt" : "+t"(x)); return x; }
+double hw_div(double a, double b) { volatile double q = a / b; return q; }
+void sqrt_and_square(double x, double *s, double *q) { *s = hw_sqrt(x); volatile double v = x * x; *q = v; }
+
+// Planted faults: one ulp off in [2, 4), no inexact flag, a changed rounding mode.
+double sqrt_ulp_off(double x) {
+    double r = hw_sqrt(x);
+    return x >= 2 && x < 4 ? std::bit_cast<double>(std::bit_cast<uint64_t>(r) + 1) : r;
+}
+float sqrtf_ulp_off(float x) {
+    float r = hw_sqrtf(x);
+    return std::bit_cast<uint32_t>(x) == 0x40490fdbu ? std::bit_cast<float>(std::bit_cast<uint32_t>(r) + 1) : r;
+}
+double sqrt_no_inexact(double x) {
+    double r = hw_sqrt(x);
+    th::clear_flags();
+    return r;
+}
+double sqrt_moves_mode(double x) {
+    th::mxcsr_now();
+    uint32_t m = th::mxcsr_now() ^ 0x6000u;
+    asm volatile("ldmxcsr %0" : : "m"(m));
+    return hw_sqrt(x);
+}
+double sqrt_sets_errno(double x) { errno = EDOM; return hw_sqrt(x); }
+
+// Failures raised by `body`, intercepted; their messages joined.
+template <class F> std::pair<int, std::string> failures(F &&body) {
+    testing::TestPartResultArray results;
+    {
+        testing::ScopedFakeTestPartResultReporter rep(testing::ScopedFakeTestPartResultReporter::INTERCEPT_ALL_THREADS,
+                                                      &results);
+        body();
+    }
+    std::string msg;
+    for (int i = 0; i < results.size(); ++i) msg += results.GetTestPartResult(i).message() + std::string("\n");
+    return {results.size(), msg};
+}
+
+th::Func<double> sqrt_func(double (*fn)(double)) {
+    th::Func<double> f{"sqrt", 1, 1, {th::mpfr_ref(mpfr_sqrt)}, {}};
+    f.add("ex", tsr::Tier::ex, fn);
+    return f;
+}
+
+const double kNaN = th::qnan<double>();
+
+}  // namespace
+
+TEST(Runners, RowsPassCorrectFunctions) {
+    std::vector<th::Row<double>> rows = {
+        {4.0, 2.0},
+        {-0.0, -0.0},
+        {INFINITY, INFINITY},
+        {-1.0, kNaN, th::INV},
+        {th::snan<double>(), kNaN, th::INV},
+        {2.0, th::CR, th::NX},                          // all four modes
+        {0x1p-1073, th::CR, th::NX},
+        {2.0, 0x1.6a09e667f3bcdp+0, th::NX, 0, th::NO_CODE, th::RN | th::RU},
+    };
+    EXPECT_EQ(th::check_rows(sqrt_func(hw_sqrt), rows), 0);
+    th::Func<double> div{"div", 2, 1, {th::mpfr_ref(mpfr_div)}, {}};
+    div.add("ex", tsr::Tier::ex, hw_div);
+    std::vector<th::Row2<double>> rows2 = {
+        {1.0, 0.0, INFINITY, th::DZ},
+        {0.0, 0.0, kNaN, th::INV},
+        {1.0, 3.0, th::CR, th::NX},
+        {0x1p-1000, 0x1p100, th::CR, th::UN},
+        {0x1p1000, 0x1p-100, th::CR, th::OV},
+    };
+    EXPECT_EQ(th::check_rows(div, rows2), 0);
+    th::Func<double> sq{"sqrt_and_square", 1, 2, {th::mpfr_ref(mpfr_sqrt), th::mpfr_ref(mpfr_sqr)}, {}};
+    sq.add("ex", tsr::Tier::ex, sqrt_and_square);
+    std::vector<th::RowSC<double>> rows3 = {{4.0, 2.0, 16.0}, {3.0, th::CR, 9.0, th::NX}};
+    EXPECT_EQ(th::check_rows(sq, rows3), 0);
+}
+
+TEST(Runners, RowsCatchEachFault) {
+    std::vector<th::Row<double>> rows = {{2.5, th::CR, th::NX}};
+    auto f = failures([&] { th::check_rows(sqrt_func(sqrt_ulp_off), rows); });
+    EXPECT_EQ(f.first, 4) << f.second;  // the result, in each of the four modes
+    f = failures([&] { th::check_rows(sqrt_func(sqrt_no_inexact), rows); });
+    EXPECT_NE(f.second.find("flags none, want inexact"), std::string::npos) << f.second;
+    f = failures([&] { th::check_rows(sqrt_func(sqrt_moves_mode), rows); });
+    EXPECT_NE(f.second.find("rounding controls changed"), std::string::npos) << f.second;
+    f = failures([&] { th::check_rows(sqrt_func(sqrt_sets_errno), rows); });
+    EXPECT_NE(f.second.find("errno 33, want 0"), std::string::npos) << f.second;
+    // The reported code, through the library's own exp: one row wants the wrong code.
+    th::Func<double> e = th::func("exp", mpfr_exp, tsr_tiers_exp);
+    std::vector<th::Row<double>> over = {{1000.0, INFINITY, th::OV, ERANGE, tsr::code::exp_overflow, th::RN}};
+    EXPECT_EQ(th::check_rows(e, over), 0);
+    over[0].code = tsr::code::exp_underflow;
+    f = failures([&] { th::check_rows(e, over); });
+    EXPECT_NE(f.second.find("reported code 14, want 15"), std::string::npos) << f.second;
+    EXPECT_GE(f.first, 1);
+}
+
+TEST(Runners, SweepPassesCorrectlyRoundedFunctions) {
+    th::Spec<double> s{sqrt_func(hw_sqrt), {{20000, {0x1p-1074, 0x1p1023}}, {20000, {0.5, 4.0, th::Dist::uniform}}}};
+    s.points = {{0x1p-1074, 0}, {INFINITY, 0}, {-1.0, 0}, {-0.0, 0}};
+    th::sweep(s);
+    th::Func<float> sf{"sqrtf", 1, 1, {th::mpfr_ref(mpfr_sqrt)}, {}};
+    sf.add("ex", tsr::Tier::ex, hw_sqrtf);
+    th::sweep(th::Spec<float>{sf, {{20000, {0x1p-149f, 0x1p127f}}}});
+    th::Func<long double> sl{"sqrtl", 1, 1, {th::mpfr_ref(mpfr_sqrt)}, {}};
+    sl.add("ex", tsr::Tier::ex, x87_sqrtl);
+    th::sweep(th::Spec<long double>{sl, {{5000, {0x1p-16000L, 0x1p16000L}}}});
+    th::Func<double> div{"div", 2, 1, {th::mpfr_ref(mpfr_div)}, {}};
+    div.add("ex", tsr::Tier::ex, hw_div);
+    th::Spec<double> d{div, {{20000, {0x1p-600, 0x1p600, th::Dist::log_uniform, true}, {0x1p-600, 0x1p600}}}};
+    d.gen = [](std::vector<double> &out, size_t n, uint64_t) {  // results past both ends
+        for (size_t i = 0; i < n; ++i) {
+            double s = 1 + double(i) / double(n);
+            out.insert(out.end(), {(i & 1 ? 0x1.8p1000 : 0x1.8p-1000) * s, i & 1 ? 0x1p-100 : 0x1p100});
+        }
+    };
+    d.gen_n = 100;
+    th::sweep(d);
+    th::Func<double> sq{"sqrt_and_square", 1, 2, {th::mpfr_ref(mpfr_sqrt), th::mpfr_ref(mpfr_sqr)}, {}};
+    sq.add("ex", tsr::Tier::ex, sqrt_and_square);
+    th::sweep(th::Spec<double>{sq, {{5000, {0x1p-500, 0x1p500}}}});
+}
+
+TEST(Runners, SweepCatchesEachFault) {
+    th::Spec<double> s{sqrt_func(sqrt_ulp_off), {{5000, {1.0, 8.0, th::Dist::uniform}}}};
+    auto f = failures([&] { th::sweep(s); });
+    EXPECT_EQ(f.first, 2) << f.second;  // nearest and upward (the others stay within 1 ulp)
+    EXPECT_NE(f.second.find("worst input (0x1"), std::string::npos) << f.second;
+    s.f = sqrt_func(sqrt_no_inexact);
+    f = failures([&] { th::sweep(s); });
+    EXPECT_NE(f.second.find("no inexact for an inexact result"), std::string::npos) << f.second;
+    s.f = sqrt_func(sqrt_moves_mode);
+    f = failures([&] { th::sweep(s); });
+    EXPECT_NE(f.second.find("changed the rounding controls"), std::string::npos) << f.second;
+    // A bound for some tiers only: the fault passes where the bound admits it.
+    s.f = sqrt_func(sqrt_ulp_off);
+    s.tier_bounds = {{th::EX, th::ALL_MODES, 2.0}};
+    f = failures([&] { th::sweep(s); });
+    EXPECT_EQ(f.first, 0) << f.second;
+}
+
+TEST(Runners, EveryFloatOverABlock) {
+    th::Func<float> sf{"sqrtf", 1, 1, {th::mpfr_ref(mpfr_sqrt)}, {}};
+    sf.add("ex", tsr::Tier::ex, hw_sqrtf);
+    th::Spec<float> s{sf, {}};
+    auto r = th::every_float(s, 0x40490000u, 0x404affffu);
+    ASSERT_EQ(r.size(), 4u);
+    EXPECT_EQ(r[0].inputs, 0x20000u);
+    sf.variants[0].call = [](const float *in, float *out) { out[0] = sqrtf_ulp_off(in[0]); };
+    s.f = sf;
+    s.modes = th::RN;
+    auto f = failures([&] { th::every_float(s, 0x40490000u, 0x404affffu); });
+    EXPECT_NE(f.second.find("worst input 0x1.921fb6p+1"), std::string::npos) << f.second;
+}
