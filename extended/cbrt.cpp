@@ -26,6 +26,10 @@ inline LD cbrt_body(LD x) {
     Unpacked u = unpack(v);
     int ee = u.e + 3 * 6000;
     int q = ee / 3 - 6000, i = ee % 3;
+    if (u.m == 0x8000000000000000ull && i == 0) {  // 2^(3q): exactly 2^q
+        LD r = pow2l(q);
+        return fr.finish(v.se >> 15 ? -r : r);
+    }
     int j = int(u.m >> 55) & 255;
     LD r = kRecip[j];
     LD m = unsigned(u.e + 1022) <= 2044u ? __builtin_fabsl(load(x)) * pow2l(-u.e) : from_ext(u.m, 0x3fff), mh, ml;

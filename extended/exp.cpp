@@ -40,11 +40,18 @@ inline LD beyond(LD x, const Ext &v, LD at_neg_inf, int ov, int un) {
 
 // 2^k (hi) with the reports: overflow when it reaches 2^16384, underflow when it is below
 // the least normal value.
-__attribute__((always_inline)) inline LD finish(X87Frame &fr, LD x, const ExpPair &p, int ov, int un) {
+// `exact`: x is an integer of 2^x, whose tiny results are exact and not underflows.
+__attribute__((always_inline)) inline LD finish(X87Frame &fr, LD x, const ExpPair &p, int ov, int un,
+                                                bool exact = false) {
     LD y = scale_pair(p.hi, p.lo, p.k);
     bool over = p.k > 16384 || (p.k == 16384 && p.hi >= 1.0L);
     bool under = p.k < -16382 || (p.k == -16382 && p.hi < 1.0L);
+    // Also tiny: rounded up to the least normal value from below it.
+    under |= p.k == -16382 && p.hi == 1.0L && p.lo < 0.0L;
     y = fr.finish(y);
+    if (__builtin_expect(under && exact, 0)) return y;
+    // A tiny result is inexact even where the pair happened to fall on the subnormal grid.
+    if (__builtin_expect(under, 0)) raise_underflow();
     if (__builtin_expect(over | under, 0)) return report(x, y, over ? ov : un);
     return y;
 }
@@ -91,7 +98,9 @@ TSR_BODY(long double, exp2l, (long double x)) {
     if (__builtin_expect(in_core(v, 0x3fbe, 0x400c) || (in_core(v, 0x400d, 0x400d) && (v.m >> 48) < 0x80e0), 1)) {
         X87Frame fr;
         x = opaque(load(x));
-        return finish(fr, x, exp2_pair(x, 0.0L), code::exp2l_overflow, code::exp2l_underflow);
+        int f = v.se & 0x7fff;
+        bool integer = f >= 0x400c && !(v.m << (f - 0x3fff + 1));
+        return finish(fr, x, exp2_pair(x, 0.0L), code::exp2l_overflow, code::exp2l_underflow, integer);
     }
     if ((v.se & 0x7fff) < 0x3fbe) {
         X87Frame fr;
