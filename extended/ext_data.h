@@ -14,7 +14,16 @@ extern const long double kLog2e_32[2];
 extern const long double kLog10e_32[2];
 extern const long double kLog10_2_29[2];
 extern const long double kLog2_10[2];
+extern const long double kC4pi_32[2];
+extern const long double kC4ln2pi_32[2];
+extern const long double kC4ln10pi_32[2];
 extern const long double kLn2_3[3];
+extern const uint64_t kFourOverPi[263];
+extern const uint64_t kFourLn2OverPi[263];
+extern const uint64_t kFourLn10OverPi[263];
+extern const double kPi4x3[3];
+extern const double kPi4x5[5];
+extern const long double kPi4_32[2];
 extern const long double kExpPoly[5];  // x^3 .. x^7
 extern const long double kLogPoly[6];  // x^3 .. x^8
 extern const long double kLogNear1[10];  // x^3 .. x^12

@@ -235,3 +235,136 @@ TSR_HIDDEN void __libm_hypot2l_k80(const long double *x, const long double *y, S
 }
 
 }  // extern "C"
+
+// ---- reduction by pi/4 ------------------------------------------------------------------------
+// x = n pi/4 + r: q = x 4/pi truncated, n = q + add, and r = x - m pi/4 with m = n + (n & 1)
+// (the octant count rounded up to even), so |r| <= pi/4 for x >= 0 and add = 0; r goes out as
+// two doubles (hi + lo, hi the double nearest), n is returned (modulo 8 above 2^30, where
+// only its low bits mean anything).  A negative x is reduced as -|x|: r and n change sign.
+//
+// Below 2^30 (below 1 for x ln2 and x ln10, through the pair product): the Cody-Waite subtraction of m pi/4 in three parts (|x| < 2^17, head of 45
+// bits) or five (head of 33 bits), each product exact and each difference kept by a
+// two-sum.  From 2^30 on: the significand M (64 bits) of x = M 2^e times a 256-bit window of
+// the integer floor(C 2^16640) at the position the exponent selects; the product's bits
+// above the window's top are multiples of 8 octants, those below its bottom are below
+// 2^-128 of an octant, so the product gives q modulo 8 and 128 bits of the fraction.
+namespace {
+
+constexpr int kFactorBits = 16640;
+
+struct Reduced {
+    int n;
+    LD hi, lo;  // r in octants (x C - m), a pair
+};
+
+// x C modulo 8 in octants for x = M 2^e (e the exponent of the last significand bit).
+inline void big_window(uint64_t M, int e, const uint64_t *C, uint64_t &q, uint64_t &f1, uint64_t &f0) {
+    int s = kFactorBits - e - 192;  // the window's bottom bit in C
+    uint64_t w[4];
+    int wi = s >> 6, sh = s & 63;
+    for (int i = 0; i < 4; ++i) {
+        uint64_t a = C[wi + i], b = C[wi + i + 1];
+        w[i] = sh ? (a >> sh) | (b << (64 - sh)) : a;
+    }
+    // M times the window: 320 bits, bits 192.. the integer part
+    unsigned __int128 acc = 0;
+    uint64_t r[5];
+    for (int i = 0; i < 4; ++i) {
+        acc += (unsigned __int128)M * w[i];
+        r[i] = uint64_t(acc);
+        acc >>= 64;
+    }
+    r[4] = uint64_t(acc);
+    q = r[3] & 7;
+    f1 = r[2];
+    f0 = r[1];
+}
+
+inline Reduced reduce(LD x, int add, const uint64_t *C, const LD c32[2]) {
+    Ext v = ext(x);
+    int f = v.se & 0x7fff;
+    Reduced out;
+    // The products with ln2 and ln10 are not exact in parts: their small-argument regime
+    // ends at 1, the integer window taking over from there.
+    if (f <= (C == kFourOverPi ? 0x401c : 0x3ffe)) {
+        // q = trunc(x C): below 2^31, by the shifter after truncation toward zero
+        LD t = x * (c32[0] + c32[1]);
+        LD nf;
+        int q = round_int(t, nf);
+        if (nf > t) q -= 1;  // truncation for x >= 0
+        int n = q + add, m = n + (n & 1);
+        LD mf = m;
+        // x - m pi/4 (or x C - m in octants when C is not 4/pi: then through the pair product)
+        if (C == kFourOverPi) {
+            LD s, e, a, b;
+            if (f <= 0x400f) {
+                two_sum(x, -mf * kPi4x3[0], s, e);
+                two_sum(s, -mf * kPi4x3[1], a, b);
+                e += b - mf * kPi4x3[2];
+            } else {
+                two_sum(x, -mf * kPi4x5[0], s, e);
+                two_sum(s, -mf * kPi4x5[1], a, b);
+                e += b;
+                two_sum(a, -mf * kPi4x5[2], s, b);
+                e += b - mf * (LD(kPi4x5[3]) + kPi4x5[4]);
+                a = s;
+            }
+            // back to octants: r / (pi/4) is not needed; keep r itself
+            out.n = n;
+            fast_two_sum(a, e, out.hi, out.lo);
+            return out;
+        }
+        LD ph, pl, s, e;
+        mul_const(x, 0.0L, c32, ph, pl);
+        two_sum(ph, -mf, s, e);
+        LD rh, rl;
+        fast_two_sum(s, e + pl, rh, rl);
+        mul_const(rh, rl, kPi4_32, out.hi, out.lo);
+        out.n = n;
+        return out;
+    }
+    Unpacked u = unpack(v);
+    uint64_t q, f1, f0;
+    big_window(u.m, u.e - 63, C, q, f1, f0);
+    int n = int(q) + add, m = n + (n & 1);
+    // fraction in octants: f1 2^-64 + f0 2^-128, less (m - q)
+    LD fh = LD(f1 >> 1) * 0x1p-63L + LD(f1 & 1) * 0x1p-64L, fl = LD(f0) * 0x1p-128L;
+    LD t, te;
+    two_sum(fh, LD(int(q) - m), t, te);
+    LD rh, rl;
+    fast_two_sum(t, te + fl, rh, rl);
+    mul_const(rh, rl, kPi4_32, out.hi, out.lo);
+    out.n = n;
+    return out;
+}
+
+inline int reduce_entry(const long double *x, int add, double *out, const uint64_t *C, const LD c32[2]) {
+    LD ax = *x;
+    bool neg = ax < 0.0L;
+    Reduced r = reduce(neg ? -ax : ax, add, C, c32);
+    LD h = r.hi, l = r.lo;
+    if (neg) {
+        h = -h;
+        l = -l;
+        r.n = -r.n;
+    }
+    double dh = double(h + l);
+    out[0] = dh;
+    out[1] = double((h - LD(dh)) + l);
+    return r.n;
+}
+
+}  // namespace
+
+extern "C" {
+TSR_HIDDEN int __libm_reduce_pi04l(const long double *x, int add, double out[2]) {
+    return reduce_entry(x, add, out, kFourOverPi, kC4pi_32);
+}
+// The same reduction of x ln2 and of x ln10 (for 2^x and 10^x of complex arguments).
+TSR_HIDDEN int __libm_reduce_pi04ln2l(const long double *x, double out[2]) {
+    return reduce_entry(x, 0, out, kFourLn2OverPi, kC4ln2pi_32);
+}
+TSR_HIDDEN int __libm_reduce_pi04ln10l(const long double *x, double out[2]) {
+    return reduce_entry(x, 0, out, kFourLn10OverPi, kC4ln10pi_32);
+}
+}

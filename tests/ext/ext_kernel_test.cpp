@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 #include "ext_funcs.h"
 
@@ -131,6 +132,57 @@ TEST(ExtKernels, Hypot2) {
     mpfr_sub(g, g, s, MPFR_RNDN);
     mpfr_div(g, g, s, MPFR_RNDN);
     EXPECT_LT(std::fabs(mpfr_get_d(g, MPFR_RNDN)), 0x1p-100);
+}
+
+}  // namespace
+
+extern "C" int __libm_reduce_pi04l(const long double *, int, double *);
+extern "C" int __libm_reduce_pi04ln2l(const long double *, double *);
+extern "C" int __libm_reduce_pi04ln10l(const long double *, double *);
+
+namespace {
+
+// x c (c = 4/pi, 4 ln2/pi, 4 ln10/pi) = q + f; the kernel's n must agree with q modulo 8 and
+// its r with (x c - m) pi/4, m = q + (q & 1), to 2^-95.
+void check_reduction(LD x, int which) {
+    mpfr_prec_t prec = 17200;
+    th::Mp t(prec), c(prec), pi(prec), a(prec), q(prec), r(prec);
+    mpfr_const_pi(pi, MPFR_RNDN);
+    mpfr_ui_div(c, 4, pi, MPFR_RNDN);
+    if (which == 1) { mpfr_const_log2(a, MPFR_RNDN); mpfr_mul(c, c, a, MPFR_RNDN); }
+    if (which == 2) { mpfr_set_ui(a, 10, MPFR_RNDN); mpfr_log(a, a, MPFR_RNDN); mpfr_mul(c, c, a, MPFR_RNDN); }
+    th::set(a, x);
+    mpfr_mul(t, a, c, MPFR_RNDN);
+    mpfr_floor(q, t);
+    mpfr_t q8;
+    mpfr_init2(q8, prec);
+    mpfr_fmod_ui(q8, q, 8, MPFR_RNDN);
+    long qm = mpfr_get_si(q8, MPFR_RNDN);
+    mpfr_clear(q8);
+    long m = qm + (qm & 1);
+    mpfr_sub(r, t, q, MPFR_RNDN);           // fraction
+    mpfr_add_si(r, r, qm - m, MPFR_RNDN);   // less the rounding up to even
+    mpfr_mul(r, r, pi, MPFR_RNDN);
+    mpfr_div_ui(r, r, 4, MPFR_RNDN);
+    double out[2];
+    int n = which == 0 ? __libm_reduce_pi04l(&x, 0, out) : which == 1 ? __libm_reduce_pi04ln2l(&x, out)
+                                                                     : __libm_reduce_pi04ln10l(&x, out);
+    EXPECT_EQ(((n % 8) + 8) % 8, qm) << double(x) << " kind " << which;
+    th::Mp g(200), e(200);
+    mpfr_set_d(g, out[0], MPFR_RNDN);
+    mpfr_add_d(g, g, out[1], MPFR_RNDN);
+    mpfr_sub(e, g, r, MPFR_RNDN);
+    // r carries about 96 bits (pi/4 and the small-argument factors are 96-bit pairs)
+    double tol = 0x1p-95;
+    EXPECT_LT(std::fabs(mpfr_get_d(e, MPFR_RNDN)), tol) << double(x) << " kind " << which;
+}
+
+TEST(ExtKernels, ReducePi4) {
+    const LD xs[] = {0.5L, 0.7853981633974483L, 1.0L, 100.0L, 131071.9L, 0x1p17L + 0.3L, 1e9L,
+                     0x1p30L - 1.0L, 0x1p30L, 0x1p31L + 7.0L, 1e20L, 1e100L, 0x1.fffp1000L, 1e4000L,
+                     std::numeric_limits<LD>::max()};
+    for (LD x : xs)
+        for (int w = 0; w < 3; ++w) check_reduction(x, w);
 }
 
 }  // namespace

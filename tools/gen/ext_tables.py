@@ -104,6 +104,9 @@ const_pair("kLog2e_32", 1 / ln2, 32, "1/ln 2")
 const_pair("kLog10e_32", 1 / log(10), 32, "1/ln 10")
 const_pair("kLog10_2_29", log(2) / log(10), 29, "log10 2 (the head times any exponent is exact)")
 const_pair("kLog2_10", log(10) / ln2, 32, "log2 10")
+const_pair("kC4pi_32", 4 / mp.pi, 32, "4/pi")
+const_pair("kC4ln2pi_32", 4 * log(2) / mp.pi, 32, "4 ln2/pi")
+const_pair("kC4ln10pi_32", 4 * log(10) / mp.pi, 32, "4 ln10/pi")
 
 for name, h, l, bits, what in consts:
     out.append("// %s: a head of %d bits and the extended nearest the rest." % (what, bits))
@@ -112,6 +115,53 @@ for name, h, l, bits, what in consts:
 out.append("// ln 2 in three parts: the head of 29 bits, then two extended tails (e ln 2 to 2^-140).")
 out.append("const long double kLn2_3[3] = {%s, %s, %s};" % (hx(ln2h, g.X87), hx(ln2l, g.X87), hx(ln2ll, g.X87)))
 hdr.append("extern const long double kLn2_3[3];")
+out.append("")
+
+# ---- reduction by pi/4 ---------------------------------------------------------------------
+# The factors 4/pi, 4 ln2/pi and 4 ln10/pi as integers floor(C 2^16640) in 64-bit words, least
+# significant first, with two zero words above: the reduction of a large argument reads a
+# 256-bit window of them at the argument's exponent.
+mp.prec = 17000
+P = 16640
+for name, c in (("kFourOverPi", 4 / mp.pi), ("kFourLn2OverPi", 4 * log(2) / mp.pi),
+                ("kFourLn10OverPi", 4 * log(10) / mp.pi)):
+    ci = int(mp.floor(c * mpf(2) ** P))
+    words = [(ci >> (64 * i)) & (2 ** 64 - 1) for i in range(P // 64 + 3)]
+    out.extend(g.c_array("alignas(64) const uint64_t %s[%d]" % (name, len(words)),
+                         [g.hexint(w, 16, "ull") for w in words], 4,
+                         "floor(%s 2^%d), 64-bit words, least significant first." % (
+                             {"kFourOverPi": "4/pi", "kFourLn2OverPi": "4 ln2/pi",
+                              "kFourLn10OverPi": "4 ln10/pi"}[name], P)))
+    out.append("")
+    hdr.append("extern const uint64_t %s[%d];" % (name, len(words)))
+mp.prec = 400
+# pi/4 in parts for the Cody-Waite subtraction of m pi/4 (m below 2^31): three parts whose
+# head of 45 bits times m < 2^18 is exact, five whose head of 33 bits times m < 2^31 is.
+pi4 = mp.pi / 4
+
+
+def parts(bits):
+    ps, rest = [], pi4
+    for b in bits:
+        p = g.round_bits(rest, b) if b < 53 else rd(rest)
+        ps.append(p)
+        rest -= p
+    return ps
+
+
+p3 = parts([45, 45, 53])
+p5 = parts([33, 33, 33, 33, 53])
+assert g.to_bits(p3[0], g.BINARY64) == 0x3fe921fb54442d00
+assert g.to_bits(p5[0], g.BINARY64) == 0x3fe921fb54400000
+out.append("// pi/4 in three parts (a head of 45 bits, a second of 45, a double) and in five.")
+out.append("const double kPi4x3[3] = {%s};" % ", ".join(hx(v) for v in p3))
+out.append("const double kPi4x5[5] = {%s};" % ", ".join(hx(v) for v in p5))
+hdr.append("extern const double kPi4x3[3];")
+hdr.append("extern const double kPi4x5[5];")
+h4 = g.round_bits(pi4, 32)
+out.append("// pi/4: a head of 32 bits and the extended nearest the rest.")
+out.append("const long double kPi4_32[2] = {%s, %s};" % (hx(h4, g.X87), hx(g.to_format(pi4 - h4, g.X87), g.X87)))
+hdr.append("extern const long double kPi4_32[2];")
 out.append("")
 
 # ---- polynomials -----------------------------------------------------------------------------
