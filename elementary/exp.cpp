@@ -14,9 +14,6 @@
 #if TSR_TIER_L9
 #include <immintrin.h>
 #endif
-#if TSR_TIER_Z0 || TSR_TIER_D1
-#include "tsr/avx512.h"
-#endif
 
 using namespace tsr;
 using namespace tsr::expd;
@@ -39,16 +36,13 @@ inline double exp_body(double x) {
         return report(x, opaque(kMax) * kMax, code::exp_overflow);
     }
     const double K = 0x1.71547652b82fep+6, L1 = 0x1.62e42fefap-7, L2 = 0x1.cf79abc9e3b3ap-46;
+    // approximation of e^r on [-0x1.62fp-8, 0x1.62fp-8], degree 6, max relative error
+    // 2^-63.22 (measured by tools/gen/approximations.py)
     const double c2 = 0x1.ffffffffffffep-2, c3 = 0x1.5555555548ba1p-3, c4 = 0x1.55555555b9e25p-5,
                  c5 = 0x1.11115c090cf0fp-7, c6 = 0x1.6c15ce328986p-10;
     RnGuardInexact g;
     x = opaque(x);
-    double s = opaque(K * x + S);
-    double kf = s - S;
-    int k = int(uint32_t(bits(s)));
-    double r = (x - L1 * kf) - L2 * kf;
-    const MT &row = frac64[k & 63];
-    int n = k >> 6;
+    auto [r, k, n, row] = reduce64(x, K, L1, L2);
     double r2 = r * r;
     double p = (((r + row.t) + r * r2 * r2 * (c5 + c6 * r)) + r * r2 * (c3 + c4 * r)) + c2 * r2;
     if (n >= -894 && n <= 1022) {
@@ -63,18 +57,11 @@ inline double exp_body(double x) {
 
 // Single precision, N = 256, in double.
 inline float expf_body(float x) {
-    uint32_t b = bits(x) & 0x7fffffff;
-    if (b - 0x31800000u >= 0x42ad496bu - 0x31800000u) {
-        if (b < 0x31800000) return x + 1.0f;
-        if (b >= 0x43000000) {
-            return float_beyond_range(x, code::expf_overflow, code::expf_underflow);
-        }
-    }
+    // approximation of 2^(r/256) on [-0x1p-1, 0x1p-1], degree 2, max relative error 2^-31.16
+    // (measured by tools/gen/approximations.py)
     const double K = 0x1.71547652b82fep+8, c1 = 0x1.62e42fefa72c5p-9, c2 = 0x1.ebfbdff82c58ep-19;
-    RnGuardInexact g;
-    x = opaque(x);
-    double v = g.finish(f256_core(K * double(x), S, c1, c2));
-    return f256_result(x, v, b, 0x42ad496b, code::expf_overflow, code::expf_underflow);
+    return f256_float<RnGuardInexact>(x, [&](double u) { return K * u; }, S, c1, c2, 0x42ad496b, 0x43000000,
+                                      code::expf_overflow, code::expf_underflow);
 }
 #endif
 
@@ -105,6 +92,8 @@ inline double exp_fma_core(double x, double &Tb) {
     uint32_t sl = uint32_t(bits(s));
     const MT &row = frac64[sl & 63];
     Tb = f64((uint64_t(sl & 0x3ffc0) << 46) | row.m);
+    // approximation of e^r on [-0x1.62fp-8, 0x1.62fp-8], degree 5, max relative error
+    // 2^-58.65 (measured by tools/gen/approximations.py)
     double A = __builtin_fma(0x1.111126eeb729ap-7, r, 0x1.555570aa70f87p-5);
     double B = __builtin_fma(0x1.55555555541d3p-3, r, 0x1.fffffffffe5bcp-2);
     double r2 = r * r;
@@ -149,6 +138,8 @@ namespace {
 // rather than fma, fma, fma with r·T waiting on the table.  In double the regrouping moves
 // the value by a few units of 2^-53, nothing at the float result's scale.
 inline double expf_fma_poly(double r, double T) {
+    // approximation of e^r on [-0x1.62fp-7, 0x1.62fp-7], degree 3, max relative error
+    // 2^-32.68 (measured by tools/gen/approximations.py)
     double a = __builtin_fma(0x1.55561a20a7574p-3, r, 0x1.0000a3fec6dc4p-1);
     double b = __builtin_fma(0x1.ffffffff81eecp-1, r, 1.0);
     return T * __builtin_fma(r * r, a, b);

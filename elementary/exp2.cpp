@@ -15,9 +15,6 @@
 #if TSR_TIER_E7
 #include <emmintrin.h>
 #endif
-#if TSR_TIER_Z0 || TSR_TIER_D1
-#include "tsr/avx512.h"
-#endif
 
 using namespace tsr;
 using namespace tsr::expd;
@@ -68,6 +65,8 @@ inline double exp2_ex(double x) {
     double rt = f64(bits(r) & 0xffffffff00000000ull);
     double a = rt * L;
     double B = opaque(a + 0x1.00000001p+32) - 0x1p+32;
+    // approximation of 2^r on [-0x1p-8, 0x1p-8], degree 7, max relative error 2^-72.54
+    // (measured by tools/gen/approximations.py)
     double s2 = r * r;
     double Q = ((0x1.4308cac59a345p-13 * s2 + 0x1.3b2ab6fba31d1p-7) * s2 + 0x1.ebfbdff82c58fp-3) * s2 +
                (r - rt) * L + (a - (B - 1.0)) +
@@ -121,6 +120,8 @@ inline float exp2f_ex_core(float x) {
     int j = int(uint32_t(k) << 26) >> 26;
     int n = (k - j) >> 6;
     double T = centred64[j + 32];
+    // approximation of 2^r on [-0x1p-7, 0x1p-7], degree 4, max relative error 2^-40.04
+    // (measured by tools/gen/approximations.py)
     double s2 = r * r;
     double p = (0x1.3ce0f3e46f43ap-7 * s2 + 0x1.ebfbe081585e7p-3) * s2 +
                (0x1.c6af0d93cf576p-5 * s2 + 0x1.62e42fef9277bp-1) * r;
@@ -182,6 +183,8 @@ inline double exp2_e7(double x) {
     double rp = xp - kf;
     int n = k >> 7;
     const MT &row = frac128[k & 127];
+    // approximation of 2^(r/128) on [-0x1p-1, 0x1p-1], degree 5, max relative error 2^-60.44
+    // (measured by tools/gen/approximations.py)
     const double c1 = 0x1.62e42fefa39efp-8;
     double r2 = rp * rp;
     double A = 0x1.5d87fe78a6731p-45 * rp + 0x1.3b2ab6fba4e77p-35;
@@ -202,18 +205,11 @@ inline double exp2_e7(double x) {
 }
 
 inline float exp2f_e7(float x) {
-    uint32_t b = bits(x) & 0x7fffffff;
-    if (b - 0x31800000u >= 0x42fc0000u - 0x31800000u) {
-        if (b < 0x31800000) return x + 1.0f;
-        if (b >= 0x43200000) {
-            return float_beyond_range(x, code::exp2f_overflow, code::exp2f_underflow);
-        }
-    }
+    // approximation of 2^r on [-0x1p-9, 0x1p-9], degree 2, max relative error 2^-31.16
+    // (measured by tools/gen/approximations.py)
     const double S2 = 0x1.8p+44, c1 = 0x1.62e42fefa72c5p-1, c2 = 0x1.ebfbdff82c58ep-3;
-    RnGuard g;
-    x = opaque(x);
-    double v = g.finish(f256_core(double(x), S2, c1, c2));
-    return f256_result(x, v, b, 0x42fc0000, code::exp2f_overflow, code::exp2f_underflow);
+    return f256_float<RnGuard>(x, [](double u) { return u; }, S2, c1, c2, 0x42fc0000, 0x43200000,
+                               code::exp2f_overflow, code::exp2f_underflow);
 }
 #endif
 
@@ -237,6 +233,8 @@ inline double exp2_fma_poly(double s, double r, double r2, double &Tb) {
     uint64_t sb = bits(s);
     const MT &row = frac64r[sb & 63];
     Tb = f64(((sb >> 6) << 52) | row.m);
+    // approximation of 2^r on [-0x1p-7, 0x1p-7], degree 5, max relative error 2^-58.55
+    // (measured by tools/gen/approximations.py)
     double P = __builtin_fma(0x1.5d881e7541815p-10, r, 0x1.3b2ad5447fdffp-7);
     P = __builtin_fma(P, r, 0x1.c6b08d7047ac4p-5);
     double Q = __builtin_fma(0x1.ebfbdff829821p-3, r, 0x1.62e42fefa39efp-1);
@@ -291,6 +289,8 @@ inline float exp2f_fma_poly(float s, float r, float r2, float &Tb) {
     uint32_t sb = bits(s);
     uint32_t j = sb & 31;
     Tb = f32(((sb >> 5) << 23) | f32_head[j]);
+    // approximation of 2^r on [-0x1p-6, 0x1p-6], degree 3, max relative error 2^-32.50
+    // (measured by tools/gen/approximations.py)
     // The polynomial tail + c1·r + c2·r^2 + c3·r^3 summed from its small end: the higher
     // terms and the tail (below 2^-13) first, so that their roundings are negligible, and
     // the linear term last, so that the sum is rounded once at the scale of r·ln 2 rather

@@ -6,6 +6,9 @@
 #include "tsr/codes.h"
 #include "tsr/report.h"
 #include "elementary/exp_data.h"
+#if TSR_TIER_Z0 || TSR_TIER_D1
+#include "tsr/avx512.h"
+#endif
 
 namespace tsr::expd {
 // Internal linkage: this header is compiled once per tier, with each tier's instruction
@@ -59,6 +62,8 @@ inline void exp10_split128(double x, double kf, double &B, double &Q) {
     const double L = 0x1.26bb1p+1;
     double a2 = rh * L;  // exact: rh is short
     B = f64(bits(1.0 + a2) & 0xffffffff00000000ull);
+    // approximation of 10^r on [-0x1.345p-10, 0x1.345p-10], degree 7, max relative error
+    // 2^-71.54 (measured by tools/gen/approximations.py)
     double s2 = r * r;
     Q = ((0x1.a7ed8d9d41e9cp-3 * s2 + 0x1.2bd7609fd8b95p+0) * s2 + 0x1.53524c73cea69p+1) * s2 +
         rl * L + (a2 - (B - 1.0)) +
@@ -82,7 +87,7 @@ inline double split_scaled(double v, double W, int n, bool neg, RnRestore &g) {
 // for e^x, x itself under a shifter of unit 2^-8 for 2^x).  The shifter S rounds t to k, the
 // rest r is exact, 2^(k/256) is the d256 row with k >> 8 added to its exponent field, and
 // (1 + c1·r) + c2·r^2 stands for the rest of the exponential: the double result carries
-// about 2^-33 relative error, far below half an ulp of float, before its one rounding.
+// about 2^-31 relative error, far below half an ulp of float, before its one rounding.
 inline double f256_core(double t, double S, double c1, double c2) {
     double s = opaque(S + t);
     int k = int(uint32_t(bits(s)));
@@ -102,6 +107,39 @@ inline float f256_result(float x, double v, uint32_t absx, uint32_t safe, int ov
     if (yb < 0x00800000) return report(x, y, underflow_code);
     if (yb == 0x7f800000 || v >= 0x1p128) return report(x, opaque(kMaxF) * kMaxF, overflow_code);
     return y;
+}
+
+// The whole float body of the N = 256 scheme (e^x, 2^x): below |x| = 2^-28 (as bits
+// 0x31800000) x + 1; from `beyond` on the specials and the certain overflows and underflows;
+// otherwise the core under the guard G on t = arg(x), the scheme's pre-scaled argument.
+template <class G, class Arg>
+inline float f256_float(float x, Arg arg, double S, double c1, double c2, uint32_t safe, uint32_t beyond,
+                        int overflow_code, int underflow_code) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b - 0x31800000u >= safe - 0x31800000u) {
+        if (b < 0x31800000) return x + 1.0f;
+        if (b >= beyond) return float_beyond_range(x, overflow_code, underflow_code);
+    }
+    G g;
+    x = opaque(x);
+    double v = g.finish(f256_core(arg(double(x)), S, c1, c2));
+    return f256_result(x, v, b, safe, overflow_code, underflow_code);
+}
+
+// The N = 64 reduction of b^x (e^x, 10^x): k = x·K rounded by the shifter (K = 64 log2 b),
+// r = x - k (L1 + L2) with L1 + L2 = ln 2/(64 ln b) (L1 short, so k·L1 is exact), the row
+// of 2^((k & 63)/64) and n = k >> 6.
+struct Reduced64 {
+    double r;
+    int k, n;
+    const MT &row;
+};
+inline Reduced64 reduce64(double x, double K, double L1, double L2) {
+    constexpr double S = 0x1.8p52;
+    double s = opaque(K * x + S);
+    double kf = s - S;
+    int k = int(uint32_t(bits(s)));
+    return {(x - L1 * kf) - L2 * kf, k, k >> 6, frac64[k & 63]};
 }
 
 // The extreme path of the N = 64 and N = 128 schemes: the value p*T + T (or its analogue

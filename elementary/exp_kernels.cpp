@@ -55,6 +55,8 @@ inline void kernel(double x, int *scale, double out[2]) {
         double rl = (a - rh) - b;
         double r = rh + rl;
         B = f64(bits(1.0 + rh) & 0xffffffff00000000ull);
+        // approximation of e^r on [-0x1.62fp-9, 0x1.62fp-9], degree 6, max relative
+        // error 2^-74.99 (measured by tools/gen/approximations.py)
         double s2 = r * r;
         Q = s2 * 0.5 +
             ((0x1.6c16c87372663p-10 * s2 + 0x1.555555555541dp-5) * s2 +
@@ -66,6 +68,8 @@ inline void kernel(double x, int *scale, double out[2]) {
         double rt = f64(bits(r) & 0xffffffff00000000ull);
         double a = rt * L;
         B = f64(bits(1.0 + a) & 0xffffffff00000000ull);
+        // approximation of 2^r on [-0x1p-8, 0x1p-8], degree 7, max relative error
+        // 2^-72.54 (measured by tools/gen/approximations.py)
         double s2 = r * r;
         Q = ((0x1.4308cac59a345p-13 * s2 + 0x1.3b2ab6fba31d1p-7) * s2 + 0x1.ebfbdff82c58fp-3) * s2 +
             (r - rt) * L + (a - (B - 1.0)) +

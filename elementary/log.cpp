@@ -34,13 +34,9 @@ inline double log_fma(double x, int adj) {
     // and the add after the load is shorter than a fused operation.
     double H = t.hi + n * 0x1.62e42fefa4p-1;
     double S = H + r;
-    double A = __builtin_fma(0x1.2494ada7861ffp-3, r, -0x1.55576d47e8a7ap-3);
-    double B = __builtin_fma(0x1.9999999788658p-3, r, -0x1.fffffffebf6c8p-3);
-    double C = __builtin_fma(0x1.555555555555ap-2, r, -0x1.0000000000001p-1);
-    double s = r * r;
     // The rounding error of S joins after the polynomial rather than before it: the same
     // terms, and the chain through the table row (load, H, S) no longer ends the critical path.
-    double P = __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
+    double P = logk::log_fma_poly(r, r * r, lo);
     return S + (P + (r - (S - H)));
 }
 

@@ -40,6 +40,8 @@ inline double log10_fma(double x) {
     double lo = __builtin_fma(0x1.e7fbcc47cp-40, E, t[1]);
     double H = __builtin_fma(0x1.34413509fp-2, E, t[0]);
     const double L = 0x1.bcb7b1526e50ep-2;  // 1/ln 10
+    // approximation of log10(1 + r) on [-0x1.182p-8, 0x1.182p-8], degree 7, max relative
+    // error 2^-57.99 (measured by tools/gen/approximations.py)
     double S = __builtin_fma(L, r, H);
     double e = __builtin_fma(r, L, H - S);
     e = __builtin_fma(r, 0x1.9509ed32130bcp-57, e);

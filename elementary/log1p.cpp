@@ -43,6 +43,8 @@ TSR_BODY(double, log1p, (double x)) {
     if (H < 0x3fb24000u) {
         if (H >= 0x3f900000u) return log1p_series<16>(x);
         if (H >= 0x3f200000u) return log1p_series<10>(x);
+        // approximation of log(1 + x) on [-0x1p-13, 0x1p-13], degree 5, max relative
+        // error 2^-69.20 (measured by tools/gen/approximations.py)
         if (H >= 0x3c600000u) {
             double s = x * x;
             return ((0x1.99999a199b4b4p-3 * s + 0x1.5555555555555p-2) * s +
@@ -74,6 +76,8 @@ TSR_BODY(double, log1p, (double x)) {
         hi = (w + xl * rp + 0x1p32) - 0x1p32;
         lo = (w - hi) + xl * rp;
     }
+    // approximation of log(1 + u) on [-0x1.76p-9, 0x1.7p-9], degree 6, max relative error
+    // 2^-55.22 (measured by tools/gen/approximations.py)
     double u = hi + lo, s = u * u;
     double L = logtab::log_rcp256_l[i];
     double Lh = f64(bits(L) & 0xffffffff00000000ull), Lt = (L - Lh) + logtab::log_rcp256_t[i];
@@ -92,6 +96,8 @@ TSR_BODY(float, log1pf, (float x)) {
     if (b > 0xbf800000u) return logk::domain(x, code::log1pf_argument_below_minus_1);
     if ((b & 0x7fffffffu) < 0x31800000u) {  // |x| < 2^-28
         if (u == 0) return x;
+        // approximation of log(1 + x) on [-0x1p-28, 0x1p-28], degree 2, max relative
+        // error 2^-57.58 (measured by tools/gen/approximations.py)
         return float(u - u * u * 0.5);
     }
     return float(__libm_log_ex_local(1.0 + u));
@@ -104,6 +110,8 @@ TSR_BODY(double, log1p, (double x)) {
     uint32_t tx = uint32_t(bx >> 48) & 0x7fff;
     if (tx < 0x3f80) {
         if (tx >= 0x3c90) {
+            // approximation of log(1 + x) on [-0x1p-7, 0x1p-7], degree 8, max
+            // relative error 2^-59.16 (measured by tools/gen/approximations.py)
             double x2 = x * x, x3 = x2 * x;
             double L0 = ((-0.125 * x + 0x1.2492492492492p-3) * x - 0x1.5555555555555p-3) * (x3 * x3);
             double L1 = ((0.2 * x - 0.25) * x + 0x1.5555555555555p-2) * x3;
@@ -142,6 +150,8 @@ TSR_BODY(double, log1p, (double x)) {
     double Hh = tb[0] + N * 0x1.62e42fefa38p-5;
     double S = Hh + rr;
     double Z = ((rr + (Hh - S)) - e2 * rr) + ((N * 0x1.ef35793c7673p-49 + e2) + tb[1]);
+    // approximation of log(1 + r) on [-0x1.182p-8, 0x1.182p-8], degree 7, max relative error
+    // 2^-58.98 (measured by tools/gen/approximations.py)
     double r2 = rr * rr;
     double P0 = (r2 * r2) * ((-0x1.5555e3d6fb175p-3 * rr + 0x1.999999999999ap-3) * rr +
                              0x1.2492492492492p-3 * (r2 * rr));
@@ -195,6 +205,8 @@ inline double log1p_fma(double x) {
                 if (((bx >> 52) & 0x7ff) == 0) force(x * x);
                 return x;
             }
+            // approximation of log(1 + x) on [-0x1p-20, 0x1p-20], degree 3, max
+            // relative error 2^-62.00 (measured by tools/gen/approximations.py)
             double c = __builtin_fma(0x1.555555555555ap-2, x, -0x1.0000000000001p-1);
             return __builtin_fma(x * c, x, x);
         }
@@ -223,15 +235,11 @@ inline double log1p_fma(double x) {
     // e0 * 2^(896 - n): R carries 2^-896.
     double e1 = (e0 * f64(0xb7e0000000000000ull - (b & 0x7ff0000000000000ull))) * R;
     double rr = r + e1;
-    double A = __builtin_fma(0x1.2494ada7861ffp-3, r, -0x1.55576d47e8a7ap-3);
-    double B = __builtin_fma(0x1.9999999788658p-3, r, -0x1.fffffffebf6c8p-3);
-    double C = __builtin_fma(0x1.555555555555ap-2, r, -0x1.0000000000001p-1);
     double lo = __builtin_fma(n, -0x1.8432a1b0e2634p-43, e1) + t[1];
     double H = __builtin_fma(0x1.62e42fefa4p-1, n, t[0]);
     double S = H + r;
     lo += r - (S - H);
-    double s = rr * rr;
-    return S + __builtin_fma(__builtin_fma(__builtin_fma(s, A, B), s, C), s, lo);
+    return S + logk::log_fma_poly(r, rr * rr, lo);
 }
 }  // namespace
 #endif

@@ -23,6 +23,8 @@ __attribute__((always_inline)) inline double log2_fma(double x, int adj) {
     logk::Row t = logk::row8(logtab::log2_rows_l9, red.v, 0x3f38);
     double n = double(int(b >> 52) - 1023 + adj);
     double H = n + t.hi;
+    // approximation of log2(1 + r/1.4375) on [-0x1.92bp-8, 0x1.92bp-8], degree 7, max
+    // relative error 2^-62.68 (measured by tools/gen/approximations.py)
     double lo = __builtin_fma(0x1.d9afc100429dep-9, r, t.lo);
     double S = H + r;
     double A = __builtin_fma(0x1.0a3a5927b4ddfp-6, r, -0x1.be7c10af26d12p-6);

@@ -51,6 +51,8 @@ inline double log2p1_body(double x) {
             }
             return (bx >> 63) ? -res : res;
         }
+        // approximation of log2(1 + x) on [-0x1p-20, 0x1p-20], degree 3, max relative
+        // error 2^-62.22 (measured by tools/gen/approximations.py)
         // 1/ln 2 as a 9-bit head and a correction; x split so that x times the head is
         // exact in two products and the sum is rounded once.
         double xh = f64(bx & 0xfffffffffc000000ull), xl = x - xh;
@@ -92,6 +94,8 @@ inline double log2p1_body(double x) {
     uint64_t bR = bits(R);
     const double *t = logtab::log2p1_rows[(bR >> 44) & 0xff];
     double H = (t[0] - double(int(bR >> 52))) + bias;
+    // approximation of log2(1 + r/1.4375) on [-0x1.b53p-9, 0x1.b53p-9], degree 6, max
+    // relative error 2^-58.38 (measured by tools/gen/approximations.py)
     double r2 = r * r;
     double A = mad(-0x1.be79fca97b5bp-6, r, 0x1.8115eb396d9f4p-5);
     double B = mad(-0x1.59f94431dc333p-4, r, 0x1.4b8ee15a78078p-3);

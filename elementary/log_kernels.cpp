@@ -48,6 +48,8 @@ extern "C" void __libm_log_k64(double hi, double lo, double out[2]) noexcept {
     double aR1 = a * R - 1.0;
     double r = aR1 + bb;
     double dn = double(n);
+    // approximation of log(1 + r) on [-0x1.18p-7, 0x1.09p-7], degree 8, max relative error
+    // 2^-62.91 (measured by tools/gen/approximations.py)
     double p = -0x1.000b405a2836dp-3;
     p = p * r + 0x1.249c02481059dp-3;
     p = p * r - 0x1.555555228b38fp-3;
@@ -63,6 +65,8 @@ extern "C" double __libm_log_k32(double x) noexcept {
     uint64_t b = bits(x);
     uint32_t h = uint32_t(b >> 32);
     if (h - 0x3fefc000u <= 0x3ff01fffu - 0x3fefc000u) {
+        // approximation of log(1 + t) on [-0x1p-7, 0x1p-7], degree 6, max relative error
+        // 2^-45.80 (measured by tools/gen/approximations.py)
         double t = x - 1.0, s = t * t;
         return (((-0x1.4ea033ecbaf05p-3 * s - 0x1.0000131103c07p-2) * s +
                  (0x1.999822c96ef82p-3 * s + 0x1.555555607defbp-2) * t) -
@@ -77,6 +81,8 @@ extern "C" double __libm_log_k32(double x) noexcept {
     int n = int(b >> 52) - bias;
     uint32_t i = uint32_t(b >> 44) & 0xff;
     double m = f64((b & 0x000fffffffffffffull) | 0x3ff0000000000000ull);
+    // approximation of log(1 + u) on [-0x1.76p-9, 0x1.7p-9], degree 3, max relative error
+    // 2^-28.21 (measured by tools/gen/approximations.py)
     double u = double(logtab::log_rcp256_r[i]) * m - 1.0;
     return n * 0x1.62e42fefa39efp-1 + logtab::log_rcp256_l[i] +
            ((0x1.5555a6890dd1p-2 * u - 0x1.00001e7362febp-1) * u * u + u);

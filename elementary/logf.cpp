@@ -39,13 +39,19 @@ inline float logf_ex(float x) {
         if (b == 0x3f800000u) return 0.0f;
         double t = double(x) - 1.0, s = t * t;
         double r;
+        // approximation of log(1 + t) on [-0x1p-6, 0x1p-5], degree 6, max relative error
+        // 2^-34.43 (measured by tools/gen/approximations.py)
         if constexpr (B == Base::e)
             r = (((-0x1.4ea033ecbaf05p-3 * s - 0x1.0000131103c07p-2) * s +
                   (0x1.999822c96ef82p-3 * s + 0x1.555555607defbp-2) * t) -
                  0x1.ffffffffe7cd8p-2) * s + t;
+        // approximation of log2(1 + t) on [-0x1p-7, 0x1p-7], degree 6, max relative
+        // error 2^-45.80 (measured by tools/gen/approximations.py)
         else if constexpr (B == Base::two)
             r = ((0x1.2775b6b01e41p-2 * s + 0x1.ec709dd3b974dp-2) * s + kLog2e) * t +
                 ((-0x1.e2c352133b234p-3 * s - 0x1.715491d488fd8p-2) * s - 0x1.71547652a6bb8p-1) * s;
+        // approximation of log10(1 + t) on [-0x1p-7, 0x1p-7], degree 6, max relative
+        // error 2^-45.80 (measured by tools/gen/approximations.py)
         else
             r = ((0x1.63c4e1e626defp-4 * s + 0x1.287a7640a56cbp-3) * s + kLog10e) * t +
                 ((-0x1.22a6fb2e1aee3p-4 * s - 0x1.bcb7d2719f314p-4) * s - 0x1.bcb7b152594c6p-3) * s;
@@ -73,12 +79,18 @@ inline float logf_ex(float x) {
     double mm = double(f32((m & 0x7fffff) | 0x3f800000u));
     double u = double(logtab::log_rcp256_r[i]) * mm - 1.0;
     double L = logtab::log_rcp256_l[i];
+    // approximation of log(1 + u) on [-0x1.76p-9, 0x1.7p-9], degree 3, max relative error
+    // 2^-28.21 (measured by tools/gen/approximations.py)
     if constexpr (B == Base::e) {
         double q = u * u * (0x1.5555a6890dd1p-2 * u - 0x1.00001e7362febp-1);
         return float((n * kLn2 + L) + (q + u));
+    // approximation of log2(1 + u) on [-0x1.76p-9, 0x1.7p-9], degree 3, max relative error
+    // 2^-28.21 (measured by tools/gen/approximations.py)
     } else if constexpr (B == Base::two) {
         double q = u * u * (0x1.ec7112e9f7aabp-2 * u - 0x1.7154a24115d08p-1);
         return float(n + ((u + L) * kLog2e + q));
+    // approximation of log10(1 + u) on [-0x1.76p-9, 0x1.7p-9], degree 3, max relative error
+    // 2^-28.21 (measured by tools/gen/approximations.py)
     } else {
         double q = u * u * (0x1.287abcbef04d1p-3 * u - 0x1.bcb7e6386795fp-3);
         return float(n * 0x1.34413509f79ffp-2 + ((u + L) * kLog10e + q));
@@ -123,6 +135,8 @@ inline float logf_e7(float x) {
     int32_t Ni = int32_t((b - 0x800000u) & 0xff800000u) - 0x3f000000;
     double N = double(Ni);
     uint32_t idx = (bits(R) + uint32_t(Ni) - 0x3f000000u) >> 15;
+    // approximation of log(1 + u) on [-0x1.302p-9, 0x1.302p-9], degree 3, max relative error
+    // 2^-29.10 (measured by tools/gen/approximations.py)
     double q = -0x1.0000141ffcb1p-1 + 0x1.5555555555555p-2 * u;
     double res;
     if constexpr (B == Base::e)
@@ -168,10 +182,14 @@ inline float logf_l9_main(float x) {
     uint32_t i = (uint32_t(_mm_cvtsi128_si32(Ra)) >> 14) & 0x1ff;
     double L2 = ge + logtab::log_l2f512[i];
     double res;
+    // approximation of log2(1 + u) on [-0x1.602p-10, 0x1.602p-10], degree 3, max relative
+    // error 2^-30.99 (measured by tools/gen/approximations.py)
     if constexpr (B == Base::two) {
         double q = __builtin_fma(0x1.ec70e30381c88p-2, u, -0x1.715498f2a807p-1);
         double Y = __builtin_fma(u, kLog2e, -L2);
         res = __builtin_fma(q, u * u, Y);
+    // approximation of log(1 + u) on [-0x1.602p-10, 0x1.602p-10], degree 3, max relative
+    // error 2^-30.99 (measured by tools/gen/approximations.py)
     } else {
         double q = __builtin_fma(0x1.555585555d331p-2, u, -0x1.00001800034a7p-1);
         double Y = __builtin_fma(L2, -kLn2, u);

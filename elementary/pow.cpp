@@ -9,12 +9,27 @@
 //       log2 for x near 1 with |y| >= 4096;
 //   l9  fused multiply-add, 128-row log2 table with a two-word evaluation near 1, 2^(j/128)
 //       with relative tails; everything special or extreme goes to the e7 body.
+//
+// powf(x, y) = 2^(y log2 x) in double arithmetic.
+//   ex (also bound as the e7 tier: one algorithm, one body): log2 x from a 65-row table of
+//      log2(1 + i/64) and log2(e)/(1 + i/64), a degree-5 correction, a 32-row 2^(j/32)
+//      table and a degree-4 exponential;
+//   l9 fused multiply-add and the reciprocal estimate, 256-row table with the exponent bias
+//      built in; anything unusual goes to the ex/e7 body.
+// The double result carries about 2^-39 relative error (2^-34 in a directed rounding mode,
+// where the exponential's argument reaches 2^-5), so the final conversion to float
+// is the only rounding that matters (below 0.5001 ulp in round-to-nearest; in a directed
+// mode the double rounding and the float conversion go the same way).
 #include <emmintrin.h>
 #include <xmmintrin.h>
+#if TSR_TIER_L9
+#include <immintrin.h>
+#endif
 
 #include <bit>
 #include <cstdint>
 
+#include "elementary/exp_data.h"
 #include "elementary/pow_common.h"
 #include "elementary/pow_data.h"
 #include "tsr/common.h"
@@ -25,6 +40,32 @@ using namespace tsr::powk;
 namespace tab = tsr::pow_tab;
 
 inline double tbl(const uint64_t *t, int i) { return f64(t[i]); }
+constexpr double kLn2 = 0x1.62e42fefa39efp-1;
+constexpr double kShift5 = 0x1.8p+47;  // 1.5 2^47: rounds to multiples of 2^-5 (powf)
+
+#if TSR_TIER_EX || TSR_TIER_E7
+// What the double tiers ex and e7 share: the last step of the exponential, the two-sum, and
+// the mask that cuts a double to its leading 26 bits.
+constexpr uint64_t kMask26 = 0xfffffffff8000000ull;
+
+// approximation of 2^z on [-0x1p-8, 0x1p-8], degree 5, max relative error 2^-60.44
+// (measured by tools/gen/approximations.py)
+// 2^z = 1 + z ln2 + z^2 B + z^4 A
+constexpr double eA0 = 0x1.3b2ab6fba4e77p-7, eA1 = 0x1.5d87fe78a6731p-10,
+                 eB0 = 0x1.ebfbdff82c58fp-3, eB1 = 0x1.c6b08d704a0cp-5;
+
+// T * 2^z - T, for |z| <= 2^-8 (about 2^-60 relative).
+inline double exp_tail(double z, double T, double t) {
+    double A = eA0 + eA1 * z, B = eB0 + eB1 * z;
+    double z2 = z * z;
+    return ((z2 * z2 * A * T) + (kLn2 * z * T + t)) + z2 * B * T;
+}
+inline void two_sum(double a, double b, double &s, double &e) {
+    s = a + b;
+    double bb = s - a;
+    e = (a - (s - bb)) + (b - bb);
+}
+#endif
 }  // namespace
 
 // =====================================================================================
@@ -37,7 +78,7 @@ inline double tbl(const uint64_t *t, int i) { return f64(t[i]); }
 // and 1/(1.4453125 ln 2) is within 2^-9 of 1, so the leading term of the log is r itself
 // plus a small correction h r.  m is cut into wh + wl with fewer bits in wh as |n| grows,
 // so that H = (wh R - 1.4453125 + hi) + n is exact and has at most 35 bits (hi sits on the
-// grid 2^-24); L = wl R + lo + the degree-8 polynomial (about 2^-69 relative to log2 x).
+// grid 2^-24); L = wl R + lo + the degree-8 polynomial (2^-64.4 relative at x near 1, measured).
 //
 // v = (exponent field of y) + floor(log2(|n| + 1)) - 0x3e0 bounds the exponent of y log2 x:
 //   v < -0x18   1 + or - 2^-60 (|y log2 x| < 2^-55), rounded in the caller's direction;
@@ -50,26 +91,26 @@ inline double tbl(const uint64_t *t, int i) { return f64(t[i]); }
 //   else        y log2 x beyond 2^15: overflow or underflow at once.
 // x in [0.96875, 1.0625) with |y| >= 4096 takes a double-double log2 instead: r exact in
 // two words, the coefficients h and d in two words each, every addition to the head a
-// two-sum; about 2^-100 relative, which |y log2 x| < 2^13 turns into 2^-87 absolute.
+// two-sum; about 2^-73 relative (the polynomial's measured error), which |y log2 x| < 2^13
+// turns into 2^-60 absolute.
 // Error: about 2^-60 relative before the last rounding (below 0.51 ulp measured).
 namespace {
 constexpr double kC = 1.4453125;               // R * m ~ kC, so that 1/(kC ln 2) ~ 1
 constexpr double kShift8 = 0x1.8p+44;  // 1.5 * 2^44: rounds to multiples of 2^-8
-constexpr double kLn2 = 0x1.62e42fefa39efp-1;
+// approximation of log2(1 + r/1.4453125) on [-0x1.fcfp-10, 0x1.fcfp-10], degree 8, max relative
+// error 2^-64.43 (measured by tools/gen/approximations.py)
 // log2(1 + r/kC) - r = r*(h + d r) + r^3 (g + c r) + r^5 (f + b r) + r^7 (e + a r)
 constexpr double cA = -0x1.365786dc96112p-7, cB = -0x1.b0301ee241472p-6,
                  cC = -0x1.528db9f95985ap-4, cD = -0x1.619b6b3841d2ap-2,
                  cE = 0x1.004f2518775e3p-6, cF = 0x1.76c9bac8349bbp-5,
                  cG = 0x1.4635e486ececcp-3, cH = -0x1.dabe1161bb241p-10;
+// approximation of log2(1 + r/1.4453125) on [-0x1.fcfp-10, 0x1.fcfp-10], degree 8, max relative
+// error 2^-72.98 (measured by tools/gen/approximations.py)
 // The two coefficients whose rounding matters when log2 x is tiny, in two words.
 constexpr double cHs = -0x1.dabe1p-10, cHr = -0x1.61bb2412055ccp-34;
 constexpr double cDs = -0x1.61ap-2, cDr = 0x1.2531ef8b5787dp-16;
 constexpr double cG1 = 0x1.4635e486ececbp-3;
-// 2^z = 1 + z ln2 + z^2 B + z^4 A
-constexpr double eA0 = 0x1.3b2ab6fba4e77p-7, eA1 = 0x1.5d87fe78a6731p-10,
-                 eB0 = 0x1.ebfbdff82c58fp-3, eB1 = 0x1.c6b08d704a0cp-5;
 
-constexpr uint64_t kMask26 = 0xfffffffff8000000ull;
 
 // a*b = p + e exactly (up to 2^-104 relative), without a fused multiply-add.
 inline void two_prod(double a, double b, double &p, double &e) {
@@ -77,11 +118,6 @@ inline void two_prod(double a, double b, double &p, double &e) {
     double ah = f64(bits(a) & kMask26), al = a - ah;
     double bh = f64(bits(b) & kMask26), bl = b - bh;
     e = ((ah * bh - p) + ah * bl + al * bh) + al * bl;
-}
-inline void two_sum(double a, double b, double &s, double &e) {
-    s = a + b;
-    double bb = s - a;
-    e = (a - (s - bb)) + (b - bb);
 }
 
 // Row (T, t) of 2^(j/256) for j = k & 0xff, with the sign set and, when `scale_in`, the
@@ -92,12 +128,6 @@ inline void exp_row(int k, bool neg, double &T, double &t, bool scale_in) {
     uint64_t sg = neg ? 0x8000000000000000ull : 0;
     T = f64((tab::exp256[2 * j] + add) ^ sg);
     t = f64((tab::exp256[2 * j + 1] + add) ^ sg);
-}
-// T * 2^z - T, for |z| <= 2^-8 (about 2^-60 relative).
-inline double exp_tail(double z, double T, double t) {
-    double A = eA0 + eA1 * z, B = eB0 + eB1 * z;
-    double z2 = z * z;
-    return ((z2 * z2 * A * T) + (kLn2 * z * T + t)) + z2 * B * T;
 }
 
 // The careful product: y * (S + e) = k/256 + z with |z| <= 2^-8, S cut so that the
@@ -118,13 +148,9 @@ inline double careful(double S, double e, double y, bool neg, double x) {
 }
 }  // namespace
 
-TSR_BODY(double, pow, (double x, double y)) {
-    uint64_t uy = bits(y), ub;
-    int n;
-    bool neg;
-    double out;
-    if (pow_operands(x, y, &out, &ub, &n, &neg)) return out;
-    double m = f64((ub & 0x000fffffffffffffull) | kOne);
+namespace {
+inline double pow_e7(double x, double y, uint64_t ub, int n, double m, bool neg) {
+    uint64_t uy = bits(y);
 
     // R ~ kC/m with 9 fraction bits, from the reciprocal estimate: its row in the table.
     float rc = _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(float(m)))) * 1.4453125f;
@@ -147,7 +173,7 @@ TSR_BODY(double, pow, (double x, double y)) {
 
     if (near1) {
         // x within [0.96875, 1.0625) and |y| >= 4096: log2 x as a double-double good to
-        // about 2^-100 relative.  r = rh + rl exactly; the linear and quadratic
+        // about 2^-73 relative.  r = rh + rl exactly; the linear and quadratic
         // coefficients are taken in two words, each addition to the head keeps its error.
         double r1 = rh + rl;
         double r2 = rl - (r1 - rh);
@@ -223,6 +249,8 @@ TSR_BODY(double, pow, (double x, double y)) {
     bool over = (n >= 0) == !(uy >> 63);
     return over ? overflow(x, y, neg) : underflow(x, y, neg);
 }
+}  // namespace
+TSR_BODY(double, pow, (double x, double y)) { return pow_entry<pow_e7>(x, y); }
 #endif  // TSR_TIER_E7
 
 // =====================================================================================
@@ -243,9 +271,9 @@ TSR_BODY(double, pow, (double x, double y)) {
 // exact.  With r = p3 - C0 (exact) and r' = r - e (kept in two words: when r is a few
 // ulps of 1 the rounding error e is as large as r itself), log2(1 + r'/C0) = r' + Q(r') with
 //     Q = k1 r' + k2 r'^2 + k3 r'^3 + k4 r'^4,  k1 = 1/(C0 ln 2) - 1 ~ 9.6e-8,
-// whose truncation error is below 2^-100 for |r'| < 2^-20.  log2 x = S + Lt, S = A + r'
-// rounded, Lt = its error + the tail of r' + the table tails + Q: about 2^-90 absolute
-// and 2^-100 relative when A = 0 (x near 1).
+// whose error (the coefficients as stored) is below 2^-74.7 relative for |r'| <= C0 2^-20.4.
+// log2 x = S + Lt, S = A + r' rounded, Lt = its error + the tail of r' + the table tails
+// + Q: about 2^-90 absolute and 2^-74 relative when A = 0 (x near 1).
 //
 // Product: S and y are cut to 26 bits so that t0 = 128 yh Sh is exact; k = t0 rounded to
 // the nearest integer (the conversion rounds in the caller's mode; a directed result is
@@ -258,33 +286,22 @@ TSR_BODY(double, pow, (double x, double y)) {
 // subnormal range included.  Total error: the final rounding plus about 2^-58 relative,
 // i.e. below 0.52 ulp in round-to-nearest.
 namespace {
+// approximation of log2(1 + r/C0) on [-0x1.17fp-20, 0x1.17fp-20], degree 4, max relative error
+// 2^-74.70 (measured by tools/gen/approximations.py)
 constexpr double kC0 = 0x1.715474p+0;
 constexpr double kK1 = 0x1.9c3a6966457eep-24, kK2 = -0x1.62e4346694107p-2,
                  kK3 = 0x1.47fd462b3b816p-3, kK4 = -0x1.550472a8bb463p-4;
-constexpr double kLn2x = 0x1.62e42fefa39efp-1;
-constexpr double xA0 = 0x1.3b2ab6fba4e77p-7, xA1 = 0x1.5d87fe78a6731p-10,
-                 xB0 = 0x1.ebfbdff82c58fp-3, xB1 = 0x1.c6b08d704a0cp-5;
-constexpr uint64_t kCut = 0xfffffffff8000000ull;
 
-inline void two_sum(double a, double b, double &s, double &e) {
-    s = a + b;
-    double bb = s - a;
-    e = (a - (s - bb)) + (b - bb);
-}
 // p - a*c for a product p = fl(a*c) with c short: exact.
 inline double prod_err(double p, double a, double c) {
-    double ah = f64(bits(a) & kCut), al = a - ah;
+    double ah = f64(bits(a) & kMask26), al = a - ah;
     return (p - ah * c) - al * c;
 }
 }  // namespace
 
-TSR_BODY(double, pow, (double x, double y)) {
-    uint64_t uy = bits(y), ub;
-    int n;
-    bool neg;
-    double out;
-    if (pow_operands(x, y, &out, &ub, &n, &neg)) return out;
-    double m = f64((ub & 0x000fffffffffffffull) | kOne);
+namespace {
+inline double pow_ex(double x, double y, uint64_t ub, int n, double m, bool neg) {
+    uint64_t uy = bits(y);
 
     int i1 = int(((ub >> 44) & 0xff) + 1) >> 1;
     double c1 = f64(tab::stage1_c[i1]);
@@ -328,8 +345,8 @@ TSR_BODY(double, pow, (double x, double y)) {
         int ew = int((bits(w) >> 52) & 0x7ff) - 0x3ff;
         if (ew > 10) return up ? overflow(x, y, neg) : underflow(x, y, neg);
     }
-    double Sh = f64(bits(S) & kCut), Sl = S - Sh;
-    double yh = f64(uy & kCut), yl = y - yh;
+    double Sh = f64(bits(S) & kMask26), Sl = S - Sh;
+    double yh = f64(uy & kMask26), yl = y - yh;
     double t0 = (yh * Sh) * 128.0;
     int64_t k = _mm_cvtsd_si64(_mm_set_sd(t0));
     double kf = double(k);
@@ -351,13 +368,13 @@ TSR_BODY(double, pow, (double x, double y)) {
         T = -T;
         t = -t;
     }
-    double a4 = xA0 + xA1 * z, b2c = xB0 + xB1 * z;
-    double z2 = z * z;
-    double Y = ((z2 * z2 * a4 * T) + (kLn2x * z * T + t)) + z2 * b2c * T;
+    double Y = exp_tail(z, T, t);
     int64_t ek = k >> 7;
     if (k >= -0x1e1ff && k <= 0x1ff7f) return (T + Y) * f64(uint64_t(ek + 1023) << 52);
     return scale(T, Y, int(ek < -2000 ? -2000 : ek > 2000 ? 2000 : ek), x, y);
 }
+}  // namespace
+TSR_BODY(double, pow, (double x, double y)) { return pow_entry<pow_ex>(x, y); }
 #endif  // TSR_TIER_EX
 
 // =====================================================================================
@@ -390,6 +407,8 @@ TSR_BODY(double, pow, (double x, double y)) {
     double r = __builtin_fma(R, m, -1.0);
     double H0 = double(n) + hi0;
     double r2 = r * r;
+    // approximation of log2(1 + r) on [-0x1.69p-8, 0x1.7fp-8], degree 9, max relative error
+    // 2^-64.42 (measured by tools/gen/approximations.py)
     double A = __builtin_fma(0x1.48569ebc938ecp-3, r, -0x1.715ed9b489989p-3);
     double B = __builtin_fma(0x1.2776c50ef9e4ap-2, r, -0x1.71547652b8413p-2);
     double C = __builtin_fma(0x1.a617627a8eb1p-3, r, -0x1.ec709da475e58p-3);
@@ -404,6 +423,8 @@ TSR_BODY(double, pow, (double x, double y)) {
         double G = __builtin_fma(r2 * r2, C, Dd);
         Lw = __builtin_fma(r2, G, lo0 + e);
     } else {
+        // approximation of log2(1 + r) on [-0x1.69p-8, 0x1.7fp-8], degree 9, max
+        // relative error 2^-70.61 (measured by tools/gen/approximations.py)
         constexpr double c2 = -0x1.71547652b82fep-1;
         // S1 + e1 = H0 + log2(e) r exactly.  H0 and log2(e) r may nearly cancel (x just
         // below 1 with n = -1), so H0 - S1 need not be exact: take the product in two
@@ -457,9 +478,189 @@ TSR_BODY(double, pow, (double x, double y)) {
     const uint64_t *er = &tab::exp128f[2 * (sb & 0x7f)];
     double Tb = f64(((sb & 0x7ff80) << 45) | er[0]);
     double t = f64(er[1]);
+    // approximation of 2^z on [-0x1p-8, 0x1p-8], degree 5, max relative error 2^-62.80
+    // (measured by tools/gen/approximations.py)
     double Ae = __builtin_fma(0x1.5d880677c3b3dp-10, z, 0x1.3b2abe8ddb6bap-7);
     double Be = __builtin_fma(0x1.c6b08d7049e6p-5, z, 0x1.ebfbdff82c2b8p-3);
     double z2 = z * z;
     return __builtin_fma(__builtin_fma(__builtin_fma(z2, Ae, Be), z2, __builtin_fma(0x1.62e42fefa39efp-1, z, t)), Tb, Tb);
+}
+#endif  // TSR_TIER_L9
+
+// =====================================================================================
+// powf
+#if TSR_TIER_EX || TSR_TIER_E7
+namespace {
+// approximation of log2(1 + r ln 2) on [-0x1.716p-7, 0x1.716p-7], degree 5, max relative error
+// 2^-37.58 (measured by tools/gen/approximations.py)
+// log2(1 + r ln2) - r = r^2 P2 + r^4 P1
+constexpr double P1a = 0x1.7a3341fac5e29p-5, P1b = -0x1.55046a143789p-4,
+                 P2a = 0x1.47fd3ffac83b4p-3, P2b = -0x1.62e42fefa39efp-2;
+// approximation of 2^z on [-0x1p-5, 0x1p-5], degree 4, max relative error 2^-34.52
+// (measured by tools/gen/approximations.py)
+// 2^z = 1 + z (V + z^2 W)
+constexpr double W0 = 0x1.c6b08d704a0bfp-5, W1 = 0x1.3b2ab6fba4e77p-7,
+                 V1 = 0x1.ebfbdff82c58ep-3;
+
+// 2^w for |w| < 512, with the sign; the result in double, not yet rounded to float.
+inline double exp2_direct(double w, bool neg) {
+    double s = w + kShift5;
+    int32_t k = int32_t(tsr::lo(s));
+    double z = w - (s - kShift5);  // exact; |z| <= 2^-6 (< 2^-5 in a directed mode)
+    double T = tsr::expd::d32[k & 31];
+    double F = f64(uint64_t(int64_t((k >> 5) + 1023)) << 52);
+    if (neg) F = -F;
+    double W = W0 + W1 * z, V = kLn2 + V1 * z;
+    double TF = T * F;
+    return TF + (z * TF) * (V + z * z * W);
+}
+}  // namespace
+
+TSR_BODY(float, powf, (float x, float y)) {
+    uint32_t ux = bits(x), uy = bits(y);
+    bool neg = false;
+    float ax = x;
+    if (needs_special(ux, uy)) {
+        float out;
+        if (special(x, y, &out, &ax, &neg)) return out;
+    }
+    uint32_t b = bits(ax);
+    int nadj = 0;
+    if (b < 0x800000u) {  // subnormal: scale into the normal range
+        b = bits(ax * 0x1p24f);
+        nadj = -24;
+    }
+    double m = f64((uint64_t(b & 0x7fffff) << 29) | kOne);
+    uint32_t u = (b >> 16) & 0x7f;
+    uint32_t i = (u + 1) & 0xfe;  // row i/2: the nearest multiple of 1/64
+    double c = f64(tab::powf_log65[i]), L = f64(tab::powf_log65[i + 1]);
+    // From mantissas above 63/128 the exponent counts one more and L carries the -1, so
+    // that x just below a power of two has no cancellation.
+    int n = int(((b >> 16) + 0x41) >> 7) - 0x7f + nadj;
+    double r = (m - (1.0 + double(i) * 0x1p-7)) * c;
+    double S = (L + r) + double(n);
+    double r2 = r * r;
+    double Q = r2 * r2 * (P1a * r + P1b) + r2 * (P2a * r + P2b);
+    double dy = double(y);
+
+    int an = n < 0 ? -n : n;
+    int b2 = an ? 31 - __builtin_clz(uint32_t(an)) : 0;
+    int v = b2 - 0x3e1 + int((bits(dy) >> 52) & 0x7ff);
+    // w = y log2 x in one product: the correction Q joins S first, so that z stays below
+    // 2^-6 even when y is large and x near 1 (|y Q| would reach 1 there).
+    double w = (S + Q) * dy;
+    if (v >= 0 && v <= 0x22)  // |y log2 x| < 64: no overflow or underflow possible
+        return float(exp2_direct(w, neg));
+    if (v < 0) {  // |y log2 x| < 2^-29
+        double one = neg ? -1.0 : 1.0;
+        return float(one + (neg ? -w : w) * kLn2);
+    }
+    if (v <= 0x25 || __builtin_fabs(w) < 256.0) {
+        double d = exp2_direct(w, neg);
+        float rf = float(d);
+        double ad = __builtin_fabs(d);
+        if (ad > 0x1.fffffep127) return report(x, y, rf, code::powf_overflow);
+        if (ad < 0x1p-126) return report(x, y, rf, code::powf_underflow);
+        return rf;
+    }
+    if (w > 0) {
+        float r0 = opaque(neg ? -0x1.fep127f : 0x1.fep127f) * 2.0f;
+        return report(x, y, r0, code::powf_overflow);
+    }
+    float r0 = opaque(neg ? -0x1p-126f : 0x1p-126f) * 0x1p-126f;
+    return report(x, y, r0, code::powf_underflow);
+}
+#endif  // TSR_TIER_EX || TSR_TIER_E7
+
+#if TSR_TIER_L9
+namespace {
+// The head works on the vector register x arrives in: the float viewed as the low lane of
+// a vector, the other lanes left as they are (nothing reads them; the masks below clear
+// them where it matters), so that x makes no round trip through the general registers on
+// the way to the reciprocal estimate.
+inline __m128 lane_ps(float v) {
+    __m128 r;
+    __asm__("" : "=x"(r) : "0"(v));
+    return r;
+}
+alignas(16) constexpr uint32_t kMantMask[4] = {0x7fffff, 0, 0, 0};
+alignas(16) constexpr uint32_t kMantExp[4] = {0x3b800000, 0, 0, 0};   // 2^-8
+// The float's rounding constant 0x8000 and its kept bits 0xffff0000, moved up 29 places,
+// with the exponent rebias (1023 - 127) << 52.
+alignas(16) constexpr uint64_t kRcpRound[2] = {(0x8000ull << 29) + (896ull << 52), 0};
+alignas(16) constexpr uint64_t kRcpKeep[2] = {0xffffe00000000000ull, 0};
+constexpr uint64_t kShiftBits = 0x42e8000000000000ull;
+
+// Everything that leaves the usual path goes to the e7 body; kept apart so that the usual
+// path carries no spill or register shuffle for it.
+__attribute__((cold, noinline)) float powf_l9_other(float x, float y) {
+    return __libm_powf_e7_local(x, y);
+}
+}  // namespace
+
+TSR_BODY(float, powf, (float x, float y)) {
+    uint32_t ux = bits(x), uy = bits(y);
+    // x positive, normal and finite, y finite (2 uy below the pattern of 2 inf); else the
+    // e7 body.
+    if (__builtin_expect(ux - 0x800000u >= 0x7f000000u, 0) || __builtin_expect(uy * 2u >= 0xff000000u, 0))
+        return powf_l9_other(x, y);
+    // m' = 1.f * 2^-8; R = its reciprocal estimate rounded to 8 significant bits.  The
+    // rcp leaves lanes 1-3 of m' (zeros) above R, so the 64-bit lane holds R's pattern; it is
+    // moved up into a double's fields and rounded there (the carry of the rounding runs into
+    // the exponent exactly as in the float), and the exponent rebiased, so that R reaches the
+    // product as a double with no conversion on its path (m' is converted beside the
+    // estimate, where it costs no time).
+    __m128 xv = lane_ps(x);
+    __m128 mv = _mm_or_ps(_mm_and_ps(xv, _mm_load_ps(reinterpret_cast<const float*>(kMantMask))),
+                          _mm_load_ps(reinterpret_cast<const float*>(kMantExp)));
+    __m128i rcp = _mm_castps_si128(_mm_rcp_ss(mv));
+    __m128i rd = _mm_and_si128(_mm_add_epi64(_mm_slli_epi64(rcp, 29),
+                                             _mm_load_si128(reinterpret_cast<const __m128i*>(kRcpRound))),
+                               _mm_load_si128(reinterpret_cast<const __m128i*>(kRcpKeep)));
+    double md = double(_mm_cvtss_f32(mv));
+    // R m' has at most 32 significant bits and lies within 2^-7 of 1: u = R m' - 1 is exact
+    // (the same value a float fused multiply-add gives).
+    double u = __builtin_fma(_mm_cvtsd_f64(_mm_castsi128_pd(rd)), md, -1.0);
+    // The biased exponent, converted in the vector unit (x is positive: no sign bit).
+    double E = _mm_cvtsd_f64(_mm_cvtepi32_pd(_mm_srli_epi32(_mm_castps_si128(xv), 23)));
+    // Row: the low exponent bit and the 7 fraction bits of R, rounded once more in a general
+    // register, so that the table read starts while the vector unit is still forming R.
+    uint32_t row = ((uint32_t(_mm_cvtsi128_si32(rcp)) + 0x8000u) >> 16) & 0xff;
+    double H = E + f64(tab::powf_l9_log[row]);
+    // approximation of log2(1 + u) on [-0x1.182p-8, 0x1.182p-8], degree 4, max relative
+    // error 2^-36.79 (measured by tools/gen/approximations.py)
+    double L = __builtin_fma(
+        __builtin_fma(u * u, __builtin_fma(-0x1.71563027e14e2p-2, u, 0x1.ec71ff3a912b3p-2),
+                      __builtin_fma(-0x1.715476526017ep-1, u, 0x1.71547652aaf92p+0)),
+        u, H);
+    double dy = double(y);
+    // s = fma(y, L, shift), kf = s - shift and z = fma(L, y, -kf) are written out so that
+    // each product lands on its addend's register and the shift is read from memory twice:
+    // left to itself the compiler spends register copies of L and of the shift here, one of
+    // them on the path of the result.
+    double s;
+    __asm__("vfmadd231sd %[y], %[L], %[s]" : [s] "=x"(s) : "0"(kShift5), [L] "x"(L), [y] "x"(dy));
+    // s lies in the binade of the shift while |y log2 x| < 2^46, where its pattern less the
+    // shift's is k = 32 kf; any s outside that binade gives a pattern difference far out of
+    // the ranges tested here, so one unsigned compare tests |kf| < 126.
+    uint64_t sb = bits(s);
+    uint64_t k = sb - kShiftBits;
+    if (__builtin_expect(k + 4031 > 8062, 0))  // |y log2 x| >= 126
+        return powf_l9_other(x, y);
+    // Rows 0 and 128 (x within 2^-8 of 1) have H = 0, so that the relative error of the
+    // fitted linear coefficient (1.2e-11) is the relative error of log2 x; from
+    // |y log2 x| >= 32 on it would cost 0.01 ulp: the e7 body takes those.
+    if (__builtin_expect((row & 0x7f) == 0, 0) && k + 1023 > 2046) return powf_l9_other(x, y);
+    double z;
+    __asm__("vsubsd %[K], %[s], %[z]" : [z] "=x"(z) : [s] "x"(s), [K] "m"(kShift5));
+    __asm__("vfmsub231sd %[y], %[L], %[z]" : [z] "+x"(z) : [L] "x"(L), [y] "x"(dy));
+    // T = 2^(j/32) with k >> 5 added to its exponent field (the shift's pattern has zeros
+    // from bit 5 to bit 16, so that s's bits there are those of k >> 5).
+    double T = f64(bits(tsr::expd::d32[sb & 31]) + ((sb >> 5) << 52));
+    // approximation of 2^z on [-0x1p-5, 0x1p-5], degree 3, max relative error 2^-27.08
+    // (measured by tools/gen/approximations.py)
+    double q = __builtin_fma(__builtin_fma(0x1.c6b1939683018p-5, z, 0x1.ebfd1b232e085p-3), z,
+                             0x1.62e42fef4c3cep-1);
+    return float(__builtin_fma(z * T, q, T));
 }
 #endif  // TSR_TIER_L9

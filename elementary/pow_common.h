@@ -161,8 +161,8 @@ inline bool special(T x, T y, T *out, T *ax, bool *neg) {
 
 // The entry of tiers ex and e7: special operands answered in *out (true); otherwise the bits
 // of |x| in *ub (a subnormal scaled into the normal range by 2^64), its unbiased exponent in
-// *n, and in *neg the sign the result takes.
-inline bool pow_operands(double x, double y, double *out, uint64_t *ub, int *n, bool *neg) {
+// *n, its mantissa 1.f in *m, and in *neg the sign the result takes.
+inline bool pow_operands(double x, double y, double *out, uint64_t *ub, int *n, double *m, bool *neg) {
     double ax = x;
     *neg = false;
     if (needs_special(bits(x), bits(y)) && special(x, y, out, &ax, neg)) return true;
@@ -173,7 +173,20 @@ inline bool pow_operands(double x, double y, double *out, uint64_t *ub, int *n, 
         *n = -64;
     }
     *n += int(*ub >> 52) - 0x3ff;
+    *m = f64((*ub & 0x000fffffffffffffull) | kOne);
     return false;
+}
+
+// Tiers ex and e7 around their core: the special table answers, or Core(x, y, ub, n, m, neg)
+// computes with the operands pow_operands hands over.
+template <double (*Core)(double, double, uint64_t, int, double, bool)>
+inline double pow_entry(double x, double y) {
+    uint64_t ub;
+    int n;
+    bool neg;
+    double out, m;
+    if (pow_operands(x, y, &out, &ub, &n, &m, &neg)) return out;
+    return Core(x, y, ub, n, m, neg);
 }
 
 // Overflow and underflow decided before any evaluation: the product of two huge or two

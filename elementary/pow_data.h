@@ -21,9 +21,8 @@ extern const uint64_t exp128[256];
 // pow l9: (R, 0, hi, lo) rows of log2(1/R); (fraction bits, relative tail) of 2^(j/128).
 extern const uint64_t log128[512];
 extern const uint64_t exp128f[256];
-// powf ex/e7: (c, L) rows, then 2^(j/32) (shared with powf l9).
+// powf ex/e7: (c, L) rows (2^(j/32) is tsr::expd::d32, shared with the exponentials).
 extern const uint64_t powf_log65[130];
-extern const uint64_t powf_exp32[32];
 // powf l9: -126 - log2(1 + i/128), the exponent bias built in.
 extern const uint64_t powf_l9_log[256];
 }  // namespace tsr::pow_tab

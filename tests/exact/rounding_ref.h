@@ -8,6 +8,8 @@
 #include <cstring>
 #include <string>
 
+#include "harness/harness.h"
+
 namespace rnd {
 
 using u128 = unsigned __int128;
@@ -20,11 +22,11 @@ inline const char *mode_name(uint32_t m) {
 }
 
 // ---- control words --------------------------------------------------------------------
-inline uint32_t mxcsr() { uint32_t v; asm volatile("stmxcsr %0" : "=m"(v)::"memory"); return v; }
-inline void set_mxcsr(uint32_t v) { asm volatile("ldmxcsr %0" ::"m"(v) : "memory"); }
-inline uint16_t x87cw() { uint16_t v; asm volatile("fnstcw %0" : "=m"(v)::"memory"); return v; }
-inline void set_x87cw(uint16_t v) { asm volatile("fldcw %0" ::"m"(v) : "memory"); }
-inline uint16_t x87sw() { uint16_t v; asm volatile("fnstsw %0" : "=a"(v)::"memory"); return v; }
+inline uint32_t mxcsr() { return th::mxcsr_now(); }
+inline void set_mxcsr(uint32_t v) { th::set_mxcsr(v); }
+inline uint16_t x87cw() { return th::x87_cw_now(); }
+inline void set_x87cw(uint16_t v) { th::set_x87_cw(v); }
+inline uint16_t x87sw() { return th::x87_sw_now(); }
 
 // The IEEE flags, in the bit positions both units use (the denormal-operand bit, 0x02, is
 // no IEEE flag and is ignored).

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "harness/harness.h"
 #include "tsr_decls.h"
 
 namespace fpu {
@@ -20,10 +21,10 @@ struct X87Env {
     uint16_t ds, r4;
 };
 
-inline uint32_t mxcsr() { uint32_t v; asm volatile("stmxcsr %0" : "=m"(v)); return v; }
-inline void set_mxcsr(uint32_t v) { asm volatile("ldmxcsr %0" : : "m"(v)); }
-inline uint16_t cw() { uint16_t v; asm volatile("fnstcw %0" : "=m"(v)); return v; }
-inline uint16_t sw() { uint16_t v; asm volatile("fnstsw %0" : "=a"(v)); return v; }
+inline uint32_t mxcsr() { return th::mxcsr_now(); }
+inline void set_mxcsr(uint32_t v) { th::set_mxcsr(v); }
+inline uint16_t cw() { return th::x87_cw_now(); }
+inline uint16_t sw() { return th::x87_sw_now(); }
 inline X87Env x87env() {
     X87Env e;
     asm volatile("fnstenv %0" : "=m"(e));

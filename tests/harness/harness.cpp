@@ -307,6 +307,9 @@ namespace th {
 
 uint32_t mxcsr_now() { return read_mxcsr(); }
 uint16_t x87_cw_now() { return read_cw(); }
+uint16_t x87_sw_now() { return read_sw(); }
+void set_mxcsr(uint32_t v) { write_mxcsr(v); }
+void set_x87_cw(uint16_t v) { write_cw(v); }
 uint64_t rounding_controls() { return (read_mxcsr() & ~0x3fu) | (uint64_t(read_cw()) << 32); }
 
 // ---- the runners ------------------------------------------------------------------------------

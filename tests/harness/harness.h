@@ -164,6 +164,9 @@ ChildResult run_self(const std::string &filter, const std::vector<std::string> &
 // The SSE and x87 control/status words as they stand, read directly.
 uint32_t mxcsr_now();
 uint16_t x87_cw_now();
+uint16_t x87_sw_now();
+void set_mxcsr(uint32_t v);
+void set_x87_cw(uint16_t v);
 // Both units' control words less their flag bits (rounding, precision, masks, flush to
 // zero): a call under test must leave them as it found them.
 uint64_t rounding_controls();

@@ -37,9 +37,7 @@ double sqrt_no_inexact(double x) {
     return r;
 }
 double sqrt_moves_mode(double x) {
-    th::mxcsr_now();
-    uint32_t m = th::mxcsr_now() ^ 0x6000u;
-    asm volatile("ldmxcsr %0" : : "m"(m));
+    th::set_mxcsr(th::mxcsr_now() ^ 0x6000u);
     return hw_sqrt(x);
 }
 double sqrt_sets_errno(double x) { errno = EDOM; return hw_sqrt(x); }

@@ -30,7 +30,7 @@ pow_exp128f   (l9)  (M, t): M = fraction bits of the double nearest 2^(j/128), t
                     relative to that double.
 powf_log65    (powf ex/e7) (c, L): c = 0x3ff71547652b82fe/(1 + i/64) rounded to double;
                     L = log2(1 + i/64), less 1 from i = 32 on, rounded to 42 fraction bits.
-                    Then 32 doubles 2^(j/32).
+                    (2^(j/32) is the exponentials' d32.)
 powf_l9_log   (powf l9) 256 doubles: row i = -126 - log2(1 + i/128) for i < 128,
                     row 128 = -127; rows above are never addressed (0).
 """
@@ -158,7 +158,6 @@ def gen():
             Lr = _grid(L, int(mp.floor(log(abs(Lr), 2))) - 42)
         vals += [hexd(c), hexd(Lr)]
     emit("powf_log65", vals, 2)
-    emit("powf_exp32", [hexd(_round(mpf(2) ** (mpf(j) / 32), 53)) for j in range(32)], 4)
 
     # powf l9 table
     vals = [hexd(_round(-126 - log2(1 + mpf(i) / 128), 53)) for i in range(128)] + [hexd(-127)]
