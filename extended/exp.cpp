@@ -1,0 +1,170 @@
+// e^x, 2^x, 10^x and e^x - 1 in extended precision: one core (ext_common.h), reached by
+// three reductions.
+//
+//   e^x     n = round(256 x/ln2), r = x - n ln2/256 in three parts (Cody and Waite);
+//   2^x     n = round(256 x), r = (x - n/256) ln2 as a pair (x - n/256 is exact);
+//   10^x    x log2 10 as a pair (the 32-bit head of log2 10 times the 32-bit head of x is
+//           exact), then as 2^x;
+//   e^x - 1 the e^x reduction, and 1 taken from the pair 2^k (hi + lo) by exact sums, so
+//           that no cancellation is left: near zero (k = 0) hi - 1 is exact.
+//
+// Results are rounded once (the core's last addition, or the scaling into a subnormal), so
+// the error is 0.5 ulp plus about 2^-9 ulp in round-to-nearest.  Overflow and underflow are
+// told from the scale k and the rounded head, and reported after the caller's control word
+// is back.
+#include "extended/ext_common.h"
+
+using namespace tsr;
+using namespace tsr::x80;
+
+#if TSR_TIER_EX
+namespace {
+
+// Arguments beyond every finite non-zero result, infinities, NaNs and refused encodings.
+// at_inf is the result at -inf (0 for the exponentials, -1 for e^x - 1).
+inline LD beyond(LD x, const Ext &v, LD at_neg_inf, int ov, int un) {
+    bool neg = v.se >> 15;
+    if ((v.se & 0x7fff) == 0x7fff || invalid_encoding(v)) {
+        if (v.m == 0x8000000000000000ull) return neg ? at_neg_inf : x;
+        return x + x;  // quiet NaN; invalid for a signalling or refused pattern
+    }
+    X87Frame fr;
+    if (neg) {
+        if (at_neg_inf != 0) return fr.finish(opaque(-1.0L) + 0x1p-16382L);  // -1 rounded in the caller's mode
+        LD r = fr.finish(opaque(0x1p-16382L) * 0x1p-16382L);
+        return report(x, r, un);
+    }
+    LD r = fr.finish(opaque(0x1p16383L) * 0x1p16383L);
+    return report(x, r, ov);
+}
+
+// 2^k (hi) with the reports: overflow when it reaches 2^16384, underflow when it is below
+// the least normal value.
+// `exact`: x is an integer of 2^x, whose tiny results are exact and not underflows.
+__attribute__((always_inline)) inline LD finish(X87Frame &fr, LD x, const ExpPair &p, int ov, int un,
+                                                bool exact = false) {
+    LD y = scale_pair(p.hi, p.lo, p.k);
+    bool over = p.k > 16384 || (p.k == 16384 && p.hi >= 1.0L);
+    bool under = p.k < -16382 || (p.k == -16382 && p.hi < 1.0L);
+    // Also tiny: rounded up to the least normal value from below it.
+    under |= p.k == -16382 && p.hi == 1.0L && p.lo < 0.0L;
+    y = fr.finish(y);
+    if (__builtin_expect(under && exact, 0)) return y;
+    // A tiny result is inexact even where the pair happened to fall on the subnormal grid.
+    if (__builtin_expect(under, 0)) raise_underflow();
+    if (__builtin_expect(over | under, 0)) return report(x, y, over ? ov : un);
+    return y;
+}
+
+// e^x - 1 where the scale k is 0: (th - 1) + th p + tl (1 + p) with th - 1 exact, th rh an
+// exact product and p = rh + pl kept as a pair, so that where th - 1 and th p cancel no
+// rounding error of theirs is left.
+inline LD expm1_k0(int j, LD rh, LD rl) {
+    const double *t = kExpTab[j + 128];
+    LD th = t[0], tl = t[1];
+    LD pl = rl + rh * rh * (0.5L + rh * exp_poly(rh));
+    LD a, ae, u, ue;
+    two_prod(th, rh, a, ae);
+    two_sum(th - 1.0L, a, u, ue);
+    return u + (ue + (ae + (th * pl + tl * (1.0L + (rh + pl)))));
+}
+
+// Field of |x| in [lo, hi] with a proper significand: the core's range.
+inline bool in_core(const Ext &v, uint32_t lo, uint32_t hi) {
+    return (v.se & 0x7fff) - lo <= hi - lo && (v.m >> 63);
+}
+
+}  // namespace
+
+// e^x: the core for 2^-65 <= |x| < 11456; 1 + x below; beyond it, overflow or underflow
+// without a core.
+TSR_BODY(long double, expl, (long double x)) {
+    Ext v = ext_in(x);
+    if (__builtin_expect(in_core(v, 0x3fbe, 0x400b) || (in_core(v, 0x400c, 0x400c) && (v.m >> 48) < 0xb300), 1)) {
+        X87Frame fr;
+        x = opaque(load(x));
+        return finish(fr, x, exp_pair(x, 0.0L), code::expl_overflow, code::expl_underflow);
+    }
+    if ((v.se & 0x7fff) < 0x3fbe) {
+        X87Frame fr;
+        return fr.finish(1.0L + opaque(x));
+    }
+    return beyond(x, v, 0.0L, code::expl_overflow, code::expl_underflow);
+}
+
+// 2^x: integers give exact powers (r = 0).
+TSR_BODY(long double, exp2l, (long double x)) {
+    Ext v = ext_in(x);
+    if (__builtin_expect(in_core(v, 0x3fbe, 0x400c) || (in_core(v, 0x400d, 0x400d) && (v.m >> 48) < 0x80e0), 1)) {
+        X87Frame fr;
+        x = opaque(load(x));
+        int f = v.se & 0x7fff;
+        bool integer = f >= 0x400c && !(v.m << (f - 0x3fff + 1));
+        return finish(fr, x, exp2_pair(x, 0.0L), code::exp2l_overflow, code::exp2l_underflow, integer);
+    }
+    if ((v.se & 0x7fff) < 0x3fbe) {
+        X87Frame fr;
+        return fr.finish(1.0L + opaque(x));
+    }
+    return beyond(x, v, 0.0L, code::exp2l_overflow, code::exp2l_underflow);
+}
+
+// 10^x: x log2 10 as a pair, then 2^x.
+TSR_BODY(long double, exp10l, (long double x)) {
+    Ext v = ext_in(x);
+    if (__builtin_expect(in_core(v, 0x3fbd, 0x400a) || (in_core(v, 0x400b, 0x400b) && (v.m >> 48) < 0x9ac0), 1)) {
+        X87Frame fr;
+        x = opaque(load(x));
+        LD ph, pl;
+        mul_const(x, 0.0L, kLog2_10, ph, pl);
+        return finish(fr, x, exp2_pair(ph, pl), code::exp10l_overflow, code::exp10l_underflow);
+    }
+    if ((v.se & 0x7fff) < 0x3fbd) {
+        X87Frame fr;
+        return fr.finish(1.0L + opaque(x) * kLn10_32[0]);
+    }
+    return beyond(x, v, 0.0L, code::exp10l_overflow, code::exp10l_underflow);
+}
+
+// e^x - 1: below 2^-65 the result is x + x^2/2 rounded; below -46 it is -1 plus a tiny
+// amount.
+TSR_DEFINE(long double, expm1l, (long double x)) {
+    Ext v = ext_in(x);
+    bool neg = v.se >> 15;
+    uint32_t f = v.se & 0x7fff;
+    if (__builtin_expect(in_core(v, 0x3fbe, 0x4003) ||
+                             (in_core(v, 0x4004, 0x400b) && !(neg && key(v) >= 0xc004b800u)) ||
+                             (in_core(v, 0x400c, 0x400c) && !neg && (v.m >> 48) < 0xb300), 1)) {
+        X87Frame fr;
+        x = opaque(load(x));
+        // Below 2^-9, n = 0 whatever the mode (the shifter would round it away from 0 in the
+        // directed modes, and j != 0 there would leave a cancellation).
+        LD rh = x, rl = 0.0L;
+        int n = (v.se & 0x7fff) < 0x3ff6 ? 0 : exp_reduce(x, 0.0L, rh, rl);
+        int j = ((n + 128) & 255) - 128;
+        LD y;
+        if (n == j) {
+            y = expm1_k0(j, rh, rl);
+        } else {
+            ExpPair p = exp_tail(n, rh, rl);
+            bool over = p.k > 16384 || (p.k == 16384 && p.hi >= 1.0L);
+            if (__builtin_expect(over, 0)) {
+                y = fr.finish(scale(p.hi, p.k));
+                return report(x, y, code::expm1l_overflow);
+            }
+            LD a = scale(p.hi, p.k), b = scale(p.lo, p.k), s, t;
+            two_sum(a, -1.0L, s, t);
+            y = s + (t + b);
+        }
+        return fr.finish(y);
+    }
+    if (f < 0x3fbe && (v.m >> 63 || f == 0)) {
+        if (f == 0 && v.m == 0) return x;
+        X87Frame fr;
+        x = opaque(load(x));
+        return fr.finish(x + x * x * 0.5L);
+    }
+    if (neg && f != 0x7fff && (v.m >> 63)) return beyond(x, v, -1.0L, 0, 0);
+    return beyond(x, v, -1.0L, code::expm1l_overflow, 0);
+}
+#endif
