@@ -35,8 +35,8 @@ inline double acosh_ex(double x) {
         double sh = cut32(s), sl = s - sh;
         double e = (((v - sh * sh) - sh * sl) / s + sl) * 0.5;
         double w = d * d;
-        double C = ((D(0xbf46c0ca818be8b3) * w + D(0xbf76db6db03cd7d6)) * w + D(0xbfb5555555555550)) * d +
-                   (D(0x3f5f1c4ff7d61d87) * w + D(0x3f93333333329c47)) * w;
+        double C = ((-0x1.6c0ca818be8b3p-11 * w - 0x1.6db6db03cd7d6p-8) * w - 0x1.555555555555p-4) * d +
+                   (0x1.f1c4ff7d61d87p-10 * w + 0x1.3333333329c47p-6) * w;
         double Ch = cut32(C);
         return (((C - Ch) * sh + C * e) + e) + Ch * sh + sh;
     }
@@ -64,10 +64,10 @@ inline float acoshf_ex(float x) {
     double X = x;
     if (u <= 0x3fffff) {
         double d = X - 1.0, v = 2.0 * d, s = sqrt_insn(v), w = d * d;
-        return float(((((D(0x3ef3cb17d28ee596) * w + D(0x3f31287a9b9f611c)) * w + D(0x3f5f1aa4ac0cf195)) * w +
-                        D(0x3f9333331236cb49)) * w +
-                       (((D(0xbf174400d27f5e7d) * w + D(0xbf46d3074197b1a0)) * w + D(0xbf76db62dacdeace)) * w +
-                        D(0xbfb55555552ea1bd)) * d) * s + s);
+        return float(((((0x1.3cb17d28ee596p-16 * w + 0x1.1287a9b9f611cp-12) * w + 0x1.f1aa4ac0cf195p-10) * w +
+                        0x1.333331236cb49p-6) * w +
+                       (((-0x1.74400d27f5e7dp-14 * w - 0x1.6d3074197b1ap-11) * w - 0x1.6db62dacdeacep-8) * w -
+                        0x1.55555552ea1bdp-4) * d) * s + s);
     }
     if (u < 0x8000000) {
         double y = X + sqrt_insn(X * X - 1.0);
@@ -89,7 +89,7 @@ inline double acosh_fma(double x) {
     double er = fma(-s, s, v) + ev;
     double corr = 0.5 * er * double(rsqrt_approx(float(v)));
     double l = ((x - h) + s) + corr;
-    return log_fma(h, l, D(0x3fe62e42fefa0000), D(0x3d7cf79abc9e0000));
+    return log_fma(h, l, 0x1.62e42fefap-1, 0x1.cf79abc9ep-40);
 }
 
 inline float acoshf_fma(float x) {

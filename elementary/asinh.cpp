@@ -26,9 +26,9 @@ inline double cut32(double v) { return f64(bits(v) & kHigh); }
 
 inline double asinh_series(double x) {
     double z = x * x, w = z * z;
-    return x + ((((D(0xbf96b3bd39a200c4) * w + D(0xbfa6db6da7737564)) * w +
-                  (D(0x3f9f1c364a05dc8c) * w + D(0x3fb333333331655a)) * z) +
-                 D(0xbfc5555555555542)) *
+    return x + ((((-0x1.6b3bd39a200c4p-6 * w - 0x1.6db6da7737564p-5) * w +
+                  (0x1.f1c364a05dc8cp-6 * w + 0x1.333333331655ap-4) * z) -
+                 0x1.5555555555542p-3) *
                 (z * x));
 }
 
@@ -103,10 +103,10 @@ inline float asinhf_ex(float x) {
     }
     if (b > 0x31ffffff) {
         double X = x, z = X * X, w = z * z;
-        return float(((((D(0x3f73cb17d28ee596) * w + D(0x3f91287a9b9f611c)) * w + D(0x3f9f1aa4ac0cf195)) * w +
-                       D(0x3fb333331236cb49)) * w +
-                      (((D(0xbf874400d27f5e7d) * w + D(0xbf96d3074197b1a0)) * w + D(0xbfa6db62dacdeace)) * w +
-                       D(0xbfc55555552ea1bd)) * z) * X + X);
+        return float(((((0x1.3cb17d28ee596p-8 * w + 0x1.1287a9b9f611cp-6) * w + 0x1.f1aa4ac0cf195p-6) * w +
+                       0x1.333331236cb49p-4) * w +
+                      (((-0x1.74400d27f5e7dp-7 * w - 0x1.6d3074197b1ap-6) * w - 0x1.6db62dacdeacep-5) * w -
+                       0x1.55555552ea1bdp-3) * z) * X + X);
     }
     if (b >= 0x800000) return (x * 0x1p100f - f32((bits(x) & 0x80000000u) | 0x00800000u)) * 0x1p-100f;
     if (b == 0) return x;
@@ -129,7 +129,7 @@ inline double asinh_fma(double x) {
     double er = fma(-s, s, v) + ev;
     double corr = 0.5 * er * double(rsqrt_approx(float(v)));
     double l = ((s - h) + a) + corr;
-    double r = log_fma(h, l, D(0x3fe62e42fefa4000), D(0xbd48432a1b0e2634));
+    double r = log_fma(h, l, 0x1.62e42fefa4p-1, -0x1.8432a1b0e2634p-43);
     return f64(bits(r) | (bits(x) & Format<double>::sign));
 }
 

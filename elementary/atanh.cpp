@@ -46,8 +46,8 @@ inline double atanh_ex(double x) {
     }
     if (hx >= 0x3c600000) {
         double z = x * x, w = z * z;
-        return (((D(0x3fb3ed69611f41ad) * w + D(0x3fbc71c75514f583)) * w + D(0x3fc9999999999b41)) * z +
-                ((D(0x3fb7457e7eeb4b9c) * w + D(0x3fc24924923f3911)) * w + D(0x3fd5555555555555))) *
+        return (((0x1.3ed69611f41adp-4 * w + 0x1.c71c75514f583p-4) * w + 0x1.9999999999b41p-3) * z +
+                ((0x1.7457e7eeb4b9cp-4 * w + 0x1.24924923f3911p-3) * w + 0x1.5555555555555p-2)) *
                    x * z + x;
     }
     // x + x^3/3 rounded by a nudge of x 2^100 by the smallest normal, then scaled back
@@ -64,10 +64,10 @@ inline double atanhf_logs(double p, double m) {
     double mp = f64((bits(p) & Format<double>::mantissa) | Format<double>::one);
     double mm = f64((bits(m) & Format<double>::mantissa) | Format<double>::one);
     double gp = double(logtab::log_rcp256_r[ip]) * mp - 1.0, gm = double(logtab::log_rcp256_r[im]) * mm - 1.0;
-    double qp = (D(0x3fd5555a6890dd10) * gp + D(0xbfe00001e7362feb)) * gp * gp + gp;
-    double qm = (D(0x3fd5555a6890dd10) * gm + D(0xbfe00001e7362feb)) * gm * gm + gm;
+    double qp = (0x1.5555a6890dd1p-2 * gp - 0x1.00001e7362febp-1) * gp * gp + gp;
+    double qm = (0x1.5555a6890dd1p-2 * gm - 0x1.00001e7362febp-1) * gm * gm + gm;
     double d = double(int(bits(p) >> 52) - int(bits(m) >> 52));
-    return (d * D(0x3fe62e42fefa39ef) + (logtab::log_rcp256_l[ip] - logtab::log_rcp256_l[im]) + (qp - qm)) * 0.5;
+    return (d * 0x1.62e42fefa39efp-1 + (logtab::log_rcp256_l[ip] - logtab::log_rcp256_l[im]) + (qp - qm)) * 0.5;
 }
 
 // The e7 form differs in its last band (x^2 + x with the sign put back) and in a
@@ -87,10 +87,10 @@ inline float atanhf_ex(float x) {
     }
     if (b >= 0x32000000) {
         double z = X * X, w = z * z;
-        double c = E7 ? D(0xbf68c8edeff6edcc) : D(0xbf68c8ed10091234);
-        return float(((((D(0x3fc717fd1c66784b) * w + D(0x3fb8b0dfdc2b5888)) * w + D(0x3fbc84085a00faf0)) * w +
-                        D(0x3fc9999c9016c8e5)) * w +
-                       (((c * w + D(0x3fb67c9164e392ec)) * w + D(0x3fc248aeb0fd5c67)) * w + D(0x3fd5555551abeffb)) *
+        double c = E7 ? -0x1.8c8edeff6edccp-9 : -0x1.8c8ed10091234p-9;
+        return float(((((0x1.717fd1c66784bp-3 * w + 0x1.8b0dfdc2b5888p-4) * w + 0x1.c84085a00fafp-4) * w +
+                        0x1.9999c9016c8e5p-3) * w +
+                       (((c * w + 0x1.67c9164e392ecp-4) * w + 0x1.248aeb0fd5c67p-3) * w + 0x1.5555551abeffbp-2) *
                            z) * X + X);
     }
     if (b >= 0x800000) return (x * 0x1p100f + f32(sign | 0x00800000u)) * 0x1p-100f;
@@ -110,8 +110,8 @@ struct Lane {
     double H, Lo, u, Rt, Q, z;
 };
 __attribute__((always_inline)) inline Lane atanh_lane(double L, double t) {
-    FmaLog c = log_fma_step(L, t, double(int(bits(L) >> 52)), log_mant129b, D(0x3fe62e42fefa0000),
-                            D(0x3d7cf79abc9e0000));
+    FmaLog c = log_fma_step(L, t, double(int(bits(L) >> 52)), log_mant129b, 0x1.62e42fefap-1,
+                            0x1.cf79abc9ep-40);
     Lane r;
     r.H = c.H;
     r.Lo = c.Lo;
@@ -149,10 +149,10 @@ inline float atanhf_l9(float x) {
     double mp = f64((bits(p) & Format<double>::mantissa) | Format<double>::one);
     double mm = f64((bits(m) & Format<double>::mantissa) | Format<double>::one);
     double gp = fma(double(logtab::log_rcp256_r[ip]), mp, -1.0), gm = fma(double(logtab::log_rcp256_r[im]), mm, -1.0);
-    double qp = fma(fma(D(0x3fd5555a6890dd10), gp, D(0xbfe00001e7362feb)), gp * gp, gp);
-    double qm = fma(fma(D(0x3fd5555a6890dd10), gm, D(0xbfe00001e7362feb)), gm * gm, gm);
+    double qp = fma(fma(0x1.5555a6890dd1p-2, gp, -0x1.00001e7362febp-1), gp * gp, gp);
+    double qm = fma(fma(0x1.5555a6890dd1p-2, gm, -0x1.00001e7362febp-1), gm * gm, gm);
     double d = double(int(bits(p) >> 52) - int(bits(m) >> 52));
-    float r = float(fma(d, D(0x3fe62e42fefa39ef), logtab::log_rcp256_l[ip] - logtab::log_rcp256_l[im]) + (qp - qm));
+    float r = float(fma(d, 0x1.62e42fefa39efp-1, logtab::log_rcp256_l[ip] - logtab::log_rcp256_l[im]) + (qp - qm));
     return f32(bits(r) + 0xff800000u);  // halved: the exponent field less one
 }
 #endif

@@ -55,10 +55,10 @@ inline double cbrt_ex(double x) {
     double H = S * cbrt_head96[32 * rem + i];
     double L = S * cbrt_tail96[32 * rem + i];
     double s = r * r;
-    double A = D(0x3f9ee7113506ac12) + D(0xbf98090d6221a247) * r +
-               (D(0x3f93750ad588f115) + D(0xbf9036de5c9cc8e7) * r) * s;
-    double Bp = D(0x3fd5555555555555) + D(0xbfbc71c71c71c71c) * r +
-                (D(0x3faf9add3c0ca458) + D(0xbfa511e8d2b3183b) * r) * s;
+    double A = 0x1.ee7113506ac12p-6 - 0x1.8090d6221a247p-6 * r +
+               (0x1.3750ad588f115p-6 - 0x1.036de5c9cc8e7p-6 * r) * s;
+    double Bp = 0x1.5555555555555p-2 - 0x1.c71c71c71c71cp-4 * r +
+                (0x1.f9add3c0ca458p-5 - 0x1.511e8d2b3183bp-5 * r) * s;
     return (Bp + s * s * A) * (r * H) + L + H;
 }
 
@@ -92,9 +92,9 @@ inline double cbrt_fma(double x) {
     uint32_t rem = uint32_t(T) >> 30;
     const double *row = cbrt_rows97[32 * (2 - rem) + (V & 0x3f)];
     double H = row[0], t = row[1];
-    double P = fma(fma(D(0x3f9377337e92c2bb), r, D(0xbf980b145f9c1a6d)), r, D(0x3f9ee71117a9b5e4));
-    double Q = fma(D(0xbfa511e8c88feca7), r, D(0x3faf9add3c0cf059));
-    double s = fma(r, fma(D(0xbfbc71c71c71d755), r, D(0x3fd5555555555555)), t);
+    double P = fma(fma(0x1.377337e92c2bbp-6, r, -0x1.80b145f9c1a6dp-6), r, 0x1.ee71117a9b5e4p-6);
+    double Q = fma(-0x1.511e8c88feca7p-5, r, 0x1.f9add3c0cf059p-5);
+    double s = fma(r, fma(-0x1.c71c71c71d755p-4, r, 0x1.5555555555555p-2), t);
     double r2 = r * r;
     double v = fma(r2 * r, fma(r2, P, Q), s);
     double U = f64(bits(H) + ((W + q + ((ux >> 63) << 11)) << 52));

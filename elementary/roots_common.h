@@ -14,8 +14,6 @@
 namespace tsr::roots {
 namespace {
 
-inline double D(uint64_t b) { return f64(b); }
-inline float Fb(uint32_t b) { return f32(b); }
 
 // The square-root instruction: the library is built without errno from math functions, so
 // the builtin is the instruction itself, never a call, in the tier's own encoding (the
@@ -50,10 +48,10 @@ inline double log_core_ex(int n, double rh, double rl) {
     uint32_t i = uint32_t(bits(rh + rl) >> 44) & 0xff;
     double r = logtab::log_rcp256_r[i];
     double a = rh * r, b = rl * r, c = b + (a - 1.0), z = c * c;
-    double P = ((D(0xbfc5555f7bd1fcd4) * z + D(0xbfcffffffffe169d)) * z - 0.5) * z +
-               (D(0x3fc999a24cdb6abc) * z + D(0x3fd555555554d0df)) * z * c + b;
-    double lo = double(n) * D(0x3dea39ef35793c76) + log_rcp256d[i][0] + P;
-    double hi = double(n) * D(0x3fe62e42fee00000) + log_rcp256d[i][1] + (a - 1.0);
+    double P = ((-0x1.5555f7bd1fcd4p-3 * z - 0x1.ffffffffe169dp-3) * z - 0.5) * z +
+               (0x1.999a24cdb6abcp-3 * z + 0x1.555555554d0dfp-2) * z * c + b;
+    double lo = double(n) * 0x1.a39ef35793c76p-33 + log_rcp256d[i][0] + P;
+    double hi = double(n) * 0x1.62e42feep-1 + log_rcp256d[i][1] + (a - 1.0);
     return hi + lo;
 }
 
@@ -80,8 +78,8 @@ inline double logf_core(int n, double y) {
     uint32_t i = uint32_t(bits(y) >> 44) & 0xff;
     double m = f64((bits(y) & Format<double>::mantissa) | Format<double>::one);
     double g = double(logtab::log_rcp256_r[i]) * m - 1.0;
-    return (double(n) * D(0x3fe62e42fefa39ef) + logtab::log_rcp256_l[i]) +
-           ((D(0x3fd5555a6890dd10) * g + D(0xbfe00001e7362feb)) * g * g + g);
+    return (double(n) * 0x1.62e42fefa39efp-1 + logtab::log_rcp256_l[i]) +
+           ((0x1.5555a6890dd1p-2 * g - 0x1.00001e7362febp-1) * g * g + g);
 }
 #endif
 
@@ -114,9 +112,9 @@ inline FmaLog log_fma_step(double h, double l, double n, const Rows129 &rows, do
 // (ln(1 + w) - w)/w^2 = -1/2 + w/3 - w^2/4 + ... to w^5, as Q with z = w^2 (|w| < 2^-7);
 // the caller multiplies by z and adds the linear terms.
 inline double log_fma_poly(double w, double z) {
-    double q = fma(z, fma(D(0x3fc2494ada7861ff), w, D(0xbfc55576d47e8a7a)),
-                   fma(D(0x3fc9999999788658), w, D(0xbfcfffffffebf6c8)));
-    return fma(q, z, fma(D(0x3fd555555555555a), w, D(0xbfe0000000000001)));
+    double q = fma(z, fma(0x1.2494ada7861ffp-3, w, -0x1.55576d47e8a7ap-3),
+                   fma(0x1.9999999788658p-3, w, -0x1.fffffffebf6c8p-3));
+    return fma(q, z, fma(0x1.555555555555ap-2, w, -0x1.0000000000001p-1));
 }
 inline double log_fma(double h, double l, double Lh, double Ll) {
     double n = double(int(bits(h) >> 52) - 1022);
@@ -134,8 +132,8 @@ inline double logf_fma(int n, double y) {
     uint32_t i = uint32_t(bits(y) >> 44) & 0xff;
     double m = f64((bits(y) & Format<double>::mantissa) | Format<double>::one);
     double g = fma(double(logtab::log_rcp256_r[i]), m, -1.0);
-    return fma(double(n), D(0x3fe62e42fefa39ef), logtab::log_rcp256_l[i]) +
-           fma(fma(D(0x3fd5555a6890dd10), g, D(0xbfe00001e7362feb)), g * g, g);
+    return fma(double(n), 0x1.62e42fefa39efp-1, logtab::log_rcp256_l[i]) +
+           fma(fma(0x1.5555a6890dd1p-2, g, -0x1.00001e7362febp-1), g * g, g);
 }
 #endif
 

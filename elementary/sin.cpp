@@ -27,7 +27,7 @@ namespace {
 #if TSR_TIER_EX || TSR_TIER_E7 || TSR_TIER_Y8
 inline int k32(double x) {
 #if TSR_TIER_Y8
-    __m128d v = _mm_set_sd(x * D(0x40245f306dc9c883));
+    __m128d v = _mm_set_sd(x * 0x1.45f306dc9c883p+3);
     return _mm_cvttsd_si32(_mm_round_sd(v, v, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
 #else
     return k32_trunc(x);
@@ -41,7 +41,7 @@ inline double sin_e7(double x) {
     if (hw - 0x3030u > 0x40f5u - 0x3030u) {
         if (hw < 0x3030) {
             if (off) return 1.0 - f64(bits(x) & 0x7fffffffffffffffull);
-            if (hw < 0x10) return x * D(0x3fefffffffffffff);  // zero or subnormal
+            if (hw < 0x10) return x * 0x1.fffffffffffffp-1;  // zero or subnormal
             force((x * 0x1p55 - x) * 0x1p-55);                  // inexact
             return x;
         }
@@ -59,9 +59,9 @@ inline double sin_e7(double x) {
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 inline double shifter64(double x) {
 #if TSR_TIER_Z0
-    return avx512::fma_rn(D(0x3fd45f306dc9c883), x, D(0x42d8000000000000));
+    return avx512::fma_rn(0x1.45f306dc9c883p-2, x, 0x1.8p+46);
 #else
-    return __builtin_fma(D(0x3fd45f306dc9c883), x, D(0x42d8000000000000));
+    return __builtin_fma(0x1.45f306dc9c883p-2, x, 0x1.8p+46);
 #endif
 }
 
@@ -91,7 +91,7 @@ inline double sin_fma(double x) {
             if (cosine) return __builtin_fma(-x, x, 1.0);
             // x - 2^-64·x; the sign put back keeps -0 (and the sign of a tiny result in
             // the downward mode)
-            return f64(bits(__builtin_fma(D(0xbbf0000000000000), x, x)) | (bits(x) & 0x8000000000000000ull));
+            return f64(bits(__builtin_fma(-0x1p-64, x, x)) | (bits(x) & 0x8000000000000000ull));
         }
         return cosine ? __libm_cos_e7_local(x) : __libm_sin_e7_local(x);
     }

@@ -19,7 +19,7 @@ inline void sincos_e7(double x, double *sp, double *cp) {
     uint32_t hw = (hi(x) >> 16) & 0x7fff;
     if (hw < 0x3030) {
         double c = 1.0 - f64(bits(x) & 0x7fffffffffffffffull);
-        double s = hw < 0x10 ? x * D(0x3fefffffffffffff) : (x - x * 0x1p55) * -0x1p-55;
+        double s = hw < 0x10 ? x * 0x1.fffffffffffffp-1 : (x - x * 0x1p55) * -0x1p-55;
         *sp = s;
         *cp = c;
         return;
@@ -39,7 +39,7 @@ inline void sincos_e7(double x, double *sp, double *cp) {
         tail = h.t;
         off = 8 * h.n;
     }
-    double kf = opaque(x * D(0x40245f306dc9c883) + 0x1.8p52) - 0x1.8p52;
+    double kf = opaque(x * 0x1.45f306dc9c883p+3 + 0x1.8p52) - 0x1.8p52;
     int k = int(kf);
     Red64 d = red64(x, k);
     d.e -= tail;
@@ -59,9 +59,9 @@ inline void sincos_e7(double x, double *sp, double *cp) {
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 inline void sincos_fma_core(double x, double *sp, double *cp) {
 #if TSR_TIER_Z0
-    double S = avx512::fma_rn(D(0x3fd45f306dc9c883), x, D(0x42d8000000000000));
+    double S = avx512::fma_rn(0x1.45f306dc9c883p-2, x, 0x1.8p+46);
 #else
-    double S = __builtin_fma(D(0x3fd45f306dc9c883), x, D(0x42d8000000000000));
+    double S = __builtin_fma(0x1.45f306dc9c883p-2, x, 0x1.8p+46);
 #endif
     Red128 d = red128(x, S);
     double ys, yc;
@@ -89,7 +89,7 @@ inline void sincos_fma(double x, double *sp, double *cp) {
     uint32_t hw = (hi(x) >> 16) & 0x7fff;
     if (hw - 0x3df0u >= 0x4130u - 0x3df0u) {
         if (hw < 0x3df0) {
-            *sp = f64(bits(__builtin_fma(D(0xbbf0000000000000), x, x)) | (bits(x) & 0x8000000000000000ull));
+            *sp = f64(bits(__builtin_fma(-0x1p-64, x, x)) | (bits(x) & 0x8000000000000000ull));
             *cp = __builtin_fma(-x, x, 1.0);
             return;
         }

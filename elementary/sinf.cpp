@@ -19,7 +19,7 @@ namespace {
 
 #if TSR_TIER_EX || TSR_TIER_E7
 // t^2/12 and t^2/20, t = pi/128.
-constexpr double kT2o12 = D(0x3f0a51a6625307d3) * 0.5, kT2o20 = D(0x3f0a51a6625307d3) * 0.3;
+constexpr double kT2o12 = 0x1.a51a6625307d3p-15 * 0.5, kT2o20 = 0x1.a51a6625307d3p-15 * 0.3;
 
 struct Fold {
     double f;  // remainder in units of pi/128
@@ -31,15 +31,15 @@ inline Fold fold128(float x) {
     uint32_t b = bits(x) & 0x7fffffff;
     if (b > 0x49ffffff) {
         Reduced h = reduce_huge<3>(u);
-        double q = h.y * D(0x40445f306dc9c883);
+        double q = h.y * 0x1.45f306dc9c883p+5;
         int k = int(q + (q < 0 ? -0.5 : 0.5));
-        return {(q - double(k)) + h.t * D(0x40445f306dc9c883), k + 32 * h.n};
+        return {(q - double(k)) + h.t * 0x1.45f306dc9c883p+5, k + 32 * h.n};
     }
     // k = round(q) by a signed half and truncation, the same in every rounding mode: a k one
     // off would leave |f| up to 1 and the short series too inaccurate.
-    double q = u * D(0x40445f306e000000);
+    double q = u * 0x1.45f306ep+5;
     int k = int(q + (q < 0 ? -0.5 : 0.5));
-    return {(q - double(k)) + u * D(0xbe5b1bbead603d8b), k};
+    return {(q - double(k)) + u * -0x1.b1bbead603d8bp-26, k};
 }
 
 // sin (cosine = false) or cos of (k + f)·pi/128.
@@ -56,8 +56,8 @@ inline double sinf_core(Fold d) {
     // the sine, f^4·t^2/20 beside 6/t^2 - f^2: without them the series leave 2^-30 of the
     // result, too much for a float result within 0.51 ulp.
     double f4 = f2 * f2;
-    return s1 * row[1] * ((D(0x40a9f02f6222c720) - f2) + f4 * kT2o12) +
-           s2 * row[0] * f * ((D(0x40c37423899a1558) - f2) + f4 * kT2o20);
+    return s1 * row[1] * ((0x1.9f02f6222c72p+11 - f2) + f4 * kT2o12) +
+           s2 * row[0] * f * ((0x1.37423899a1558p+13 - f2) + f4 * kT2o20);
 }
 
 template <bool cosine>
@@ -66,7 +66,7 @@ inline float sinf_e7(float x) {
     if (b - 0x39800000u > 0x49ffffffu - 0x39800000u) {
         if (b < 0x39800000) {
             if (cosine) return b == 0 ? 1.0f : 1.0f - 0x1p-31f;
-            return float(double(x) * D(0x3fefffffff800000));
+            return float(double(x) * 0x1.fffffff8p-1);
         }
         if (b >= 0x7f800000) return x - x;
     }
@@ -77,7 +77,7 @@ inline void sincosf_e7(float x, float *sp, float *cp) {
     uint32_t b = bits(x) & 0x7fffffff;
     if (b - 0x39800000u > 0x49ffffffu - 0x39800000u) {
         if (b < 0x39800000) {
-            *sp = float(double(x) * D(0x3fefffffff800000));
+            *sp = float(double(x) * 0x1.fffffff8p-1);
             *cp = b == 0 ? 1.0f : 1.0f - 0x1p-31f;
             return;
         }
@@ -101,13 +101,13 @@ struct FmaF {
 
 inline FmaF sinf_fma_core(double u) {
 #if TSR_TIER_Z0
-    double S = avx512::fma_rn(D(0x3fd45f306dc9c883), u, D(0x42d8000000000000));
+    double S = avx512::fma_rn(0x1.45f306dc9c883p-2, u, 0x1.8p+46);
 #else
-    double S = __builtin_fma(D(0x3fd45f306dc9c883), u, D(0x42d8000000000000));
+    double S = __builtin_fma(0x1.45f306dc9c883p-2, u, 0x1.8p+46);
 #endif
-    double kf = S + D(0xc2d8000000000000);
-    double r0 = __builtin_fma(kf, D(0xc00921fb54442d18), u);
-    double r = __builtin_fma(kf, D(0xbca1a62633145c07), r0);
+    double kf = S - 0x1.8p+46;
+    double r0 = __builtin_fma(kf, -0x1.921fb54442d18p+1, u);
+    double r = __builtin_fma(kf, -0x1.1a62633145c07p-53, r0);
     uint64_t k = bits(S);
     const double *row = trigf_rows64[k & 63];
     double w = r0 * r0;

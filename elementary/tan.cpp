@@ -28,13 +28,13 @@ namespace {
 // counting pi/32, the row j.
 inline double tan_rows(double x, double tail, double d1, double d2, int j) {
     // Lane 1: t = rho1 + err1; lane 2: r = rho2 + err2.
-    double y1 = x - d1 * D(0x3fb921fb54444000);
-    double y2 = x - d2 * D(0x3fb921fb54440000);
-    double m1 = d1 * D(0xbd32e7b967674000), m2 = d2 * D(0x3d468c234c4c0000);
+    double y1 = x - d1 * 0x1.921fb54444p-4;
+    double y2 = x - d2 * 0x1.921fb5444p-4;
+    double m1 = d1 * -0x1.2e7b967674p-44, m2 = d2 * 0x1.68c234c4cp-43;
     double rho1 = y1 - m1, rho2 = y2 - m2;
-    double err1 = ((y1 - rho1) - m1) - d1 * D(0x3aa8a2e03707344a) + tail;
-    double err2 = ((y2 - rho2) - m2) - d2 * D(0x3ae98a2e03707345) + tail;
-    double t0 = f64(bits(y1 + d1 * D(0x3d32e7b9676733af)) & 0xfffffffffffc0000ull);
+    double err1 = ((y1 - rho1) - m1) - d1 * 0x1.8a2e03707344ap-85 + tail;
+    double err2 = ((y2 - rho2) - m2) - d2 * 0x1.98a2e03707345p-81 + tail;
+    double t0 = f64(bits(y1 + d1 * 0x1.2e7b9676733afp-44) & 0xfffffffffffc0000ull);
     double q = 1.0 / t0;
     err1 = err1 + (rho1 - t0);
     const TanRow &w = tan_rows32[j & 31];
@@ -69,9 +69,9 @@ inline double tan_e7(double x) {
         if (hw < 0x3fba) {
             if (hw >= 0x3e20) {
                 double s = x * x;
-                return x + x * s * ((((D(0x3f82609ab8fe4d77) * s + D(0x3f9664a0bf847a43)) * s +
-                                      D(0x3faba1ba52c4c8ab)) * s + D(0x3fc1111111092746)) * s +
-                                    D(0x3fd5555555555612));
+                return x + x * s * ((((0x1.2609ab8fe4d77p-7 * s + 0x1.664a0bf847a43p-6) * s +
+                                      0x1.ba1ba52c4c8abp-5) * s + 0x1.1111111092746p-3) * s +
+                                    0x1.5555555555612p-2);
             }
             if (hw < 0x10) {
                 force(x * x);  // underflow for a subnormal
@@ -81,12 +81,12 @@ inline double tan_e7(double x) {
         }
         if (hw >= 0x7ff0) return x * -0.0;
         Reduced h = reduce_huge<2>(x);
-        double a = double(int(half_toward(h.y * D(0x3fe45f306dc9c883))));
-        double k = double(int(half_toward(h.y * D(0x40245f306dc9c883))));
+        double a = double(int(half_toward(h.y * 0x1.45f306dc9c883p-1)));
+        double k = double(int(half_toward(h.y * 0x1.45f306dc9c883p+3)));
         return tan_rows(h.y, h.t, 16.0 * a, k, int(k) + 16 * h.n);
     }
-    double a = double(int(half_toward(x * D(0x3fe45f306dc9c883))));
-    double k = double(int(half_toward(x * D(0x40245f306dc9c883))));
+    double a = double(int(half_toward(x * 0x1.45f306dc9c883p-1)));
+    double k = double(int(half_toward(x * 0x1.45f306dc9c883p+3)));
     return tan_rows(x, 0.0, 16.0 * a, k, int(k));
 }
 #endif
@@ -115,9 +115,9 @@ inline double cot_body(double x, bool single, float xf) {
         tail = h.t;
         j16 += 16 * h.n;
     }
-    double v32 = x * D(0x40245f306dc9c883);
-    double d1 = opaque(v32 + D(0x4378000000000000)) - D(0x4378000000000000);
-    double d2 = opaque(v32 + D(0x4338000000000000)) - D(0x4338000000000000);
+    double v32 = x * 0x1.45f306dc9c883p+3;
+    double d1 = opaque(v32 + 0x1.8p+56) - 0x1.8p+56;
+    double d2 = opaque(v32 + 0x1.8p+52) - 0x1.8p+52;
     double v = tan_rows(x, tail, d1, d2, int(d2) + j16);
     return g.finish(v);
 }
@@ -126,18 +126,18 @@ inline double cot_body(double x, bool single, float xf) {
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 inline double tan_fma_core(double a) {
 #if TSR_TIER_Z0
-    double S = avx512::fma_rn(D(0x3fd45f306dc9c883), a, D(0x42c8000000000000));
+    double S = avx512::fma_rn(0x1.45f306dc9c883p-2, a, 0x1.8p+45);
 #else
-    double S = __builtin_fma(D(0x3fd45f306dc9c883), a, D(0x42c8000000000000));
+    double S = __builtin_fma(0x1.45f306dc9c883p-2, a, 0x1.8p+45);
 #endif
-    double kf = S + D(0xc2c8000000000000);
+    double kf = S - 0x1.8p+45;
     uint64_t k = bits(S);
     int j = int(k & 127);
-    double r0 = __builtin_fma(kf, D(0xc00921fb54442d18), a);
-    double r1 = __builtin_fma(-kf, D(0x3ca1a62633000000), r0);
-    double m2 = kf * D(0x3aa45c06e0e68948);
+    double r0 = __builtin_fma(kf, -0x1.921fb54442d18p+1, a);
+    double r1 = __builtin_fma(-kf, 0x1.1a62633p-53, r0);
+    double m2 = kf * 0x1.45c06e0e68948p-85;
     double r = r1 - m2;
-    double e = __builtin_fma(-kf, D(0x3ca1a62633000000), r0 - r1) + ((r1 - r) - m2);
+    double e = __builtin_fma(-kf, 0x1.1a62633p-53, r0 - r1) + ((r1 - r) - m2);
     const double *A = tan_poly128[j];
     const double *c = tan_scale128[j];
     double P3 = __builtin_fma(A[0], r, A[1]), P2 = __builtin_fma(A[2], r, A[3]);

@@ -19,8 +19,8 @@ namespace {
 #if TSR_TIER_EX || TSR_TIER_E7
 // tan at u + tail with a16 = 16·round(2u/pi), kr = round(32u/pi), row j.
 inline double tanf_rows(double u, double tail, double a16, double kr, int j) {
-    double t = (u - a16 * D(0x3fb921fb54440000)) - a16 * D(0x3d468c234c4c6629) + tail;
-    double r = (u - kr * D(0x3fb921fb54480000)) + kr * D(0x3d8e973dcb3b399d) + tail;
+    double t = (u - a16 * 0x1.921fb5444p-4) - a16 * 0x1.68c234c4c6629p-43 + tail;
+    double r = (u - kr * 0x1.921fb5448p-4) + kr * 0x1.e973dcb3b399dp-39 + tail;
     const double *d = tanf_rows32[j & 31];
     double r2 = r * r, r4 = r2 * r2;
     double D_ = d[0] + d[1] * r + r2 * (d[2] + d[3] * r) + r4 * ((d[4] + d[5] * r) + r2 * (d[6] + d[7] * r));
@@ -33,21 +33,21 @@ inline float tanf_e7(float x) {
     uint32_t b = bits(x) & 0x7fffffff;
     double u = x;
     if (b - 0x00800000u >= 0x47800000u - 0x00800000u) {
-        if (b < 0x00800000) return float(u * D(0x3ff0000000400000));
+        if (b < 0x00800000) return float(u * 0x1.00000004p+0);
         if (b >= 0x7f800000) return x - x;
 #if TSR_TIER_EX
         if (bwr) return float(__bwr_tan_local(u));
         return float(__libm_tan_ex_local(u));
 #else
         Reduced h = reduce_huge<2>(u);
-        double v = h.y * D(0x40245f306dc9c883), hv = v < 0 ? -0.5 : 0.5;
+        double v = h.y * 0x1.45f306dc9c883p+3, hv = v < 0 ? -0.5 : 0.5;
         int k = int(v + hv), a = int(v * 0.0625 + hv);
         return float(tanf_rows(h.y, h.t, 16.0 * a, double(k), k + 16 * h.n));
 #endif
     }
     // k = round(32x/pi) and a16 = 16·round(2x/pi) from one product, rounded by a signed half
     // and truncation: the same in every rounding mode.
-    float m = x * f32(0x4122f983);
+    float m = x * 0x1.45f306p+3f;
     float h = m < 0 ? -0.5f : 0.5f;
     int k = int(m + h), a = int(m * 0.0625f + h);
     return float(tanf_rows(u, 0.0, 16.0 * a, double(k), k));
@@ -57,13 +57,13 @@ inline float tanf_e7(float x) {
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 inline double tanf_fma_core(double a) {
 #if TSR_TIER_Z0
-    double S = avx512::fma_rn(D(0x3fd45f306dc9c883), a, D(0x42e8000000000000));
+    double S = avx512::fma_rn(0x1.45f306dc9c883p-2, a, 0x1.8p+47);
 #else
-    double S = __builtin_fma(D(0x3fd45f306dc9c883), a, D(0x42e8000000000000));
+    double S = __builtin_fma(0x1.45f306dc9c883p-2, a, 0x1.8p+47);
 #endif
-    double kf = S + D(0xc2e8000000000000);
+    double kf = S - 0x1.8p+47;
     uint64_t k = bits(S);
-    double r = __builtin_fma(kf, D(0xbca1a62633145c07), __builtin_fma(kf, D(0xc00921fb54442d18), a));
+    double r = __builtin_fma(kf, -0x1.1a62633145c07p-53, __builtin_fma(kf, -0x1.921fb54442d18p+1, a));
     const double *b = tanf_rows32f[k & 31];  // b5, b4, b3, b2, b1, b0, a
     double r2 = r * r;
     double Q = __builtin_fma(b[0], r, b[1]);

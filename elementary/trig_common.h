@@ -13,7 +13,6 @@
 namespace tsr::trig {
 namespace {
 
-constexpr double D(uint64_t b) { return std::bit_cast<double>(b); }
 
 // ---- huge arguments: the long product with 2/pi -------------------------------------------
 // x = m·2^(e-52) with m the 53-bit significand.  x·(2/pi)·2^(Q-1) is formed as a fixed-point
@@ -89,8 +88,8 @@ inline Reduced reduce_huge(double x) {
     double hi = double(uint64_t(N >> 102)) * f64(uint64_t(1023 - 26 - shift) << 52);
     double lo = double(uint64_t(N >> 38)) * f64(uint64_t(1023 - 90 - shift) << 52);
     // The head of pi/4 (27 bits) and the rest; for Q = 2 both doubled (pi/2).
-    const double P1 = D(0x3fe921fb40000000) * (Q == 2 ? 2.0 : 1.0);
-    const double P2 = D(0x3e64442d18469899) * (Q == 2 ? 2.0 : 1.0);
+    const double P1 = 0x1.921fb4p-1 * (Q == 2 ? 2.0 : 1.0);
+    const double P2 = 0x1.4442d18469899p-25 * (Q == 2 ? 2.0 : 1.0);
     double a = hi * P1;
     double c = lo * P1 + (hi + lo) * P2;
     double y = a + c;
@@ -116,7 +115,7 @@ struct Red64 {
 
 inline Red64 red64(double x, int k) {
     double kf = double(k);
-    const double P1 = D(0x3fb921fb54400000), P2 = D(0x3d90b4611a600000), P3 = D(0x3b63198a2e037073);
+    const double P1 = 0x1.921fb544p-4, P2 = 0x1.0b4611a6p-38, P3 = 0x1.3198a2e037073p-73;
     double c1 = kf * P1, m2 = kf * P2, m3 = kf * P3;
     double y = x - c1;
     double r = y - m2;
@@ -126,7 +125,7 @@ inline Red64 red64(double x, int k) {
 
 // round(32x/pi) by adding a signed half and truncating (ex, e7); the caller has |x| < 2^17.
 inline int k32_trunc(double x) {
-    return int(x * D(0x40245f306dc9c883) + (x < 0 ? -0.5 : 0.5));
+    return int(x * 0x1.45f306dc9c883p+3 + (x < 0 ? -0.5 : 0.5));
 }
 
 // The table sum of row j at (r, e).  Returns the head h and adds the tail to t.
@@ -134,10 +133,10 @@ inline double rows64_sum(const SC64 &row, const Red64 &d, double &t) {
     double r = d.r;
     double C = row.c0 + row.chi;
     double r2 = r * r, r4 = r2 * r2, yr = d.y * r;
-    double s = D(0xbfc5555555555555) + r2 * D(0x3f81111111111111) +
-               r4 * (D(0xbf2a01a01a01a01a) + yr * D(0x3ec71de3a556c734));
-    double c = D(0xbfe0000000000000) + r2 * D(0x3fa5555555555555) +
-               r4 * (D(0xbf56c16c16c16c17) + yr * D(0x3efa01a01a01a01a));
+    double s = -0x1.5555555555555p-3 + r2 * 0x1.1111111111111p-7 +
+               r4 * (-0x1.a01a01a01a01ap-13 + yr * 0x1.71de3a556c734p-19);
+    double c = -0x1p-1 + r2 * 0x1.5555555555555p-5 +
+               r4 * (-0x1.6c16c16c16c17p-10 + yr * 0x1.a01a01a01a01ap-16);
     double h1 = row.shi + row.chi * r;
     double h = h1 + row.c0 * r;
     t = d.e * (row.shi * r - C) + row.slo;
@@ -175,17 +174,17 @@ struct Red128 {
 };
 
 inline Red128 red128(double x, double S) {
-    double kf = S + D(0xc2d8000000000000);
-    double r0 = __builtin_fma(kf, D(0xc00921fb54442d18), x);
-    double m1 = kf * D(0x3ca1a62633000000), m2 = kf * D(0x3aa45c06e0e68948);
+    double kf = S - 0x1.8p+46;
+    double r0 = __builtin_fma(kf, -0x1.921fb54442d18p+1, x);
+    double m1 = kf * 0x1.1a62633p-53, m2 = kf * 0x1.45c06e0e68948p-85;
     double t = r0 - m1;
     double r = t - m2;
     double e = ((r0 - t) - m1) + ((t - r) - m2);
     double r2 = r * r;
-    double A = __builtin_fma(D(0xbf56c14c01518711), r2, D(0x3fa55555553c9847));
-    A = __builtin_fma(A, r2, D(0xbfdfffffffffffe8));
-    double B = __builtin_fma(D(0xbf2a018395291dbb), r2, D(0x3f8111111106125e));
-    B = __builtin_fma(B, r2, D(0xbfc5555555555550));
+    double A = __builtin_fma(-0x1.6c14c01518711p-10, r2, 0x1.55555553c9847p-5);
+    A = __builtin_fma(A, r2, -0x1.fffffffffffe8p-2);
+    double B = __builtin_fma(-0x1.a018395291dbbp-13, r2, 0x1.111111106125ep-7);
+    B = __builtin_fma(B, r2, -0x1.555555555555p-3);
     return {r, e, r2, A, B, bits(S)};
 }
 
