@@ -17,6 +17,23 @@
 
 namespace tsr::avx512 {
 
+#if TSR_AVX512_NATIVE
+// A scalar in the low lane of a vector register, the upper lanes left as they are.  The
+// scalar forms below read and compute the low lane alone, so the upper lanes never matter;
+// _mm_set_ss/_mm_set_sd would have to zero them, which the compiler did by sending the
+// argument through a general register and back (two moves on the critical path).
+inline __m128 lane(float x) {
+    __m128 v;
+    asm("" : "=x"(v) : "0"(x));
+    return v;
+}
+inline __m128d lane(double x) {
+    __m128d v;
+    asm("" : "=x"(v) : "0"(x));
+    return v;
+}
+#endif
+
 #if !TSR_AVX512_NATIVE
 // Runs op in round-to-nearest and leaves the caller's control word and flags as they were:
 // what an embedded {rn-sae} rounding does.
@@ -34,21 +51,21 @@ inline auto rn_sae(F op) {
 // a + b, a * b, a * b + c rounded to nearest whatever the control word says, no flags.
 inline double add_rn(double a, double b) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtsd_f64(_mm_add_round_sd(_mm_set_sd(a), _mm_set_sd(b), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+    return _mm_cvtsd_f64(_mm_add_round_sd(lane(a), lane(b), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
 #else
     return rn_sae([&] { return opaque(a) + opaque(b); });
 #endif
 }
 inline double mul_rn(double a, double b) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtsd_f64(_mm_mul_round_sd(_mm_set_sd(a), _mm_set_sd(b), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+    return _mm_cvtsd_f64(_mm_mul_round_sd(lane(a), lane(b), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
 #else
     return rn_sae([&] { return opaque(a) * opaque(b); });
 #endif
 }
 inline double fma_rn(double a, double b, double c) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtsd_f64(_mm_fmadd_round_sd(_mm_set_sd(a), _mm_set_sd(b), _mm_set_sd(c),
+    return _mm_cvtsd_f64(_mm_fmadd_round_sd(lane(a), lane(b), lane(c),
                                             _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
 #else
     return rn_sae([&] { return __builtin_fma(opaque(a), b, c); });
@@ -58,7 +75,7 @@ inline double fma_rn(double a, double b, double c) {
 // a + b in single precision, rounded to nearest whatever the control word says, no flags.
 inline float add_rn(float a, float b) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtss_f32(_mm_add_round_ss(_mm_set_ss(a), _mm_set_ss(b), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+    return _mm_cvtss_f32(_mm_add_round_ss(lane(a), lane(b), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
 #else
     return rn_sae([&] { return opaque(a) + opaque(b); });
 #endif
@@ -71,7 +88,7 @@ inline float add_rn(float a, float b) {
 template <int M>
 inline double reduce_rn(double x) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtsd_f64(_mm_reduce_sd(_mm_set_sd(x), _mm_set_sd(x), (M << 4) | 0x8));
+    return _mm_cvtsd_f64(_mm_reduce_sd(lane(x), lane(x), (M << 4) | 0x8));
 #else
     return rn_sae([&] {
         double t = opaque(x * double(1ull << M));
@@ -83,7 +100,7 @@ inline double reduce_rn(double x) {
 template <int M>
 inline float reduce_rn(float x) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtss_f32(_mm_reduce_ss(_mm_set_ss(x), _mm_set_ss(x), (M << 4) | 0x8));
+    return _mm_cvtss_f32(_mm_reduce_ss(lane(x), lane(x), (M << 4) | 0x8));
 #else
     return rn_sae([&] {
         float t = opaque(x * float(1u << M));
@@ -97,7 +114,7 @@ inline float reduce_rn(float x) {
 // -inf for a zero, +inf for an infinity, a quiet NaN for a NaN.
 inline double getexp(double x) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtsd_f64(_mm_getexp_sd(_mm_set_sd(x), _mm_set_sd(x)));
+    return _mm_cvtsd_f64(_mm_getexp_sd(lane(x), lane(x)));
 #else
     uint64_t b = bits(x) & 0x7fffffffffffffffull;
     if (b >= 0x7ff0000000000000ull) return b == 0x7ff0000000000000ull ? f64(0x7ff0000000000000ull) : x + x;
@@ -118,7 +135,7 @@ namespace tsr::avx512 {
 // flags.  Callers must stay exact for any estimate within that bound.
 inline double rcp14(double x) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtsd_f64(_mm_rcp14_sd(_mm_set_sd(x), _mm_set_sd(x)));
+    return _mm_cvtsd_f64(_mm_rcp14_sd(lane(x), lane(x)));
 #else
     double r = rn_sae([&] { return 1.0 / opaque(x); });
     return f64(bits(r) & 0xffffffc000000000ull);
