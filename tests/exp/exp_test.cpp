@@ -123,8 +123,8 @@ const std::vector<Row<float>> kExp10f = common<float>({
 
 // Accuracy inputs: log-uniform over both signs up to the last finite result (hi) and down to
 // total underflow (lo), tiny arguments, and uniform bands next to both thresholds.
-template <class T> Spec<T> spec(Func<T> f, T tiny, T lo, T hi, T band, double rn) {
-    Spec<T> s{f,
+template <class T> Sweep<T> plan(Func<T> f, T tiny, T lo, T hi, T band, double rn) {
+    Sweep<T> s{f,
               {{60000, {T(0x1p-8), hi}},
                {60000, {lo, T(-0x1p-8)}},
                {20000, {tiny, T(0x1p-8), Dist::log_uniform, true}},
@@ -135,63 +135,63 @@ template <class T> Spec<T> spec(Func<T> f, T tiny, T lo, T hi, T band, double rn
     return s;
 }
 
-Spec<double> exp_spec() {
-    return spec(func("exp", mpfr_exp, tsr_tiers_exp, tsr_portable_tiers_exp).entry(::exp), 0x1p-60, -745.2,
+Sweep<double> exp_plan() {
+    return plan(func("exp", mpfr_exp, tsr_tiers_exp, tsr_portable_tiers_exp).entry(::exp), 0x1p-60, -745.2,
                 709.79, 40.0, 0.55);
 }
-Spec<float> expf_spec() {
-    return spec(func("expf", mpfr_exp, tsr_tiers_expf).entry(::expf), 0x1p-30f, -103.98f, 88.72f, 10.0f, 0.51);
+Sweep<float> expf_plan() {
+    return plan(func("expf", mpfr_exp, tsr_tiers_expf).entry(::expf), 0x1p-30f, -103.98f, 88.72f, 10.0f, 0.51);
 }
-Spec<double> exp2_spec() {
-    return spec(func("exp2", mpfr_exp2, tsr_tiers_exp2, tsr_portable_tiers_exp2).entry(::exp2), 0x1p-60, -1075.0,
+Sweep<double> exp2_plan() {
+    return plan(func("exp2", mpfr_exp2, tsr_tiers_exp2, tsr_portable_tiers_exp2).entry(::exp2), 0x1p-60, -1075.0,
                 1023.99, 60.0, 0.55);
 }
-Spec<float> exp2f_spec() {
-    auto s = spec(func("exp2f", mpfr_exp2, tsr_tiers_exp2f, tsr_portable_tiers_exp2f).entry(::exp2f), 0x1p-30f,
+Sweep<float> exp2f_plan() {
+    auto s = plan(func("exp2f", mpfr_exp2, tsr_tiers_exp2f, tsr_portable_tiers_exp2f).entry(::exp2f), 0x1p-30f,
                   -150.0f, 127.99f, 12.0f, 0.51);
     // The single-precision FMA tiers round their polynomial in float: a little above the
     // target (0.5112 over every float).
     s.tier_bounds = {{FMA_TIERS | ENTRY, RN, 0.52}};
     return s;
 }
-Spec<double> exp10_spec() {
-    auto s = spec(func("exp10", mpfr_exp10, tsr_tiers_exp10).entry(::exp10), 0x1p-60, -317.3, 308.25, 20.0, 0.55);
+Sweep<double> exp10_plan() {
+    auto s = plan(func("exp10", mpfr_exp10, tsr_tiers_exp10).entry(::exp10), 0x1p-60, -317.3, 308.25, 20.0, 0.55);
     // Below 2^-1054 the 21-bit head that tier ex keeps apart no longer scales exactly onto
     // the subnormal grid, and its result is rounded twice: up to one ulp there.
     s.regions.push_back({20000, {-323.6, -317.3, Dist::uniform}});
     s.tier_bounds = {{EX, RN, 1.0}};
     return s;
 }
-Spec<float> exp10f_spec() {
-    return spec(func("exp10f", mpfr_exp10, tsr_tiers_exp10f).entry(::exp10f), 0x1p-30f, -45.4f, 38.53f, 4.0f, 0.51);
+Sweep<float> exp10f_plan() {
+    return plan(func("exp10f", mpfr_exp10, tsr_tiers_exp10f).entry(::exp10f), 0x1p-30f, -45.4f, 38.53f, 4.0f, 0.51);
 }
 
 }  // namespace
 
 TEST(ExpSpecial, Rows) {
-    check_rows(exp_spec().f, kExp);
-    check_rows(expf_spec().f, kExpf);
-    check_rows(exp2_spec().f, kExp2);
-    check_rows(exp2f_spec().f, kExp2f);
-    check_rows(exp10_spec().f, kExp10);
-    check_rows(exp10f_spec().f, kExp10f);
+    check_rows(exp_plan().f, kExp);
+    check_rows(expf_plan().f, kExpf);
+    check_rows(exp2_plan().f, kExp2);
+    check_rows(exp2f_plan().f, kExp2f);
+    check_rows(exp10_plan().f, kExp10);
+    check_rows(exp10f_plan().f, kExp10f);
 }
 
-TEST(ExpAccuracy, Exp) { sweep(exp_spec()); }
-TEST(ExpAccuracy, Expf) { sweep(expf_spec()); }
-TEST(ExpAccuracy, Exp2) { sweep(exp2_spec()); }
-TEST(ExpAccuracy, Exp2f) { sweep(exp2f_spec()); }
-TEST(ExpAccuracy, Exp10) { sweep(exp10_spec()); }
-TEST(ExpAccuracy, Exp10f) { sweep(exp10f_spec()); }
+TEST(ExpAccuracy, Exp) { sweep(exp_plan()); }
+TEST(ExpAccuracy, Expf) { sweep(expf_plan()); }
+TEST(ExpAccuracy, Exp2) { sweep(exp2_plan()); }
+TEST(ExpAccuracy, Exp2f) { sweep(exp2f_plan()); }
+TEST(ExpAccuracy, Exp10) { sweep(exp10_plan()); }
+TEST(ExpAccuracy, Exp10f) { sweep(exp10f_plan()); }
 
 // The Long run: every float, and the double functions on 10 million inputs.
 TEST(ExpLong, Floats) {
-    every_float(expf_spec());
-    every_float(exp2f_spec());
-    every_float(exp10f_spec());
+    every_float(expf_plan());
+    every_float(exp2f_plan());
+    every_float(exp10f_plan());
 }
 TEST(ExpLong, Doubles) {
-    for (auto s : {exp_spec(), exp2_spec(), exp10_spec()}) {
+    for (auto s : {exp_plan(), exp2_plan(), exp10_plan()}) {
         s.scale = 60;
         sweep(s);
     }

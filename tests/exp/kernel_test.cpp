@@ -33,7 +33,7 @@ TEST(ExpKernel, PairsInEveryMode) {
         {kernel("exp2_k64", mpfr_exp2, pair<__libm_exp2_k64>), 4095},
         {kernel("exp10_k64", mpfr_exp10, pair<__libm_exp10_k64>), 1023}};
     for (auto &k : ks) {
-        Spec<long double> s{k.f, {}};
+        Sweep<long double> s{k.f, {}};
         s.gen = [&](std::vector<long double> &out, size_t n, uint64_t seed) {  // double arguments
             for (double x : log_uniform<double>(0x1p-70, double(k.xmax), n, seed, true)) out.push_back(x);
         };
@@ -54,7 +54,7 @@ TEST(ExpKernel, K32) {
     f.add("ex", tsr::Tier::ex, __libm_exp_k32);
     // Normal results: one rounding of the pair's sum; subnormal ones are rounded a second
     // time by the last scaling: below one ulp.
-    Spec<double> s{f, {{30000, {0x1p-70, 708.0, Dist::log_uniform, true}}}};
+    Sweep<double> s{f, {{30000, {0x1p-70, 708.0, Dist::log_uniform, true}}}};
     s.bound[0] = 0.51;
     s.modes = RN;
     s.check_flags = false;

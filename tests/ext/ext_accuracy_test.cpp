@@ -12,8 +12,8 @@ namespace {
 using namespace extt;
 using th::Dist;
 
-th::Spec<LD> spec(const char *name, std::vector<th::Region<LD>> regions, double scale) {
-    th::Spec<LD> s{fn(name), std::move(regions)};
+th::Sweep<LD> plan(const char *name, std::vector<th::Region<LD>> regions, double scale) {
+    th::Sweep<LD> s{fn(name), std::move(regions)};
     s.bound[0] = std::string(name) == "sqrtl" ? 0.5 : 0.6;
     for (int m = 1; m < 4; ++m) s.bound[m] = std::string(name) == "sqrtl" ? 1.0 : 2.0;
     s.scale = scale;
@@ -22,26 +22,26 @@ th::Spec<LD> spec(const char *name, std::vector<th::Region<LD>> regions, double 
 
 void run_all(double scale) {
     const LD big = 0x1p16383L, tiny = 0x1p-16440L;
-    th::sweep(spec("expl", {{40000, {0x1p-70L, 11356.0L, Dist::log_uniform, true}},
+    th::sweep(plan("expl", {{40000, {0x1p-70L, 11356.0L, Dist::log_uniform, true}},
                             {20000, {11350.0L, 11356.52L, Dist::uniform}},
                             {20000, {-11399.0L, -11350.0L, Dist::uniform}},
                             {20000, {0x1p-70L, 0x1p-8L, Dist::log_uniform, true}}}, scale));
-    th::sweep(spec("exp2l", {{60000, {0x1p-70L, 16383.0L, Dist::log_uniform, true}},
+    th::sweep(plan("exp2l", {{60000, {0x1p-70L, 16383.0L, Dist::log_uniform, true}},
                              {20000, {-16445.5L, -16370.0L, Dist::uniform}},
                              {20000, {16370.0L, 16383.99L, Dist::uniform}}}, scale));
-    th::sweep(spec("exp10l", {{80000, {0x1p-70L, 4932.0L, Dist::log_uniform, true}},
+    th::sweep(plan("exp10l", {{80000, {0x1p-70L, 4932.0L, Dist::log_uniform, true}},
                               {20000, {-4950.0L, -4920.0L, Dist::uniform}}}, scale));
-    th::sweep(spec("expm1l", {{60000, {0x1p-70L, 11356.0L, Dist::log_uniform, true}},
+    th::sweep(plan("expm1l", {{60000, {0x1p-70L, 11356.0L, Dist::log_uniform, true}},
                               {40000, {0x1p-12L, 1.0L, Dist::log_uniform, true}}}, scale));
     for (const char *f : {"logl", "log2l", "log10l"})
-        th::sweep(spec(f, {{50000, {tiny, big}}, {30000, {0.95L, 1.05L, Dist::uniform}},
+        th::sweep(plan(f, {{50000, {tiny, big}}, {30000, {0.95L, 1.05L, Dist::uniform}},
                            {20000, {0x1p-20L, 0x1p20L}}}, scale));
-    th::sweep(spec("log1pl", {{50000, {0x1p-80L, big}}, {50000, {0x1p-80L, 0.99L, Dist::log_uniform, true}}}, scale));
-    th::sweep(spec("sqrtl", {{100000, {tiny, big}}}, scale));
-    th::sweep(spec("invsqrtl", {{100000, {tiny, big}}}, scale));
-    th::sweep(spec("cbrtl", {{100000, {tiny, big, Dist::log_uniform, true}}}, scale));
+    th::sweep(plan("log1pl", {{50000, {0x1p-80L, big}}, {50000, {0x1p-80L, 0.99L, Dist::log_uniform, true}}}, scale));
+    th::sweep(plan("sqrtl", {{100000, {tiny, big}}}, scale));
+    th::sweep(plan("invsqrtl", {{100000, {tiny, big}}}, scale));
+    th::sweep(plan("cbrtl", {{100000, {tiny, big, Dist::log_uniform, true}}}, scale));
 
-    th::Spec<LD> p{powl_f(),
+    th::Sweep<LD> p{powl_f(),
                    {{40000, {0.5L, 2.0L, Dist::uniform}, {-64.0L, 64.0L, Dist::uniform}},
                     {30000, {1.0L - 0x1p-10L, 1.0L + 0x1p-10L, Dist::uniform}, {-0x1p20L, 0x1p20L, Dist::uniform}},
                     {30000, {0x1p-100L, 0x1p100L}, {-100.0L, 100.0L, Dist::uniform}}}};
@@ -49,7 +49,7 @@ void run_all(double scale) {
     p.bound[1] = p.bound[2] = p.bound[3] = 2.0;
     p.scale = scale;
     th::sweep(p);
-    th::Spec<LD> h{hypotl_f(),
+    th::Sweep<LD> h{hypotl_f(),
                    {{50000, {tiny, big, Dist::log_uniform, true}, {tiny, big, Dist::log_uniform, true}},
                     {50000, {0.5L, 2.0L, Dist::uniform}, {0x1p-40L, 2.0L}}}};
     h.bound[0] = 0.6;

@@ -516,7 +516,7 @@ struct RefSet {
     RefSet(const RefSet &) = delete;
 };
 
-template <class T> double bound_for(const Spec<T> &s, const std::string &variant, int mode) {
+template <class T> double bound_for(const Sweep<T> &s, const std::string &variant, int mode) {
     double b = s.bound[mode];
     unsigned tb = tier_bit(variant.c_str());
     for (const auto &t : s.tier_bounds)
@@ -593,7 +593,7 @@ struct Acc {
 
 // Measures the variants of s.f on inputs xs (nin values per tuple) against refs.
 template <class T>
-std::vector<SweepResult> measure(const Spec<T> &s, const std::vector<T> &xs, const RefSet &refs) {
+std::vector<SweepResult> measure(const Sweep<T> &s, const std::vector<T> &xs, const RefSet &refs) {
     const Func<T> &f = s.f;
     size_t n = xs.size() / f.nin;
     std::vector<SweepResult> results;
@@ -684,7 +684,7 @@ template <class T> std::vector<T> draw(const Range<T> &r, size_t n, uint64_t see
 
 }  // namespace
 
-template <class T> std::vector<SweepResult> sweep(const Spec<T> &s) {
+template <class T> std::vector<SweepResult> sweep(const Sweep<T> &s) {
     const Func<T> &f = s.f;
     std::vector<T> xs;
     uint64_t seed = s.seed;
@@ -720,7 +720,7 @@ template <class T> std::vector<SweepResult> sweep(const Spec<T> &s) {
     return measure(s, xs, refs);
 }
 
-std::vector<SweepResult> every_float(const Spec<float> &s, uint32_t lo, uint32_t hi) {
+std::vector<SweepResult> every_float(const Sweep<float> &s, uint32_t lo, uint32_t hi) {
     // Blocks of 2^16 inputs: references for a block, then every variant and mode over it.
     const Func<float> &f = s.f;
     const uint64_t block = 1u << 16, first = lo, count = uint64_t(hi) - lo + 1;
@@ -825,7 +825,7 @@ std::vector<SweepResult> every_float(const Spec<float> &s, uint32_t lo, uint32_t
     template int check_rows<T, 1, 1>(const Func<T> &, const std::vector<RowN<T, 1, 1>> &);      \
     template int check_rows<T, 2, 1>(const Func<T> &, const std::vector<RowN<T, 2, 1>> &);      \
     template int check_rows<T, 1, 2>(const Func<T> &, const std::vector<RowN<T, 1, 2>> &);      \
-    template std::vector<SweepResult> sweep<T>(const Spec<T> &);
+    template std::vector<SweepResult> sweep<T>(const Sweep<T> &);
 TH_RUNNERS(float)
 TH_RUNNERS(double)
 TH_RUNNERS(long double)

@@ -315,7 +315,7 @@ struct TierBound {
     unsigned tiers, modes;
     double ulp;
 };
-template <class T> struct Spec {
+template <class T> struct Sweep {
     Func<T> f;
     std::vector<Region<T>> regions;             // random inputs
     std::vector<std::array<T, 2>> points = {};  // hard inputs, given one by one
@@ -324,7 +324,7 @@ template <class T> struct Spec {
     size_t gen_n = 0;
     double bound[4] = {0.5, 1.0, 1.0, 1.0};  // max ulp per mode, in kModes order
     std::vector<TierBound> tier_bounds = {};
-    // Inputs left out, each with the reason where the Spec is written.
+    // Inputs left out, each with the reason where the Sweep is written.
     std::function<bool(const T *in)> skip = nullptr;
     uint64_t seed = 1;
     double scale = 1;          // multiplies every region's n (the Long tests' 10 million)
@@ -332,7 +332,7 @@ template <class T> struct Spec {
                                // divide-by-zero and inexact whenever due
     unsigned modes = ALL_MODES;
     // Flag checks left out for a tier (tier_bit of the variant) and input: known faults, each
-    // named where the Spec is written.
+    // named where the Sweep is written.
     std::function<bool(unsigned tier, const T *in)> flags_excused = nullptr;
 };
 struct SweepResult {
@@ -341,14 +341,14 @@ struct SweepResult {
     std::array<double, 2> worst;  // the input where it was reached
     size_t inputs, bad_flags, bad_controls;
 };
-// Measures every variant of spec.f this processor runs against MPFR on the spec's inputs in
+// Measures every variant of plan.f this processor runs against MPFR on the plan's inputs in
 // its modes, prints one "[  ACCURACY]" line per variant and mode, and fails where a maximum
 // passes its bound, a call raises a wrong flag, or the rounding controls change.
-template <class T> std::vector<SweepResult> sweep(const Spec<T> &spec);
+template <class T> std::vector<SweepResult> sweep(const Sweep<T> &plan);
 
 // Every float input (bits lo..hi inclusive, all of them by default) in every variant and the
-// spec's modes, on every core; same bounds and lines as sweep (regions and points unused).
-std::vector<SweepResult> every_float(const Spec<float> &spec, uint32_t lo = 0, uint32_t hi = 0xffffffffu);
+// plan's modes, on every core; same bounds and lines as sweep (regions and points unused).
+std::vector<SweepResult> every_float(const Sweep<float> &plan, uint32_t lo = 0, uint32_t hi = 0xffffffffu);
 
 // Runs body(i) for i in [0, n) on `threads` threads (0: every core).
 void parallel_for(size_t n, const std::function<void(size_t)> &body, unsigned threads = 0);

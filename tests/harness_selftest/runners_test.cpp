@@ -114,18 +114,18 @@ TEST(Runners, RowsCatchEachFault) {
 }
 
 TEST(Runners, SweepPassesCorrectlyRoundedFunctions) {
-    th::Spec<double> s{sqrt_func(hw_sqrt), {{20000, {0x1p-1074, 0x1p1023}}, {20000, {0.5, 4.0, th::Dist::uniform}}}};
+    th::Sweep<double> s{sqrt_func(hw_sqrt), {{20000, {0x1p-1074, 0x1p1023}}, {20000, {0.5, 4.0, th::Dist::uniform}}}};
     s.points = {{0x1p-1074, 0}, {INFINITY, 0}, {-1.0, 0}, {-0.0, 0}};
     th::sweep(s);
     th::Func<float> sf{"sqrtf", 1, 1, {th::mpfr_ref(mpfr_sqrt)}, {}};
     sf.add("ex", tsr::Tier::ex, hw_sqrtf);
-    th::sweep(th::Spec<float>{sf, {{20000, {0x1p-149f, 0x1p127f}}}});
+    th::sweep(th::Sweep<float>{sf, {{20000, {0x1p-149f, 0x1p127f}}}});
     th::Func<long double> sl{"sqrtl", 1, 1, {th::mpfr_ref(mpfr_sqrt)}, {}};
     sl.add("ex", tsr::Tier::ex, x87_sqrtl);
-    th::sweep(th::Spec<long double>{sl, {{5000, {0x1p-16000L, 0x1p16000L}}}});
+    th::sweep(th::Sweep<long double>{sl, {{5000, {0x1p-16000L, 0x1p16000L}}}});
     th::Func<double> div{"div", 2, 1, {th::mpfr_ref(mpfr_div)}, {}};
     div.add("ex", tsr::Tier::ex, hw_div);
-    th::Spec<double> d{div, {{20000, {0x1p-600, 0x1p600, th::Dist::log_uniform, true}, {0x1p-600, 0x1p600}}}};
+    th::Sweep<double> d{div, {{20000, {0x1p-600, 0x1p600, th::Dist::log_uniform, true}, {0x1p-600, 0x1p600}}}};
     d.gen = [](std::vector<double> &out, size_t n, uint64_t) {  // results past both ends
         for (size_t i = 0; i < n; ++i) {
             double s = 1 + double(i) / double(n);
@@ -136,11 +136,11 @@ TEST(Runners, SweepPassesCorrectlyRoundedFunctions) {
     th::sweep(d);
     th::Func<double> sq{"sqrt_and_square", 1, 2, {th::mpfr_ref(mpfr_sqrt), th::mpfr_ref(mpfr_sqr)}, {}};
     sq.add("ex", tsr::Tier::ex, sqrt_and_square);
-    th::sweep(th::Spec<double>{sq, {{5000, {0x1p-500, 0x1p500}}}});
+    th::sweep(th::Sweep<double>{sq, {{5000, {0x1p-500, 0x1p500}}}});
 }
 
 TEST(Runners, SweepCatchesEachFault) {
-    th::Spec<double> s{sqrt_func(sqrt_ulp_off), {{5000, {1.0, 8.0, th::Dist::uniform}}}};
+    th::Sweep<double> s{sqrt_func(sqrt_ulp_off), {{5000, {1.0, 8.0, th::Dist::uniform}}}};
     auto f = failures([&] { th::sweep(s); });
     EXPECT_EQ(f.first, 2) << f.second;  // nearest and upward (the others stay within 1 ulp)
     EXPECT_NE(f.second.find("worst input (0x1"), std::string::npos) << f.second;
@@ -160,7 +160,7 @@ TEST(Runners, SweepCatchesEachFault) {
 TEST(Runners, EveryFloatOverABlock) {
     th::Func<float> sf{"sqrtf", 1, 1, {th::mpfr_ref(mpfr_sqrt)}, {}};
     sf.add("ex", tsr::Tier::ex, hw_sqrtf);
-    th::Spec<float> s{sf, {}};
+    th::Sweep<float> s{sf, {}};
     auto r = th::every_float(s, 0x40490000u, 0x404affffu);
     ASSERT_EQ(r.size(), 4u);
     EXPECT_EQ(r[0].inputs, 0x20000u);

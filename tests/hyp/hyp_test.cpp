@@ -121,9 +121,9 @@ const std::vector<RowSC<float>> kSinhcoshf = {
 
 // Log-uniform magnitudes of both signs up to hi, the tiny and subnormal range, and uniform
 // bands around the points where a body changes method.
-template <class T> Spec<T> spec(Func<T> f, T hi, std::initializer_list<T> edges, double rn) {
+template <class T> Sweep<T> plan(Func<T> f, T hi, std::initializer_list<T> edges, double rn) {
     constexpr bool d = sizeof(T) == 8;
-    Spec<T> s{f, {{100000, {T(d ? 0x1p-30 : 0x1p-20), hi, Dist::log_uniform, true}},
+    Sweep<T> s{f, {{100000, {T(d ? 0x1p-30 : 0x1p-20), hi, Dist::log_uniform, true}},
                   {10000, {T(d ? 0x1p-1074 : 0x1p-149), T(d ? 0x1p-30 : 0x1p-20), Dist::log_uniform, true}}}};
     for (T e : edges) s.regions.push_back({4000, {e - e / 64, e + e / 64, Dist::uniform}});
     s.bound[0] = rn;
@@ -133,55 +133,55 @@ template <class T> Spec<T> spec(Func<T> f, T hi, std::initializer_list<T> edges,
 const auto kSinhEdges = {0.01, 0.02, 0.125, 0.359375, 22.87, 384.0, 640.0, 710.4};
 const auto kSinhfEdges = {0.0625f, 0.125f, 0.359375f, 0.5f, 32.0f, 48.0f, 89.4f};
 
-Spec<double> sinh_spec() { return spec(func("sinh", mpfr_sinh, tsr_tiers_sinh).entry(::sinh), 710.47, kSinhEdges, 0.55); }
-Spec<double> cosh_spec() { return spec(func("cosh", mpfr_cosh, tsr_tiers_cosh).entry(::cosh), 710.47, kSinhEdges, 0.55); }
-Spec<double> tanh_spec() {
-    return spec(func("tanh", mpfr_tanh, tsr_tiers_tanh).entry(::tanh), 40.0,
+Sweep<double> sinh_plan() { return plan(func("sinh", mpfr_sinh, tsr_tiers_sinh).entry(::sinh), 710.47, kSinhEdges, 0.55); }
+Sweep<double> cosh_plan() { return plan(func("cosh", mpfr_cosh, tsr_tiers_cosh).entry(::cosh), 710.47, kSinhEdges, 0.55); }
+Sweep<double> tanh_plan() {
+    return plan(func("tanh", mpfr_tanh, tsr_tiers_tanh).entry(::tanh), 40.0,
                 {0.02, 0.0625, 0.1875, 0.359375, 5.1, 19.06, 24.0}, 0.55);
 }
-Spec<double> sinhcosh_spec() {
-    return spec(func2("sinhcosh", mpfr_sinh, mpfr_cosh, tsr_tiers_sinhcosh).entry(::sinhcosh), 710.47, kSinhEdges,
+Sweep<double> sinhcosh_plan() {
+    return plan(func2("sinhcosh", mpfr_sinh, mpfr_cosh, tsr_tiers_sinhcosh).entry(::sinhcosh), 710.47, kSinhEdges,
                 0.55);
 }
-Spec<float> sinhf_spec() { return spec(func("sinhf", mpfr_sinh, tsr_tiers_sinhf).entry(::sinhf), 89.41f, kSinhfEdges, 0.51); }
-Spec<float> coshf_spec() { return spec(func("coshf", mpfr_cosh, tsr_tiers_coshf).entry(::coshf), 89.41f, kSinhfEdges, 0.51); }
-Spec<float> tanhf_spec() {
-    return spec(func("tanhf", mpfr_tanh, tsr_tiers_tanhf).entry(::tanhf), 20.0f,
+Sweep<float> sinhf_plan() { return plan(func("sinhf", mpfr_sinh, tsr_tiers_sinhf).entry(::sinhf), 89.41f, kSinhfEdges, 0.51); }
+Sweep<float> coshf_plan() { return plan(func("coshf", mpfr_cosh, tsr_tiers_coshf).entry(::coshf), 89.41f, kSinhfEdges, 0.51); }
+Sweep<float> tanhf_plan() {
+    return plan(func("tanhf", mpfr_tanh, tsr_tiers_tanhf).entry(::tanhf), 20.0f,
                 {0.0625f, 0.109375f, 0.125f, 0.25f, 1.0f, 10.0f, 16.0f}, 0.51);
 }
-Spec<float> sinhcoshf_spec() {
-    return spec(func2("sinhcoshf", mpfr_sinh, mpfr_cosh, tsr_tiers_sinhcoshf).entry(::sinhcoshf), 89.41f,
+Sweep<float> sinhcoshf_plan() {
+    return plan(func2("sinhcoshf", mpfr_sinh, mpfr_cosh, tsr_tiers_sinhcoshf).entry(::sinhcoshf), 89.41f,
                 kSinhfEdges, 0.51);
 }
 
 }  // namespace
 
 TEST(HypSpecial, Rows) {
-    check_rows(sinh_spec().f, kSinh);
-    check_rows(cosh_spec().f, kCosh);
-    check_rows(tanh_spec().f, kTanh);
-    check_rows(sinhf_spec().f, kSinhf);
-    check_rows(coshf_spec().f, kCoshf);
-    check_rows(tanhf_spec().f, kTanhf);
-    check_rows(sinhcosh_spec().f, kSinhcosh);
-    check_rows(sinhcoshf_spec().f, kSinhcoshf);
+    check_rows(sinh_plan().f, kSinh);
+    check_rows(cosh_plan().f, kCosh);
+    check_rows(tanh_plan().f, kTanh);
+    check_rows(sinhf_plan().f, kSinhf);
+    check_rows(coshf_plan().f, kCoshf);
+    check_rows(tanhf_plan().f, kTanhf);
+    check_rows(sinhcosh_plan().f, kSinhcosh);
+    check_rows(sinhcoshf_plan().f, kSinhcoshf);
 }
 
-TEST(HypAccuracy, Sinh) { sweep(sinh_spec()); }
-TEST(HypAccuracy, Cosh) { sweep(cosh_spec()); }
-TEST(HypAccuracy, Tanh) { sweep(tanh_spec()); }
-TEST(HypAccuracy, Sinhcosh) { sweep(sinhcosh_spec()); }
-TEST(HypAccuracy, Sinhf) { sweep(sinhf_spec()); }
-TEST(HypAccuracy, Coshf) { sweep(coshf_spec()); }
-TEST(HypAccuracy, Tanhf) { sweep(tanhf_spec()); }
-TEST(HypAccuracy, Sinhcoshf) { sweep(sinhcoshf_spec()); }
+TEST(HypAccuracy, Sinh) { sweep(sinh_plan()); }
+TEST(HypAccuracy, Cosh) { sweep(cosh_plan()); }
+TEST(HypAccuracy, Tanh) { sweep(tanh_plan()); }
+TEST(HypAccuracy, Sinhcosh) { sweep(sinhcosh_plan()); }
+TEST(HypAccuracy, Sinhf) { sweep(sinhf_plan()); }
+TEST(HypAccuracy, Coshf) { sweep(coshf_plan()); }
+TEST(HypAccuracy, Tanhf) { sweep(tanhf_plan()); }
+TEST(HypAccuracy, Sinhcoshf) { sweep(sinhcoshf_plan()); }
 
 // The Long run: every float, and the double functions on 10 million inputs.
 TEST(HypLong, Floats) {
-    for (auto s : {sinhf_spec(), coshf_spec(), tanhf_spec(), sinhcoshf_spec()}) every_float(s);
+    for (auto s : {sinhf_plan(), coshf_plan(), tanhf_plan(), sinhcoshf_plan()}) every_float(s);
 }
 TEST(HypLong, Doubles) {
-    for (auto s : {sinh_spec(), cosh_spec(), tanh_spec(), sinhcosh_spec()}) {
+    for (auto s : {sinh_plan(), cosh_plan(), tanh_plan(), sinhcosh_plan()}) {
         s.scale = 70;
         sweep(s);
     }

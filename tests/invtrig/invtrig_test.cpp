@@ -140,7 +140,7 @@ const std::vector<Row2<float>> kAtan2f = {
 // ---- accuracy -------------------------------------------------------------------------------
 // acos, asin: uniform over [-1, 1], 1 - |x| log-uniform down to an ulp of 1 (the upper regime
 // and its end), log-uniform magnitudes from 2^-40, and bands around the regime ends.
-template <class T> void arc_regions(Spec<T> &s) {
+template <class T> void arc_regions(Sweep<T> &s) {
     constexpr bool d = sizeof(T) == 8;
     s.regions = {{40000, {T(-1), T(1), Dist::uniform}},
                  {20000, {T(d ? 0x1p-40 : 0x1p-30), T(0.75), Dist::log_uniform, true}},
@@ -155,29 +155,29 @@ template <class T> void arc_regions(Spec<T> &s) {
     s.bound[0] = d ? 0.55 : 0.51;
     s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
 }
-Spec<double> acos_spec() {
-    Spec<double> s{func("acos", mpfr_acos, tsr_tiers_acos, tsr_portable_tiers_acos).entry(::acos), {}};
+Sweep<double> acos_plan() {
+    Sweep<double> s{func("acos", mpfr_acos, tsr_tiers_acos, tsr_portable_tiers_acos).entry(::acos), {}};
     arc_regions(s);
     return s;
 }
-Spec<double> asin_spec() {
-    Spec<double> s{func("asin", mpfr_asin, tsr_tiers_asin, tsr_portable_tiers_asin).entry(::asin), {}};
+Sweep<double> asin_plan() {
+    Sweep<double> s{func("asin", mpfr_asin, tsr_tiers_asin, tsr_portable_tiers_asin).entry(::asin), {}};
     arc_regions(s);
     return s;
 }
-Spec<float> acosf_spec() {
-    Spec<float> s{func("acosf", mpfr_acos, tsr_tiers_acosf).entry(::acosf), {}};
+Sweep<float> acosf_plan() {
+    Sweep<float> s{func("acosf", mpfr_acos, tsr_tiers_acosf).entry(::acosf), {}};
     arc_regions(s);
     return s;
 }
-Spec<float> asinf_spec() {
-    Spec<float> s{func("asinf", mpfr_asin, tsr_tiers_asinf).entry(::asinf), {}};
+Sweep<float> asinf_plan() {
+    Sweep<float> s{func("asinf", mpfr_asin, tsr_tiers_asinf).entry(::asinf), {}};
     arc_regions(s);
     return s;
 }
 
 // atan: log-uniform over the whole range, uniform on [-4, 4], and bands around the grid ends.
-template <class T> void atan_regions(Spec<T> &s) {
+template <class T> void atan_regions(Sweep<T> &s) {
     constexpr bool d = sizeof(T) == 8;
     s.regions = {{50000, {T(d ? 0x1p-70 : 0x1p-40), T(d ? 0x1p600 : 0x1p100), Dist::log_uniform, true}},
                  {30000, {T(-4), T(4), Dist::uniform}},
@@ -188,20 +188,20 @@ template <class T> void atan_regions(Spec<T> &s) {
     s.bound[0] = d ? 0.55 : 0.51;
     s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
 }
-Spec<double> atan_spec() {
-    Spec<double> s{func("atan", mpfr_atan, tsr_tiers_atan, tsr_portable_tiers_atan).entry(::atan), {}};
+Sweep<double> atan_plan() {
+    Sweep<double> s{func("atan", mpfr_atan, tsr_tiers_atan, tsr_portable_tiers_atan).entry(::atan), {}};
     atan_regions(s);
     return s;
 }
-Spec<float> atanf_spec() {
-    Spec<float> s{func("atanf", mpfr_atan, tsr_tiers_atanf, tsr_portable_tiers_atanf).entry(::atanf), {}};
+Sweep<float> atanf_plan() {
+    Sweep<float> s{func("atanf", mpfr_atan, tsr_tiers_atanf, tsr_portable_tiers_atanf).entry(::atanf), {}};
     atan_regions(s);
     return s;
 }
 
 // atan2: both operands log-uniform over the whole range with every sign; then ratios from
 // 2^-32 to 2^32 around moderate magnitudes, a fifth of them next to the diagonal.
-template <class T> void atan2_regions(Spec<T> &s) {
+template <class T> void atan2_regions(Sweep<T> &s) {
     constexpr bool d = sizeof(T) == 8;
     T lo = d ? T(0x1p-1074) : T(0x1p-149), hi = d ? T(0x1p1023) : T(0x1p127);
     s.regions = {{50000, {lo, hi, Dist::log_uniform, true}, {lo, hi, Dist::log_uniform, true}}};
@@ -220,15 +220,15 @@ template <class T> void atan2_regions(Spec<T> &s) {
     s.bound[0] = d ? 0.55 : 0.51;
     s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
 }
-Spec<double> atan2_spec() {
+Sweep<double> atan2_plan() {
     auto f = func("atan2", mpfr_atan2, tsr_tiers_atan2, tsr_portable_tiers_atan2).entry(::atan2);
     f.add("bwr", tsr::Tier::ex, __bwr_atan2);  // a true division in place of the estimate
-    Spec<double> s{f, {}};
+    Sweep<double> s{f, {}};
     atan2_regions(s);
     return s;
 }
-Spec<float> atan2f_spec() {
-    Spec<float> s{func("atan2f", mpfr_atan2, tsr_tiers_atan2f, tsr_portable_tiers_atan2f).entry(::atan2f), {}};
+Sweep<float> atan2f_plan() {
+    Sweep<float> s{func("atan2f", mpfr_atan2, tsr_tiers_atan2f, tsr_portable_tiers_atan2f).entry(::atan2f), {}};
     atan2_regions(s);
     return s;
 }
@@ -236,14 +236,14 @@ Spec<float> atan2f_spec() {
 }  // namespace
 
 TEST(InvtrigSpecial, Rows) {
-    check_rows(acos_spec().f, kAcos);
-    check_rows(asin_spec().f, kAsin);
-    check_rows(atan_spec().f, kAtan);
-    check_rows(atan2_spec().f, kAtan2);
-    check_rows(acosf_spec().f, kAcosf);
-    check_rows(asinf_spec().f, kAsinf);
-    check_rows(atanf_spec().f, kAtanf);
-    check_rows(atan2f_spec().f, kAtan2f);
+    check_rows(acos_plan().f, kAcos);
+    check_rows(asin_plan().f, kAsin);
+    check_rows(atan_plan().f, kAtan);
+    check_rows(atan2_plan().f, kAtan2);
+    check_rows(acosf_plan().f, kAcosf);
+    check_rows(asinf_plan().f, kAsinf);
+    check_rows(atanf_plan().f, kAtanf);
+    check_rows(atan2f_plan().f, kAtan2f);
 }
 
 // The reproducible forms: __bwr_acos and __bwr_asin are the ex bodies, the copies give the ex
@@ -261,29 +261,29 @@ TEST(InvtrigSpecial, Reproducible) {
     }
 }
 
-TEST(InvtrigAccuracy, Acos) { sweep(acos_spec()); }
-TEST(InvtrigAccuracy, Asin) { sweep(asin_spec()); }
-TEST(InvtrigAccuracy, Atan) { sweep(atan_spec()); }
-TEST(InvtrigAccuracy, Atan2) { sweep(atan2_spec()); }
-TEST(InvtrigAccuracy, Acosf) { sweep(acosf_spec()); }
-TEST(InvtrigAccuracy, Asinf) { sweep(asinf_spec()); }
-TEST(InvtrigAccuracy, Atanf) { sweep(atanf_spec()); }
-TEST(InvtrigAccuracy, Atan2f) { sweep(atan2f_spec()); }
+TEST(InvtrigAccuracy, Acos) { sweep(acos_plan()); }
+TEST(InvtrigAccuracy, Asin) { sweep(asin_plan()); }
+TEST(InvtrigAccuracy, Atan) { sweep(atan_plan()); }
+TEST(InvtrigAccuracy, Atan2) { sweep(atan2_plan()); }
+TEST(InvtrigAccuracy, Acosf) { sweep(acosf_plan()); }
+TEST(InvtrigAccuracy, Asinf) { sweep(asinf_plan()); }
+TEST(InvtrigAccuracy, Atanf) { sweep(atanf_plan()); }
+TEST(InvtrigAccuracy, Atan2f) { sweep(atan2f_plan()); }
 
 // The Long run: every float of the one-argument functions; atan2f and the double functions on
 // 10 million inputs.
 TEST(InvtrigLong, Floats) {
-    every_float(acosf_spec(), 0, 0x3f800000u);
-    every_float(acosf_spec(), 0x80000000u, 0xbf800000u);
-    every_float(asinf_spec(), 0, 0x3f800000u);
-    every_float(asinf_spec(), 0x80000000u, 0xbf800000u);
-    every_float(atanf_spec());
-    auto s = atan2f_spec();
+    every_float(acosf_plan(), 0, 0x3f800000u);
+    every_float(acosf_plan(), 0x80000000u, 0xbf800000u);
+    every_float(asinf_plan(), 0, 0x3f800000u);
+    every_float(asinf_plan(), 0x80000000u, 0xbf800000u);
+    every_float(atanf_plan());
+    auto s = atan2f_plan();
     s.scale = 100;
     sweep(s);
 }
 TEST(InvtrigLong, Doubles) {
-    for (auto s : {acos_spec(), asin_spec(), atan_spec(), atan2_spec()}) {
+    for (auto s : {acos_plan(), asin_plan(), atan_plan(), atan2_plan()}) {
         s.scale = 100;
         sweep(s);
     }

@@ -249,8 +249,8 @@ template <class T> void edge_pairs(std::vector<T> &out, size_t n, uint64_t seed)
     }
 }
 
-template <class T> Spec<T> pow_spec(Func<T> f, double rn) {
-    Spec<T> s{f, {}};
+template <class T> Sweep<T> pow_plan(Func<T> f, double rn) {
+    Sweep<T> s{f, {}};
     s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
         range_pairs<T>(out, n, seed);
         edge_pairs<T>(out, 20000, seed + 1);
@@ -260,20 +260,20 @@ template <class T> Spec<T> pow_spec(Func<T> f, double rn) {
     s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
     return s;
 }
-Spec<double> spec_pow() { return pow_spec(func("pow", mpfr_pow, tsr_tiers_pow).entry(::pow), 0.55); }
-Spec<float> spec_powf() { return pow_spec(func("powf", mpfr_pow, tsr_tiers_powf).entry(::powf), 0.51); }
+Sweep<double> plan_pow() { return pow_plan(func("pow", mpfr_pow, tsr_tiers_pow).entry(::pow), 0.55); }
+Sweep<float> plan_powf() { return pow_plan(func("powf", mpfr_pow, tsr_tiers_powf).entry(::powf), 0.51); }
 
 }  // namespace
 
 TEST(PowSpecial, Rows) {
-    check_rows(spec_pow().f, pow_rows());
-    check_rows(spec_powf().f, powf_rows());
+    check_rows(plan_pow().f, pow_rows());
+    check_rows(plan_powf().f, powf_rows());
 }
 
-TEST(PowAccuracy, Pow) { sweep(spec_pow()); }
-TEST(PowAccuracy, Powf) { sweep(spec_powf()); }
+TEST(PowAccuracy, Pow) { sweep(plan_pow()); }
+TEST(PowAccuracy, Powf) { sweep(plan_powf()); }
 
 TEST(PowAccuracyLong, TenMillion) {
-    for (auto s : {spec_pow()}) s.scale = 100, sweep(s);
-    for (auto s : {spec_powf()}) s.scale = 100, sweep(s);
+    for (auto s : {plan_pow()}) s.scale = 100, sweep(s);
+    for (auto s : {plan_powf()}) s.scale = 100, sweep(s);
 }

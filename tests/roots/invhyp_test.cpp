@@ -90,29 +90,29 @@ TEST(InvHypSpecial, Atanh) {
 }
 
 namespace {
-template <class T> Spec<T> spec(Func<T> f, std::vector<Region<T>> regions, double rn) {
-    Spec<T> s{f, regions};
+template <class T> Sweep<T> plan(Func<T> f, std::vector<Region<T>> regions, double rn) {
+    Sweep<T> s{f, regions};
     s.bound[0] = rn;
     s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
     return s;
 }
-Spec<double> asinh_spec() {
-    return spec(asinh_f(), {{60000, {0x1p-1074, 0x1p1023, Dist::log_uniform, true}}, {60000, {0x1p-6, 0x1p5, Dist::log_uniform, true}}}, 0.55);
+Sweep<double> asinh_plan() {
+    return plan(asinh_f(), {{60000, {0x1p-1074, 0x1p1023, Dist::log_uniform, true}}, {60000, {0x1p-6, 0x1p5, Dist::log_uniform, true}}}, 0.55);
 }
-Spec<float> asinhf_spec() {
-    return spec(asinhf_f(), {{60000, {0x1p-149f, 0x1p127f, Dist::log_uniform, true}}, {60000, {0x1p-6f, 0x1p5f, Dist::log_uniform, true}}}, 0.51);
+Sweep<float> asinhf_plan() {
+    return plan(asinhf_f(), {{60000, {0x1p-149f, 0x1p127f, Dist::log_uniform, true}}, {60000, {0x1p-6f, 0x1p5f, Dist::log_uniform, true}}}, 0.51);
 }
 // acosh: the whole range, and 1 + d for d from 2^-52 up (uniform on [1, 1.02] has most d near 2^-6).
-Spec<double> acosh_spec() {
-    auto s = spec(acosh_f(), {{60000, {1.0, 0x1p1023}}, {40000, {1.0, 1.02, Dist::uniform}}}, 0.55);
+Sweep<double> acosh_plan() {
+    auto s = plan(acosh_f(), {{60000, {1.0, 0x1p1023}}, {40000, {1.0, 1.02, Dist::uniform}}}, 0.55);
     s.gen = [](std::vector<double> &out, size_t n, uint64_t seed) {
         for (double d : log_uniform<double>(0x1p-52, 0x1p2, n, seed)) out.push_back(1.0 + d);
     };
     s.gen_n = 30000;
     return s;
 }
-Spec<float> acoshf_spec() {
-    auto s = spec(acoshf_f(), {{60000, {1.0f, 0x1p127f}}, {30000, {1.0f, 1.02f, Dist::uniform}}}, 0.51);
+Sweep<float> acoshf_plan() {
+    auto s = plan(acoshf_f(), {{60000, {1.0f, 0x1p127f}}, {30000, {1.0f, 1.02f, Dist::uniform}}}, 0.51);
     s.gen = [](std::vector<float> &out, size_t n, uint64_t seed) {
         for (float d : log_uniform<float>(0x1p-23f, 4.0f, n, seed)) out.push_back(1.0f + d);
     };
@@ -120,8 +120,8 @@ Spec<float> acoshf_spec() {
     return s;
 }
 // atanh: every magnitude below 1, and 1 - d next to the pole.
-Spec<double> atanh_spec() {
-    auto s = spec(atanh_f(), {{60000, {0x1p-1074, 0x1.fffffffffffffp-1, Dist::log_uniform, true}}}, 0.55);
+Sweep<double> atanh_plan() {
+    auto s = plan(atanh_f(), {{60000, {0x1p-1074, 0x1.fffffffffffffp-1, Dist::log_uniform, true}}}, 0.55);
     s.gen = [](std::vector<double> &out, size_t n, uint64_t seed) {
         int k = 0;
         for (double d : log_uniform<double>(0x1p-53, 0.5, n, seed)) out.push_back((k++ & 1 ? -1 : 1) * (1.0 - d));
@@ -129,8 +129,8 @@ Spec<double> atanh_spec() {
     s.gen_n = 60000;
     return s;
 }
-Spec<float> atanhf_spec() {
-    auto s = spec(atanhf_f(), {{60000, {0x1p-149f, 0x1.fffffep-1f, Dist::log_uniform, true}}}, 0.51);
+Sweep<float> atanhf_plan() {
+    auto s = plan(atanhf_f(), {{60000, {0x1p-149f, 0x1.fffffep-1f, Dist::log_uniform, true}}}, 0.51);
     s.gen = [](std::vector<float> &out, size_t n, uint64_t seed) {
         int k = 0;
         for (float d : log_uniform<float>(0x1p-24f, 0.5f, n, seed)) out.push_back((k++ & 1 ? -1 : 1) * (1.0f - d));
@@ -141,26 +141,26 @@ Spec<float> atanhf_spec() {
 }  // namespace
 
 TEST(InvHypAccuracy, Asinh) {
-    sweep(asinh_spec());
-    sweep(asinhf_spec());
+    sweep(asinh_plan());
+    sweep(asinhf_plan());
 }
 TEST(InvHypAccuracy, Acosh) {
-    sweep(acosh_spec());
-    sweep(acoshf_spec());
+    sweep(acosh_plan());
+    sweep(acoshf_plan());
 }
 TEST(InvHypAccuracy, Atanh) {
-    sweep(atanh_spec());
-    sweep(atanhf_spec());
+    sweep(atanh_plan());
+    sweep(atanhf_plan());
 }
 
 TEST(InvHypLong, Floats) {
-    every_float(asinhf_spec());
-    every_float(acoshf_spec(), 0x3f800000u, 0x7f800000u);
-    every_float(atanhf_spec(), 0, 0x3f800000u);
-    every_float(atanhf_spec(), 0x80000000u, 0xbf800000u);
+    every_float(asinhf_plan());
+    every_float(acoshf_plan(), 0x3f800000u, 0x7f800000u);
+    every_float(atanhf_plan(), 0, 0x3f800000u);
+    every_float(atanhf_plan(), 0x80000000u, 0xbf800000u);
 }
 TEST(InvHypLong, Doubles) {
-    for (auto s : {asinh_spec(), acosh_spec(), atanh_spec()}) {
+    for (auto s : {asinh_plan(), acosh_plan(), atanh_plan()}) {
         s.scale = 84;
         sweep(s);
     }

@@ -109,28 +109,28 @@ TEST(RootsSpecial, Hypot) {
 
 namespace {
 // sqrt and sqrtf are correctly rounded: half an ulp to nearest, below one in the other modes.
-template <class T> Spec<T> root_spec(Func<T> f, T lo, T hi, double rn, double dir) {
-    Spec<T> s{f, {{100000, {lo, hi, Dist::log_uniform, true}}, {20000, {T(0.5), T(8), Dist::uniform}}}};
+template <class T> Sweep<T> root_plan(Func<T> f, T lo, T hi, double rn, double dir) {
+    Sweep<T> s{f, {{100000, {lo, hi, Dist::log_uniform, true}}, {20000, {T(0.5), T(8), Dist::uniform}}}};
     s.bound[0] = rn;
     s.bound[1] = s.bound[2] = s.bound[3] = dir;
     return s;
 }
-Spec<double> sqrt_spec() { return root_spec(sqrt_f(), 0x1p-1074, 0x1p1023, 0.5, 1.0); }
-Spec<float> sqrtf_spec() { return root_spec(sqrtf_f(), 0x1p-149f, 0x1p127f, 0.5, 1.0); }
-Spec<double> invsqrt_spec() { return root_spec(invsqrt_f(), 0x1p-1074, 0x1p1023, 0.55, 2.0); }
-Spec<float> invsqrtf_spec() { return root_spec(invsqrtf_f(), 0x1p-149f, 0x1p127f, 0.51, 2.0); }
-Spec<double> cbrt_spec() { return root_spec(cbrt_f(), 0x1p-1074, 0x1p1023, 0.55, 2.0); }
-Spec<float> cbrtf_spec() { return root_spec(cbrtf_f(), 0x1p-149f, 0x1p127f, 0.51, 2.0); }
-template <class T> Spec<T> hypot_spec(Func<T> f, T tiny, T huge, T mid, double rn) {
+Sweep<double> sqrt_plan() { return root_plan(sqrt_f(), 0x1p-1074, 0x1p1023, 0.5, 1.0); }
+Sweep<float> sqrtf_plan() { return root_plan(sqrtf_f(), 0x1p-149f, 0x1p127f, 0.5, 1.0); }
+Sweep<double> invsqrt_plan() { return root_plan(invsqrt_f(), 0x1p-1074, 0x1p1023, 0.55, 2.0); }
+Sweep<float> invsqrtf_plan() { return root_plan(invsqrtf_f(), 0x1p-149f, 0x1p127f, 0.51, 2.0); }
+Sweep<double> cbrt_plan() { return root_plan(cbrt_f(), 0x1p-1074, 0x1p1023, 0.55, 2.0); }
+Sweep<float> cbrtf_plan() { return root_plan(cbrtf_f(), 0x1p-149f, 0x1p127f, 0.51, 2.0); }
+template <class T> Sweep<T> hypot_plan(Func<T> f, T tiny, T huge, T mid, double rn) {
     // Operands of every magnitude, and pairs within a few binades (where both squares count).
-    Spec<T> s{f, {{60000, {tiny, huge, Dist::log_uniform, true}, {tiny, huge, Dist::log_uniform, true}},
+    Sweep<T> s{f, {{60000, {tiny, huge, Dist::log_uniform, true}, {tiny, huge, Dist::log_uniform, true}},
                   {60000, {1 / mid, mid, Dist::log_uniform, true}, {1 / mid, mid, Dist::log_uniform, true}}}};
     s.bound[0] = rn;
     s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
     return s;
 }
-Spec<double> hypot_spec() {
-    auto s = hypot_spec(hypot_f(), 0x1p-1074, 0x1p1023, 0x1p30, 0.55);
+Sweep<double> hypot_plan() {
+    auto s = hypot_plan(hypot_f(), 0x1p-1074, 0x1p1023, 0x1p30, 0.55);
     s.flags_excused = [](unsigned tier, const double *in) {
         int ex = std::ilogb(in[0]), ey = std::ilogb(in[1]);
         // Tier e7 returns the larger magnitude itself, without inexact, when the exponents
@@ -143,36 +143,36 @@ Spec<double> hypot_spec() {
     };
     return s;
 }
-Spec<float> hypotf_spec() { return hypot_spec(hypotf_f(), 0x1p-149f, 0x1p127f, 0x1p12f, 0.51); }
+Sweep<float> hypotf_plan() { return hypot_plan(hypotf_f(), 0x1p-149f, 0x1p127f, 0x1p12f, 0.51); }
 }  // namespace
 
 TEST(RootsAccuracy, Sqrt) {
-    sweep(sqrt_spec());
-    sweep(sqrtf_spec());
+    sweep(sqrt_plan());
+    sweep(sqrtf_plan());
 }
 TEST(RootsAccuracy, Invsqrt) {
-    sweep(invsqrt_spec());
-    sweep(invsqrtf_spec());
+    sweep(invsqrt_plan());
+    sweep(invsqrtf_plan());
 }
 TEST(RootsAccuracy, Cbrt) {
-    sweep(cbrt_spec());
-    sweep(cbrtf_spec());
+    sweep(cbrt_plan());
+    sweep(cbrtf_plan());
 }
 TEST(RootsAccuracy, Hypot) {
-    sweep(hypot_spec());
-    sweep(hypotf_spec());
+    sweep(hypot_plan());
+    sweep(hypotf_plan());
 }
 
 TEST(RootsLong, Floats) {
-    every_float(sqrtf_spec(), 0, 0x7f800000u);
-    every_float(invsqrtf_spec(), 0, 0x7f800000u);
-    every_float(cbrtf_spec());
+    every_float(sqrtf_plan(), 0, 0x7f800000u);
+    every_float(invsqrtf_plan(), 0, 0x7f800000u);
+    every_float(cbrtf_plan());
 }
 TEST(RootsLong, Pairs) {
-    auto s = hypotf_spec();
+    auto s = hypotf_plan();
     s.scale = 84;  // 10 million pairs
     sweep(s);
-    for (auto d : {cbrt_spec(), invsqrt_spec(), hypot_spec()}) {
+    for (auto d : {cbrt_plan(), invsqrt_plan(), hypot_plan()}) {
         d.scale = 84;
         sweep(d);
     }

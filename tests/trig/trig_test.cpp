@@ -88,10 +88,10 @@ const std::vector<RowSC<float>> kSincosf = {
     {{0x1.921fb6p+1f}, {CR, CR}, NX, 0, NO_CODE, RN}, {{0x1p+30f}, {CR, CR}, NX, 0, NO_CODE, RN},
 };
 
-template <class T> Spec<T> spec(Func<T> f, double rn) {
+template <class T> Sweep<T> plan(Func<T> f, double rn) {
     constexpr bool d = sizeof(T) == 8;
     T big = d ? T(0x1.fffffffffffffp+1023) : T(0x1.fffffep+127f);
-    Spec<T> s{f,
+    Sweep<T> s{f,
               {{70000, {T(0x1p-40), T(0x1p22), Dist::log_uniform, true}},
                {20000, {T(0x1p22), big, Dist::log_uniform, true}},
                {10000, {T(-4), T(4), Dist::uniform}},
@@ -109,66 +109,66 @@ template <class T> Spec<T> spec(Func<T> f, double rn) {
     return s;
 }
 
-Spec<double> sin_spec() {
-    return spec(func("sin", mpfr_sin, tsr_tiers_sin, tsr_portable_tiers_sin).entry(::sin).add("bwr", tsr::Tier::ex, __bwr_sin), 0.55);
+Sweep<double> sin_plan() {
+    return plan(func("sin", mpfr_sin, tsr_tiers_sin, tsr_portable_tiers_sin).entry(::sin).add("bwr", tsr::Tier::ex, __bwr_sin), 0.55);
 }
-Spec<double> cos_spec() {
-    return spec(func("cos", mpfr_cos, tsr_tiers_cos, tsr_portable_tiers_cos).entry(::cos).add("bwr", tsr::Tier::ex, __bwr_cos), 0.55);
+Sweep<double> cos_plan() {
+    return plan(func("cos", mpfr_cos, tsr_tiers_cos, tsr_portable_tiers_cos).entry(::cos).add("bwr", tsr::Tier::ex, __bwr_cos), 0.55);
 }
-Spec<double> tan_spec() {
-    auto s = spec(func("tan", mpfr_tan, tsr_tiers_tan, tsr_portable_tiers_tan).entry(::tan).add("bwr", tsr::Tier::ex, __bwr_tan), 0.58);
+Sweep<double> tan_plan() {
+    auto s = plan(func("tan", mpfr_tan, tsr_tiers_tan, tsr_portable_tiers_tan).entry(::tan).add("bwr", tsr::Tier::ex, __bwr_tan), 0.58);
     // Short of the 0.55 target (docs/accuracy/trig.md): ex and e7 reach 0.571 past their
     // medium range, the fused tiers 0.67 in their rows next to pi/4.
     s.tier_bounds = {{FMA_TIERS | ENTRY, RN, 0.7}};
     return s;
 }
-Spec<double> cot_spec() {
-    return spec(func("cot", mpfr_cot, tsr_tiers_cot).entry(::cot).add("bwr", tsr::Tier::ex, __bwr_cot), 0.56);
+Sweep<double> cot_plan() {
+    return plan(func("cot", mpfr_cot, tsr_tiers_cot).entry(::cot).add("bwr", tsr::Tier::ex, __bwr_cot), 0.56);
 }
-Spec<double> sincos_spec() {
-    return spec(func2("sincos", mpfr_sin, mpfr_cos, tsr_tiers_sincos, tsr_portable_tiers_sincos,
+Sweep<double> sincos_plan() {
+    return plan(func2("sincos", mpfr_sin, mpfr_cos, tsr_tiers_sincos, tsr_portable_tiers_sincos,
                       tsr_tiers___libm_sse2_sincos).entry(::sincos).add("bwr", tsr::Tier::ex, __bwr_sincos), 0.55);
 }
-Spec<float> sinf_spec() {
-    return spec(func("sinf", mpfr_sin, tsr_tiers_sinf, tsr_portable_tiers_sinf).entry(::sinf).add("bwr", tsr::Tier::ex, __bwr_sinf), 0.51);
+Sweep<float> sinf_plan() {
+    return plan(func("sinf", mpfr_sin, tsr_tiers_sinf, tsr_portable_tiers_sinf).entry(::sinf).add("bwr", tsr::Tier::ex, __bwr_sinf), 0.51);
 }
-Spec<float> cosf_spec() {
-    return spec(func("cosf", mpfr_cos, tsr_tiers_cosf, tsr_portable_tiers_cosf).entry(::cosf).add("bwr", tsr::Tier::ex, __bwr_cosf), 0.51);
+Sweep<float> cosf_plan() {
+    return plan(func("cosf", mpfr_cos, tsr_tiers_cosf, tsr_portable_tiers_cosf).entry(::cosf).add("bwr", tsr::Tier::ex, __bwr_cosf), 0.51);
 }
-Spec<float> tanf_spec() {
-    auto s = spec(func("tanf", mpfr_tan, tsr_tiers_tanf, tsr_portable_tiers_tanf).entry(::tanf).add("bwr", tsr::Tier::ex, __bwr_tanf), 0.51);
+Sweep<float> tanf_plan() {
+    auto s = plan(func("tanf", mpfr_tan, tsr_tiers_tanf, tsr_portable_tiers_tanf).entry(::tanf).add("bwr", tsr::Tier::ex, __bwr_tanf), 0.51);
     // The fused tiers' degree-5 rows leave 2^-29.6 of the result: 0.5175 ulp seen.
     s.tier_bounds = {{FMA_TIERS | ENTRY, RN, 0.52}};
     return s;
 }
-Spec<float> cotf_spec() {
-    return spec(func("cotf", mpfr_cot, tsr_tiers_cotf).entry(::cotf).add("bwr", tsr::Tier::ex, __bwr_cotf), 0.51);
+Sweep<float> cotf_plan() {
+    return plan(func("cotf", mpfr_cot, tsr_tiers_cotf).entry(::cotf).add("bwr", tsr::Tier::ex, __bwr_cotf), 0.51);
 }
-Spec<float> sincosf_spec() {
-    return spec(func2("sincosf", mpfr_sin, mpfr_cos, tsr_tiers_sincosf, tsr_portable_tiers_sincosf,
+Sweep<float> sincosf_plan() {
+    return plan(func2("sincosf", mpfr_sin, mpfr_cos, tsr_tiers_sincosf, tsr_portable_tiers_sincosf,
                       tsr_tiers___libm_sse2_sincosf).entry(::sincosf).add("bwr", tsr::Tier::ex, __bwr_sincosf), 0.51);
 }
 
 }  // namespace
 
 TEST(TrigSpecial, Rows) {
-    check_rows(sin_spec().f, kSin);
-    check_rows(cos_spec().f, kCos);
-    check_rows(tan_spec().f, kTan);
-    check_rows(sinf_spec().f, kSinf);
-    check_rows(cosf_spec().f, kCosf);
-    check_rows(tanf_spec().f, kTanf);
-    check_rows(cot_spec().f, kCotZero);
-    check_rows(cotf_spec().f, kCotfZero);
-    check_rows(sincos_spec().f, kSincos);
-    check_rows(sincosf_spec().f, kSincosf);
+    check_rows(sin_plan().f, kSin);
+    check_rows(cos_plan().f, kCos);
+    check_rows(tan_plan().f, kTan);
+    check_rows(sinf_plan().f, kSinf);
+    check_rows(cosf_plan().f, kCosf);
+    check_rows(tanf_plan().f, kTanf);
+    check_rows(cot_plan().f, kCotZero);
+    check_rows(cotf_plan().f, kCotfZero);
+    check_rows(sincos_plan().f, kSincos);
+    check_rows(sincosf_plan().f, kSincosf);
 }
 
 // sin, tan odd and cos even bit for bit in nearest, in every tier: the reduction negates the
 // count, not the remainder.
 TEST(TrigSpecial, Symmetry) {
     auto xs = log_uniform<double>(0x1p-30, 0x1.fffffffffffffp+1023, 20000, 7, false);
-    for (auto f : {sin_spec().f, tan_spec().f, cos_spec().f}) {
+    for (auto f : {sin_plan().f, tan_plan().f, cos_plan().f}) {
         bool even = f.name == "cos";
         for (const auto &v : f.variants) {
             if (!tsr::tier_runnable(v.tier)) continue;
@@ -184,24 +184,24 @@ TEST(TrigSpecial, Symmetry) {
     }
 }
 
-TEST(TrigAccuracy, Sin) { sweep(sin_spec()); }
-TEST(TrigAccuracy, Cos) { sweep(cos_spec()); }
-TEST(TrigAccuracy, Tan) { sweep(tan_spec()); }
-TEST(TrigAccuracy, Cot) { sweep(cot_spec()); }
-TEST(TrigAccuracy, Sincos) { sweep(sincos_spec()); }
-TEST(TrigAccuracy, Sinf) { sweep(sinf_spec()); }
-TEST(TrigAccuracy, Cosf) { sweep(cosf_spec()); }
-TEST(TrigAccuracy, Tanf) { sweep(tanf_spec()); }
-TEST(TrigAccuracy, Cotf) { sweep(cotf_spec()); }
-TEST(TrigAccuracy, Sincosf) { sweep(sincosf_spec()); }
+TEST(TrigAccuracy, Sin) { sweep(sin_plan()); }
+TEST(TrigAccuracy, Cos) { sweep(cos_plan()); }
+TEST(TrigAccuracy, Tan) { sweep(tan_plan()); }
+TEST(TrigAccuracy, Cot) { sweep(cot_plan()); }
+TEST(TrigAccuracy, Sincos) { sweep(sincos_plan()); }
+TEST(TrigAccuracy, Sinf) { sweep(sinf_plan()); }
+TEST(TrigAccuracy, Cosf) { sweep(cosf_plan()); }
+TEST(TrigAccuracy, Tanf) { sweep(tanf_plan()); }
+TEST(TrigAccuracy, Cotf) { sweep(cotf_plan()); }
+TEST(TrigAccuracy, Sincosf) { sweep(sincosf_plan()); }
 
 // The Long run: every float, and the double functions on ten times the default inputs.
 TEST(TrigLong, Floats) {
-    for (auto s : {sinf_spec(), cosf_spec(), tanf_spec(), cotf_spec()}) every_float(s);
-    every_float(sincosf_spec());
+    for (auto s : {sinf_plan(), cosf_plan(), tanf_plan(), cotf_plan()}) every_float(s);
+    every_float(sincosf_plan());
 }
 TEST(TrigLong, Doubles) {
-    for (auto s : {sin_spec(), cos_spec(), tan_spec(), cot_spec(), sincos_spec()}) {
+    for (auto s : {sin_plan(), cos_plan(), tan_plan(), cot_plan(), sincos_plan()}) {
         s.scale = 10;
         sweep(s);
     }
