@@ -4,8 +4,8 @@
 // fmax and fmin take the processor's maxsd/minsd once the NaNs are settled, so for two
 // zeros they return the second operand (fmax(+0, -0) = -0) as the instruction does.  fdim
 // is the one operation here whose result can overflow: ex halves both operands where a
-// subtraction of two values of the top binade could leave the range, e7 reads the overflow
-// flag that the subtraction itself raised.
+// subtraction of two values of the top binade could leave the range, e7 subtracts first and
+// looks again only at a result in the top binade.
 #include "tsr/common.h"
 #include "tsr/codes.h"
 #include "tsr/format.h"
@@ -19,7 +19,6 @@ using namespace tsr;
 namespace {
 constexpr uint64_t kSign64 = 0x8000000000000000ull, kAbs64 = 0x7fffffffffffffffull;
 constexpr uint32_t kSign32 = 0x80000000u, kAbs32 = 0x7fffffffu;
-constexpr uint32_t kMxcsrOverflow = 0x8;  // OE, bit 3 of the status flags
 
 inline bool is_nan(double x) { return (bits(x) & kAbs64) > Format<double>::inf; }
 inline bool is_nan(float x) { return (bits(x) & kAbs32) > Format<float>::inf; }
@@ -57,23 +56,31 @@ inline T fdim_ex(T x, T y, int overflow_code) {
     return r;
 }
 
-// fdim through the overflow flag (e7): the flag the caller had raised is set aside for the
-// subtraction and put back, so that only this subtraction's overflow counts.
+// fdim by selection (e7): a mask keeps x and y where x > y and zeros elsewhere, and the
+// difference's magnitude is the result.  Only a result in the top binade or beyond can have
+// overflowed; there half the difference, x/2 - y/2 (rounded like the difference, both
+// halvings exact), tells whether the rounding left the range, and a difference taken with a
+// smaller operand overflows only to an infinity.
 template <class T>
 inline T fdim_e7(T x, T y, int overflow_code) {
     using F = Format<T>;
+    using B = typename F::Bits;
     if (is_nan(x) || is_nan(y)) return x + y;
     bool keep = !(opaque(x) <= y);
     T xs = keep ? x : T(0), ys = keep ? y : T(0);
-    uint32_t m = get_mxcsr();
-    bool had = m & kMxcsrOverflow;
-    if (had) set_mxcsr(m & ~kMxcsrOverflow);
-    T d = opaque(opaque(xs) - ys);
-    T r = F::from(F::bits(d) & F::abs);
-    bool over = get_mxcsr() & kMxcsrOverflow;
-    if (had) set_mxcsr(get_mxcsr() | kMxcsrOverflow);
-    if (over) return report(x, y, r, overflow_code);
-    return r;
+    B a = F::bits(opaque(opaque(xs) - ys)) & F::abs;
+    constexpr B top = F::exponent - (F::mantissa + 1);  // the top finite binade's field
+    if (__builtin_expect(a < top, 1)) return F::from(a);
+    B ax = F::bits(x) & F::abs, ay = F::bits(y) & F::abs;
+    if (ax >= F::inf || ay >= F::inf) return F::from(a);  // an infinite operand: no overflow
+    constexpr B halvable = 2 * (F::mantissa + 1);     // the field of 2^(emin+1)
+    bool over = a == F::inf;
+    if (ax >= halvable && ay >= halvable) {
+        T h = opaque(x) * T(0.5) + opaque(y) * T(-0.5);
+        over = (F::bits(h) & F::exponent) == top;
+    }
+    if (over) return report(x, y, F::from(a), overflow_code);
+    return F::from(a);
 }
 
 // fmax/fmin of ex: a NaN operand gives the other one.

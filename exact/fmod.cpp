@@ -3,7 +3,8 @@
 //   ex   the x87 partial remainder, fprem, repeated until it reports completion (each round
 //        takes up to 63 bits of the exponent distance), with a quick path for |y| = 1;
 //   e7   the integer division of the significands of rem_common.h, no x87;
-//   l9   the fused reduction under a control word set to round toward zero;
+//   l9   the fused reduction under a control word set to round toward zero, and below an
+//        exponent distance of 60 the integer division (one step of it);
 //   z0   (and d1, the same code) the fused reduction with embedded round-toward-zero.
 // fmodf: ex widens and runs the double ex body (so its zero-divisor report is the double
 // one); e7 the integer division on the float significands; l9, z0 and d1 the fused
@@ -206,9 +207,14 @@ TSR_BODY(float, fmodf, (float x, float y)) {
 #endif
 
 #if TSR_TIER_L9
+// Exponent fields closer than this: the integer division needs one divq, cheaper than the
+// two control-word loads of the fused reduction.
+constexpr uint64_t kOneDivision = 60;
 TSR_BODY(double, fmod, (double x, double y)) {
     double r;
     if (fmod_special<false>(x, y, r)) return r;
+    if ((bits(x) & kAbs64) - (bits(y) & kAbs64) < (kOneDivision << 52))
+        return fmod_int(x, y);
     double ax = f64(bits(x) & kAbs64), ay = f64(bits(y) & kAbs64);
     r = under_rz([&] { return rem::fused_mod<OpsL9>(ax, ay); });
     return f64(bits(r) | (bits(x) & kSign64));

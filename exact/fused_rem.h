@@ -11,6 +11,7 @@ namespace {
 
 constexpr double kMaxFinite = 0x1.fffffffffffffp1023;  // what a saturated quotient reads
 constexpr double kTwo1023 = 0x1p1023;
+constexpr double kTwo53 = 0x1p53;  // from here on every double is even
 
 // r mod w for finite r >= 0, w > 0 with r / w inside the range.
 template <class Ops>
@@ -37,27 +38,29 @@ inline double fused_mod(double ax, double ay) {
 }
 
 // The remainder to nearest of finite ax >= 0 by finite ay > 0, as a value whose sign is
-// relative to x (negative: the quotient was rounded up).  The parity of the quotient comes
-// from a reduction against 2 ay: a rest of ay or more means an odd quotient.
+// relative to x (negative: the quotient was rounded up).  The quotient's parity is the sum
+// of the partial quotients' low bits: a partial quotient of 2^53 or more is even (its last
+// place is at least 2), and so are the multiples of ay * 2^1023 taken off a saturated one.
 template <class Ops>
 inline double fused_nearest(double ax, double ay) {
-    double r;
-    bool odd;
-    if (ay < kTwo1023) {
-        double r2 = fused_mod<Ops>(ax, ay + ay);
-        odd = r2 >= ay;
-        r = odd ? r2 - ay : r2;  // exact: ay <= r2 < 2 ay
-        if (r == 0) return 0.0;  // (r2 - ay is -0 when rounding down)
-        if (r + r > ay || (r + r == ay && odd)) r = r - ay;  // exact: ay/2 <= r < ay
-        return r;
+    double r = ax;
+    bool odd = false;
+    if (r >= ay) {
+        if (Ops::div(r, ay) == kMaxFinite) {
+            double w = ay * kTwo1023;
+            if (Ops::div(r, w) == kMaxFinite) r = reduce<Ops>(r, w * kTwo1023);
+            r = reduce<Ops>(r, w);
+        }
+        while (r >= ay) {
+            double q = Ops::trunc(Ops::div(r, ay));
+            r = Ops::fnma(q, ay, r);
+            if (q < kTwo53) odd ^= (static_cast<long long>(q) & 1) != 0;  // exact conversion
+        }
     }
-    // |y| in the top binade: the quotient is 0 or 1, and half of ay is exact.
-    odd = ax >= ay;
-    r = odd ? ax - ay : ax;
     if (r == 0) return 0.0;
-    double h = ay * 0.5;
-    if (r > h || (r == h && odd)) r = r - ay;
-    return r;
+    // 2r against ay: doubled below the top binade, else against the exact half of ay.
+    bool past = ay < kTwo1023 ? (r + r > ay || (r + r == ay && odd)) : (r > ay * 0.5 || (r == ay * 0.5 && odd));
+    return past ? r - ay : r;  // exact: ay/2 <= r < ay
 }
 
 }  // namespace

@@ -3,9 +3,10 @@
 //   ex   the integer division of the significands (rem_common.h), which also gives remquo
 //        its quotient bits;
 //   e7   the x87 partial remainder to nearest, fprem1, repeated until complete;
-//   l9   the fused round-toward-zero reduction against 2|y| (whose rest tells the
-//        quotient's parity) under a control word set to round toward zero;
-//   z0   (and d1) the same reduction with embedded round-toward-zero.
+//   l9   the fused round-toward-zero reduction, the partial quotients' low bits telling
+//        the parity, under a control word set to round toward zero; below an exponent
+//        distance of 60 the integer division (one step of it);
+//   z0   (and d1) the fused reduction with embedded round-toward-zero.
 // remainderf: ex through the double ex body (its zero-divisor report is the double one), e7
 // the integer division on the float significands, l9/z0/d1 the fused reduction on the
 // widened values.  remainderl: fprem1.  remquol: the integer division of the 64-bit
@@ -226,9 +227,14 @@ TSR_BODY(float, remainderf, (float x, float y)) {
 #endif
 
 #if TSR_TIER_L9
+// Exponent fields closer than this: the integer division needs one divq, cheaper than the
+// two control-word loads of the fused reduction.
+constexpr uint64_t kOneDivision = 60;
 TSR_BODY(double, remainder, (double x, double y)) {
     double r;
     if (rem_special(x, y, r, code::remainder_divisor_0)) return r;
+    uint64_t ax = bits(x) & 0x7fffffffffffffffull, ay = bits(y) & 0x7fffffffffffffffull;
+    if (ax - ay < (kOneDivision << 52)) return rem_int(x, y);
     return rem_fused(x, y, nearest_l9);
 }
 TSR_BODY(float, remainderf, (float x, float y)) {
