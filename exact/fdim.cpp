@@ -20,13 +20,46 @@ namespace {
 constexpr uint64_t kSign64 = 0x8000000000000000ull, kAbs64 = 0x7fffffffffffffffull;
 constexpr uint32_t kSign32 = 0x80000000u, kAbs32 = 0x7fffffffu;
 
-inline bool is_nan(double x) { return (bits(x) & kAbs64) > Format<double>::inf; }
-inline bool is_nan(float x) { return (bits(x) & kAbs32) > Format<float>::inf; }
+// NaN tests by an unordered compare, which stays in the vector registers.
+inline bool is_nan(double x) { return __builtin_isunordered(x, x); }
+inline bool is_nan(float x) { return __builtin_isunordered(x, x); }
+inline bool unordered(double x, double y) { return __builtin_isunordered(x, y); }
+inline bool unordered(float x, float y) { return __builtin_isunordered(x, y); }
 
-inline double maxsd(double x, double y) { return _mm_cvtsd_f64(_mm_max_sd(_mm_set_sd(x), _mm_set_sd(y))); }
-inline double minsd(double x, double y) { return _mm_cvtsd_f64(_mm_min_sd(_mm_set_sd(x), _mm_set_sd(y))); }
-inline float maxss(float x, float y) { return _mm_cvtss_f32(_mm_max_ss(_mm_set_ss(x), _mm_set_ss(y))); }
-inline float minss(float x, float y) { return _mm_cvtss_f32(_mm_min_ss(_mm_set_ss(x), _mm_set_ss(y))); }
+// A scalar in the low lane of a vector register, the upper lanes left as they are (the
+// scalar results read the low lane alone; _mm_set_sd would spend an instruction zeroing them).
+inline __m128d vec(double x) {
+    __m128d v;
+    asm("" : "=x"(v) : "0"(x));
+    return v;
+}
+inline __m128 vec(float x) {
+    __m128 v;
+    asm("" : "=x"(v) : "0"(x));
+    return v;
+}
+
+// The sign masks applied by the vector logic operations: no round trip through the general
+// registers.
+inline double abs_sse(double x) {
+    return _mm_cvtsd_f64(_mm_andnot_pd(_mm_castsi128_pd(_mm_set1_epi64x(int64_t(kSign64))), vec(x)));
+}
+inline float abs_sse(float x) {
+    return _mm_cvtss_f32(_mm_andnot_ps(_mm_castsi128_ps(_mm_set1_epi32(int32_t(kSign32))), vec(x)));
+}
+inline double copysign_sse(double x, double y) {
+    __m128d s = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(kSign64)));
+    return _mm_cvtsd_f64(_mm_or_pd(_mm_andnot_pd(s, vec(x)), _mm_and_pd(s, vec(y))));
+}
+inline float copysign_sse(float x, float y) {
+    __m128 s = _mm_castsi128_ps(_mm_set1_epi32(int32_t(kSign32)));
+    return _mm_cvtss_f32(_mm_or_ps(_mm_andnot_ps(s, vec(x)), _mm_and_ps(s, vec(y))));
+}
+
+inline double maxsd(double x, double y) { return _mm_cvtsd_f64(_mm_max_sd(vec(x), vec(y))); }
+inline double minsd(double x, double y) { return _mm_cvtsd_f64(_mm_min_sd(vec(x), vec(y))); }
+inline float maxss(float x, float y) { return _mm_cvtss_f32(_mm_max_ss(vec(x), vec(y))); }
+inline float minss(float x, float y) { return _mm_cvtss_f32(_mm_min_ss(vec(x), vec(y))); }
 
 // fdim by halving (ex): when one operand lies in the top binade x - y may pass the largest
 // finite value; x/2 - y/2 cannot, and doubling it back overflows exactly when the true
@@ -65,12 +98,14 @@ template <class T>
 inline T fdim_e7(T x, T y, int overflow_code) {
     using F = Format<T>;
     using B = typename F::Bits;
-    if (is_nan(x) || is_nan(y)) return x + y;
+    if (unordered(x, y)) return x + y;
     bool keep = !(opaque(x) <= y);
     T xs = keep ? x : T(0), ys = keep ? y : T(0);
-    B a = F::bits(opaque(opaque(xs) - ys)) & F::abs;
+    T d = abs_sse(opaque(opaque(xs) - ys));
+    constexpr T top_binade = T(2) / F::min_normal;  // 2^emax: below it no difference overflowed
+    if (__builtin_expect(d < top_binade, 1)) return d;
+    B a = F::bits(d);
     constexpr B top = F::exponent - (F::mantissa + 1);  // the top finite binade's field
-    if (__builtin_expect(a < top, 1)) return F::from(a);
     B ax = F::bits(x) & F::abs, ay = F::bits(y) & F::abs;
     if (ax >= F::inf || ay >= F::inf) return F::from(a);  // an infinite operand: no overflow
     constexpr B halvable = 2 * (F::mantissa + 1);     // the field of 2^(emin+1)
@@ -86,22 +121,21 @@ inline T fdim_e7(T x, T y, int overflow_code) {
 // fmax/fmin of ex: a NaN operand gives the other one.
 template <bool kMax, class T>
 inline T fmaxmin_ex(T x, T y) {
-    if (is_nan(x)) return y;
-    if (is_nan(y)) return x;
+    if (unordered(x, y)) return is_nan(x) ? y : x;
     if constexpr (std::is_same_v<T, double>) return kMax ? maxsd(x, y) : minsd(x, y);
     else return kMax ? maxss(x, y) : minss(x, y);
 }
 // e7: an unordered pair gives the operand that is not a NaN, two NaNs their quiet sum.
 template <bool kMax, class T>
 inline T fmaxmin_e7(T x, T y) {
-    bool nx = is_nan(x), ny = is_nan(y);
-    if (nx | ny) return nx && ny ? y + y : (nx ? y : x);
+    if (unordered(x, y)) {
+        bool nx = is_nan(x), ny = is_nan(y);
+        return nx && ny ? y + y : (nx ? y : x);
+    }
     if constexpr (std::is_same_v<T, double>) return kMax ? maxsd(x, y) : minsd(x, y);
     else return kMax ? maxss(x, y) : minss(x, y);
 }
 
-inline double copysign_bits(double x, double y) { return f64((bits(x) & kAbs64) | (bits(y) & kSign64)); }
-inline float copysign_bits(float x, float y) { return f32((bits(x) & kAbs32) | (bits(y) & kSign32)); }
 }  // namespace
 
 #if TSR_TIER_EX
@@ -111,10 +145,10 @@ TSR_BODY(double, fmax, (double x, double y)) { return fmaxmin_ex<true>(x, y); }
 TSR_BODY(float, fmaxf, (float x, float y)) { return fmaxmin_ex<true>(x, y); }
 TSR_BODY(double, fmin, (double x, double y)) { return fmaxmin_ex<false>(x, y); }
 TSR_BODY(float, fminf, (float x, float y)) { return fmaxmin_ex<false>(x, y); }
-TSR_BODY(double, copysign, (double x, double y)) { return copysign_bits(x, y); }
-TSR_BODY(float, copysignf, (float x, float y)) { return copysign_bits(x, y); }
-TSR_BODY(double, fabs, (double x)) { return f64(bits(x) & kAbs64); }
-TSR_BODY(float, fabsf, (float x)) { return f32(bits(x) & kAbs32); }
+TSR_BODY(double, copysign, (double x, double y)) { return copysign_sse(x, y); }
+TSR_BODY(float, copysignf, (float x, float y)) { return copysign_sse(x, y); }
+TSR_BODY(double, fabs, (double x)) { return abs_sse(x); }
+TSR_BODY(float, fabsf, (float x)) { return abs_sse(x); }
 TSR_BODY(long double, fabsl, (long double x)) {
     Ext e = ext(x);
     return from_ext(e.m, uint16_t(e.se & 0x7fff));
@@ -194,13 +228,16 @@ TSR_BODY(double, fmax, (double x, double y)) { return fmaxmin_e7<true>(x, y); }
 TSR_BODY(float, fmaxf, (float x, float y)) { return fmaxmin_e7<true>(x, y); }
 TSR_BODY(double, fmin, (double x, double y)) { return fmaxmin_e7<false>(x, y); }
 TSR_BODY(float, fminf, (float x, float y)) { return fmaxmin_e7<false>(x, y); }
-// e7 selects the sign with the SSE logic operations on the vector registers.
+// e7 moves the sign by an exclusive or: y's sign against x's, flipped into x when they
+// differ.
 TSR_BODY(double, copysign, (double x, double y)) {
     __m128d s = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(kSign64)));
-    return _mm_cvtsd_f64(_mm_or_pd(_mm_andnot_pd(s, _mm_set_sd(x)), _mm_and_pd(s, _mm_set_sd(y))));
+    __m128d vx = vec(x);
+    return _mm_cvtsd_f64(_mm_xor_pd(vx, _mm_and_pd(s, _mm_xor_pd(vx, vec(y)))));
 }
 TSR_BODY(float, copysignf, (float x, float y)) {
     __m128 s = _mm_castsi128_ps(_mm_set1_epi32(int32_t(kSign32)));
-    return _mm_cvtss_f32(_mm_or_ps(_mm_andnot_ps(s, _mm_set_ss(x)), _mm_and_ps(s, _mm_set_ss(y))));
+    __m128 vx = vec(x);
+    return _mm_cvtss_f32(_mm_xor_ps(vx, _mm_and_ps(s, _mm_xor_ps(vx, vec(y)))));
 }
 #endif
