@@ -149,9 +149,11 @@ TSR_BODY(double, copysign, (double x, double y)) { return copysign_sse(x, y); }
 TSR_BODY(float, copysignf, (float x, float y)) { return copysign_sse(x, y); }
 TSR_BODY(double, fabs, (double x)) { return abs_sse(x); }
 TSR_BODY(float, fabsf, (float x)) { return abs_sse(x); }
+// The x87 fabs clears the sign bit and nothing else (a signalling NaN passes unquieted, as
+// the 80-bit load and store do).
 TSR_BODY(long double, fabsl, (long double x)) {
-    Ext e = ext(x);
-    return from_ext(e.m, uint16_t(e.se & 0x7fff));
+    asm("fabs" : "+t"(x));
+    return x;
 }
 
 // The reproducible forms are the ex bodies under a second name; copysignf's is a body of
@@ -176,15 +178,10 @@ TSR_DEFINE(long double, copysignl, (long double x, long double y)) {
     return from_ext(e.m, uint16_t((e.se & 0x7fff) | (f.se & 0x8000)));
 }
 
-namespace {
-inline bool is_nan_l(const Ext &e) { return (e.se & 0x7fff) == 0x7fff && (e.m << 1) != 0; }
-}  // namespace
-
 TSR_DEFINE(long double, fdiml, (long double x, long double y)) {
-    Ext ex_ = ext(x), ey = ext(y);
-    if (is_nan_l(ex_)) return x + x;
-    if (is_nan_l(ey)) return y + y;
+    if (__builtin_isunordered(x, y)) return __builtin_isunordered(x, x) ? x + x : y + y;
     if (x <= y) return 0.0L;
+    Ext ex_ = ext(x), ey = ext(y);
     X87Frame fr;
     LD r = opaque(opaque(x) - opaque(y));
     if ((ext(r).se & 0x7fff) == 0x7fff && (ex_.se & 0x7fff) != 0x7fff && (ey.se & 0x7fff) != 0x7fff) {
@@ -198,26 +195,24 @@ TSR_DEFINE(long double, fdiml, (long double x, long double y)) {
 // NaN) and give the other operand; of two equal values fmaxl gives +0 over -0 and fminl -0
 // over +0, whichever order they come in.
 TSR_DEFINE(long double, fmaxl, (long double x, long double y)) {
-    Ext ex_ = ext(x), ey = ext(y);
-    bool nx = is_nan_l(ex_), ny = is_nan_l(ey);
-    if (nx | ny) {
+    if (__builtin_isunordered(x, y)) {
+        bool nx = __builtin_isunordered(x, x), ny = __builtin_isunordered(y, y);
         LD t = x * y;
         return nx && ny ? t : (nx ? y : x);
     }
     if (x > y) return x;
     if (x < y) return y;
-    return (ey.se & 0x8000) ? x : y;
+    return (ext(y).se & 0x8000) ? x : y;
 }
 TSR_DEFINE(long double, fminl, (long double x, long double y)) {
-    Ext ex_ = ext(x), ey = ext(y);
-    bool nx = is_nan_l(ex_), ny = is_nan_l(ey);
-    if (nx | ny) {
+    if (__builtin_isunordered(x, y)) {
+        bool nx = __builtin_isunordered(x, x), ny = __builtin_isunordered(y, y);
         LD t = x * y;
         return nx && ny ? t : (nx ? y : x);
     }
     if (x < y) return x;
     if (x > y) return y;
-    return (ex_.se & 0x8000) ? x : y;
+    return (ext(x).se & 0x8000) ? x : y;
 }
 #endif
 
