@@ -647,3 +647,35 @@ TEST(NanTags, Makers) {
     std::memcpy(&m, &l, 8);
     EXPECT_EQ(m, 0xc000000000000000ull);
 }
+
+// The x87 bodies run at the caller's precision control: fprem and fprem1 are exact whatever
+// it says, and the scaled extended results set it to 64 bits themselves.
+TEST(RemExact, UnderShortPrecision) {
+    std::mt19937_64 g(61);
+    uint16_t saved = x87_cw_now();
+    for (int i = 0; i < 20000; ++i) {
+        double x = random_value<double>(g), y = random_value<double>(g);
+        long double xl = random_value<long double>(g), yl = random_value<long double>(g);
+        int k = int(g() % 200) - 16500;
+        if (y == 0 || yl == 0) continue;
+        Mp a, b, r, s, al, bl, rl, sl, e;
+        set(a, x), set(b, y), set(al, xl), set(bl, yl), set(e, xl);
+        mpfr_fmod(r, a, b, MPFR_RNDN);
+        mpfr_remainder(s, a, b, MPFR_RNDN);
+        mpfr_fmod(rl, al, bl, MPFR_RNDN);
+        mpfr_remainder(sl, al, bl, MPFR_RNDN);
+        mpfr_mul_2si(e, e, k, MPFR_RNDN);
+        double wf = round_to<double>(r), wr = round_to<double>(s);
+        long double wfl = round_to<long double>(rl), wrl = round_to<long double>(sl), wl = round_to<long double>(e);
+        set_x87_cw(uint16_t(saved & ~0x300));  // 24-bit significands
+        double f = __libm_fmod_ex(x, y), rr = __libm_remainder_e7(x, y);
+        long double fl = ::fmodl(xl, yl), rrl = ::remainderl(xl, yl), sc = ::ldexpl(xl, k);
+        uint16_t after = x87_cw_now();
+        set_x87_cw(saved);
+        EXPECT_EQ(after, uint16_t(saved & ~0x300));
+        if (f != wf || rr != wr || fl != wfl || rrl != wrl || sc != wl)
+            fail_once("precision 24: (%a, %a) fmod %a remainder %a; (%La, %La) fmodl %La remainderl %La; ldexpl(%La, %d) %La",
+                      x, y, f, rr, xl, yl, fl, rrl, xl, k, sc);
+    }
+    EXPECT_EQ(failures, 0);
+}
