@@ -67,10 +67,11 @@ inline void raise_invalid_single() {
 // goes through the interpreter's register wrappers; the result travels in the double
 // wrapper as its bit pattern.  The float wrapper's cell cannot hold a 64-bit integer: it
 // carries the low half and the result is kept (the class of these codes never writes a
-// result).  The other tiers and the extended forms hand cells; the cell is wide enough for
-// any format's value, since the interpreter copies the precision's width.
+// result).  The other tiers and the extended forms hand cells (the argument's own: an
+// extended argument is not copied); the result cell is wide enough for any format's value,
+// since the interpreter copies the precision's width.
 template <class T>
-inline int64_t report_int(T x, int64_t r, int code) {
+inline int64_t report_int(const T &x, int64_t r, int code) {
 #if TSR_TIER_E7
     if constexpr (std::is_same_v<T, double>)
         return int64_t(bits(__libm_error_support_wrapper_x64(f64(uint64_t(r)), x, x, code)));

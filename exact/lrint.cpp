@@ -4,13 +4,14 @@
 //
 // ex lets the hardware decide: the invalid flag of the MXCSR, cleared before a signed
 // conversion and read after it, says that the rounded value did not fit, so an argument
-// whose rounded value fits never reports, whatever the mode.  e7 decides by the exponent
-// alone: below 2^63 every value fits after rounding (the next double below 2^63 is
-// 2^63 - 1024), at or above it only -2^63 does.  The extended forms store with the x87
-// unit below 2^62 and round the top binades by hand from the rounding field of the x87
-// control word, where a rounded value may reach 2^63.
+// whose rounded value fits never reports, whatever the mode.  e7 and the extended forms
+// convert at once (the SSE conversion, the x87 integer store) and look at the argument only
+// when the result is the integer indefinite: that is a NaN or a rounded value past the
+// limits, for which the conversion has raised invalid, or -2^63 itself, the one argument
+// whose integer has the indefinite's value.
 #include "exact/conv_common.h"
 #include "tsr/codes.h"
+#include "tsr/x87.h"
 
 using namespace tsr;
 using namespace tsr::conv;
@@ -29,19 +30,16 @@ inline int64_t rint_ex(T x, int code) {
 #endif
 
 #if TSR_TIER_E7
-// kDenormal: lrint adds x to itself on its converting path, for the denormal flag.
-template <class T, bool kDenormal>
+// The conversion first: its result is the integer indefinite only for -2^63 itself, a NaN or
+// an argument out of range, and the conversion has raised invalid for the last two; only
+// that value sends the body on to look at the argument.
+template <class T>
 inline int64_t rint_e7(T x, int code) {
     using F = Format<T>;
-    auto a = F::bits(x) & F::abs;
-    if (__builtin_expect(a < two63_bits<T>(), 1)) {
-        if constexpr (kDenormal) force(opaque(x) + x);
-        return cvt(x);
-    }
-    // -2^63 converts exactly; a NaN gives the indefinite with invalid, and no report.
-    if (F::bits(x) == (F::sign | two63_bits<T>()) || a > F::inf) return cvt(x);
-    raise_invalid_single();
-    return report_int(x, kIndefinite, code);
+    int64_t r = cvt(x);
+    if (__builtin_expect(r != kIndefinite, 1)) return r;
+    if (F::bits(x) == (F::sign | two63_bits<T>()) || is_nan(x)) return r;
+    return report_int(x, r, code);
 }
 #endif
 
@@ -62,42 +60,24 @@ namespace {
 
 // The x87 integer store, in the caller's rounding mode.  The precision field of the control
 // word governs only arithmetic results, never a store to an integer, so it is left alone.
-inline int64_t fist(long double x) {
+// Loaded straight from the argument's cell (see load() in tsr/x87.h).
+inline int64_t fist(const long double &x) {
     int64_t r;
-    asm volatile("fistpll %0" : "=m"(r) : "t"(x) : "st");
+    asm volatile("fldt %1\n\tfistpll %0" : "=m"(r) : "m"(x));
     return r;
 }
 
-inline int64_t rint_l(long double x, int code) {
-    Ext e = ext(x);
-    uint32_t f = e.se & 0x7fffu;
-    bool neg = e.se >> 15;
-    if (__builtin_expect(f < 0x403d, 1)) return fist(x);  // |x| < 2^62: always fits
-    if (f == 0x403d) {
-        // 2^62 <= |x| < 2^63: the integer part is the significand less its last bit, which
-        // is the half; nearest moves a half to the even neighbour.
-        uint64_t n = e.m >> 1;
-        bool half = e.m & 1;
-        bool up = false;
-        switch ((get_x87_cw() & X87_RC_MASK) >> 10) {
-        case 0: up = half && (n & 1); break;
-        case 1: up = half && neg; break;
-        case 2: up = half && !neg; break;
-        default: break;
-        }
-        n += up;
-        if (n <= uint64_t(INT64_MAX) + neg) {
-            if (half) raise_inexact();
-            return neg ? int64_t(0 - n) : int64_t(n);
-        }
-    } else if (f == 0x403e && neg && e.m == Format<long double>::integer) {
-        return INT64_MIN;  // -2^63 itself
-    } else if (f == 0x7fff && (e.m << 1) != 0) {
-        raise_invalid();
-        return kIndefinite;  // a NaN: no report
-    }
-    raise_invalid();
-    return report_int(x, kIndefinite, code);
+inline int64_t rint_l(const long double &x, int code) {
+    // The store rounds in the caller's mode and gives the integer indefinite, with invalid,
+    // for a NaN and for a rounded value that does not fit (the top binade [2^62, 2^63)
+    // included, where rounding may carry to 2^63).  A negative argument of magnitude below
+    // 2^63, or -2^63 itself, always fits: there the indefinite is the true value -2^63.
+    int64_t r = fist(x);
+    if (__builtin_expect(r != kIndefinite, 1)) return r;
+    Ext e = ext_in(x);
+    bool fits = (e.se >= 0x8000 && e.se < 0xc03e) || (e.se == 0xc03e && e.m == Format<long double>::integer);
+    if (fits || ((e.se & 0x7fff) == 0x7fff && (e.m << 1) != 0)) return r;
+    return report_int(x, r, code);
 }
 
 }  // namespace
@@ -107,12 +87,8 @@ TSR_DEFINE(long long, llrintl, (long double x)) { return rint_l(x, code::llrintl
 #endif
 
 #if TSR_TIER_E7
-TSR_BODY(long, lrint, (double x)) { return rint_e7<double, true>(x, code::lrint_result_out_of_range); }
-TSR_BODY(long long, llrint, (double x)) {
-    return rint_e7<double, false>(x, code::llrint_result_out_of_range);
-}
-TSR_BODY(long, lrintf, (float x)) { return rint_e7<float, false>(x, code::lrintf_result_out_of_range); }
-TSR_BODY(long long, llrintf, (float x)) {
-    return rint_e7<float, false>(x, code::llrintf_result_out_of_range);
-}
+TSR_BODY(long, lrint, (double x)) { return rint_e7(x, code::lrint_result_out_of_range); }
+TSR_BODY(long long, llrint, (double x)) { return rint_e7(x, code::llrint_result_out_of_range); }
+TSR_BODY(long, lrintf, (float x)) { return rint_e7(x, code::lrintf_result_out_of_range); }
+TSR_BODY(long long, llrintf, (float x)) { return rint_e7(x, code::llrintf_result_out_of_range); }
 #endif

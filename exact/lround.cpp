@@ -11,6 +11,7 @@
 // value, so they raise no inexact flag.
 #include "exact/conv_common.h"
 #include "tsr/codes.h"
+#include "tsr/x87.h"
 
 using namespace tsr;
 using namespace tsr::conv;
@@ -77,8 +78,8 @@ namespace {
 // kBySign: an out-of-range argument gives the largest long when positive (lroundl), instead
 // of the indefinite; a NaN goes by its sign bit alike.
 template <bool kBySign>
-inline int64_t round_l(long double x, int code) {
-    Ext e = ext(x);
+inline int64_t round_l(const long double &x, int code) {
+    Ext e = ext_in(x);  // the words read in the argument's cell
     uint32_t f = e.se & 0x7fffu;
     bool neg = e.se >> 15;
     if (f < 0x3ffe) return 0;              // below a half (zeros and subnormals included)
