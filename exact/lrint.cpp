@@ -67,6 +67,14 @@ inline int64_t fist(const long double &x) {
     return r;
 }
 
+// The indefinite's cases, out of line: the usual path stays a leaf with no frame.
+[[gnu::noinline, gnu::cold]] int64_t rint_l_indefinite(const long double &x, int code) {
+    Ext e = ext_in(x);
+    bool fits = (e.se >= 0x8000 && e.se < 0xc03e) || (e.se == 0xc03e && e.m == Format<long double>::integer);
+    if (fits || ((e.se & 0x7fff) == 0x7fff && (e.m << 1) != 0)) return kIndefinite;
+    return report_int(x, kIndefinite, code);
+}
+
 inline int64_t rint_l(const long double &x, int code) {
     // The store rounds in the caller's mode and gives the integer indefinite, with invalid,
     // for a NaN and for a rounded value that does not fit (the top binade [2^62, 2^63)
@@ -74,10 +82,7 @@ inline int64_t rint_l(const long double &x, int code) {
     // 2^63, or -2^63 itself, always fits: there the indefinite is the true value -2^63.
     int64_t r = fist(x);
     if (__builtin_expect(r != kIndefinite, 1)) return r;
-    Ext e = ext_in(x);
-    bool fits = (e.se >= 0x8000 && e.se < 0xc03e) || (e.se == 0xc03e && e.m == Format<long double>::integer);
-    if (fits || ((e.se & 0x7fff) == 0x7fff && (e.m << 1) != 0)) return r;
-    return report_int(x, r, code);
+    return rint_l_indefinite(x, code);
 }
 
 }  // namespace

@@ -75,6 +75,16 @@ TSR_ALIAS(long long, __bwr_llroundf, (float), __libm_llroundf_ex)
 // ---- extended ---------------------------------------------------------------------------
 namespace {
 
+// Beyond the limits, out of line: the usual path stays a leaf with no frame.
+template <bool kBySign>
+[[gnu::noinline, gnu::cold]] int64_t round_l_beyond(const long double &x, int code) {
+    Ext e = ext_in(x);
+    raise_invalid();
+    int64_t r = kBySign && !(e.se >> 15) ? INT64_MAX : kIndefinite;
+    if ((e.se & 0x7fff) == 0x7fff && (e.m << 1) != 0) return r;  // a NaN: no report
+    return report_int(x, r, code);
+}
+
 // kBySign: an out-of-range argument gives the largest long when positive (lroundl), instead
 // of the indefinite; a NaN goes by its sign bit alike.
 template <bool kBySign>
@@ -92,10 +102,7 @@ inline int64_t round_l(const long double &x, int code) {
     } else if (f == 0x403e && neg && e.m == Format<long double>::integer) {
         return INT64_MIN;  // -2^63 itself
     }
-    raise_invalid();
-    int64_t r = kBySign && !neg ? INT64_MAX : kIndefinite;
-    if (f == 0x7fff && (e.m << 1) != 0) return r;  // a NaN: no report
-    return report_int(x, r, code);
+    return round_l_beyond<kBySign>(x, code);
 }
 
 }  // namespace
