@@ -161,8 +161,8 @@ std::string show(T x) {
     return b;
 }
 
-// Checks every triple in every variant and mode against the instruction; returns the
-// mismatches.  A variant that keeps the product's sign for a zero z is held to that where the
+// Checks every triple in every variant and mode against the instruction (and that the
+// control words come back unchanged); returns the mismatches.  A variant that keeps the product's sign for a zero z is held to that where the
 // product is zero.
 template <class T>
 long check(const std::vector<Variant<T>> &vars, const std::vector<Triple<T>> &ts, const char *fname) {
@@ -175,6 +175,7 @@ long check(const std::vector<Variant<T>> &vars, const std::vector<Triple<T>> &ts
         }
         for (int mode = 0; mode < 4; ++mode) {
             ModeGuard g(kModes[mode].fe);
+            const uint64_t controls = rounding_controls();
             for (const auto &t : ts) {
                 auto [want, wo] = observe([&] { return hw(t.x, t.y, t.z); });
                 if (v.product_sign && t.z == 0 && (t.x == 0 || t.y == 0) && !std::isnan(t.x) &&
@@ -183,7 +184,8 @@ long check(const std::vector<Variant<T>> &vars, const std::vector<Triple<T>> &ts
                     wo.flags = NONE;
                 }
                 auto [got, o] = observe([&] { return v.fn(t.x, t.y, t.z); });
-                if (bits(got) != bits(want) || o.flags != wo.flags || o.code != NO_CODE) {
+                if (bits(got) != bits(want) || o.flags != wo.flags || o.code != NO_CODE ||
+                    rounding_controls() != controls) {
                     if (++bad <= 20)
                         ADD_FAILURE() << fname << " " << v.name << " " << kModes[mode].name << " ("
                                       << show(t.x) << ", " << show(t.y) << ", " << show(t.z) << "): got "

@@ -134,10 +134,11 @@ long check_fmal(const std::vector<Triple<long double>> &ts) {
     long bad = 0;
     for (int mode = 0; mode < 4; ++mode) {
         ModeGuard g(kModes[mode].fe);
+        const uint64_t controls = rounding_controls();
         for (const auto &t : ts) {
             LdWant w = fmal_ref(t.x, t.y, t.z, mode);
             auto [got, o] = observe([&] { return ::fmal(t.x, t.y, t.z); });
-            if (!same(got, w.v) || o.flags != w.flags) {
+            if (!same(got, w.v) || o.flags != w.flags || rounding_controls() != controls) {
                 if (++bad <= 20)
                     ADD_FAILURE() << "fmal " << kModes[mode].name << " (" << (double)t.x << ", " << (double)t.y
                                   << ", " << (double)t.z << ") = " << std::hexfloat << got << " "
@@ -177,6 +178,15 @@ TEST(Fmal, AgainstMpfr) {
         for (long double x : {std::nextafter(mn, 0.0L), mn, 1.0L + 0x1p-63L, 1.0L - 0x1p-64L, mx, 0x1p-8000L})
             sp.push_back({x, 1.0L + 0x1p-63L, z});
     EXPECT_EQ(check_fmal(sp), 0);
+}
+
+// The caller's x87 precision field at 53 bits: fmal still rounds to 64 bits, and leaves the
+// field as it found it.
+TEST(Fmal, UnderDoublePrecisionControl) {
+    const uint16_t cw = x87_cw_now();
+    set_x87_cw(uint16_t((cw & ~0x300) | 0x200));
+    EXPECT_EQ(check_fmal(extended(22, 5000)), 0);
+    set_x87_cw(cw);
 }
 
 TEST(Fmal, Nans) {
