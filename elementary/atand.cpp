@@ -1,0 +1,118 @@
+// atand, atan2d (and its second name atand2) and their float forms.
+//
+// The angle comes from the double-double kernel __libm_atan2_k64 (about 2^-64 of the
+// value, atan2's quadrant rule) and goes to degrees by 180/pi in two parts; the last
+// addition is the caller's mode's.
+// Exact cases, without a flag: every quadrant angle of zeros and infinities (0, ±90, ±180,
+// ±45 and ±135 for two infinities, y's sign on each), and |y| = |x| (±45, ±135).  Both
+// operands zero report with the function's code (the quadrant value, 0 or ±180, stays).
+// A quotient below 2^-60 with x > 0 is the quotient itself (the cube is below 2^-120 of
+// it): |y|/|x| of the operands brought to [1, 2), a double-double, times 180/pi, scaled
+// back by the exponent difference so that only the last step rounds into the subnormal
+// range.  Quotients beyond 2^60 (and below 2^-60 with x < 0) leave ±90 (±180) less a part
+// below half its ulp: the constant and a tiny term on the right side of it.  Subnormal operands otherwise are scaled by 2^600 together first, so that the
+// kernel sees normal operands.
+// atand(x) is atan2d(x, 1).  Tier ex only; the float forms widen to double and round once
+// more (see sind.cpp).
+#include <type_traits>
+
+#include "elementary/deg_common.h"
+#include "tsr/codes.h"
+
+using namespace tsr;
+using namespace tsr::deg;
+
+namespace {
+
+// The exponent of a finite nonzero double, subnormals by their leading bit.
+inline int ilog(uint64_t a) {
+    int f = int(a >> 52);
+    return f ? f - 1023 : -1011 - __builtin_clzll(a);
+}
+// a·2^-ilog(a), in [1, 2).
+inline double normalise(uint64_t a, int e) {
+    if (e >= -1022) return f64((a & 0x000fffffffffffffull) | 0x3ff0000000000000ull);
+    return f64(a) * 0x1p600 * pow2(-e - 600);
+}
+
+// y, x finite and nonzero, |y| != |x|.
+inline double atan2d_core(double y, double x) {
+    uint64_t ay = bits(y) & kAbs, ax = bits(x) & kAbs, sy = bits(y) & kSign;
+    int ey = ilog(ay), ex = ilog(ax);
+    uint64_t sx = bits(x) & kSign;
+    // Quotients beyond 2^60 either way, but the tiny ones with x > 0: 90 or 180 less a part
+    // below half an ulp of them, which moves only a directed rounding, and y's sign.
+    if (ey - ex > 60) return neg_if(90.0, sy) - neg_if(0x1p-100, sx ^ sy);
+    if (sx && ey - ex < -60) return neg_if(180.0, sy) - neg_if(0x1p-100, sy);
+    RnGuardInexact g;
+    if (ey - ex < -60) {
+        DD q = div(DD{normalise(ay, ey), 0}, DD{normalise(ax, ex), 0});
+        DD v = mul(q, kR2dHi, kR2dLo);
+        double h = opaque(neg_if(v.h, sy)), l = opaque(neg_if(v.l, sy));
+        g.restore();
+        return scaled_sum({opaque(h), l}, ey - ex);
+    }
+    if ((ay < 0x0010000000000000ull || ax < 0x0010000000000000ull) &&
+        ay < 0x5000000000000000ull && ax < 0x5000000000000000ull) {
+        y = opaque(y) * 0x1p600;  // both below 2^257: exact, and no overflow
+        x = opaque(x) * 0x1p600;
+    }
+    double out[2], num[2] = {y, 0}, den[2] = {x, 0};
+    __libm_atan2_k64(out, num, den);
+    return finish(g, mul(DD{out[0], out[1]}, kR2dHi, kR2dLo));
+}
+
+template <class T>
+inline T atan2d_t(T yt, T xt) {
+    double y = yt, x = xt;
+    uint64_t ay = bits(y) & kAbs, ax = bits(x) & kAbs, sy = bits(y) & kSign;
+    bool xneg = (bits(x) & kSign) != 0;
+    if (ay > kInfBits || ax > kInfBits) return T(x + y);
+    if (ay == 0 || ax == 0 || ay == kInfBits || ax == kInfBits) {
+        double v;
+        if (ay == 0) {
+            v = xneg ? 180.0 : 0.0;
+            if (ax == 0) {
+                constexpr int kCode = std::is_same_v<T, float> ? code::atan2df_both_arguments_0
+                                                               : code::atan2d_both_arguments_0;
+                return report(yt, xt, T(neg_if(v, sy)), kCode);
+            }
+        } else if (ay == kInfBits) {
+            v = ax == kInfBits ? (xneg ? 135.0 : 45.0) : 90.0;
+        } else {
+            v = ax == 0 ? 90.0 : (xneg ? 180.0 : 0.0);
+        }
+        return T(neg_if(v, sy));
+    }
+    if (ay == ax) return T(neg_if(xneg ? 135.0 : 45.0, sy));
+    return T(atan2d_core(y, x));
+}
+
+template <class T>
+inline T atand_t(T xt) {
+    double x = xt;
+    uint64_t ax = bits(x) & kAbs, sx = bits(x) & kSign;
+    if (ax >= kInfBits) return ax == kInfBits ? T(neg_if(90.0, sx)) : T(x + x);
+    if (ax == 0x3ff0000000000000ull) return T(neg_if(45.0, sx));
+    if (ax < 0x3c30000000000000ull)  // below 2^-60: x·180/pi
+        return ax == 0 ? xt : T(mul_small(x, kR2dHi, kR2dLo));
+    return T(atan2d_core(x, 1.0));
+}
+
+}  // namespace
+
+#if TSR_TIER_EX
+TSR_BODY(double, atand, (double x)) { return atand_t(x); }
+TSR_BODY(double, atan2d, (double y, double x)) { return atan2d_t(y, x); }
+TSR_BODY(double, atand2, (double y, double x)) { return atan2d_t(y, x); }
+TSR_BODY(float, atandf, (float x)) { return atand_t(x); }
+TSR_BODY(float, atan2df, (float y, float x)) { return atan2d_t(y, x); }
+TSR_BODY(float, atand2f, (float y, float x)) { return atan2d_t(y, x); }
+// The reproducible forms: the ex steps under their own names.
+TSR_DEFINE(double, __bwr_atand, (double x)) { return atand_t(x); }
+TSR_DEFINE(double, __bwr_atan2d, (double y, double x)) { return atan2d_t(y, x); }
+TSR_DEFINE(double, __bwr_atand2, (double y, double x)) { return atan2d_t(y, x); }
+TSR_DEFINE(float, __bwr_atandf, (float x)) { return atand_t(x); }
+TSR_DEFINE(float, __bwr_atan2df, (float y, float x)) { return atan2d_t(y, x); }
+TSR_DEFINE(float, __bwr_atand2f, (float y, float x)) { return atan2d_t(y, x); }
+#endif
