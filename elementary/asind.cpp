@@ -9,8 +9,9 @@
 // acosd(±0) = 90.  Below 2^-60 asind is x·180/pi (the cube is below 2^-120 of it) and acosd
 // 90 less a tail.  |x| > 1, infinities included: NaN with the function's code.
 //
-// Tiers ex and e7 (double) run these steps alike; the float forms widen to double and
-// round once more (see sind.cpp).
+// Tiers ex and e7 (double) run these steps alike.  The float forms take the same exact
+// cases and otherwise the double radian function times 180/pi: about 2^-51 of the value, so
+// that the rounding to float adds at most 2^-27 of an ulp to its half ulp.
 #include <type_traits>
 
 #include "elementary/deg_common.h"
@@ -23,7 +24,7 @@ namespace {
 
 constexpr uint64_t kTwoM60 = 0x3c30000000000000ull;  // 2^-60
 
-template <bool Acos, class T>
+template <bool Acos, class T, bool Bwr = false>
 inline T asind_t(T xt) {
     double x = xt;
     uint64_t ax = bits(x) & kAbs, sx = bits(x) & kSign;
@@ -37,9 +38,18 @@ inline T asind_t(T xt) {
         return report(xt, T(nan), kCode);
     }
     if (ax == 0x3fe0000000000000ull) return T(Acos ? (sx ? 120.0 : 60.0) : neg_if(30.0, sx));
-    if (ax < kTwoM60) {
+    // Below 2^-60 (2^-25 for the float forms, where the double radian path would leave the
+    // side of 90 to its own rounding): first-order terms.
+    if (ax < (std::is_same_v<T, float> ? 0x3e60000000000000ull : kTwoM60)) {
         if (Acos) return T(ax == 0 ? 90.0 : 90.0 - f64(bits(0x1p-900) | sx));
         return ax == 0 ? xt : T(mul_small(x, kR2dHi, kR2dLo));
+    }
+    if constexpr (std::is_same_v<T, float>) {
+        // The float forms: the radian function in double (0.55 ulp) times 180/pi, about 2^-51
+        // of the value before the rounding to float.
+        double v = Acos ? (Bwr ? __bwr_acos_local(x) : __libm_acos_local(x))
+                        : (Bwr ? __bwr_asin_local(x) : __libm_asin_local(x));
+        return T(v * kR2dHi);
     }
     RnGuardInexact g;
     double a = opaque(f64(ax));
@@ -82,6 +92,6 @@ TSR_BODY(float, acosdf, (float x)) { return asind_t<true>(x); }
 // The reproducible forms: the ex steps under their own names.
 TSR_DEFINE(double, __bwr_asind, (double x)) { return asind_t<false>(x); }
 TSR_DEFINE(double, __bwr_acosd, (double x)) { return asind_t<true>(x); }
-TSR_DEFINE(float, __bwr_asindf, (float x)) { return asind_t<false>(x); }
-TSR_DEFINE(float, __bwr_acosdf, (float x)) { return asind_t<true>(x); }
+TSR_DEFINE(float, __bwr_asindf, (float x)) { return asind_t<false, float, true>(x); }
+TSR_DEFINE(float, __bwr_acosdf, (float x)) { return asind_t<true, float, true>(x); }
 #endif

@@ -12,8 +12,9 @@
 // range.  Quotients beyond 2^60 (and below 2^-60 with x < 0) leave ±90 (±180) less a part
 // below half its ulp: the constant and a tiny term on the right side of it.  Subnormal operands otherwise are scaled by 2^600 together first, so that the
 // kernel sees normal operands.
-// atand(x) is atan2d(x, 1).  Tier ex only; the float forms widen to double and round once
-// more (see sind.cpp).
+// atand(x) is atan2d(x, 1).  Tier ex only.  The float forms take the same exact cases and
+// otherwise the double radian function times 180/pi: about 2^-51 of the value, so that the
+// rounding to float adds at most 2^-27 of an ulp to its half ulp.
 #include <type_traits>
 
 #include "elementary/deg_common.h"
@@ -62,7 +63,7 @@ inline double atan2d_core(double y, double x) {
     return finish(g, mul(DD{out[0], out[1]}, kR2dHi, kR2dLo));
 }
 
-template <class T>
+template <class T, bool Bwr = false>
 inline T atan2d_t(T yt, T xt) {
     double y = yt, x = xt;
     uint64_t ay = bits(y) & kAbs, ax = bits(x) & kAbs, sy = bits(y) & kSign;
@@ -85,10 +86,19 @@ inline T atan2d_t(T yt, T xt) {
         return T(neg_if(v, sy));
     }
     if (ay == ax) return T(neg_if(xneg ? 135.0 : 45.0, sy));
+    if constexpr (std::is_same_v<T, float>) {
+        // The radian function in double, see the head; quotients beyond 2^40 either way (the
+        // small ones with x < 0) as in atan2d_core, where the double path would leave the side
+        // of 90 or 180 to its own rounding.
+        int q = ilog(ay) - ilog(ax);
+        if (q > 40) return T(neg_if(90.0, sy) - neg_if(0x1p-100, (bits(x) & kSign) ^ sy));
+        if (xneg && q < -40) return T(neg_if(180.0, sy) - neg_if(0x1p-100, sy));
+        return T((Bwr ? __bwr_atan2_local(y, x) : __libm_atan2_local(y, x)) * kR2dHi);
+    }
     return T(atan2d_core(y, x));
 }
 
-template <class T>
+template <class T, bool Bwr = false>
 inline T atand_t(T xt) {
     double x = xt;
     uint64_t ax = bits(x) & kAbs, sx = bits(x) & kSign;
@@ -96,6 +106,10 @@ inline T atand_t(T xt) {
     if (ax == 0x3ff0000000000000ull) return T(neg_if(45.0, sx));
     if (ax < 0x3c30000000000000ull)  // below 2^-60: x·180/pi
         return ax == 0 ? xt : T(mul_small(x, kR2dHi, kR2dLo));
+    if constexpr (std::is_same_v<T, float>) {
+        if (ax > 0x4270000000000000ull) return T(neg_if(90.0, sx) - neg_if(0x1p-100, sx));  // > 2^40
+        return T((Bwr ? __bwr_atan_local(x) : __libm_atan_local(x)) * kR2dHi);
+    }
     return T(atan2d_core(x, 1.0));
 }
 
@@ -112,7 +126,7 @@ TSR_BODY(float, atand2f, (float y, float x)) { return atan2d_t(y, x); }
 TSR_DEFINE(double, __bwr_atand, (double x)) { return atand_t(x); }
 TSR_DEFINE(double, __bwr_atan2d, (double y, double x)) { return atan2d_t(y, x); }
 TSR_DEFINE(double, __bwr_atand2, (double y, double x)) { return atan2d_t(y, x); }
-TSR_DEFINE(float, __bwr_atandf, (float x)) { return atand_t(x); }
-TSR_DEFINE(float, __bwr_atan2df, (float y, float x)) { return atan2d_t(y, x); }
-TSR_DEFINE(float, __bwr_atand2f, (float y, float x)) { return atan2d_t(y, x); }
+TSR_DEFINE(float, __bwr_atandf, (float x)) { return atand_t<float, true>(x); }
+TSR_DEFINE(float, __bwr_atan2df, (float y, float x)) { return atan2d_t<float, true>(y, x); }
+TSR_DEFINE(float, __bwr_atand2f, (float y, float x)) { return atan2d_t<float, true>(y, x); }
 #endif

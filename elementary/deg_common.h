@@ -11,15 +11,15 @@
 // told apart by r alone (0, ±30, ±45) and take exact constants: no flag is raised.
 //
 // Elsewhere the remainder goes to radians as a double-double t = r·pi/180 (pi/180 in two
-// parts, the product of the heads exact by Dekker's splitting), and __libm_sincos_k64 gives
-// sin and cos of its head to about 2^-62; the tail enters to first order (sin(th + tl) =
-// sin th + tl·cos th, the next term below 2^-106 of the value).  Each core runs in
+// parts, the product of the heads exact by Dekker's splitting), and the 64-row core of sin
+// and cos (trig_common.h, the body of __libm_sincos_k64) takes the head with the tail as
+// part of its own reduction, to about 2^-62 of the value.  Each core runs in
 // round-to-nearest (RnGuardInexact) and hands head and tail back for one last addition in
 // the caller's mode.
 #pragma once
 #include "elementary/deg_data.h"
 #include "elementary/invtrig_kernels.h"
-#include "elementary/trig_kernels.h"
+#include "elementary/trig_common.h"
 #include "tsr/common.h"
 #include "tsr/guard.h"
 #include "tsr/report.h"
@@ -31,7 +31,7 @@ constexpr uint64_t kSign = 0x8000000000000000ull;
 constexpr uint64_t kAbs = 0x7fffffffffffffffull;
 constexpr uint64_t kInfBits = 0x7ff0000000000000ull;
 constexpr uint64_t kTwo52 = 0x4330000000000000ull;      // 2^52: every double from here is whole
-constexpr uint64_t kSmall = 0x26f0000000000000ull;      // 2^-400: below, first-order terms
+constexpr uint64_t kSmall = 0x30f0000000000000ull;      // 2^-240: below, first-order terms
 constexpr uint64_t kTiny = 0x07b0000000000000ull;       // 2^-900: below, products scaled by 2^200
 
 struct DD {
@@ -88,7 +88,7 @@ inline double subnormal_sum(double h, double l) {
     return f64(bits((r - S) * 0x1p-200) | (bits(h) & kSign));  // a zero keeps h's sign
 }
 
-// x·(ch + cl) rounded once in the caller's mode, for |x| < 2^-400 (not zero): below 2^-900
+// x·(ch + cl) rounded once in the caller's mode, for |x| < 2^-240 (not zero): below 2^-900
 // the operand is scaled up by 2^200 so that no piece of the product underflows, and the sum
 // comes back by an exact scaling when it is normal, or through subnormal_sum.
 inline double mul_small(double x, double ch, double cl) {
@@ -132,17 +132,31 @@ inline Red reduce(double a) {
     return {double(m) + f, unsigned(q & 3)};  // exact: see the head of this file
 }
 
-// sin and cos of r degrees, 2^-400 <= |r| <= 45, each as head + tail; round-to-nearest.
+// sin or cos (Cos) of r degrees, 2^-240 <= |r| <= 45, as head + tail; round-to-nearest.
+// The angle th + tl in radians goes to the 64-row core of sin (trig_common.h) with tl as the
+// tail of the core's own reduction (its remainder is r - e, so e takes -tl): one row, about
+// 2^-62 of the value; its series' fourth powers of the remainder stay normal above 2^-256.
+inline DD sin_or_cos_deg(double r, bool cos) {
+    DD t = mul(r, kD2rHi, kD2rLo);
+    int k = trig::k32_trunc(t.h);
+    trig::Red64 d = trig::red64(t.h, k);
+    d.e -= t.l;
+    double tail = 0;
+    double h = trig::rows64_sum(trig::sincos_rows64[(k + (cos ? 16 : 0)) & 63], d, tail);
+    return fast_two_sum(h, tail);
+}
+
+// Both, for the tangent: one reduction, two rows.
 inline void sincos_deg(double r, DD &s, DD &c) {
     DD t = mul(r, kD2rHi, kD2rLo);
-    double S[2], C[2];
-    __libm_sincos_k64(t.h, S, C);
-    s = fast_two_sum(S[0], S[1] + t.l * C[0]);
-    // Below 2^-252 the kernel gives cos = 1 with no tail; the true value lies below 1 by
-    // about t^2/2, which a tail of -2^-600 stands for (it moves only directed roundings, and
-    // its products with t >= 2^-406 stay normal).
-    c = C[1] != 0 || S[0] > 0x1p-252 || S[0] < -0x1p-252 ? fast_two_sum(C[0], C[1] - t.l * S[0])
-                                                         : DD{C[0], -0x1p-600};
+    int k = trig::k32_trunc(t.h);
+    trig::Red64 d = trig::red64(t.h, k);
+    d.e -= t.l;
+    double ts = 0, tc = 0;
+    double hs = trig::rows64_sum(trig::sincos_rows64[k & 63], d, ts);
+    double hc = trig::rows64_sum(trig::sincos_rows64[(k + 16) & 63], d, tc);
+    s = fast_two_sum(hs, ts);
+    c = fast_two_sum(hc, tc);
 }
 
 // sin r° and cos r° for the float forms, in double and in the caller's mode, |r| <= 45:

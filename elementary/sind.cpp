@@ -5,7 +5,7 @@
 // ±1 or a zero (sind: x's sign, sind(180) = +0, sind(-180) = -0; cosd: +0), r = ±30 on the
 // sine side the exact ±1/2, all without a flag.  Elsewhere the double-double sine or cosine
 // of r, with the sign on head and tail before the last addition.
-// Below 2^-400 sind is x·pi/180 (the cube is below 2^-800 of it) and cosd 1 less a tail.
+// Below 2^-240 sind is x·pi/180 (the cube is below 2^-480 of it) and cosd 1 less a tail.
 //
 // Tiers ex and e7 run these steps alike (e7 is the SSE3 build of them).  The float forms
 // widen to double, where every float argument and the whole reduction are exact, take the
@@ -38,9 +38,7 @@ inline double sind_core(double x) {
     }
     if (!(q & 1) && mag_is(d.r, 30.0)) return neg_if(0.5, neg ^ (bits(d.r) & kSign));
     RnGuardInexact g;
-    DD s, c;
-    sincos_deg(opaque(d.r), s, c);
-    DD v = (q & 1) ? c : s;
+    DD v = sin_or_cos_deg(opaque(d.r), q & 1);
     return finish(g, {neg_if(v.h, neg), neg_if(v.l, neg)});
 }
 

@@ -7,7 +7,7 @@
 // Exact cases, without a flag: r = 0 gives a zero (tand(180) = -0 as sind/cosd give it) or
 // the pole, an infinity reported with its code (tand at odd multiples of 90, cotd at
 // multiples of 180; the sign as 1/tand gives it); r = ±45 gives ±1.
-// Below 2^-400: tand is x·pi/180, cotd (180/pi)/x with a correction of the quotient, the
+// Below 2^-240: tand is x·pi/180, cotd (180/pi)/x with a correction of the quotient, the
 // operand scaled by 2^500 so that the quotient cannot overflow before the result does.
 //
 // Tiers ex and e7 run these steps alike.  The float forms widen to double as sindf does,
@@ -22,11 +22,11 @@ using namespace tsr::deg;
 
 namespace {
 
-// (180/pi)/x for 0 < |x| < 2^-400, rounded once in the caller's mode (overflowing past the
+// (180/pi)/x for 0 < |x| < 2^-240, rounded once in the caller's mode (overflowing past the
 // largest double).
 inline double recip_deg(double x) {
     RnGuardInexact g;
-    double y = opaque(x) * 0x1p500;  // |y| < 2^100: the quotient's pieces stay in range
+    double y = opaque(x) * 0x1p500;  // |y| < 2^260: the quotient's pieces stay in range
     double q = kR2dHi / y;
     DD p = two_prod(q, y);
     double e = (((kR2dHi - p.h) - p.l) + kR2dLo) / y;
