@@ -1,8 +1,8 @@
 // atand, atan2d (and its second name atand2) and their float forms.
 //
-// The angle comes from the double-double kernel __libm_atan2_k64 (about 2^-64 of the
-// value, atan2's quadrant rule) and goes to degrees by 180/pi in two parts; the last
-// addition is the caller's mode's.
+// The angle is atan2 in double with one correction from the double-double sine and cosine
+// kernel __libm_sincos_k64 (atan2d_core), and goes to degrees by 180/pi in two parts; the
+// last addition is the caller's mode's.
 // Exact cases, without a flag: every quadrant angle of zeros and infinities (0, ±90, ±180,
 // ±45 and ±135 for two infinities, y's sign on each), and |y| = |x| (±45, ±135).  Both
 // operands zero report with the function's code (the quadrant value, 0 or ±180, stays).
@@ -37,6 +37,7 @@ inline double normalise(uint64_t a, int e) {
 }
 
 // y, x finite and nonzero, |y| != |x|.
+template <bool Bwr>
 inline double atan2d_core(double y, double x) {
     uint64_t ay = bits(y) & kAbs, ax = bits(x) & kAbs, sy = bits(y) & kSign;
     int ey = ilog(ay), ex = ilog(ax);
@@ -53,14 +54,23 @@ inline double atan2d_core(double y, double x) {
         g.restore();
         return scaled_sum({opaque(h), l}, ey - ex);
     }
-    if ((ay < 0x0010000000000000ull || ax < 0x0010000000000000ull) &&
-        ay < 0x5000000000000000ull && ax < 0x5000000000000000ull) {
-        y = opaque(y) * 0x1p600;  // both below 2^257: exact, and no overflow
-        x = opaque(x) * 0x1p600;
-    }
-    double out[2], num[2] = {y, 0}, den[2] = {x, 0};
-    __libm_atan2_k64(out, num, den);
-    return finish(g, mul(DD{out[0], out[1]}, kR2dHi, kR2dLo));
+    // Both operands brought by one power of two to a larger magnitude in [1, 2) (the smaller
+    // stays above 2^-61, normal): a = atan2 in double, then one correction from sin a and
+    // cos a of the double-double kernel: atan2(y, x) - a = atan((y cos a - x sin a)/(x cos a +
+    // y sin a)), a quotient of about 2^-53 whose cube is far below; the numerator's error
+    // from the kernel's 2^-62 is 2^-61 of r·|sin a cos a|, the denominator r, so the
+    // correction is good to 2^-60 of the angle.
+    int e = ey > ex ? ey : ex;
+    double f1 = pow2(-e / 2), f2 = pow2(-e + e / 2);
+    y = opaque(y) * f1 * f2;
+    x = opaque(x) * f1 * f2;
+    double a = Bwr ? __bwr_atan2_local(y, x) : __libm_atan2_local(y, x);
+    double S[2], C[2];
+    __libm_sincos_k64(a, S, C);
+    DD yc = two_prod(y, C[0]), xs = two_prod(x, S[0]);
+    double num = (yc.h - xs.h) + ((yc.l - xs.l) + (y * C[1] - x * S[1]));  // the heads: exact
+    double den = x * C[0] + y * S[0];
+    return finish(g, mul(fast_two_sum(a, num / den), kR2dHi, kR2dLo));
 }
 
 template <class T, bool Bwr = false>
@@ -95,7 +105,7 @@ inline T atan2d_t(T yt, T xt) {
         if (xneg && q < -40) return T(neg_if(180.0, sy) - neg_if(0x1p-100, sy));
         return T((Bwr ? __bwr_atan2_local(y, x) : __libm_atan2_local(y, x)) * kR2dHi);
     }
-    return T(atan2d_core(y, x));
+    return T(atan2d_core<Bwr>(y, x));
 }
 
 template <class T, bool Bwr = false>
@@ -110,7 +120,7 @@ inline T atand_t(T xt) {
         if (ax > 0x4270000000000000ull) return T(neg_if(90.0, sx) - neg_if(0x1p-100, sx));  // > 2^40
         return T((Bwr ? __bwr_atan_local(x) : __libm_atan_local(x)) * kR2dHi);
     }
-    return T(atan2d_core(x, 1.0));
+    return T(atan2d_core<Bwr>(x, 1.0));
 }
 
 }  // namespace
@@ -123,9 +133,9 @@ TSR_BODY(float, atandf, (float x)) { return atand_t(x); }
 TSR_BODY(float, atan2df, (float y, float x)) { return atan2d_t(y, x); }
 TSR_BODY(float, atand2f, (float y, float x)) { return atan2d_t(y, x); }
 // The reproducible forms: the ex steps under their own names.
-TSR_DEFINE(double, __bwr_atand, (double x)) { return atand_t(x); }
-TSR_DEFINE(double, __bwr_atan2d, (double y, double x)) { return atan2d_t(y, x); }
-TSR_DEFINE(double, __bwr_atand2, (double y, double x)) { return atan2d_t(y, x); }
+TSR_DEFINE(double, __bwr_atand, (double x)) { return atand_t<double, true>(x); }
+TSR_DEFINE(double, __bwr_atan2d, (double y, double x)) { return atan2d_t<double, true>(y, x); }
+TSR_DEFINE(double, __bwr_atand2, (double y, double x)) { return atan2d_t<double, true>(y, x); }
 TSR_DEFINE(float, __bwr_atandf, (float x)) { return atand_t<float, true>(x); }
 TSR_DEFINE(float, __bwr_atan2df, (float y, float x)) { return atan2d_t<float, true>(y, x); }
 TSR_DEFINE(float, __bwr_atand2f, (float y, float x)) { return atan2d_t<float, true>(y, x); }

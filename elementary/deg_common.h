@@ -19,6 +19,7 @@
 #pragma once
 #include "elementary/deg_data.h"
 #include "elementary/invtrig_kernels.h"
+#include "elementary/trig_kernels.h"
 #include "elementary/trig_common.h"
 #include "tsr/common.h"
 #include "tsr/guard.h"
