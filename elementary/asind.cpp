@@ -1,10 +1,13 @@
 // asind, acosd and their float forms.
 //
-// asin a = atan2(a, sqrt(1 - a^2)) and acos x = atan2(sqrt(1 - x^2), x), the angle from the
-// double-double kernel __libm_atan2_k64 (about 2^-64 of the value) and taken to degrees by
-// 180/pi in two parts.  1 - a^2 is formed exactly as a double-double: from d = 1 - a (exact
-// for a >= 1/2) as 2d - d^2, below 1/2 as 1 - a^2; its square root is the rounded root of
-// the head and one correction (t - s^2)/(2s).  The last addition is the caller's mode's.
+// asin of t in [0, 1/2] as u = asin t in double and one correction from the double-double
+// sine and cosine kernel __libm_sincos_k64: asin t - u = (t - sin u)/cos u to second order,
+// a term of 2^-53 whose square is far below; the kernel's 2^-62 enters multiplied by at most
+// 1/cos 30°, so the pair holds the angle to about 2^-60.  |x| <= 1/2 takes it on |x|
+// (acosd: 90 -+ it); above, acos |x| = 2 asin sqrt((1 - |x|)/2), with 1 - |x| exact and the
+// root's own correction (t - r^2)/(2r) as the argument's tail (asind: 90 less it, acosd of a
+// negative x: 180 less it).  Degrees by 180/pi in two parts; the last addition is the
+// caller's mode's.
 // Exact cases, without a flag: ±1 (asind ±90, acosd 0 and 180), ±1/2 (±30; 60 and 120),
 // acosd(±0) = 90.  Below 2^-60 asind is x·180/pi (the cube is below 2^-120 of it) and acosd
 // 90 less a tail.  |x| > 1, infinities included: NaN with the function's code.
@@ -53,28 +56,38 @@ inline T asind_t(T xt) {
     }
     RnGuardInexact g;
     double a = opaque(f64(ax));
-    DD w;  // 1 - a^2
-    if (a >= 0.5) {
-        double d = 1.0 - a;  // exact
-        DD p = two_prod(d, d);
-        w = two_sum(2.0 * d, -p.h);
-        w = fast_two_sum(w.h, w.l - p.l);
+    // u + du = asin of an argument t + dt in [0, 1/2], from the double asin and one
+    // correction (see the head).
+    auto arcsin = [](double t, double dt) {
+        double u = Bwr ? __bwr_asin_local(t) : __libm_asin_local(t);
+        double S[2], C[2];
+        __libm_sincos_k64(u, S, C);
+        return fast_two_sum(u, ((t - S[0]) + (dt - S[1])) / C[0]);  // t - S[0]: exact
+    };
+    DD v;  // the magnitude of the result, in degrees
+    if (a <= 0.5) {
+        DD d = mul(arcsin(a, 0.0), kR2dHi, kR2dLo);  // asin |x|
+        if (Acos) {  // 90 -+ asin|x|
+            DD w = two_sum(90.0, sx ? d.h : -d.h);
+            v = fast_two_sum(w.h, w.l + (sx ? d.l : -d.l));
+        } else {
+            v = d;
+        }
     } else {
-        DD p = two_prod(a, a);
-        w = two_sum(1.0, -p.h);
-        w = fast_two_sum(w.h, w.l - p.l);
+        // acos |x| = 2 asin sqrt((1 - |x|)/2), the halved difference exact and its root with
+        // one correction.
+        double t = (1.0 - a) * 0.5;
+        double r = __builtin_sqrt(t);
+        DD rr = two_prod(r, r);
+        DD c = arcsin(r, ((t - rr.h) - rr.l) / (2.0 * r));
+        DD d = mul(DD{2.0 * c.h, 2.0 * c.l}, kR2dHi, kR2dLo);  // acos |x|
+        if (Acos && !sx) {
+            v = d;
+        } else {  // asind: 90 - acos|x|; acosd of x < 0: 180 - acos|x|
+            DD w = two_sum(Acos ? 180.0 : 90.0, -d.h);
+            v = fast_two_sum(w.h, w.l - d.l);
+        }
     }
-    double s = __builtin_sqrt(w.h);
-    DD ss = two_prod(s, s);
-    DD root = fast_two_sum(s, (((w.h - ss.h) - ss.l) + w.l) / (2.0 * s));
-    double out[2], num[2], den[2];
-    if (Acos) {
-        num[0] = root.h, num[1] = root.l, den[0] = x, den[1] = 0;
-    } else {
-        num[0] = a, num[1] = 0, den[0] = root.h, den[1] = root.l;
-    }
-    __libm_atan2_k64(out, num, den);
-    DD v = mul(DD{out[0], out[1]}, kR2dHi, kR2dLo);
     uint64_t neg = Acos ? 0 : sx;
     return T(finish(g, {neg_if(v.h, neg), neg_if(v.l, neg)}));
 }
@@ -90,8 +103,8 @@ TSR_BODY(double, acosd, (double x)) { return asind_t<true>(x); }
 TSR_BODY(float, asindf, (float x)) { return asind_t<false>(x); }
 TSR_BODY(float, acosdf, (float x)) { return asind_t<true>(x); }
 // The reproducible forms: the ex steps under their own names.
-TSR_DEFINE(double, __bwr_asind, (double x)) { return asind_t<false>(x); }
-TSR_DEFINE(double, __bwr_acosd, (double x)) { return asind_t<true>(x); }
+TSR_DEFINE(double, __bwr_asind, (double x)) { return asind_t<false, double, true>(x); }
+TSR_DEFINE(double, __bwr_acosd, (double x)) { return asind_t<true, double, true>(x); }
 TSR_DEFINE(float, __bwr_asindf, (float x)) { return asind_t<false, float, true>(x); }
 TSR_DEFINE(float, __bwr_acosdf, (float x)) { return asind_t<true, float, true>(x); }
 #endif

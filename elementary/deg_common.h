@@ -18,7 +18,6 @@
 // the caller's mode.
 #pragma once
 #include "elementary/deg_data.h"
-#include "elementary/invtrig_kernels.h"
 #include "elementary/trig_kernels.h"
 #include "elementary/trig_common.h"
 #include "tsr/common.h"
