@@ -12,7 +12,7 @@
 // range.  Quotients beyond 2^60 (and below 2^-60 with x < 0) leave ±90 (±180) less a part
 // below half its ulp: the constant and a tiny term on the right side of it.  Subnormal operands otherwise are scaled by 2^600 together first, so that the
 // kernel sees normal operands.
-// atand(x) is atan2d(x, 1).  Tier ex only.  The float forms take the same exact cases and
+// atand(x) is atan2d(x, 1), on atan in place of atan2.  Tier ex only.  The float forms take the same exact cases and
 // otherwise the double radian function times 180/pi: about 2^-51 of the value, so that the
 // rounding to float adds at most 2^-27 of an ulp to its half ulp.
 #include <type_traits>
@@ -108,6 +108,21 @@ inline T atan2d_t(T yt, T xt) {
     return T(atan2d_core<Bwr>(y, x));
 }
 
+// atand for 2^-60 <= |x| <= 2^60: a = atan in double and the correction of atan2d_core
+// with (y, x) = (x, 1): atan x - a = atan((x cos a - sin a)/(cos a + x sin a)).
+template <bool Bwr>
+inline double atand_core(double x) {
+    RnGuardInexact g;
+    x = opaque(x);
+    double a = Bwr ? __bwr_atan_local(x) : __libm_atan_local(x);
+    double S[2], C[2];
+    __libm_sincos_k64(a, S, C);
+    DD xc = two_prod(x, C[0]);
+    double num = (xc.h - S[0]) + ((xc.l - S[1]) + x * C[1]);  // the heads: exact
+    double den = C[0] + x * S[0];
+    return finish(g, mul(fast_two_sum(a, num / den), kR2dHi, kR2dLo));
+}
+
 template <class T, bool Bwr = false>
 inline T atand_t(T xt) {
     double x = xt;
@@ -120,7 +135,8 @@ inline T atand_t(T xt) {
         if (ax > 0x4270000000000000ull) return T(neg_if(90.0, sx) - neg_if(0x1p-100, sx));  // > 2^40
         return T((Bwr ? __bwr_atan_local(x) : __libm_atan_local(x)) * kR2dHi);
     }
-    return T(atan2d_core<Bwr>(x, 1.0));
+    if (ax > 0x43b0000000000000ull) return neg_if(90.0, sx) - neg_if(0x1p-100, sx);  // > 2^60
+    return atand_core<Bwr>(x);
 }
 
 }  // namespace
