@@ -10,10 +10,9 @@
 // r lies in [-45, 45] and Q = q mod 4 is the quadrant.  The multiples of 30, 45 and 90 are
 // told apart by r alone (0, ±30, ±45) and take exact constants: no flag is raised.
 //
-// Elsewhere the remainder goes to radians as a double-double t = r·pi/180 (pi/180 in two
-// parts, the product of the heads exact by Dekker's splitting), and the 64-row core of sin
-// and cos (trig_common.h, the body of __libm_sincos_k64) takes the head with the tail as
-// part of its own reduction, to about 2^-62 of the value.  Each core runs in
+// Elsewhere the 64-row core of sin and cos (trig_common.h) takes the remainder, its row
+// chosen in degrees and only the small rest converted to radians (row_deg), to about 2^-62
+// of the value.  Each core runs in
 // round-to-nearest (RnGuardInexact) and hands head and tail back for one last addition in
 // the caller's mode.
 #pragma once
@@ -132,29 +131,38 @@ inline Red reduce(double a) {
     return {double(m) + f, unsigned(q & 3)};  // exact: see the head of this file
 }
 
+// The row of the 64-row core of sin and cos (trig_common.h, the body of __libm_sincos_k64):
+// rows stand at multiples of pi/32, that is 45/8 degrees, so the row is chosen in degrees
+// and the rest r - 5.625k is exact (a multiple of ulp r below 4, or r itself); only that
+// rest goes to radians, as a double-double t = (r - 5.625k)·pi/180 (pi/180 in two parts, the
+// product of the heads exact by Dekker's splitting), whose tail is the core's own tail of
+// the reduction (its remainder is r - e).  About 2^-62 of the value; the series' fourth
+// powers of the remainder stay normal above 2^-256.
+struct Row {
+    trig::Red64 d;
+    int k;
+};
+inline Row row_deg(double r) {
+    int k = int(r * 0x1.6c16c16c16c17p-3 + (r < 0 ? -0.5 : 0.5));  // r·8/45, nearest
+    double rest = r - double(k) * 5.625;                             // exact
+    DD t = mul(rest, kD2rHi, kD2rLo);
+    return {{t.h, t.h, -t.l, k}, k};
+}
+
 // sin or cos (Cos) of r degrees, 2^-240 <= |r| <= 45, as head + tail; round-to-nearest.
-// The angle th + tl in radians goes to the 64-row core of sin (trig_common.h) with tl as the
-// tail of the core's own reduction (its remainder is r - e, so e takes -tl): one row, about
-// 2^-62 of the value; its series' fourth powers of the remainder stay normal above 2^-256.
 inline DD sin_or_cos_deg(double r, bool cos) {
-    DD t = mul(r, kD2rHi, kD2rLo);
-    int k = trig::k32_trunc(t.h);
-    trig::Red64 d = trig::red64(t.h, k);
-    d.e -= t.l;
+    Row w = row_deg(r);
     double tail = 0;
-    double h = trig::rows64_sum(trig::sincos_rows64[(k + (cos ? 16 : 0)) & 63], d, tail);
+    double h = trig::rows64_sum(trig::sincos_rows64[(w.k + (cos ? 16 : 0)) & 63], w.d, tail);
     return fast_two_sum(h, tail);
 }
 
 // Both, for the tangent: one reduction, two rows.
 inline void sincos_deg(double r, DD &s, DD &c) {
-    DD t = mul(r, kD2rHi, kD2rLo);
-    int k = trig::k32_trunc(t.h);
-    trig::Red64 d = trig::red64(t.h, k);
-    d.e -= t.l;
+    Row w = row_deg(r);
     double ts = 0, tc = 0;
-    double hs = trig::rows64_sum(trig::sincos_rows64[k & 63], d, ts);
-    double hc = trig::rows64_sum(trig::sincos_rows64[(k + 16) & 63], d, tc);
+    double hs = trig::rows64_sum(trig::sincos_rows64[w.k & 63], w.d, ts);
+    double hc = trig::rows64_sum(trig::sincos_rows64[(w.k + 16) & 63], w.d, tc);
     s = fast_two_sum(hs, ts);
     c = fast_two_sum(hc, tc);
 }
