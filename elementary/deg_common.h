@@ -1,5 +1,6 @@
 // What the degree functions share: the exact reduction of an argument in degrees, the
-// sine and cosine of the remainder, and the double-double steps around the radian kernels.
+// sine and cosine of the remainder, and the double-double steps around the radian cores and
+// kernels (the arcs' correction uses __libm_sincos_k64).
 //
 // The period is a whole number of degrees, so no part of the reduction rounds:
 //   |x| < 2^52: n = trunc|x| (one conversion, inexact only where |x| is not whole, and then
@@ -12,9 +13,8 @@
 //
 // Elsewhere the 64-row core of sin and cos (trig_common.h) takes the remainder, its row
 // chosen in degrees and only the small rest converted to radians (row_deg), to about 2^-62
-// of the value.  Each core runs in
-// round-to-nearest (RnGuardInexact) and hands head and tail back for one last addition in
-// the caller's mode.
+// of the value.  Each core runs in round-to-nearest (RnGuardInexact) and hands head and
+// tail back for one last addition in the caller's mode.
 #pragma once
 #include "elementary/deg_data.h"
 #include "elementary/trig_kernels.h"
