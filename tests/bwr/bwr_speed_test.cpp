@@ -7,6 +7,7 @@
 #include <x86intrin.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -38,8 +39,7 @@ constexpr Range kRanges[] = {
 Range range_of(std::string name, bool single) {
     name = name.substr(6);  // less __bwr_
     if (single && name.back() == 'f') name.pop_back();
-    for (const char *sfx : {"", "2", "10"})
-        if (name == std::string("log") + sfx) return kRanges[0];
+    if (name == "log2" || name == "log10") name = "log";
     if (name == "logb") return {"", -10, 10, false, 0, 0};
     for (const char *r : {"floor", "trunc", "round", "rint", "nearbyint"})
         if (name == r) return kRanges[6];
@@ -47,7 +47,7 @@ Range range_of(std::string name, bool single) {
     for (const Range &r : kRanges)
         if (name == r.root) {
             Range x = r;
-            if (single && x.log) x.lo = 1e-37, x.hi = 1e37;
+            if (single && x.log) x.lo = std::max(x.lo, 1e-37), x.hi = std::min(x.hi, 1e37);
             if (single && x.root == std::string("exp")) x.lo = -87, x.hi = 88;
             if (single && x.root == std::string("exp2")) x.lo = -126, x.hi = 127;
             if (single && x.root == std::string("exp10")) x.lo = -37, x.hi = 38;
@@ -62,7 +62,7 @@ template <class T> std::vector<T> inputs(double lo, double hi, bool log, uint64_
     for (T &x : v) {
         s = s * 6364136223846793005ull + 1442695040888963407ull;
         double u = double(s >> 11) * 0x1p-53;
-        x = T(log ? lo * std::pow(hi / lo, u) : lo + (hi - lo) * u);
+        x = T(log ? std::exp(std::log(lo) + (std::log(hi) - std::log(lo)) * u) : lo + (hi - lo) * u);
     }
     return v;
 }
@@ -71,7 +71,7 @@ struct Figures {
     double thr, lat;
 };
 struct Pair {
-    Figures bwr, disp, ratio;
+    Figures bwr, disp, ratio, ex;
 };
 double median(std::vector<double> v) {
     std::sort(v.begin(), v.end());
@@ -96,16 +96,19 @@ template <class T, int N, class F> double pass(F fn, const std::vector<T> &a, co
     asm volatile("" : : "x"(r));
     return double(t1 - t0) / double(a.size());
 }
-// Both sides alternately, 63 repetitions: the median of each figure and of the ratios.
-template <class T, int N, class F, class G>
-Pair measure(F fb, G fp, const std::vector<T> &a, const std::vector<T> &b) {
-    std::vector<double> v[6];
+// The reproducible form, the dispatched entry and the ex body in turn, 63 repetitions: the
+// median of each figure and of the ratios reproducible/dispatched.
+template <class T, int N, class F, class G, class H>
+Pair measure(F fb, G fp, H fe, const std::vector<T> &a, const std::vector<T> &b) {
+    std::vector<double> v[8];
     for (int rep = 0; rep < 63; ++rep)
         for (int chain = 0; chain < 2; ++chain) {
             double x = pass<T, N>(fb, a, b, chain), y = pass<T, N>(fp, a, b, chain);
+            v[6 + chain].push_back(pass<T, N>(fe, a, b, chain));
             v[chain].push_back(x), v[2 + chain].push_back(y), v[4 + chain].push_back(x / y);
         }
-    return {{median(v[0]), median(v[1])}, {median(v[2]), median(v[3])}, {median(v[4]), median(v[5])}};
+    return {{median(v[0]), median(v[1])}, {median(v[2]), median(v[3])}, {median(v[4]), median(v[5])},
+            {median(v[6]), median(v[7])}};
 }
 
 const Function *find(const std::string &name) {
@@ -128,25 +131,32 @@ template <class T> void row(const Function &bwr, const Function &plain) {
     auto a = inputs<T>(r.lo, r.hi, r.log, 1), b = inputs<T>(r.lo2, r.hi2, false, 2);
     bool two = std::strcmp(bwr.shape, "R(R,R)") == 0;
     Pair m;
+    tsr_gen::AnyFn ex = plain.entry;
+    for (int i = 0; i < plain.ntiers; ++i)
+        if (std::strcmp(plain.tiers[i].name, "ex") == 0) ex = plain.tiers[i].fn;
     if (two) {
-        auto pb = reinterpret_cast<T (*)(T, T)>(bwr.entry), pp = reinterpret_cast<T (*)(T, T)>(plain.entry);
+        auto pb = reinterpret_cast<T (*)(T, T)>(bwr.entry), pp = reinterpret_cast<T (*)(T, T)>(plain.entry),
+             pe = reinterpret_cast<T (*)(T, T)>(ex);
         pp(a[0], b[0]);  // settle the slot
-        m = measure<T, 2>(pb, pp, a, b);
+        m = measure<T, 2>(pb, pp, pe, a, b);
     } else {
-        auto pb = reinterpret_cast<T (*)(T)>(bwr.entry), pp = reinterpret_cast<T (*)(T)>(plain.entry);
+        auto pb = reinterpret_cast<T (*)(T)>(bwr.entry), pp = reinterpret_cast<T (*)(T)>(plain.entry),
+             pe = reinterpret_cast<T (*)(T)>(ex);
         pp(a[0]);
-        m = measure<T, 1>([pb](T x, T) { return pb(x); }, [pp](T x, T) { return pp(x); }, a, b);
+        m = measure<T, 1>([pb](T x, T) { return pb(x); }, [pp](T x, T) { return pp(x); },
+                          [pe](T x, T) { return pe(x); }, a, b);
     }
-    std::printf("| %s | %s | %.4g .. %.4g | %.2f | %.2f | %.2f | %.2f | %.2f | %.2f |\n", bwr.name,
+    std::printf("| %s | %s | %.4g .. %.4g | %.2f | %.2f | %.2f | %.2f | %.2f | %.2f | %.2f | %.2f |\n", bwr.name,
                 selected_tier(plain).c_str(), r.lo, r.hi, m.bwr.thr, m.disp.thr, m.ratio.thr, m.bwr.lat,
-                m.disp.lat, m.ratio.lat);
+                m.disp.lat, m.ratio.lat, m.ex.thr, m.ex.lat);
 }
 
 }  // namespace
 
 TEST(BwrSpeed, DISABLED_Table) {
     std::printf("| reproducible form | dispatched tier | inputs | throughput bwr | throughput dispatched | ratio "
-                "| latency bwr | latency dispatched | ratio |\n|---|---|---|---:|---:|---:|---:|---:|---:|\n");
+                "| latency bwr | latency dispatched | ratio | throughput ex | latency ex |\n"
+                "|---|---|---|---:|---:|---:|---:|---:|---:|---:|---:|\n");
     for (const Function &f : tsr_gen::tsr_functions) {
         if (std::strncmp(f.name, "__bwr_", 6) != 0) continue;
         const Function *p = find(f.name + 6);

@@ -205,3 +205,24 @@ TEST(BwrNames, SecondNamesStandAtTheExBody) {
     }
     EXPECT_TRUE(found);
 }
+
+// The long run: every float through __bwr_log1pf, and 100 times the default inputs of the
+// double bodies, each beside its ex body.
+TEST(BwrLong, EveryFloat) {
+    auto s = log_plan(f_log1pf());
+    s.skip = [](const float *x) { return *x <= -1.0f; };
+    same_accuracy(every_float(s), 0.0, 0.0);
+}
+TEST(BwrLong, Doubles) {
+    for (auto s : {log_plan(f_log()), log_plan(f_log2()), log_plan(f_log10())}) {
+        s.scale = 100;
+        same_accuracy(sweep(s), 0.0, 0.005);
+    }
+    auto e = exp_plan(f_exp(), -745.2, 709.79);
+    e.scale = 100;
+    same_accuracy(sweep(e), 0.01, 0.01);
+    auto e10 = exp_plan(f_exp10(), -323.6, 308.25);
+    e10.tier_bounds = {{EX, RN, 1.0}};
+    e10.scale = 100;
+    same_accuracy(sweep(e10), 0.0, 0.0);
+}
