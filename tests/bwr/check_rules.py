@@ -126,7 +126,8 @@ class Rules(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.dis = Disassembly(SO)
-        cls.names = [l.strip() for l in open(os.path.join(GEN, "exported.txt")) if l.startswith("__bwr_")]
+        with open(os.path.join(GEN, "exported.txt")) as f:
+            cls.names = [l.strip() for l in f if l.startswith("__bwr_")]
 
     def test_every_member_keeps_the_rules(self):
         self.assertTrue(self.names, "no __bwr_ name is built")

@@ -56,12 +56,23 @@ inline long long random_int(Rng &g) {
     return (r & 7) == 0 ? (long long)int32_t(r >> 32) : (long long)(int((r >> 8) % 2201) - 1100);
 }
 
-// Specials of each format, and for two operands every pair of a shorter list.
+// Specials of each format (written out here, so that the recorded digests depend on nothing
+// outside this file), and for two operands every pair of them.
 template <class T> const std::vector<T> &special_reals() {
     static const std::vector<T> v = [] {
-        std::vector<T> s = th::specials<T>();
-        for (T x : {T(0.5), T(2), T(-1), T(-2), T(3), T(10), T(0.1), T(100), T(-100), T(1000), T(-1000),
-                    T(88.75), T(-103.5), T(709.75), T(-745.25), T(1e-5), T(-1e-5), T(0x1p-30), T(7.5)})
+        std::vector<T> s;
+        if constexpr (sizeof(T) == 8) {
+            for (uint64_t b : {0x0ull, 0x1ull, 0x000fffffffffffffull, 0x0010000000000000ull, 0x3fefffffffffffffull,
+                               0x3ff0000000000000ull, 0x3ff0000000000001ull, 0x7fefffffffffffffull,
+                               0x7ff0000000000000ull, 0x7ff8000000000000ull, 0x7ff4000000000000ull})
+                s.push_back(th::f64(b)), s.push_back(th::f64(b | 0x8000000000000000ull));
+        } else {
+            for (uint32_t b : {0x0u, 0x1u, 0x007fffffu, 0x00800000u, 0x3f7fffffu, 0x3f800000u, 0x3f800001u,
+                               0x7f7fffffu, 0x7f800000u, 0x7fc00000u, 0x7fa00000u})
+                s.push_back(th::f32(b)), s.push_back(th::f32(b | 0x80000000u));
+        }
+        for (T x : {T(0.5), T(2), T(3), T(10), T(0.1), T(100), T(-100), T(1000), T(-1000), T(88.75),
+                    T(-103.5), T(709.75), T(-745.25), T(1e-5), T(-1e-5), T(0x1p-30), T(7.5)})
             s.push_back(x);
         return s;
     }();
