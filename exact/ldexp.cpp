@@ -125,11 +125,6 @@ inline long double scale_l(long double x, long n, long double rep_n, int overflo
     return report_range ? report(x, rep_n, r, underflow_code) : r;
 }
 
-template <class T>
-inline T long_count(T n) {  // n already known integral, |n| clamped by the caller
-    return n;
-}
-
 // The integer count of a floating n, or nothing when n is not an integer.  |n| of 2^16 or
 // more is clamped: every result is then out of range (or x is zero, infinite or NaN).
 template <class T>
