@@ -71,6 +71,36 @@ inline Pair sqrtp(Pair a) {
 inline Pair pc(const LD c[2]) { return {c[0], c[1]}; }
 inline LD sum(Pair a) { return a.h + a.l; }
 
+// ---- rounding ---------------------------------------------------------------------------
+// A core that runs in round-to-nearest inside the frame: its two-sums and split products are
+// exact only there (in a directed mode their errors come back multiplied where a reduced
+// argument cancels, or where a tail far below the head is rounded into it).  end() brings
+// the caller's rounding back for the last addition; the operands pass through opaque() on
+// both sides of the change so that no operation crosses it.
+struct Nearest {
+    uint16_t cw;
+    bool directed;
+    Nearest() : cw(get_x87_cw()), directed((cw & 0xc00) != 0) {
+        if (__builtin_expect(directed, 0)) set_x87_cw(uint16_t(cw & ~0xc00));
+    }
+    void end() {
+        if (__builtin_expect(directed, 0)) {
+            set_x87_cw(cw);
+            directed = false;
+        }
+    }
+    LD round(Pair p) {
+        LD h = opaque(p.h), l = opaque(p.l);
+        end();
+        h = opaque(h);
+        l = opaque(l);
+        return h + l;
+    }
+    ~Nearest() { end(); }
+    Nearest(const Nearest &) = delete;
+    Nearest &operator=(const Nearest &) = delete;
+};
+
 // ---- sine and cosine -----------------------------------------------------------------------
 inline Pair sin_pair(LD rh, LD rl) {
     LD zh, zl, ch, cl, th, tl;

@@ -39,12 +39,13 @@ inline LD sin_cos(LD x, Which w) {
         return fr.finish(opaque(1.0L) - 0x1p-70L);
     }
     X87Frame fr;
+    Nearest rn;
     LD ax = abs_of(opaque(load(x)));
     LD rh, rl;
     int q = reduce_quadrant(ax, v, rh, rl);
     Pair p = sin_quadrant(q + (w == kCos), rh, rl);
     if (w == kSin && sx) p = neg(p);
-    return fr.finish(sum(p));
+    return fr.finish(rn.round(p));
 }
 
 inline LD tan_cot(LD x, bool cot) {
@@ -68,12 +69,13 @@ inline LD tan_cot(LD x, bool cot) {
         return fr.finish(h + (((1.0L - p) - e) / x - x * 0x1.5555555555555556p-2L));
     }
     X87Frame fr;
+    Nearest rn;
     LD ax = abs_of(opaque(load(x)));
     LD rh, rl;
     int q = reduce_quadrant(ax, v, rh, rl);
     Pair p = tan_quadrant(q, rh, rl, cot);
     if (sx) p = neg(p);
-    return fr.finish(sum(p));
+    return fr.finish(rn.round(p));
 }
 
 inline void sincos_body(LD x, LD *s, LD *c) {
@@ -89,12 +91,14 @@ inline void sincos_body(LD x, LD *s, LD *c) {
         return;
     }
     X87Frame fr;
+    Nearest rn;
     LD ax = abs_of(opaque(load(x)));
     LD rh, rl;
     int q = reduce_quadrant(ax, v, rh, rl);
     Pair ps = sin_quadrant(q, rh, rl), pc = sin_quadrant(q + 1, rh, rl);
     if (v.se >> 15) ps = neg(ps);
-    LD a = opaque(sum(ps)), b = opaque(sum(pc));
+    LD a = opaque(rn.round(ps));
+    LD b = opaque(opaque(pc.h) + opaque(pc.l));
     fr.release();
     *s = a;
     *c = b;

@@ -51,17 +51,19 @@ inline LD sind_body(LD x, bool cos) {
         return fr.finish(tiny_times(v, kDeg2Rad_32));
     }
     X87Frame fr;
+    Nearest rn;
     LD d;
     int q = reduce_degrees(__builtin_fabsl(opaque(load(x))), v, d) + cos;
     LD res;
     if (sind_exact(q, d, res)) {
+        rn.end();
         fr.release();
         return with_sign(res, sx);
     }
     Pair r = radians(d);
     Pair p = sin_quadrant(q, r.h, r.l);
     if (sx) p = neg(p);
-    return fr.finish(sum(p));
+    return fr.finish(rn.round(p));
 }
 
 // tan (cot = false) or cot of x degrees; poles reported.
@@ -83,11 +85,13 @@ inline LD tand_body(LD x, bool cot) {
         return fr.finish(sum(p) * pow2l(-u.e));
     }
     X87Frame fr;
+    Nearest rn;
     LD d;
     int q = reduce_degrees(__builtin_fabsl(opaque(load(x))), v, d);
     if (d == 0.0L) {
         // the zeros and poles of tan: +0 and +inf at 180 k and 90 + 180 k for even k, -0 and
         // -inf for odd k (the signs of tan just above each); cot = 1/tan, and odd functions
+        rn.end();
         fr.release();
         bool s = sx != bool(q & 2);
         if ((q & 1) == cot) return with_sign(0.0L, s);  // tan at even q, cot at odd q
@@ -95,6 +99,7 @@ inline LD tand_body(LD x, bool cot) {
         return report(x, with_sign(inf, s), pole_code);
     }
     if (__builtin_fabsl(d) == 45.0L) {
+        rn.end();
         fr.release();
         // tan(+-45) = +-1, and -cot = -tan at odd q
         bool s = (d < 0.0L) != bool(q & 1);
@@ -103,7 +108,7 @@ inline LD tand_body(LD x, bool cot) {
     Pair r = radians(d);
     Pair p = tan_quadrant(q, r.h, r.l, cot);
     if (sx) p = neg(p);
-    return fr.finish(sum(p));
+    return fr.finish(rn.round(p));
 }
 
 }  // namespace

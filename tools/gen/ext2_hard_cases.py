@@ -32,19 +32,19 @@ def best(e):
         num = (C >> -s) % (1 << P)
     a = Fraction(num >> (P - 400), 1 << 400)
     # continued fraction convergents q of a, q < 2^64
-    h0, h1, q0, q1 = 0, 1, 1, 0
+    q2, q1 = 1, 0  # q_(k-2), q_(k-1)
     x = a
     found = []
-    for _ in range(100):
-        if x == 0:
-            break
-        ai = int(1 / x)
-        x = 1 / x - ai
-        h0, h1 = h1, ai * h1 + h0
-        q0, q1 = q1, ai * q1 + q0
+    for _ in range(200):
+        ai = int(x)  # floor: x >= 0
+        q2, q1 = q1, ai * q1 + q2
         if q1 >= 1 << 64:
             break
         found.append(q1)
+        x -= ai
+        if x == 0:
+            break
+        x = 1 / x
     out = None
     for q in found:
         t = -(-(1 << 63) // q)
