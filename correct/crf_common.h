@@ -31,7 +31,7 @@
 
 extern "C" {
 // Test hook: when set, an argument that fails the rounding test and has no row is handed to
-// it (member and key) before the double value is narrowed.  The search for the rows and
+// it (member and key) before its careful phase, or before the double value is narrowed.  The search for the rows and
 // the check that none is missing both run through it.
 extern void (*__libm_crf_observer)(int member, uint32_t key) TSR_HIDDEN;
 }
@@ -117,6 +117,7 @@ struct Frame {
             unsettled = true;
             double v;
             if (lookup(kHard[int(m)], key, v)) return v;
+            if (auto obs = __libm_crf_observer) obs(int(m), key);
             X87Env env;
             return careful();
         }

@@ -1,8 +1,8 @@
-// Every argument of a correctly rounded member without a careful phase (the trigonometric and
-// inverse trigonometric ones) that reaches the rounding test, run through the member's tier
-// ex body with the test hook set: an argument the test cannot settle and that has no row in
-// correct/crf_data.cpp is collected as "member key".  Symmetric members are run at
-// non-negative keys only (they evaluate |x|), acos above 2^-26 and atan from 2^-12 to 2^26
+// Every argument of a correctly rounded member whose rows are complete (the trigonometric,
+// inverse trigonometric and hyperbolic ones) that reaches the rounding test, run through the
+// member's tier ex body with the test hook set: an argument the test cannot settle and that
+// has no row in correct/crf_data.cpp is collected as "member key".  Symmetric members are run
+// at non-negative keys only (they evaluate |x|), acos above 2^-26 and atan from 2^-12 to 2^26
 // (outside, the double value stays some 2^26 units from a grid point: pi/2 - x there).  sinf
 // and cosf share the kernel of sincosf, whose run covers both lists.
 #pragma once
@@ -36,6 +36,9 @@ inline float f32(uint32_t b) { float f; __builtin_memcpy(&f, &b, 4); return f; }
 inline std::vector<Run> runs() {
     auto one = [](float (*fn)(float)) { return [fn](uint32_t b) { fn(f32(b)); }; };
     return {
+        {"sinhf", {{0x39800000u, 0x42b40000u}}, one(__libm_cr_sinhf_ex_local)},
+        {"coshf", {{0x39800000u, 0x42b40000u}}, one(__libm_cr_coshf_ex_local)},
+        {"tanhf", {{0x39800000u, 0x41180000u}}, one(__libm_cr_tanhf_ex_local)},
         {"sincosf", {{0x39800000u, 0x7f800000u}},
          [](uint32_t b) { float s, c; __libm_cr_sincosf_ex_local(f32(b), &s, &c); }},
         {"tanf", {{0x39800000u, 0x7f800000u}}, one(__libm_cr_tanf_ex_local)},

@@ -304,14 +304,22 @@ TEST(CrfLong, EveryFloat) {
     uint32_t stride = st ? uint32_t(std::strtoul(st, nullptr, 0)) : 1;
     for (const auto &m : kMembers) {
         Sweep<float> s{m.f(), {}};
+        std::printf("[  EVERY   ] %s: every %u-th float\n", s.f.name.c_str(), stride);
         s.bound[0] = 0.5;
         s.bound[1] = s.bound[2] = s.bound[3] = 1.0;
         if (stride == 1) {
             every_float(s);
             continue;
         }
+        // MPFR's 256-bit reference says nothing of the directed roundings where f(x) differs
+        // from x, 1 or -1 by less than 2^-256 relative: those rows are checked in nearest.
+        const bool saturates = s.f.name == "tanhf" || s.f.name == "expm1f" || s.f.name == "exp2m1f";
         std::vector<Row<float>> rows;
-        for (uint64_t b = 0; b <= 0xffffffffu; b += stride) rows.push_back({f32(uint32_t(b)), CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
+        for (uint64_t b = 0; b <= 0xffffffffu; b += stride) {
+            float x = f32(uint32_t(b));
+            bool rn = std::fabs(x) < 0x1p-100f || (saturates && std::fabs(x) > 80.0f);
+            rows.push_back({x, CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE, rn ? unsigned(RN) : 0u});
+        }
         check_rows(s.f, rows);
     }
 }
