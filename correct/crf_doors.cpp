@@ -2,7 +2,8 @@
 //
 // exp2m1f, log2p1f and rsqrtf (with the second names __bwr_exp2m1f and __bwr_log2p1f) are
 // the dispatching entries of __libm_cr_exp2m1f, __libm_cr_log2p1f and __libm_cr_invsqrtf
-// under plain names: each passes its argument on unchanged.
+// under plain names: each passes its argument on unchanged.  exp2m1f and log2p1f are
+// exported; rsqrtf is the library's own name (and the static library's) but not exported.
 #include "correct/crf_common.h"
 
 void (*__libm_crf_observer)(int member, uint32_t key) = nullptr;

@@ -16,6 +16,9 @@
 #include "tessera.h"
 #include "tsr/codes.h"
 
+// Not exported from the shared library (no header declares it); the static library has it.
+extern "C" float rsqrtf(float);
+
 namespace {
 
 using namespace th;
