@@ -90,6 +90,10 @@ constexpr Range kRanges[] = {
     // Restricted domains: operands outside would measure the error path, not the function.
     {"acosd", -1, 1, false, 0, 0, false},         {"asind", -1, 1, false, 0, 0, false},
     {"acospi", -1, 1, false, 0, 0, false},        {"asinpi", -1, 1, false, 0, 0, false},
+    // The pi-scaled functions over the same angles as sin, cos, tan on [-10, 10].
+    {"sinpi", -3.2, 3.2, false, 0, 0, false},     {"cospi", -3.2, 3.2, false, 0, 0, false},
+    {"tanpi", -3.2, 3.2, false, 0, 0, false},     {"atanpi", -100, 100, false, 0, 0, false},
+    {"atan2pi", -10, 10, false, -10, 10, false},
     {"erfinv", -0.999, 0.999, false, 0, 0, false}, {"erfcinv", 0.001, 1.999, false, 0, 0, false},
     {"cdfnorminv", 0.001, 0.999, false, 0, 0, false}, {"log2p1", -0.9, 100, false, 0, 0, false},
     {"invsqrt", 1e-300, 1e300, true, 0, 0, false}, {"invsqrtf", 1e-37, 1e37, true, 0, 0, false},
@@ -98,6 +102,57 @@ constexpr Range kRanges[] = {
     {"scalbln", -10, 10, false, -100, 100, false}, {"powr", 1e-3, 100, false, -50, 50, false},
     {"exp2m1", -1000, 1000, false, 0, 0, false},  {"exp2m1f", -125, 127, false, 0, 0, false},
 };
+
+// Functions the system libm lacks, measured against its radian counterpart: sinpi against
+// sin(x·pi), atanpi against atan(x)/pi and so on.  The libm side is then a small wrapper that
+// makes that one multiplication around its call through the pointer dlsym gave (one more
+// direct call than the plain side; the wrapper is what a program without sinpi would write).
+struct Counterpart {
+    const char *name, *libm;
+    bool scale_result;  // the result over pi, else the argument times pi
+};
+constexpr Counterpart kCounterparts[] = {
+    {"sinpi", "sin", false},     {"cospi", "cos", false},     {"tanpi", "tan", false},
+    {"sinpif", "sinf", false},   {"cospif", "cosf", false},   {"tanpif", "tanf", false},
+    {"asinpi", "asin", true},    {"acospi", "acos", true},    {"atanpi", "atan", true},
+    {"atan2pi", "atan2", true},  {"asinpif", "asinf", true},  {"acospif", "acosf", true},
+    {"atanpif", "atanf", true},  {"atan2pif", "atan2f", true},
+};
+const Counterpart *counterpart_of(const char *name) {
+    for (const Counterpart &c : kCounterparts)
+        if (!std::strcmp(c.name, name)) return &c;
+    return nullptr;
+}
+void *counter_fn;  // the libm function the wrappers call (one function is measured at a time)
+template <class T> __attribute__((noinline)) T arg_times_pi(T x) {
+    return reinterpret_cast<T (*)(T)>(counter_fn)(x * T(3.14159265358979323846));
+}
+template <class T> __attribute__((noinline)) T result_over_pi(T x) {
+    return reinterpret_cast<T (*)(T)>(counter_fn)(x) * T(0x1.45f306dc9c883p-2) /* 1/pi */;
+}
+template <class T> __attribute__((noinline)) T result2_over_pi(T y, T x) {
+    return reinterpret_cast<T (*)(T, T)>(counter_fn)(y, x) * T(0x1.45f306dc9c883p-2) /* 1/pi */;
+}
+// The system libm's function of the same name (a correctly rounded member is compared with
+// the ordinary function it rounds correctly).
+static const char *libm_name(const char *name) {
+    static const char cr[] = "__libm_cr_";
+    if (std::strncmp(name, cr, sizeof cr - 1) == 0) return name + sizeof cr - 1;
+    return name;
+}
+
+// The libm side of f: its own name, or the wrapper around its counterpart (null: neither).
+AnyFn libm_side(void *libm, const tsr_gen::Function &f, std::string *what = nullptr) {
+    if (void *p = dlsym(libm, libm_name(f.name))) return reinterpret_cast<AnyFn>(p);
+    const Counterpart *c = counterpart_of(f.name);
+    if (!c || !dlsym(libm, c->libm)) return nullptr;
+    counter_fn = dlsym(libm, c->libm);
+    if (what) *what = std::string(c->libm) + (c->scale_result ? "(...)/pi" : "(x*pi)");
+    bool two = form_of(f) == Form::r_rr, flt = f.prec == 'f';
+    if (!c->scale_result) return flt ? reinterpret_cast<AnyFn>(&arg_times_pi<float>) : reinterpret_cast<AnyFn>(&arg_times_pi<double>);
+    if (two) return flt ? reinterpret_cast<AnyFn>(&result2_over_pi<float>) : reinterpret_cast<AnyFn>(&result2_over_pi<double>);
+    return flt ? reinterpret_cast<AnyFn>(&result_over_pi<float>) : reinterpret_cast<AnyFn>(&result_over_pi<double>);
+}
 
 const Range &range_of(const std::string &name) {
     for (const Range &r : kRanges)
@@ -446,11 +501,6 @@ std::string cpu_model() {
 
 // The system libm's name for a function: its own, but the correctly rounded members
 // (__libm_cr_expf) are compared with the ordinary function of the same root (expf).
-static const char *libm_name(const char *name) {
-    static const char cr[] = "__libm_cr_";
-    if (std::strncmp(name, cr, sizeof cr - 1) == 0) return name + sizeof cr - 1;
-    return name;
-}
 
 struct Row {
     std::string name, tier, inputs;
@@ -508,7 +558,7 @@ int cmd_bench(int argc, char **argv) {
     int status = 0;
     if (names.empty()) {
         for (const auto &f : tsr_gen::tsr_functions)
-            if (form_of(f) != Form::unsupported && dlsym(libm, libm_name(f.name))) todo.push_back(&f);
+            if (form_of(f) != Form::unsupported && libm_side(libm, f)) todo.push_back(&f);
     } else {
         for (const auto &n : names) {
             const tsr_gen::Function *f = find_function(n);
@@ -519,7 +569,7 @@ int cmd_bench(int argc, char **argv) {
                 std::fprintf(stderr, "tessera bench: %s has the form %s (%s), which the tool cannot call\n", f->name,
                              f->shape, prec_name(f->prec));
                 status = 2;
-            } else if (!dlsym(libm, libm_name(f->name))) {
+            } else if (!libm_side(libm, *f)) {
                 std::fprintf(stderr, "tessera bench: the system libm has no %s\n", libm_name(f->name));
                 status = 2;
             } else {
@@ -598,7 +648,8 @@ int cmd_bench(int argc, char **argv) {
             ours = t->fn;
             label = std::string(t->name) + (tier == "selected" ? " body" : "");
         }
-        AnyFn theirs = reinterpret_cast<AnyFn>(dlsym(libm, libm_name(f->name)));
+        std::string versus;
+        AnyFn theirs = libm_side(libm, *f, &versus);  // sets the wrappers' callee too
         if (plt) {
             tsr_tool_got0 = ours;
             tsr_tool_got1 = theirs;
@@ -614,6 +665,7 @@ int cmd_bench(int argc, char **argv) {
         if (label.empty()) label = f->dispatched ? "entry " + slot_tier(f->name) : f->bound ? "ex bound" : "direct";
         double rt = fig.thr_ratio, rl = fig.lat_ratio;
         std::string in = range_text(r, form);
+        if (!versus.empty()) label += " vs libm " + versus;
         if (markdown)
             std::printf("| %s | %s | %s | %.2f | %.2f | %.2f | %.2f | %.2f | %.2f |\n", f->name, label.c_str(),
                         in.c_str(), fig.thr[0], fig.thr[1], rt, fig.lat[0], fig.lat[1], rl);

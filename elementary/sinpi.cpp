@@ -1,0 +1,152 @@
+// sinpi, cospi, sincospi and their float forms: sin(pi x) and cos(pi x).
+//
+// The argument is reduced without rounding to x = 2q + k/64 + r, |r| <= 1/128 (the bits of
+// |x| below 2^-6 are cleared), and the row of pi·k/64 gives the result with the short series
+// in r (elementary/pi_common.h).  Exact cases come out of the table alone, with r = 0: every
+// whole number gives a zero sine (+0 for +n, -0 for -n) and a cosine of ±1, every half-odd
+// number a zero cosine, +0, and a sine of ±1, in every rounding mode and with no flag.
+//
+// Regions.  |x| < 2^-30: the sine is pi·x (the cube is below 2^-58 of it), a product with
+// pi in two parts rounded once, subnormal results included; the cosine is 1 - 2^-60, which
+// rounds as 1 - (pi x)^2/2 does in every mode.  |x| >= 2^52: whole numbers, sine ±0 and cosine
+// ±1 by the last bit (1 from 2^53 on).  NaN: x - x, quiet; an infinity: invalid and NaN.
+//
+// Tiers: ex forms the exact product of the head by Dekker's halves, l9, z0 and d1 by fused
+// multiply-add; the float forms run the same steps in double without the low parts and round
+// once at the end (error below 2^-50 before that rounding).  The reproducible forms are the ex
+// bodies.
+#include "elementary/pi_common.h"
+
+using namespace tsr;
+using namespace tsr::pi;
+
+namespace {
+
+constexpr bool kFma = !TSR_TIER_EX;
+constexpr double kTiny = 0x1p-30;          // below: sin(pi x) = pi x, cos(pi x) rounds as 1 - 0
+constexpr double kOneBelow = 0x1p-60;      // 1 - this rounds as 1 - (pi x)^2/2 for |x| < 2^-30
+
+enum Part { kSin = 1, kCos = 2 };
+
+// Returns the parts asked for through s and c.
+template <bool Fma, int Want>
+inline void sincospi_d(double x, double *s, double *c) {
+    uint64_t sx = bits(x) & kSign;
+    double a = f64(bits(x) & kAbs);
+    // Integer compares on the bits: an ordered compare would raise invalid on a quiet NaN.
+    if (bits(a) >= bits(kTwo52)) {
+        if (bits(a) >= kInfBits) {  // NaN or infinity
+            if (Want & kSin) *s = x - x;
+            if (Want & kCos) *c = x - x;
+            return;
+        }
+        if (Want & kSin) *s = f64(sx);
+        if (Want & kCos) *c = (a < kTwo53 && (bits(a) & 1)) ? -1.0 : 1.0;
+        return;
+    }
+    if (a < kTiny) {
+        if (Want & kSin) *s = a == 0 ? x : mul_tiny<Fma>(x, pi_hilo[0], pi_hilo[1]);
+        if (Want & kCos) *c = a == 0 ? 1.0 : 1.0 - kOneBelow;
+        return;
+    }
+    Red d = reduce64(a);
+    if (d.r == 0) {  // on the grid: the row's value alone (exact in rows 0 and 32)
+        const PiRow &w = pi_rows64[d.k & 63];
+        double ms = w.s + w.slo, mc = w.c + w.clo;
+        if (d.k & 64) ms = -ms, mc = -mc;
+        if (Want & kSin) *s = with_sign(ms == 0 ? 0.0 : ms, sx);
+        if (Want & kCos) *c = mc == 0 ? 0.0 : mc;
+        return;
+    }
+    if (Want & kSin) {
+        double t, h = sincos_rows<Fma, false>(d, t);
+        double m = h + t;
+        if (d.k & 64) m = -m;
+        if (m == 0) m = 0.0;  // whole numbers: +0 before x's sign
+        *s = with_sign(m, sx);
+    }
+    if (Want & kCos) {
+        double t, h = sincos_rows<Fma, true>(d, t);
+        double m = h + t;
+        if (d.k & 64) m = -m;
+        if (m == 0) m = 0.0;  // half-odd numbers: +0
+        *c = m;
+    }
+}
+
+template <bool Fma, int Want>
+inline void sincospi_f(float x, float *s, float *c) {
+    uint32_t sx = bits(x) & 0x80000000u;
+    double a = __builtin_fabs(double(x));
+    if ((bits(x) & 0x7fffffffu) >= kFloatWhole) {  // whole numbers from 2^23 on
+        if ((bits(x) & 0x7fffffffu) >= kFloatInfBits) {
+            if (Want & kSin) *s = x - x;
+            if (Want & kCos) *c = x - x;
+            return;
+        }
+        if (Want & kSin) *s = f32(sx);
+        if (Want & kCos) *c = (a < 0x1p24 && (bits(x) & 1)) ? -1.0f : 1.0f;
+        return;
+    }
+    if (a < kTiny) {
+        if (Want & kSin) *s = a == 0 ? x : float(double(x) * pi_hilo[0]);
+        if (Want & kCos) *c = a == 0 ? 1.0f : float(1.0 - kOneBelow);
+        return;
+    }
+    Red d = reduce64(a);
+    if (Want & kSin) {
+        double m = sincos_rows_f<Fma, false>(d);
+        if (d.k & 64) m = -m;
+        if (m == 0) m = 0.0;
+        *s = f32(bits(float(m)) ^ sx);
+    }
+    if (Want & kCos) {
+        double m = sincos_rows_f<Fma, true>(d);
+        if (d.k & 64) m = -m;
+        if (m == 0) m = 0.0;
+        *c = float(m);
+    }
+}
+
+template <bool Fma>
+inline double sinpi_d(double x) {
+    double s;
+    sincospi_d<Fma, kSin>(x, &s, nullptr);
+    return s;
+}
+template <bool Fma>
+inline double cospi_d(double x) {
+    double c;
+    sincospi_d<Fma, kCos>(x, nullptr, &c);
+    return c;
+}
+template <bool Fma>
+inline float sinpi_f(float x) {
+    float s;
+    sincospi_f<Fma, kSin>(x, &s, nullptr);
+    return s;
+}
+template <bool Fma>
+inline float cospi_f(float x) {
+    float c;
+    sincospi_f<Fma, kCos>(x, nullptr, &c);
+    return c;
+}
+
+}  // namespace
+
+TSR_BODY(double, sinpi, (double x)) { return sinpi_d<kFma>(x); }
+TSR_BODY(double, cospi, (double x)) { return cospi_d<kFma>(x); }
+TSR_BODY(void, sincospi, (double x, double *s, double *c)) { sincospi_d<kFma, kSin | kCos>(x, s, c); }
+TSR_BODY(float, sinpif, (float x)) { return sinpi_f<kFma>(x); }
+TSR_BODY(float, cospif, (float x)) { return cospi_f<kFma>(x); }
+TSR_BODY(void, sincospif, (float x, float *s, float *c)) { sincospi_f<kFma, kSin | kCos>(x, s, c); }
+
+#if TSR_TIER_EX
+TSR_DEFINE(double, __bwr_sinpi, (double x)) { return sinpi_d<false>(x); }
+TSR_DEFINE(double, __bwr_cospi, (double x)) { return cospi_d<false>(x); }
+TSR_DEFINE(void, __bwr_sincospi, (double x, double *s, double *c)) { sincospi_d<false, kSin | kCos>(x, s, c); }
+TSR_DEFINE(float, __bwr_sinpif, (float x)) { return sinpi_f<false>(x); }
+TSR_DEFINE(float, __bwr_cospif, (float x)) { return cospi_f<false>(x); }
+TSR_DEFINE(void, __bwr_sincospif, (float x, float *s, float *c)) { sincospi_f<false, kSin | kCos>(x, s, c); }
+#endif

@@ -1,0 +1,142 @@
+#!/usr/bin/env python3
+"""Generates elementary/pi_data.cpp: the tables and polynomials of the pi-scaled
+trigonometric functions and of atanpi's vector core.
+
+Every value is computed at 200 bits with mpmath and rounded to double once (a low part is the
+rest of the value after its rounded head, rounded again).  The rows the design prints are
+checked here; the short series of the pi-scaled sine and cosine are fitted here; atanpi's
+twelve series coefficients are carried as fixed words and measured against the function they
+stand for.  Run: python3 tools/gen/pi_tables.py [--out DIR]
+"""
+from mpmath import mp, mpf
+
+import tsrgen as g
+
+mp.prec = 200
+SCRIPT = "pi_tables.py"
+
+
+def d(x):
+    return g.hexfloat(x, g.BINARY64)
+
+
+def split(v):
+    hi = g.to_format(v, g.BINARY64)
+    return hi, g.to_format(v - hi, g.BINARY64)
+
+
+def word(b):
+    return g.from_bits(b, g.BINARY64)
+
+
+def bits(x):
+    return g.to_bits(x, g.BINARY64)
+
+
+# The reach of the remainder r = x - j/64: half a step, and the margin of a rounding of 64x.
+R_MAX = mpf(1) / 128 * (1 + mpf(2) ** -30)
+
+
+def sin_a(w):  # sin(pi r) = pi r (1 + w A(w)), w = r^2
+    if w == 0:
+        return -mp.pi ** 2 / 6
+    r = mp.sqrt(w)
+    return (mp.sin(mp.pi * r) / (mp.pi * r) - 1) / w
+
+
+def cos_b(w):  # cos(pi r) = 1 + w B(w)
+    if w == 0:
+        return -mp.pi ** 2 / 2
+    return (mp.cos(mp.pi * mp.sqrt(w)) - 1) / w
+
+
+def atan_p(v):  # atan(z)/z - 1 = v P(v), v = z^2
+    if v == 0:
+        return mpf(-1) / 3
+    z = mp.sqrt(v)
+    return (mp.atan(z) / z - 1) / v
+
+
+def atan_q(v):  # atan(z)/z - 1 + v/3 = v^2 Q(v)
+    if v == 0:
+        return mpf(1) / 5
+    z = mp.sqrt(v)
+    return (mp.atan(z) / z - 1 + v / 3) / v ** 2
+
+
+# atanpi's rows by the count of thresholds its high word exceeds: grid point c, whether
+# the row keeps a (mask all ones) or takes -1/a, and T = atan(c)/pi; the design's T words.
+ATANPI_ROWS = [(mpf(0), True, None), (mpf(1) / 2, True, (0x3FC2E4051D9DF308, 0x3C6995A23DB6B8D4)),
+               (mpf(1), True, None), (mpf(3) / 2, True, (0x3FD40574872217AF, 0xBC703AC36994C04E)),
+               (mpf(1), False, None)]
+ATANPI_SERIES = [0x3F8BE4FBE6733718, 0xBFA04CD71F92185E, 0x3FA6AD5558FE19C9, 0xBFAA9E755CA13D23,
+                 0x3FAE12F1EDF7C393, 0xBFB1108D326C68ED, 0x3FB3B132B731E73A, 0xBFB745D119677A4F,
+                 0x3FBC71C719F99F96, 0xBFC2492492441A21, 0x3FC9999999998F43, 0xBFD5555555555552]
+
+
+def main():
+    out = [g.header(SCRIPT), '#include "elementary/pi_data.h"', "", "namespace tsr::pi {", ""]
+    # pi and 1/pi in two parts; 1/pi's 25-bit head, whose products with 27-bit heads are exact.
+    pi_h, pi_l = split(mp.pi)
+    ip_h, ip_l = split(1 / mp.pi)
+    ip25 = g.to_format(g.round_bits(1 / mp.pi, 25), g.BINARY64)
+    ip25_l = g.to_format(1 / mp.pi - ip25, g.BINARY64)
+    assert (bits(ip25), bits(ip25_l), bits(ip_h)) == (0x3FD45F3070000000, 0xBE21B1BBEAD603D9,
+                                                      0x3FD45F306DC9C883), "1/pi pieces"
+    out += ["const double pi_hilo[2] = {%s, %s};      // pi, head and rest" % (d(pi_h), d(pi_l)),
+            "const double inv_pi_hilo[2] = {%s, %s};  // 1/pi, head and rest" % (d(ip_h), d(ip_l)),
+            "const double inv_pi_short[2] = {%s, %s};  // 1/pi: 25-bit head, rest" % (d(ip25), d(ip25_l)),
+            ""]
+    # The rows of pi j/64, j = 0 .. 63: sin, cos, pi sin, pi cos, each in two parts.
+    rows = []
+    for j in range(64):
+        a = mp.pi * j / 64
+        s, c = (mpf(0), mpf(1)) if j == 0 else ((mpf(1), mpf(0)) if j == 32 else (mp.sin(a), mp.cos(a)))
+        parts = split(s) + split(c) + split(mp.pi * s) + split(mp.pi * c)
+        rows.append("{%s}" % ", ".join(d(v) for v in parts))
+    out += g.c_array("const PiRow pi_rows64[64]", rows, 1,
+                     "Row j: sin(pi j/64), cos(pi j/64), pi sin, pi cos, each as hi, lo (rows 0 and 32\n"
+                     "exact: 0 and 1)") + [""]
+    # The series of sin(pi r), cos(pi r) on |r| <= 1/128.
+    A = g.remez(sin_a, 0, R_MAX ** 2, 3)
+    B = g.remez(cos_b, 0, R_MAX ** 2, 3)
+    out += ["// sin(pi r) = pi r (1 + w A(w)), w = r^2: A " + A.comment(SCRIPT, "(sin(pi r)/(pi r) - 1)/w in w"),
+            "const double sinpi_poly[4] = {%s};" % ", ".join(d(v) for v in A.coeffs),
+            "// cos(pi r) = 1 + w B(w): B " + B.comment(SCRIPT, "(cos(pi r) - 1)/w in w"),
+            "const double cospi_poly[4] = {%s};" % ", ".join(d(v) for v in B.coeffs), ""]
+    assert A.err < mpf(2) ** -52 and B.err < mpf(2) ** -52
+    # atanpi's rows: the design's words checked against atan(c)/pi.
+    arows = []
+    for c, keep, want in ATANPI_ROWS:
+        t = mp.atan(c) / mp.pi if keep else mpf(1) / 2
+        th, tl = split(t)
+        if want:
+            assert (bits(th), bits(tl)) == want, "atanpi row %s" % c
+        arows.append("{%s, %s, %s, %s}" % (d(c), "~0ull" if keep else "0", d(th), d(tl)))
+    out += g.c_array("const AtanpiRow atanpi_rows[5]", arows, 1,
+                     "atanpi: c, mask, atan(c)/pi (hi, lo) by the count of thresholds 0.4375, 0.6875,\n"
+                     "1.1875, 2.4375 the argument exceeds; the last row takes -1/a with 1/2") + [""]
+    # atanpi's series.  The design writes atan(z)/z - 1 = v P(v) with twelve coefficients; at z
+    # near 0.4375 the cubic term is 6% of the result, and the roundings of P (the design's words
+    # measure 2^-50.7 of P, a fit's are limited to 2^-53.8 by their own rounding) and of its
+    # products cost 0.1 ulp there.  So the cubic term is taken apart, exact: -z^3/(3 pi) with
+    # the constant in two parts, and the rest atan(z)/z - 1 + v/3 = v^2 Q(v) is fitted here, the
+    # design's words kept as the measured reference.
+    vmax = (mpf(7) / 16 * (1 + mpf(2) ** -19)) ** 2
+    design = g.evaluate(list(reversed(ATANPI_SERIES)), atan_p, 0, vmax)
+    Q = g.remez(atan_q, 0, vmax, 10)
+    k_h, k_l = split(-1 / (3 * mp.pi))
+    kh26 = g.to_format(g.round_bits(k_h, 26), g.BINARY64)
+    out += ["// atanpi: atan(z)/z = 1 - v/3 + v^2 Q(v), v = z^2: Q " + Q.comment(SCRIPT, "(atan(z)/z - 1 + v/3)/v^2 in v"),
+            "// (the design's twelve coefficients for (atan(z)/z - 1)/v give 2^%.2f of theirs)" % design.err_log2(),
+            "const double atanpi_series[11] = {%s};" % ", ".join(d(v) for v in Q.coeffs),
+            "const double atanpi_third[2] = {%s, %s};  // -1/(3 pi), head and rest" % (d(k_h), d(k_l)),
+            "// The head's Veltkamp halves (26 bits and the rest), for Dekker's product without a split"
+            "\n// of the constant at run time (a split raises inexact even against a zero).",
+            "const double atanpi_third_halves[2] = {%s, %s};" % (d(kh26), d(k_h - kh26)), ""]
+    out += ["}  // namespace tsr::pi"]
+    g.write_outputs({"elementary/pi_data.cpp": "\n".join(out) + "\n"})
+
+
+if __name__ == "__main__":
+    main()
