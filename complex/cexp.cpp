@@ -111,7 +111,20 @@ TSR_BODY(CD, cexp10, (CD z)) { return cexp_core<k10>(__real__ z, __imag__ z); }
 // a subnormal part with the underflow flag.
 TSR_BODY(CF, cexp2f, (CF z)) { return narrowc(cexp_core<k2>(__real__ z, __imag__ z)); }
 TSR_BODY(CF, cexp10f, (CF z)) { return narrowc(cexp_core<k10>(__real__ z, __imag__ z)); }
-TSR_DEFINE(CF, cexpf, (CF z)) { return narrowc(cexp_core<kE>(__real__ z, __imag__ z)); }
+// cexpf: for finite non-zero parts with |x| < 2048, e^x, cos y and sin y in double (each
+// within an ulp of double) and their products rounded once to float: within 0.5 + 2^-27 float
+// ulp.  e^x overflows the double range only where the float result overflows too (|cos y| and
+// |sin y| exceed 2^-30 for a float y), and it is subnormal only where that result is below the
+// float range.  Everything else goes through the double function.
+TSR_DEFINE(CF, cexpf, (CF z)) {
+    double x = __real__ z, y = __imag__ z;
+    if (is_nzfinite(x) && is_nzfinite(y) && f64(abits(x)) < 2048.0) {
+        double s, c, e = exp_local(x);
+        sincos_local(y, &s, &c);
+        return mkf(narrowf(e * c), narrowf(e * s));
+    }
+    return narrowc(cexp_core<kE>(x, y));
+}
 #endif
 #if TSR_TIER_E9
 TSR_BODY(CD, cexp, (CD z)) { return cexp_core<kE>(__real__ z, __imag__ z); }
