@@ -69,6 +69,10 @@ inline float expf_body(float x) {
 TSR_BODY(double, exp, (double x)) { return exp_body(x); }
 TSR_BODY(float, expf, (float x)) { return expf_body(x); }
 #endif
+#if TSR_TIER_EX
+// The reproducible expf: a copy of the ex body (__bwr_exp has a body of its own).
+TSR_DEFINE(float, __bwr_expf, (float x)) { return tsr::body::expf(x); }
+#endif
 
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 // The fused form: s carries k + 1023·64 in its low bits, so the exponent field comes out of

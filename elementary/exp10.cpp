@@ -21,6 +21,9 @@ namespace {
 constexpr double S = 0x1.8p52;
 
 #if TSR_TIER_EX
+// Report: whether an overflow goes to the error interpreter (the reproducible form,
+// __bwr_exp10, lets its own result stand).
+template <bool Report = true>
 inline double exp10_ex(double x) {
     uint32_t H = hi(x) & 0x7fffffff;
     if (H < 0x3c600000) return x + 1.0;
@@ -31,7 +34,10 @@ inline double exp10_ex(double x) {
             if (ax > 0x7ff0000000000000ull) return x + x;
             return neg ? 0.0 : x;
         }
-        if (!neg) return report(x, opaque(kMax) * kMax, code::exp10_overflow);
+        if (!neg) {
+            double inf = opaque(kMax) * kMax;
+            return Report ? report(x, inf, code::exp10_overflow) : inf;
+        }
         return opaque(kMinNorm) * kMinNorm;  // +0; this tier does not report underflow
     }
     if (!neg && H >= 0x3ff00000 && H < 0x40370000) {  // 1 <= x < 23
@@ -188,6 +194,10 @@ inline float exp10f_e7(float x) {
 #if TSR_TIER_EX
 TSR_BODY(double, exp10, (double x)) { return exp10_ex(x); }
 TSR_BODY(float, exp10f, (float x)) { return exp10f_ex(x); }
+// The reproducible forms: exp10 is the ex body without its error report, exp10f a copy of
+// the ex body.
+TSR_DEFINE(double, __bwr_exp10, (double x)) { return exp10_ex<false>(x); }
+TSR_DEFINE(float, __bwr_exp10f, (float x)) { return exp10f_ex(x); }
 #endif
 #if TSR_TIER_E7
 TSR_BODY(double, exp10, (double x)) { return exp10_e7(x); }

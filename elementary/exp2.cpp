@@ -333,6 +333,9 @@ inline float exp2f_fma(float x) {
 #if TSR_TIER_EX
 TSR_BODY(double, exp2, (double x)) { return exp2_ex(x); }
 TSR_BODY(float, exp2f, (float x)) { return exp2f_ex(x); }
+// The reproducible forms: copies of the ex bodies.
+TSR_DEFINE(double, __bwr_exp2, (double x)) { return exp2_ex(x); }
+TSR_DEFINE(float, __bwr_exp2f, (float x)) { return exp2f_ex(x); }
 #endif
 #if TSR_TIER_E7
 TSR_BODY(double, exp2, (double x)) { return exp2_e7(x); }

@@ -103,6 +103,9 @@ TSR_BODY(float, log1pf, (float x)) {
     }
     return float(__libm_log_ex_local(1.0 + u));
 }
+// The reproducible log1p is this ex body under a second name (so it stands in rows 1 to 4 of
+// log1p's table); __bwr_log1pf has a body of its own (reproducible/log.cpp).
+TSR_ALIAS(double, __bwr_log1p, (double), __libm_log1p_ex)
 #endif
 
 #if TSR_TIER_E7

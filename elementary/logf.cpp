@@ -100,6 +100,10 @@ inline float logf_ex(float x) {
 TSR_BODY(float, logf, (float x)) { return logf_ex<Base::e>(x); }
 TSR_BODY(float, log2f, (float x)) { return logf_ex<Base::two>(x); }
 TSR_BODY(float, log10f, (float x)) { return logf_ex<Base::ten>(x); }
+// The reproducible forms: copies of the ex bodies (a table by mantissa bits, no estimate).
+TSR_DEFINE(float, __bwr_logf, (float x)) { return logf_ex<Base::e>(x); }
+TSR_DEFINE(float, __bwr_log2f, (float x)) { return logf_ex<Base::two>(x); }
+TSR_DEFINE(float, __bwr_log10f, (float x)) { return logf_ex<Base::ten>(x); }
 #endif
 
 #if TSR_TIER_E7

@@ -375,6 +375,8 @@ inline double pow_ex(double x, double y, uint64_t ub, int n, double m, bool neg)
 }
 }  // namespace
 TSR_BODY(double, pow, (double x, double y)) { return pow_entry<pow_ex>(x, y); }
+// The reproducible pow: a copy of the ex body.
+TSR_DEFINE(double, __bwr_pow, (double x, double y)) { return pow_entry<pow_ex>(x, y); }
 #endif  // TSR_TIER_EX
 
 // =====================================================================================
@@ -584,6 +586,10 @@ TSR_BODY(float, powf, (float x, float y)) {
     return report(x, y, r0, code::powf_underflow);
 }
 #endif  // TSR_TIER_EX || TSR_TIER_E7
+#if TSR_TIER_EX
+// The reproducible powf: a copy of the ex body.
+TSR_DEFINE(float, __bwr_powf, (float x, float y)) { return tsr::body::powf(x, y); }
+#endif
 
 #if TSR_TIER_L9
 namespace {

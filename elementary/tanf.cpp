@@ -4,7 +4,7 @@
 // 32 rows of the degree-7 expansion of tan around k·pi/32, in the rows within 7·pi/32 of
 // pi/2 of tan(x) + 1/t, the pole term -1/t added by one division.  Huge arguments
 // (|x| >= 2^16): ex takes tan in double, e7 the quadrant reduction.
-// Tiers l9, z0, d1: k = round(32|x|/pi) by a shifter, 32 fitted rows: tan(t) = t·R(r) in the
+// Tiers l9, z0, d1: k = round(32|x|/pi) by a shifter, 32 fitted degree-6 rows: tan(t) = t·R(r) in the
 // rows within pi/4 of 0 (mod pi), -R(r)/t (t the distance from pi/2) in the others; |x| < 2^22.
 #include "elementary/trig_common.h"
 #if TSR_TIER_Z0 || TSR_TIER_D1
@@ -64,14 +64,13 @@ inline double tanf_fma_core(double a) {
     double kf = S - 0x1.8p+47;
     uint64_t k = bits(S);
     double r = __builtin_fma(kf, -0x1.1a62633145c07p-53, __builtin_fma(kf, -0x1.921fb54442d18p+1, a));
-    const double *b = tanf_rows32f[k & 31];  // b5, b4, b3, b2, b1, b0, a
-    double r2 = r * r;
-    double Q = __builtin_fma(b[0], r, b[1]);
-    double M = __builtin_fma(b[2], r, b[3]);
-    double N = __builtin_fma(b[4], r, b[5]);
-    M = __builtin_fma(r2, Q, M);
-    double R = __builtin_fma(M, r2, N);
-    double w = r + b[6];
+    const double *b = tanf_rows32f[k & 31];  // b6, b5, b4, b3, b2, b1, b0, a
+    double r2 = r * r, r4 = r2 * r2;
+    double H = __builtin_fma(r2, b[0], __builtin_fma(b[1], r, b[2]));  // b4 + b5·r + b6·r^2
+    double M = __builtin_fma(b[3], r, b[4]);
+    double N = __builtin_fma(b[5], r, b[6]);
+    double R = __builtin_fma(r4, H, __builtin_fma(r2, M, N));
+    double w = r + b[7];
     if ((((k >> 3) + 1) & 2) == 0) return R * w;
     return R * (1.0 / w);
 }

@@ -362,6 +362,24 @@ TSR_BODY(long double, nearbyintl, (long double x)) {
     long double r = opaque(opaque(t) + kOneSmallL[s]);  // exact: an integer below 2^63
     return r;
 }
+
+// The reproducible forms.  Copies of the ex bodies: the same operations, functions of their
+// own.  rint, rintf and nearbyintf are bodies of their own in the reproducible family's
+// terms, whose main path is the ex arithmetic; here they are that arithmetic with the same
+// special cases, so they share its code as the copies do.  truncf has one entry, bound at
+// link time to its ex body: its reproducible name is a second name of that body.
+TSR_DEFINE(double, __bwr_ceil, (double x)) { return tsr::body::ceil(x); }
+TSR_DEFINE(double, __bwr_floor, (double x)) { return tsr::body::floor(x); }
+TSR_DEFINE(double, __bwr_trunc, (double x)) { return tsr::body::trunc(x); }
+TSR_DEFINE(double, __bwr_round, (double x)) { return tsr::body::round(x); }
+TSR_DEFINE(double, __bwr_rint, (double x)) { return tsr::body::rint(x); }
+TSR_DEFINE(double, __bwr_nearbyint, (double x)) { return tsr::body::nearbyint(x); }
+TSR_DEFINE(float, __bwr_ceilf, (float x)) { return tsr::body::ceilf(x); }
+TSR_DEFINE(float, __bwr_floorf, (float x)) { return tsr::body::floorf(x); }
+TSR_DEFINE(float, __bwr_roundf, (float x)) { return tsr::body::roundf(x); }
+TSR_DEFINE(float, __bwr_rintf, (float x)) { return tsr::body::rintf(x); }
+TSR_DEFINE(float, __bwr_nearbyintf, (float x)) { return tsr::body::nearbyintf(x); }
+TSR_ALIAS(float, __bwr_truncf, (float), __libm_truncf_ex)
 #endif  // TSR_TIER_EX
 
 #if TSR_TIER_E7

@@ -9,7 +9,7 @@ Run: python3 tools/gen/trig_tables.py [--out DIR]
 """
 from fractions import Fraction
 
-from mpmath import mp, mpf, pi, sin, cos, tan, cot, log
+from mpmath import mp, mpf, pi, sin, cos, tan, cot, log, chebyfit, polyval
 
 import tsrgen as g
 
@@ -245,8 +245,22 @@ def centre128(j):
     return (j - 64 * ((j + 32) // 64)) * pi / 128
 
 
+# |r| <= pi/256 after the reduction, and a little more for its rounding.
+TAN_H = pi / 256 * mpf(1.001)
+
+
+def cheb7(series, shift):
+    """Degree-7 Chebyshev interpolant on [-TAN_H, TAN_H] of the series (plus shift), lowest
+    power first."""
+    p = chebyfit(lambda r: polyval(series[::-1], r) + shift, [-TAN_H, TAN_H], 8)
+    # The rows at a multiple of pi/2 are odd or even in r: the other powers are zero, not the
+    # interpolant's rounding noise.
+    big = max(abs(v) for v in p)
+    return [v if abs(v) > big * mpf(2) ** -200 else mpf(0) for v in p[::-1]]
+
+
 def tan_rows128():
-    polys, scales = [], []
+    polys, scales, worst = [], [], [mpf(0)]
     for j in range(128):
         a = centre128(j)
         cot_row = 32 <= j < 96
@@ -268,10 +282,17 @@ def tan_rows128():
         c = f[0]
         chi = dv(c)
         clo = dv(c - chi)
+        # The series converges slowly next to pi/4 (the pole at pi/2 is only 0.8 away), so
+        # the degree-7 G is the Chebyshev interpolant of the whole series on the row's
+        # interval rather than its Taylor head: 2^-62 of the result instead of 2^-55.
         if cot_row:
-            G = [c - chi] + f[1:8]   # -t/tan t - c hi: c lo folded into the constant term
+            G = cheb7(f, c - chi - f[0])  # -t/tan t - c hi: c lo folded into the constant term
         else:
-            G = f[1:9]               # (tan t / t - c)/r
+            G = cheb7(f[1:], 0)           # (tan t / t - c)/r
+        err = max(abs(polyval(G[::-1], r) - polyval((f if cot_row else f[1:])[::-1], r) -
+                      ((c - chi - f[0]) if cot_row else 0)) * (1 if cot_row else TAN_H)
+                  for r in [TAN_H * (2 * mpf(i) / 64 - 1) for i in range(65)]) / abs(c)
+        worst[0] = max(worst[0], err)
         A = [dv(G[7 - i]) for i in range(8)]  # A0 multiplies r^7, A7 is the constant
         ahi = dv(a)
         alo = dv(a - ahi)
@@ -281,7 +302,7 @@ def tan_rows128():
             raise SystemExit("tan_scale128[1]: c is not tan(a)/a")
         if j == 96 and float(c) != float(4 / pi):
             raise SystemExit("tan_scale128[96]: c is not 4/pi")
-    return polys, scales
+    return polys, scales, worst[0]
 
 
 # ---- float tables --------------------------------------------------------------------------------
@@ -336,8 +357,8 @@ def tanf_rows32():
 
 
 def tanf_rows32f():
-    """b5..b0 fitted to tan(t)/t (tangent rows) or -t/tan(t) (cotangent rows 8..23) with
-    t = a + r, over |r| <= pi/64 and a little more; then the signed centre a and a pad."""
+    """b6..b0 fitted to tan(t)/t (tangent rows) or -t/tan(t) (cotangent rows 8..23) with
+    t = a + r, over |r| <= pi/64 and a little more; then the signed centre a."""
     rows, worst = [], mpf(0)
     h = pi / 64 * mpf(1.002)
     for j in range(32):
@@ -347,10 +368,10 @@ def tanf_rows32f():
             f = (lambda a: lambda r: -(a + r) / tan(a + r) if a + r != 0 else mpf(-1))(a)
         else:
             f = (lambda a: lambda r: tan(a + r) / (a + r) if a + r != 0 else mpf(1))(a)
-        fit = g.remez(f, -h, h, 5, relative=True)
+        fit = g.remez(f, -h, h, 6, relative=True, parity="even" if a == 0 else None)
         worst = max(worst, fit.err)
         b = fit.coeffs
-        rows.append("{%s, %s, %s}" % (", ".join(d(b[5 - i]) for i in range(6)), d(a), d(0)))
+        rows.append("{%s, %s}" % (", ".join(d(b[6 - i]) for i in range(7)), d(a)))
     return rows, worst
 
 
@@ -375,12 +396,13 @@ def main():
                    "{low lane r^8..r^15 and high lane r^0..r^7 interleaved}, T hi, T lo, A, B,\n"
                    "pole multiplier, mask of the short reciprocal.  Taylor series, |r| <= pi/64:\n"
                    "the first neglected term is below 2^-75 of the result.")
-    polys, scales = tan_rows128()
+    polys, scales, worst = tan_rows128()
     L += g.c_array("const double tan_poly128[128][8]", polys, 1,
                    "Row j, centre a = j·pi/128 less the nearest multiple of pi/2: A0..A7 of\n"
-                   "G(r) = A7 + A6·r + ... + A0·r^7, the Taylor polynomial of (tan(t)/t - c)/r\n"
-                   "(rows 0..31, 96..127) or -t/tan(t) - c hi (rows 32..95), t = a + r, |r| <= pi/256:\n"
-                   "the first neglected term is below 2^-60 of G's share of the result.")
+                   "G(r) = A7 + A6·r + ... + A0·r^7, the Chebyshev interpolant of (tan(t)/t - c)/r\n"
+                   "(rows 0..31, 96..127) or -t/tan(t) - c hi (rows 32..95), t = a + r, |r| <= pi/256\n"
+                   "(and 0.1 %% more): its error, r·G's in the tangent rows, is below 2^%.1f of c\n"
+                   "(coefficients exact, before their rounding to double)." % float(log(worst, 2)))
     L += g.c_array("const double tan_scale128[128][4]", scales, 1,
                    "Row j: c hi, c lo (c = tan(a)/a or -a/tan(a)), a hi, a lo.")
     L += g.c_array("const double sinf_rows65[65][2]", sinf_rows65(), 1,
@@ -396,9 +418,9 @@ def main():
                    "tan(x) + 1/t, t = x - pi/2), |r| <= pi/64, and the pole flag.")
     rf, worst = tanf_rows32f()
     L += g.c_array("const double tanf_rows32f[32][8]", rf, 1,
-                   "Row j: b5..b0, the signed centre a, 0.  R(r) = b0 + b1·r + ... + b5·r^5 fits tan(t)/t\n"
+                   "Row j: b6..b0, the signed centre a.  R(r) = b0 + b1·r + ... + b6·r^6 fits tan(t)/t\n"
                    "(rows 0..7, 24..31) or -t/tan(t) (rows 8..23), t = a + r: %s" % g.approx_comment(
-                       -pi / 64 * mpf(1.002), pi / 64 * mpf(1.002), 5, float(log(worst, 2)), SCRIPT))
+                       -pi / 64 * mpf(1.002), pi / 64 * mpf(1.002), 6, float(log(worst, 2)), SCRIPT))
     L += ["", "}  // namespace tsr::trig"]
     g.write_outputs({"elementary/trig_data.cpp": "\n".join(L) + "\n"})
 

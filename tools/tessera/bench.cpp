@@ -84,6 +84,7 @@ constexpr Range kRanges[] = {
     {"scalbn", -10, 10, false, -100, 100, false}, {"erf", -5, 5, false, 0, 0, false},
     {"erfc", -5, 25, false, 0, 0, false},         {"tgamma", 0.1, 20, false, 0, 0, false},
     {"lgamma", 0.1, 100, false, 0, 0, false},     {"fdim", -1e3, 1e3, false, -1e3, 1e3, false},
+    {"fma", -1e3, 1e3, false, -1e3, 1e3, false},
     {"fmax", -1e3, 1e3, false, -1e3, 1e3, false}, {"fmin", -1e3, 1e3, false, -1e3, 1e3, false},
     {"copysign", -1e3, 1e3, false, -1e3, 1e3, false},
     // Restricted domains: operands outside would measure the error path, not the function.
@@ -112,7 +113,9 @@ const Range &range_of(const std::string &name) {
 std::string range_text(const Range &r, Form form) {
     char buf[128];
     int n = std::snprintf(buf, sizeof buf, "%s[%g, %g]", r.log ? "log " : "", r.lo, r.hi);
-    if (two_operands(form))
+    if (two_operands(form) || form == Form::r_rrr)
+        n += std::snprintf(buf + n, sizeof buf - n, " x %s[%g, %g]", r.log2 ? "log " : "", r.lo2, r.hi2);
+    if (form == Form::r_rrr)  // the third operand: the second's array read backwards
         std::snprintf(buf + n, sizeof buf - n, " x %s[%g, %g]", r.log2 ? "log " : "", r.lo2, r.hi2);
     return buf;
 }
@@ -259,6 +262,8 @@ template <class T, Form F, int Pad> double throughput(AnyFn fn, Inputs<T> &in, i
             if constexpr (F == Form::r_r) out[i] = reinterpret_cast<T (*)(T)>(fn)(x[i]);
             else if constexpr (F == Form::r_rr) out[i] = reinterpret_cast<T (*)(T, T)>(fn)(x[i], y[i]);
             else if constexpr (F == Form::r_ri) out[i] = reinterpret_cast<T (*)(T, int)>(fn)(x[i], n[i]);
+            else if constexpr (F == Form::r_rrr)
+                out[i] = reinterpret_cast<T (*)(T, T, T)>(fn)(x[i], y[i], y[kN - 1 - i]);
             else if constexpr (F == Form::l_r) iout[i] = reinterpret_cast<long (*)(T)>(fn)(x[i]);
             else if constexpr (F == Form::ll_r) iout[i] = reinterpret_cast<long long (*)(T)>(fn)(x[i]);
             else if constexpr (F == Form::i_rr) iout[i] = reinterpret_cast<int (*)(T, T)>(fn)(x[i], y[i]);
@@ -283,6 +288,8 @@ template <class T, Form F, int Pad> double latency(AnyFn fn, Inputs<T> &in, int 
             if constexpr (F == Form::r_r) r = reinterpret_cast<T (*)(T)>(fn)(link(x[i], r, z));
             else if constexpr (F == Form::r_rr) r = reinterpret_cast<T (*)(T, T)>(fn)(link(x[i], r, z), y[i]);
             else if constexpr (F == Form::r_ri) r = reinterpret_cast<T (*)(T, int)>(fn)(link(x[i], r, z), n[i]);
+            else if constexpr (F == Form::r_rrr)
+                r = reinterpret_cast<T (*)(T, T, T)>(fn)(link(x[i], r, z), y[i], y[kN - 1 - i]);
             else if constexpr (F == Form::l_r) ri = reinterpret_cast<long (*)(T)>(fn)(link_int(x[i], ri, zi));
             else if constexpr (F == Form::ll_r) ri = reinterpret_cast<long long (*)(T)>(fn)(link_int(x[i], ri, zi));
             else if constexpr (F == Form::i_rr) ri = reinterpret_cast<int (*)(T, T)>(fn)(link_int(x[i], ri, zi), y[i]);
@@ -379,6 +386,7 @@ template <class T> Figures measure_form(Form form, AnyFn a, AnyFn b, const Range
     case Form::r_r: return measure<T, Form::r_r>(a, b, r, reps, passes);
     case Form::r_rr: return measure<T, Form::r_rr>(a, b, r, reps, passes);
     case Form::r_ri: return measure<T, Form::r_ri>(a, b, r, reps, passes);
+    case Form::r_rrr: return measure<T, Form::r_rrr>(a, b, r, reps, passes);
     case Form::l_r: return measure<T, Form::l_r>(a, b, r, reps, passes);
     case Form::ll_r: return measure<T, Form::ll_r>(a, b, r, reps, passes);
     case Form::i_r: return measure<T, Form::i_r>(a, b, r, reps, passes);

@@ -123,7 +123,7 @@ int cmd_eval(int argc, char **argv) {
                      f->shape, prec_name(f->prec));
         return 2;
     }
-    size_t nargs = two_operands(form) ? 2 : 1;
+    size_t nargs = size_t(operand_count(form));
     if (pos.size() - 1 != nargs) {
         std::fprintf(stderr, "tessera eval: %s takes %zu operand%s (%s)\n", f->name, nargs, nargs == 1 ? "" : "s",
                      f->shape);

@@ -18,6 +18,7 @@ Form form_of(const tsr_gen::Function &f) {
     if (s == "R(R)") return Form::r_r;
     if (s == "R(R,R)") return Form::r_rr;
     if (s == "R(R,I)") return Form::r_ri;
+    if (s == "R(R,R,R)") return Form::r_rrr;
     if (s == "L(R)") return Form::l_r;
     if (s == "LL(R)") return Form::ll_r;
     if (s == "I(R)") return Form::i_r;
@@ -219,6 +220,9 @@ static Result call_as(Form form, tsr_gen::AnyFn fn, const std::vector<Value> &a)
     case Form::r_r: put(r.v, reinterpret_cast<T (*)(T)>(fn)(get<T>(a[0]))); break;
     case Form::r_rr: put(r.v, reinterpret_cast<T (*)(T, T)>(fn)(get<T>(a[0]), get<T>(a[1]))); break;
     case Form::r_ri: put(r.v, reinterpret_cast<T (*)(T, int)>(fn)(get<T>(a[0]), int(a[1].i))); break;
+    case Form::r_rrr:
+        put(r.v, reinterpret_cast<T (*)(T, T, T)>(fn)(get<T>(a[0]), get<T>(a[1]), get<T>(a[2])));
+        break;
     case Form::l_r:
         r.integral = true, r.v.prec = 'i';
         r.v.i = reinterpret_cast<long (*)(T)>(fn)(get<T>(a[0]));

@@ -9,8 +9,9 @@
 namespace tool {
 
 // The call forms the tool can drive, by the catalogue's shape strings.
-enum class Form { r_r, r_rr, r_ri, l_r, ll_r, i_r, i_rr, unsupported };
+enum class Form { r_r, r_rr, r_ri, r_rrr, l_r, ll_r, i_r, i_rr, unsupported };
 inline bool two_operands(Form f) { return f == Form::r_rr || f == Form::r_ri || f == Form::i_rr; }
+inline int operand_count(Form f) { return f == Form::r_rrr ? 3 : two_operands(f) ? 2 : 1; }
 
 Form form_of(const tsr_gen::Function &f);
 const char *prec_name(char prec);

@@ -1,0 +1,110 @@
+// asind, acosd and their float forms.
+//
+// asin of t in [0, 1/2] as u = asin t in double and one correction from the double-double
+// sine and cosine kernel __libm_sincos_k64: asin t - u = (t - sin u)/cos u to second order,
+// a term of 2^-53 whose square is far below; the kernel's 2^-62 enters multiplied by at most
+// 1/cos 30°, so the pair holds the angle to about 2^-60.  |x| <= 1/2 takes it on |x|
+// (acosd: 90 -+ it); above, acos |x| = 2 asin sqrt((1 - |x|)/2), with 1 - |x| exact and the
+// root's own correction (t - r^2)/(2r) as the argument's tail (asind: 90 less it, acosd of a
+// negative x: 180 less it).  Degrees by 180/pi in two parts; the last addition is the
+// caller's mode's.
+// Exact cases, without a flag: ±1 (asind ±90, acosd 0 and 180), ±1/2 (±30; 60 and 120),
+// acosd(±0) = 90.  Below 2^-60 asind is x·180/pi (the cube is below 2^-120 of it) and acosd
+// 90 less a tail.  |x| > 1, infinities included: NaN with the function's code.
+//
+// Tiers ex and e7 (double) run these steps alike.  The float forms take the same exact
+// cases and otherwise the double radian function times 180/pi: about 2^-51 of the value, so
+// that the rounding to float adds at most 2^-27 of an ulp to its half ulp.
+#include <type_traits>
+
+#include "elementary/deg_common.h"
+#include "tsr/codes.h"
+
+using namespace tsr;
+using namespace tsr::deg;
+
+namespace {
+
+constexpr uint64_t kTwoM60 = 0x3c30000000000000ull;  // 2^-60
+
+template <bool Acos, class T, bool Bwr = false>
+inline T asind_t(T xt) {
+    double x = xt;
+    uint64_t ax = bits(x) & kAbs, sx = bits(x) & kSign;
+    if (ax >= 0x3ff0000000000000ull) {
+        if (ax == 0x3ff0000000000000ull) return T(Acos ? (sx ? 180.0 : 0.0) : neg_if(90.0, sx));
+        if (ax > kInfBits) return T(x + x);
+        constexpr int kCode = std::is_same_v<T, float>
+                                  ? (Acos ? code::acosdf_magnitude_above_1 : code::asindf_magnitude_above_1)
+                                  : (Acos ? code::acosd_magnitude_above_1 : code::asind_magnitude_above_1);
+        double nan = opaque(0.0) * opaque(__builtin_inf());
+        return report(xt, T(nan), kCode);
+    }
+    if (ax == 0x3fe0000000000000ull) return T(Acos ? (sx ? 120.0 : 60.0) : neg_if(30.0, sx));
+    // Below 2^-60 (2^-25 for the float forms, where the double radian path would leave the
+    // side of 90 to its own rounding): first-order terms.
+    if (ax < (std::is_same_v<T, float> ? 0x3e60000000000000ull : kTwoM60)) {
+        if (Acos) return T(ax == 0 ? 90.0 : 90.0 - f64(bits(0x1p-900) | sx));
+        return ax == 0 ? xt : T(mul_small(x, kR2dHi, kR2dLo));
+    }
+    if constexpr (std::is_same_v<T, float>) {
+        // The float forms: the radian function in double (0.55 ulp) times 180/pi, about 2^-51
+        // of the value before the rounding to float.
+        double v = Acos ? (Bwr ? __bwr_acos_local(x) : __libm_acos_local(x))
+                        : (Bwr ? __bwr_asin_local(x) : __libm_asin_local(x));
+        return T(v * kR2dHi);
+    }
+    RnGuardInexact g;
+    double a = opaque(f64(ax));
+    // u + du = asin of an argument t + dt in [0, 1/2], from the double asin and one
+    // correction (see the head).
+    auto arcsin = [](double t, double dt) {
+        double u = Bwr ? __bwr_asin_local(t) : __libm_asin_local(t);
+        double S[2], C[2];
+        __libm_sincos_k64(u, S, C);
+        return fast_two_sum(u, ((t - S[0]) + (dt - S[1])) / C[0]);  // t - S[0]: exact
+    };
+    DD v;  // the magnitude of the result, in degrees
+    if (a <= 0.5) {
+        DD d = mul(arcsin(a, 0.0), kR2dHi, kR2dLo);  // asin |x|
+        if (Acos) {  // 90 -+ asin|x|
+            DD w = two_sum(90.0, sx ? d.h : -d.h);
+            v = fast_two_sum(w.h, w.l + (sx ? d.l : -d.l));
+        } else {
+            v = d;
+        }
+    } else {
+        // acos |x| = 2 asin sqrt((1 - |x|)/2), the halved difference exact and its root with
+        // one correction.
+        double t = (1.0 - a) * 0.5;
+        double r = __builtin_sqrt(t);
+        DD rr = two_prod(r, r);
+        DD c = arcsin(r, ((t - rr.h) - rr.l) / (2.0 * r));
+        DD d = mul(DD{2.0 * c.h, 2.0 * c.l}, kR2dHi, kR2dLo);  // acos |x|
+        if (Acos && !sx) {
+            v = d;
+        } else {  // asind: 90 - acos|x|; acosd of x < 0: 180 - acos|x|
+            DD w = two_sum(Acos ? 180.0 : 90.0, -d.h);
+            v = fast_two_sum(w.h, w.l - d.l);
+        }
+    }
+    uint64_t neg = Acos ? 0 : sx;
+    return T(finish(g, {neg_if(v.h, neg), neg_if(v.l, neg)}));
+}
+
+}  // namespace
+
+#if TSR_TIER_EX || TSR_TIER_E7
+TSR_BODY(double, asind, (double x)) { return asind_t<false>(x); }
+TSR_BODY(double, acosd, (double x)) { return asind_t<true>(x); }
+#endif
+
+#if TSR_TIER_EX
+TSR_BODY(float, asindf, (float x)) { return asind_t<false>(x); }
+TSR_BODY(float, acosdf, (float x)) { return asind_t<true>(x); }
+// The reproducible forms: the ex steps under their own names.
+TSR_DEFINE(double, __bwr_asind, (double x)) { return asind_t<false, double, true>(x); }
+TSR_DEFINE(double, __bwr_acosd, (double x)) { return asind_t<true, double, true>(x); }
+TSR_DEFINE(float, __bwr_asindf, (float x)) { return asind_t<false, float, true>(x); }
+TSR_DEFINE(float, __bwr_acosdf, (float x)) { return asind_t<true, float, true>(x); }
+#endif

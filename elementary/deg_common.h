@@ -1,0 +1,210 @@
+// What the degree functions share: the exact reduction of an argument in degrees, the
+// sine and cosine of the remainder, and the double-double steps around the radian cores and
+// kernels (the arcs' correction uses __libm_sincos_k64).
+//
+// The period is a whole number of degrees, so no part of the reduction rounds:
+//   |x| < 2^52: n = trunc|x| (one conversion, inexact only where |x| is not whole, and then
+//   the result is inexact anyway), f = |x| - n exactly; n = 90q + m with the integer
+//   quotient, and r = (m or m - 90) + f is exact (a multiple of ulp|x| no larger than |x|).
+//   |x| >= 2^52: |x| = M·2^e is whole; M mod 360 times 2^e mod 360, where powers of two from
+//   2^3 on repeat with period 12 modulo 360 (2^15 = 2^3 mod 360), so e folds into 3 .. 14.
+// r lies in [-45, 45] and Q = q mod 4 is the quadrant.  The multiples of 30, 45 and 90 are
+// told apart by r alone (0, ±30, ±45) and take exact constants: no flag is raised.
+//
+// Elsewhere the 64-row core of sin and cos (trig_common.h) takes the remainder, its row
+// chosen in degrees and only the small rest converted to radians (row_deg), to about 2^-62
+// of the value.  Each core runs in round-to-nearest (RnGuardInexact) and hands head and
+// tail back for one last addition in the caller's mode.
+#pragma once
+#include "elementary/deg_data.h"
+#include "elementary/trig_kernels.h"
+#include "elementary/trig_common.h"
+#include "tsr/common.h"
+#include "tsr/guard.h"
+#include "tsr/report.h"
+
+namespace tsr::deg {
+namespace {
+
+constexpr uint64_t kSign = 0x8000000000000000ull;
+constexpr uint64_t kAbs = 0x7fffffffffffffffull;
+constexpr uint64_t kInfBits = 0x7ff0000000000000ull;
+constexpr uint64_t kTwo52 = 0x4330000000000000ull;      // 2^52: every double from here is whole
+constexpr uint64_t kSmall = 0x30f0000000000000ull;      // 2^-240: below, first-order terms
+constexpr uint64_t kTiny = 0x07b0000000000000ull;       // 2^-900: below, products scaled by 2^200
+
+struct DD {
+    double h, l;
+};
+
+// a·b = p + e exactly (round-to-nearest), by Dekker's splitting at 2^27 + 1; |a|, |b| below
+// 2^995 so that the split cannot overflow, and |a·b| above 2^-968 so that no piece underflows.
+inline DD two_prod(double a, double b) {
+    constexpr double kSplit = 0x1.0000002p+27;  // 2^27 + 1
+    double p = a * b;
+    double ac = a * kSplit, bc = b * kSplit;
+    double ah = ac - (ac - a), bh = bc - (bc - b);
+    double al = a - ah, bl = b - bh;
+    return {p, ((ah * bh - p) + ah * bl + al * bh) + al * bl};
+}
+inline DD fast_two_sum(double a, double b) {  // |a| >= |b|
+    double s = a + b;
+    return {s, b - (s - a)};
+}
+inline DD two_sum(double a, double b) {
+    double s = a + b, bb = s - a;
+    return {s, (a - (s - bb)) + (b - bb)};
+}
+// x·(ch + cl) as a double-double, to about 2^-104.
+inline DD mul(double x, double ch, double cl) {
+    DD p = two_prod(x, ch);
+    return {p.h, p.l + x * cl};
+}
+// (a.h + a.l)·(ch + cl), to about 2^-104.
+inline DD mul(DD a, double ch, double cl) {
+    DD p = two_prod(a.h, ch);
+    return fast_two_sum(p.h, p.l + (a.h * cl + a.l * ch));
+}
+// (a.h + a.l)/(b.h + b.l): the quotient of the heads and one correction.
+inline DD div(DD a, DD b) {
+    double q = a.h / b.h;
+    DD p = two_prod(q, b.h);
+    double e = (((a.h - p.h) - p.l) + a.l - q * b.l) / b.h;
+    return fast_two_sum(q, e);
+}
+inline double neg_if(double v, uint64_t sign) { return f64(bits(v) ^ sign); }
+inline double pow2(int n) { return f64(uint64_t(n + 1023) << 52); }  // -1022 <= n <= 1023
+
+// (h + l)·2^-200 rounded once in the caller's mode where it lies in the subnormal range
+// (|h| < 2^-822): the sum is rounded to the grid of 2^-874 (the least subnormal at this
+// scale) by adding ±2^-822, whose binade has that spacing, as a double-double, and the
+// scaling back is exact; underflow is raised here, since no operation rounds into the range.
+inline double subnormal_sum(double h, double l) {
+    double S = h < 0 ? -0x1p-822 : 0x1p-822;
+    DD w = two_sum(S, h);
+    double r = w.h + (w.l + l);
+    raise_underflow();
+    return f64(bits((r - S) * 0x1p-200) | (bits(h) & kSign));  // a zero keeps h's sign
+}
+
+// x·(ch + cl) rounded once in the caller's mode, for |x| < 2^-240 (not zero): below 2^-900
+// the operand is scaled up by 2^200 so that no piece of the product underflows, and the sum
+// comes back by an exact scaling when it is normal, or through subnormal_sum.
+inline double mul_small(double x, double ch, double cl) {
+    if ((bits(x) & kAbs) >= kTiny) {
+        DD p = mul(x, ch, cl);
+        return p.h + p.l;
+    }
+    DD p = mul(x * 0x1p200, ch, cl);
+    double v = p.h + p.l;
+    if ((bits(v) & kAbs) >= 0x0c90000000000000ull) return v * 0x1p-200;  // |v| >= 2^-822
+    return subnormal_sum(p.h, p.l);
+}
+
+// ---- the reduction ----------------------------------------------------------------------------
+struct Red {
+    double r;    // remainder in degrees, -45 <= r <= 45, exact
+    unsigned q;  // quadrant, |x| = 90q + r modulo 360
+};
+
+// a = |x|, finite.
+inline Red reduce(double a) {
+    uint64_t b = bits(a), n;
+    double f;
+    if (b < kTwo52) {
+        int64_t t = int64_t(a);  // truncation, whatever the rounding mode
+        n = uint64_t(t);
+        f = a - double(t);       // exact
+    } else {
+        uint64_t m = (b & 0x000fffffffffffffull) | 0x0010000000000000ull;
+        unsigned e = unsigned(b >> 52) - 0x433;
+        if (e > 14) e = (e - 3) % 12 + 3;  // 2^e mod 360 repeats with period 12 from e = 3
+        n = ((m % 360) << e) % 360;        // below 360·2^14: no overflow
+        f = 0;
+    }
+    uint64_t q = n / 90;
+    int64_t m = int64_t(n - 90 * q);
+    if (m > 45 || (m == 45 && f > 0)) {  // the nearer multiple of 90 is above
+        ++q;
+        m -= 90;
+    }
+    return {double(m) + f, unsigned(q & 3)};  // exact: see the head of this file
+}
+
+// The row of the 64-row core of sin and cos (trig_common.h, the body of __libm_sincos_k64):
+// rows stand at multiples of pi/32, that is 45/8 degrees, so the row is chosen in degrees
+// and the rest r - 5.625k is exact (a multiple of ulp r below 4, or r itself); only that
+// rest goes to radians, as a double-double t = (r - 5.625k)·pi/180 (pi/180 in two parts, the
+// product of the heads exact by Dekker's splitting), whose tail is the core's own tail of
+// the reduction (its remainder is r - e).  About 2^-62 of the value; the series' fourth
+// powers of the remainder stay normal above 2^-256.
+struct Row {
+    trig::Red64 d;
+    int k;
+};
+inline Row row_deg(double r) {
+    int k = int(r * 0x1.6c16c16c16c17p-3 + (r < 0 ? -0.5 : 0.5));  // r·8/45, nearest
+    double rest = r - double(k) * 5.625;                             // exact
+    DD t = mul(rest, kD2rHi, kD2rLo);
+    return {{t.h, t.h, -t.l, k}, k};
+}
+
+// sin or cos (Cos) of r degrees, 2^-240 <= |r| <= 45, as head + tail; round-to-nearest.
+inline DD sin_or_cos_deg(double r, bool cos) {
+    Row w = row_deg(r);
+    double tail = 0;
+    double h = trig::rows64_sum(trig::sincos_rows64[(w.k + (cos ? 16 : 0)) & 63], w.d, tail);
+    return fast_two_sum(h, tail);
+}
+
+// Both, for the tangent: one reduction, two rows.
+inline void sincos_deg(double r, DD &s, DD &c) {
+    Row w = row_deg(r);
+    double ts = 0, tc = 0;
+    double hs = trig::rows64_sum(trig::sincos_rows64[w.k & 63], w.d, ts);
+    double hc = trig::rows64_sum(trig::sincos_rows64[(w.k + 16) & 63], w.d, tc);
+    s = fast_two_sum(hs, ts);
+    c = fast_two_sum(hc, tc);
+}
+
+// sin r° and cos r° for the float forms, in double and in the caller's mode, |r| <= 45:
+// 2^-37.5 and 2^-43.5 of the value (deg_data.h) and a few roundings of double, far below
+// the half ulp of a float that the last rounding adds.
+inline double sin_f(double r) {
+    double s = r * r;
+    return r * (kSinf[0] + s * (kSinf[1] + s * (kSinf[2] + s * (kSinf[3] + s * kSinf[4]))));
+}
+inline double cos_f(double r) {
+    double s = r * r;
+    return 1.0 + s * (kCosf[0] + s * (kCosf[1] + s * (kCosf[2] + s * (kCosf[3] + s * kCosf[4]))));
+}
+
+// The sum of head and tail in the caller's mode, the guard's mode put back between.
+inline double finish(RnGuardInexact &g, DD v) {
+    double l = opaque(v.l);  // computed before the mode changes back
+    double h = g.finish(v.h);
+    return h + l;
+}
+
+// (v.h + v.l)·2^n rounded once in the caller's mode, n <= 0, v.h normal and not far from 1
+// (its exponent e within +-64).  A normal result is the rounded sum scaled exactly; in the
+// subnormal range head and tail are brought exactly to the scale of subnormal_sum; below a
+// quarter of the least subnormal the head alone rounds to 0 or the least subnormal by the
+// mode.
+inline double scaled_sum(DD v, int n) {
+    int e = int((bits(v.h) >> 52) & 0x7ff) - 1023;
+    if (e + n >= -1022) {  // |v.h|·2^n >= 2^-1022: normal
+        double s = v.h + v.l;
+        return n >= -1022 ? s * pow2(n) : s * pow2(n / 2) * pow2(n - n / 2);
+    }
+    if (e + n < -1077) return v.h * 0x1p-600 * 0x1p-600;
+    int n1 = n + 200;  // -1077 - e + 200 >= -941: both factors normal, both products exact
+    double f1 = pow2(n1 / 2), f2 = pow2(n1 - n1 / 2);
+    return subnormal_sum(v.h * f1 * f2, v.l * f1 * f2);
+}
+
+// Ordered compare of |v| with a constant, as an integer test on the bits.
+inline bool mag_is(double v, double c) { return (bits(v) & kAbs) == bits(c); }
+
+}  // namespace
+}  // namespace tsr::deg

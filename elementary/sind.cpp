@@ -1,0 +1,124 @@
+// sind, cosd, sincosd and their float forms.
+//
+// |x| = 90q + r exactly (deg_common.h).  sin x° is, by the quadrant Q, sin r, cos r, -sin r,
+// -cos r (with x's sign); cos x° the same with Q + 1 and no sign.  r = 0 gives the exact
+// ±1 or a zero (sind: x's sign, sind(180) = +0, sind(-180) = -0; cosd: +0), r = ±30 on the
+// sine side the exact ±1/2, all without a flag.  Elsewhere the double-double sine or cosine
+// of r, with the sign on head and tail before the last addition.
+// Below 2^-240 sind is x·pi/180 (the cube is below 2^-480 of it) and cosd 1 less a tail.
+//
+// Tiers ex and e7 run these steps alike (e7 is the SSE3 build of them).  The float forms
+// widen to double, where every float argument and the whole reduction are exact, take the
+// same exact cases, and evaluate polynomials in r with pi/180 folded in (deg_data.h) in
+// double in the caller's mode: 2^-37 of the value, so that the last rounding to float adds
+// at most 2^-13 of an ulp to its half ulp.
+#include "elementary/deg_common.h"
+
+using namespace tsr;
+using namespace tsr::deg;
+
+namespace {
+
+// Cosine selects the other side: Q + 1, and x's sign is left out.
+template <bool Cos>
+inline double sind_core(double x) {
+    uint64_t ax = bits(x) & kAbs;
+    if (ax >= kInfBits) return x - x;  // NaN stays, infinity gives invalid NaN
+    if (ax < kSmall) {
+        if (Cos) return ax == 0 ? 1.0 : 1.0 - 0x1p-900;  // 1 - t^2/2: 1 in nearest
+        if (ax == 0) return x;
+        return mul_small(x, kD2rHi, kD2rLo);
+    }
+    Red d = reduce(f64(ax));
+    unsigned q = d.q + (Cos ? 1 : 0);
+    uint64_t neg = ((q & 2) ? kSign : 0) ^ (Cos ? 0 : bits(x) & kSign);
+    if (d.r == 0) {
+        if (q & 1) return neg_if(1.0, neg);
+        return Cos ? 0.0 : f64(bits(x) & kSign);
+    }
+    if (!(q & 1) && mag_is(d.r, 30.0)) return neg_if(0.5, neg ^ (bits(d.r) & kSign));
+    RnGuardInexact g;
+    DD v = sin_or_cos_deg(opaque(d.r), q & 1);
+    return finish(g, {neg_if(v.h, neg), neg_if(v.l, neg)});
+}
+
+// The float forms: sine and cosine (Cos), or both; the steps of sind_core with the float
+// polynomials.  Zero: the sine is x, the cosine 1; NaN or infinity: NaN in both.
+struct SC {
+    double s, c;
+};
+inline SC sincosdf_core(float xf) {
+    double x = xf;
+    uint64_t ax = bits(x) & kAbs, sx = bits(x) & kSign;
+    if (ax >= kInfBits) return {x - x, x - x};
+    if (ax == 0) return {x, 1.0};
+    Red d = reduce(f64(ax));
+    unsigned qs = d.q, qc = d.q + 1;
+    uint64_t ns = ((qs & 2) ? kSign : 0) ^ sx, nc = (qc & 2) ? kSign : 0;
+    uint64_t sr = bits(d.r) & kSign;
+    SC v;
+    if (d.r == 0) {
+        v.s = (qs & 1) ? neg_if(1.0, ns) : f64(sx);
+        v.c = (qc & 1) ? neg_if(1.0, nc) : 0.0;
+    } else if (mag_is(d.r, 30.0)) {
+        double s = neg_if(0.5, sr), c = cos_f(d.r);
+        v.s = neg_if((qs & 1) ? c : s, ns);
+        v.c = neg_if((qc & 1) ? c : s, nc);
+    } else {
+        double s = sin_f(d.r), c = cos_f(d.r);
+        v.s = neg_if((qs & 1) ? c : s, ns);
+        v.c = neg_if((qc & 1) ? c : s, nc);
+    }
+    return v;
+}
+template <bool Cos>
+inline float sindf_core(float xf) {
+    double x = xf;
+    uint64_t ax = bits(x) & kAbs;
+    if (ax >= kInfBits) return float(x - x);
+    if (ax == 0) return Cos ? 1.0f : xf;
+    Red d = reduce(f64(ax));
+    unsigned q = d.q + (Cos ? 1 : 0);
+    uint64_t neg = ((q & 2) ? kSign : 0) ^ (Cos ? 0 : bits(x) & kSign);
+    if (d.r == 0) {
+        if (q & 1) return float(neg_if(1.0, neg));
+        return Cos ? 0.0f : float(f64(bits(x) & kSign));
+    }
+    if (q & 1) return float(neg_if(cos_f(d.r), neg));
+    if (mag_is(d.r, 30.0)) return float(neg_if(0.5, neg ^ (bits(d.r) & kSign)));
+    return float(neg_if(sin_f(d.r), neg));
+}
+inline void sincosdf_store(float x, float *s, float *c) {
+    SC v = sincosdf_core(x);
+    *s = float(v.s);
+    *c = float(v.c);
+}
+
+}  // namespace
+
+#if TSR_TIER_EX || TSR_TIER_E7
+TSR_BODY(double, sind, (double x)) { return sind_core<false>(x); }
+TSR_BODY(double, cosd, (double x)) { return sind_core<true>(x); }
+TSR_BODY(float, sindf, (float x)) { return sindf_core<false>(x); }
+TSR_BODY(float, cosdf, (float x)) { return sindf_core<true>(x); }
+TSR_BODY(void, sincosdf, (float x, float *s, float *c)) { sincosdf_store(x, s, c); }
+#endif
+
+#if TSR_TIER_EX
+// sincosd has one body for every row of its table: the sine and the cosine through their
+// own entries.
+TSR_BODY(void, sincosd, (double x, double *s, double *c)) {
+    *s = __libm_sind_local(x);
+    *c = __libm_cosd_local(x);
+}
+// The reproducible forms: the ex steps under their own names.
+TSR_DEFINE(double, __bwr_sind, (double x)) { return sind_core<false>(x); }
+TSR_DEFINE(double, __bwr_cosd, (double x)) { return sind_core<true>(x); }
+TSR_DEFINE(float, __bwr_sindf, (float x)) { return sindf_core<false>(x); }
+TSR_DEFINE(float, __bwr_cosdf, (float x)) { return sindf_core<true>(x); }
+TSR_DEFINE(void, __bwr_sincosd, (double x, double *s, double *c)) {
+    *s = __bwr_sind_local(x);
+    *c = __bwr_cosd_local(x);
+}
+TSR_DEFINE(void, __bwr_sincosdf, (float x, float *s, float *c)) { sincosdf_store(x, s, c); }
+#endif
