@@ -615,4 +615,45 @@ TEST(ComplexKernels, MulAndHypot2) {
         }
 }
 
+
+// Smith's division: exact where every step is, the second form for a NaN divisor, and within
+// a few ulps of the modulus elsewhere (each part measured against MPC).
+TEST(ComplexKernels, SmithDivision) {
+    CD q = __libm_cdiv(mk(2, 4), mk(1, 1));
+    EXPECT_TRUE(creal(q) == 3 && cimag(q) == 1);
+    q = __libm_cdiv(mk(4, 2), mk(0, 2));
+    EXPECT_TRUE(creal(q) == 1 && cimag(q) == -2);
+    q = __libm_cdiv(mk(1e300, 1e300), mk(1e300, 1e300));  // no square of b's parts is formed
+    EXPECT_TRUE(creal(q) == 1 && cimag(q) == 0);
+    q = __libm_cdiv(mk(1, 1), mk(NAN_, 1));
+    EXPECT_TRUE(std::isnan(creal(q)) && std::isnan(cimag(q)));
+    CF qf = __libm_cdivf(mkf(2, 4), mkf(1, 1));
+    EXPECT_TRUE(crealf(qf) == 3 && cimagf(qf) == 1);
+    std::mt19937_64 g(3);
+    mpc_t a, b, r;
+    mpc_init2(a, PREC);
+    mpc_init2(b, PREC);
+    mpc_init2(r, PREC);
+    th::Mp m;
+    double worst = 0;
+    for (int i = 0; i < 20000; i++) {
+        double v[4];
+        for (double &x : v) x = draw(g, {-20, 20});
+        CD got = __libm_cdiv(mk(v[0], v[1]), mk(v[2], v[3]));
+        mpc_set_d_d(a, v[0], v[1], MPC_RNDNN);
+        mpc_set_d_d(b, v[2], v[3], MPC_RNDNN);
+        mpc_div(r, a, b, MPC_RNDNN);
+        mpc_abs(m, r, MPFR_RNDN);
+        Worst w;
+        record(w, creal(got), mpc_realref(r), m, 0, 0, 3);
+        record(w, cimag(got), mpc_imagref(r), m, 0, 0, 3);
+        worst = std::max(worst, w.err);
+    }
+    mpc_clear(a);
+    mpc_clear(b);
+    mpc_clear(r);
+    printf("[  ACCURACY] cdiv %.3f ulp (20000 inputs, parts at least 1/8 of the modulus)\n", worst);
+    EXPECT_LT(worst, 4.0);
+}
+
 }  // namespace
