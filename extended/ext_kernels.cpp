@@ -244,10 +244,10 @@ TSR_HIDDEN void __libm_hypot2l_k80(const long double *x, const long double *y, S
 //
 // Below 2^30 (below 1 for x ln2 and x ln10, through the pair product): the Cody-Waite subtraction of m pi/4 in three parts (|x| < 2^17, head of 45
 // bits) or five (head of 33 bits), each product exact and each difference kept by a
-// two-sum.  From 2^30 on: the significand M (64 bits) of x = M 2^e times a 256-bit window of
+// two-sum.  From 2^30 on: the significand M (64 bits) of x = M 2^e times a 320-bit window of
 // the integer floor(C 2^16640) at the position the exponent selects; the product's bits
 // above the window's top are multiples of 8 octants, those below its bottom are below
-// 2^-128 of an octant, so the product gives q modulo 8 and 128 bits of the fraction.
+// 2^-192 of an octant, so the product gives q modulo 8 and 192 bits of the fraction.
 namespace {
 
 constexpr int kFactorBits = 16640;
@@ -257,27 +257,33 @@ struct Reduced {
     LD hi, lo;  // r in octants (x C - m), a pair
 };
 
-// x C modulo 8 in octants for x = M 2^e (e the exponent of the last significand bit).
-inline void big_window(uint64_t M, int e, const uint64_t *C, uint64_t &q, uint64_t &f1, uint64_t &f0) {
-    int s = kFactorBits - e - 192;  // the window's bottom bit in C
-    uint64_t w[4];
+// x C modulo 8 in octants for x = M 2^e (e the exponent of the last significand bit): the
+// integer part's low 3 bits and 192 bits of fraction (f1, f0, f00, most significant first).
+// The window of C is 320 bits wide, so the bits of C below it move the fraction by less than
+// 2^-192: an x within 2^-76 of a multiple of pi/4 (the closest there are) still keeps more
+// than 110 bits of its remainder.
+inline void big_window(uint64_t M, int e, const uint64_t *C, uint64_t &q, uint64_t &f1, uint64_t &f0,
+                       uint64_t &f00) {
+    int s = kFactorBits - e - 256;  // the window's bottom bit in C
+    uint64_t w[5];
     int wi = s >> 6, sh = s & 63;
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < 5; ++i) {
         uint64_t a = C[wi + i], b = C[wi + i + 1];
         w[i] = sh ? (a >> sh) | (b << (64 - sh)) : a;
     }
-    // M times the window: 320 bits, bits 192.. the integer part
+    // M times the window: 384 bits, bits 256.. the integer part
     unsigned __int128 acc = 0;
-    uint64_t r[5];
-    for (int i = 0; i < 4; ++i) {
+    uint64_t r[6];
+    for (int i = 0; i < 5; ++i) {
         acc += (unsigned __int128)M * w[i];
         r[i] = uint64_t(acc);
         acc >>= 64;
     }
-    r[4] = uint64_t(acc);
-    q = r[3] & 7;
-    f1 = r[2];
-    f0 = r[1];
+    r[5] = uint64_t(acc);
+    q = r[4] & 7;
+    f1 = r[3];
+    f0 = r[2];
+    f00 = r[1];
 }
 
 inline Reduced reduce(LD x, int add, const uint64_t *C, const LD c32[2]) {
@@ -324,15 +330,17 @@ inline Reduced reduce(LD x, int add, const uint64_t *C, const LD c32[2]) {
         return out;
     }
     Unpacked u = unpack(v);
-    uint64_t q, f1, f0;
-    big_window(u.m, u.e - 63, C, q, f1, f0);
+    uint64_t q, f1, f0, f00;
+    big_window(u.m, u.e - 63, C, q, f1, f0, f00);
     int n = int(q) + add, m = n + (n & 1);
-    // fraction in octants: f1 2^-64 + f0 2^-128, less (m - q)
-    LD fh = LD(f1 >> 1) * 0x1p-63L + LD(f1 & 1) * 0x1p-64L, fl = LD(f0) * 0x1p-128L;
-    LD t, te;
+    // fraction in octants: f1 2^-64 + f0 2^-128 + f00 2^-192 (each term exact), less (m - q);
+    // the first two sums are exact where they cancel
+    LD fh = LD(f1) * 0x1p-64L, fl = LD(f0) * 0x1p-128L, fll = LD(f00) * 0x1p-192L;
+    LD t, te, a, ae;
     two_sum(fh, LD(int(q) - m), t, te);
+    two_sum(t, fl, a, ae);
     LD rh, rl;
-    fast_two_sum(t, te + fl, rh, rl);
+    fast_two_sum(a, (te + ae) + fll, rh, rl);
     mul_const(rh, rl, kPi4_32, out.hi, out.lo);
     out.n = n;
     return out;

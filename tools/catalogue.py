@@ -191,6 +191,8 @@ def build_units(cat):
             counts["extra"] += 2
             continue
         prec = "f" if n.endswith("f") and group == "misc" and "sincos" in n else "d"
+        if group == "crfront":
+            prec = "f"
         if group == "quad":
             prec = "q"
         u = add(Unit(n, prec, shape))
@@ -270,7 +272,7 @@ def build_units(cat):
     return units, counts
 
 
-EXPECTED = {"plain": 665, "libm": 260, "bwr": 196, "tier": 529, "total": 1880}
+EXPECTED = {"plain": 665, "libm": 260, "bwr": 196, "tier": 529, "total": 1884}
 
 
 def check_counts(units, counts):

@@ -142,3 +142,48 @@ inline double rcp14(double x) {
 #endif
 }
 }  // namespace tsr::avx512
+
+// ---- added for the remainders (fmod, remainder z0/d1) --------------------------------------
+namespace tsr::avx512 {
+#if !TSR_AVX512_NATIVE
+// Runs op rounding toward zero and leaves the caller's control word and flags as they were:
+// what an embedded {rz-sae} rounding does.
+template <class F>
+inline auto rz_sae(F op) {
+    uint32_t saved = get_mxcsr();
+    set_mxcsr(saved | 0x7f80);  // round toward zero, every exception masked
+    auto r = op();
+    force(r);
+    set_mxcsr(saved);
+    return r;
+}
+#endif
+// a / b and a * b + c rounded toward zero whatever the control word says, no flags.
+inline double div_rz(double a, double b) {
+#if TSR_AVX512_NATIVE
+    return _mm_cvtsd_f64(_mm_div_round_sd(lane(a), lane(b), _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC));
+#else
+    return rz_sae([&] { return opaque(a) / opaque(b); });
+#endif
+}
+inline double fma_rz(double a, double b, double c) {
+#if TSR_AVX512_NATIVE
+    return _mm_cvtsd_f64(_mm_fmadd_round_sd(lane(a), lane(b), lane(c), _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC));
+#else
+    return rz_sae([&] { return __builtin_fma(opaque(a), b, c); });
+#endif
+}
+// x truncated to an integer (vrndscalesd, imm 3: toward zero, precision exception
+// suppressed); the portable form truncates by the pattern.
+inline double trunc_sae(double x) {
+#if TSR_AVX512_NATIVE
+    return _mm_cvtsd_f64(_mm_roundscale_sd(lane(x), lane(x), _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC));
+#else
+    uint64_t b = bits(x);
+    int k = int((b >> 52) & 0x7ff) - 1023;
+    if (k >= 52) return x;
+    if (k < 0) return f64(b & 0x8000000000000000ull);
+    return f64(b & ~((uint64_t(1) << (52 - k)) - 1));
+#endif
+}
+}  // namespace tsr::avx512

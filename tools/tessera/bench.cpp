@@ -444,6 +444,14 @@ std::string cpu_model() {
     return model;
 }
 
+// The system libm's name for a function: its own, but the correctly rounded members
+// (__libm_cr_expf) are compared with the ordinary function of the same root (expf).
+static const char *libm_name(const char *name) {
+    static const char cr[] = "__libm_cr_";
+    if (std::strncmp(name, cr, sizeof cr - 1) == 0) return name + sizeof cr - 1;
+    return name;
+}
+
 struct Row {
     std::string name, tier, inputs;
     Figures fig;
@@ -500,7 +508,7 @@ int cmd_bench(int argc, char **argv) {
     int status = 0;
     if (names.empty()) {
         for (const auto &f : tsr_gen::tsr_functions)
-            if (form_of(f) != Form::unsupported && dlsym(libm, f.name)) todo.push_back(&f);
+            if (form_of(f) != Form::unsupported && dlsym(libm, libm_name(f.name))) todo.push_back(&f);
     } else {
         for (const auto &n : names) {
             const tsr_gen::Function *f = find_function(n);
@@ -511,8 +519,8 @@ int cmd_bench(int argc, char **argv) {
                 std::fprintf(stderr, "tessera bench: %s has the form %s (%s), which the tool cannot call\n", f->name,
                              f->shape, prec_name(f->prec));
                 status = 2;
-            } else if (!dlsym(libm, f->name)) {
-                std::fprintf(stderr, "tessera bench: the system libm has no %s\n", f->name);
+            } else if (!dlsym(libm, libm_name(f->name))) {
+                std::fprintf(stderr, "tessera bench: the system libm has no %s\n", libm_name(f->name));
                 status = 2;
             } else {
                 todo.push_back(f);
@@ -590,7 +598,7 @@ int cmd_bench(int argc, char **argv) {
             ours = t->fn;
             label = std::string(t->name) + (tier == "selected" ? " body" : "");
         }
-        AnyFn theirs = reinterpret_cast<AnyFn>(dlsym(libm, f->name));
+        AnyFn theirs = reinterpret_cast<AnyFn>(dlsym(libm, libm_name(f->name)));
         if (plt) {
             tsr_tool_got0 = ours;
             tsr_tool_got1 = theirs;
@@ -598,7 +606,7 @@ int cmd_bench(int argc, char **argv) {
             theirs = tsr_tool_plt1;
         }
         Form form = form_of(*f);
-        Range r = range_of(f->name);
+        Range r = range_of(libm_name(f->name));
         if (have_range) r.lo = range_lo, r.hi = range_hi, r.log = false;
         Figures fig = f->prec == 'f'   ? measure_form<float>(form, ours, theirs, r, reps, passes)
                       : f->prec == 'l' ? measure_form<long double>(form, ours, theirs, r, reps, passes)

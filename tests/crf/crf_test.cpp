@@ -1,0 +1,330 @@
+// The correctly rounded single-precision family: special values, thresholds and exact results
+// as rows (correctly rounded in all four modes, exact flags); a random sample of every member
+// checked bit for bit against MPFR in every mode and tier; flags and accuracy over regions;
+// and, under the Long label, the completeness of the lists (every argument that reaches the
+// rounding test) and every float of a member against MPFR.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cmath>
+#include <map>
+#include <random>
+#include <set>
+
+#include "crf/crf_lists.h"
+#include "harness/harness.h"
+#include "tessera.h"
+#include "tsr/codes.h"
+
+// Not exported from the shared library (no header declares it); the static library has it.
+extern "C" float rsqrtf(float);
+
+namespace {
+
+using namespace th;
+namespace code = tsr::code;
+
+int ref_invsqrt(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_rec_sqrt(r, x, m); }
+
+// The functions taking the address of their argument, as functions of a float.
+template <size_t N, size_t M>
+Func<float> by_address(const char *name, MpFn1 ref, const tsr::TierFn<float (*)(const float *)> (&a)[N],
+                       const tsr::TierFn<float (*)(const float *)> (&b)[M], float (*entry)(const float *)) {
+    Func<float> f{name, 1, 1, {mpfr_ref(ref)}, {}};
+    for (const auto &t : a) f.variants.push_back({t.name, t.tier, [fn = t.fn](const float *in, float *out) { out[0] = fn(in); }});
+    for (const auto &t : b) f.variants.push_back({t.name, t.tier, [fn = t.fn](const float *in, float *out) { out[0] = fn(in); }});
+    f.variants.push_back({"entry", tsr::Tier::ex, [entry](const float *in, float *out) { out[0] = entry(in); }});
+    return f;
+}
+
+#define CRF(n, ref) func(#n, ref, tsr_tiers___libm_cr_##n, tsr_portable_tiers___libm_cr_##n).entry(__libm_cr_##n##_local)
+
+Func<float> f_expf() { return CRF(expf, mpfr_exp); }
+Func<float> f_exp2f() { return CRF(exp2f, mpfr_exp2); }
+Func<float> f_exp10f() { return CRF(exp10f, mpfr_exp10); }
+Func<float> f_expm1f() { return CRF(expm1f, mpfr_expm1); }
+Func<float> f_exp2m1f() { return CRF(exp2m1f, mpfr_exp2m1).add("entry", tsr::Tier::ex, ::exp2m1f).add("entry", tsr::Tier::ex, ::__bwr_exp2m1f); }
+Func<float> f_sinhf() { return CRF(sinhf, mpfr_sinh); }
+Func<float> f_coshf() { return CRF(coshf, mpfr_cosh); }
+Func<float> f_tanhf() { return CRF(tanhf, mpfr_tanh); }
+Func<float> f_sinf() { return CRF(sinf, mpfr_sin); }
+Func<float> f_cosf() { return CRF(cosf, mpfr_cos); }
+Func<float> f_tanf() { return CRF(tanf, mpfr_tan); }
+Func<float> f_asinf() { return CRF(asinf, mpfr_asin); }
+Func<float> f_acosf() { return CRF(acosf, mpfr_acos); }
+Func<float> f_atanf() { return CRF(atanf, mpfr_atan); }
+Func<float> f_logf() { return CRF(logf, mpfr_log); }
+Func<float> f_log2f() { return by_address("log2f", mpfr_log2, tsr_tiers___libm_cr_log2f, tsr_portable_tiers___libm_cr_log2f, __libm_cr_log2f_local); }
+Func<float> f_log10f() { return by_address("log10f", mpfr_log10, tsr_tiers___libm_cr_log10f, tsr_portable_tiers___libm_cr_log10f, __libm_cr_log10f_local); }
+Func<float> f_log1pf() { return CRF(log1pf, mpfr_log1p); }
+Func<float> f_log2p1f() { return CRF(log2p1f, mpfr_log2p1).add("entry", tsr::Tier::ex, ::log2p1f).add("entry", tsr::Tier::ex, ::__bwr_log2p1f); }
+Func<float> f_cbrtf() { return CRF(cbrtf, mpfr_cbrt); }
+Func<float> f_invsqrtf() { return CRF(invsqrtf, ref_invsqrt).add("entry", tsr::Tier::ex, ::rsqrtf); }
+Func<float> f_sincosf() {
+    return func2("sincosf", mpfr_sin, mpfr_cos, tsr_tiers___libm_cr_sincosf, tsr_portable_tiers___libm_cr_sincosf)
+        .entry(__libm_cr_sincosf_local);
+}
+
+const float kSNaN = f32(0x7fa00000), kNegSNaN = f32(0xff800001);
+// NaNs pass through (quiet), a signalling one raising invalid.
+std::vector<Row<float>> nans(std::vector<Row<float>> own) {
+    std::vector<Row<float>> r = {{NAN, NAN}, {-NAN, NAN}, {kSNaN, NAN, INV}, {kNegSNaN, NAN, INV}};
+    r.insert(r.end(), own.begin(), own.end());
+    return r;
+}
+constexpr int EU = ERANGE_IF_ZERO;
+
+// ---- rows: special values, the edges of every path, exact results ---------------------------
+TEST(CrfSpecial, Exponentials) {
+    check_rows(f_expf(), nans({
+        {0.0f, 1.0f}, {-0.0f, 1.0f}, {INFINITY, INFINITY}, {-INFINITY, 0.0f},
+        {0x1p-149f, CR, NX}, {-0x1.fffffep-26f, CR, NX}, {0x1p-25f, CR, NX}, {-0x1p-25f, CR, NX},
+        {f32(0x42b17217), CR, NX}, {f32(0x42b17218), CR, OV, ERANGE, code::expf_overflow},  // 88.72283, 88.72284
+        {0x1p+100f, CR, OV, ERANGE, code::expf_overflow},
+        // e^x crosses 2^-126: underflow in nearest (a directed mode may round up to 2^-126).
+        {f32(0xc2aeac4f), CR, NX}, {f32(0xc2aeac50), CR, UN, EU, code::expf_underflow, RN},
+        {-103.0f, CR, UN, EU, code::expf_underflow}, {-0x1.9fe368p+6f, CR, UN, EU, code::expf_underflow},
+        {-104.0f, CR, UN, EU, code::expf_underflow}, {-0x1p+100f, CR, UN, EU, code::expf_underflow},
+    }));
+    check_rows(f_exp2f(), nans({
+        {0.0f, 1.0f}, {-0.0f, 1.0f}, {INFINITY, INFINITY}, {-INFINITY, 0.0f},
+        {3.0f, 8.0f}, {-149.0f, 0x1p-149f}, {127.0f, 0x1p127f}, {-126.0f, 0x1p-126f},  // exact powers
+        {-0x1p-26f, CR, NX}, {0x1p-25f, CR, NX}, {0x1.fffffep+6f, CR, NX},
+        {128.0f, CR, OV, ERANGE, code::exp2f_overflow}, {-126.5f, CR, UN, EU, code::exp2f_underflow},
+        {-150.0f, CR, UN, EU, code::exp2f_underflow}, {-0x1.2dfffep+7f, CR, UN, EU, code::exp2f_underflow},
+        {-151.0f, CR, UN, EU, code::exp2f_underflow}, {-161.0f, CR, UN, EU, code::exp2f_underflow},
+    }));
+    check_rows(f_exp10f(), nans({
+        {0.0f, 1.0f}, {-0.0f, 1.0f}, {INFINITY, INFINITY}, {-INFINITY, 0.0f},
+        {3.0f, 1000.0f}, {10.0f, 1e10f}, {1.0f, 10.0f}, {-3.0f, CR, NX}, {11.0f, CR, NX},
+        {0x1p-28f, CR, NX}, {-0x1p-27f, CR, NX},
+        {f32(0x421a209a), CR, NX}, {f32(0x421a209b), CR, OV, ERANGE, code::exp10f_overflow},  // 38.53184
+        {f32(0xc217b818), CR, NX}, {f32(0xc217b819), CR, UN, EU, code::exp10f_underflow, RN},  // 10^x at 2^-126
+        {f32(0xc235d275), CR, UN, EU, code::exp10f_underflow}, {f32(0xc235d276), CR, UN, EU, code::exp10f_underflow},
+    }));
+    check_rows(f_expm1f(), nans({
+        {0.0f, 0.0f}, {-0.0f, -0.0f}, {INFINITY, INFINITY}, {-INFINITY, -1.0f},
+        {0x1p-149f, CR, UN}, {-0x1p-127f, CR, UN}, {0x1.fffffep-25f, CR, NX}, {-0x1p-24f, CR, NX},
+        {0.109375f, CR, NX}, {-17.9f, CR, NX}, {-18.0f, CR, NX}, {-100.0f, CR, NX},
+        {0x1.62e42ep+6f, CR, NX}, {0x1.62e43p+6f, CR, OV, ERANGE, code::expm1f_overflow},
+    }));
+    check_rows(f_exp2m1f(), nans({
+        {0.0f, 0.0f}, {-0.0f, -0.0f}, {INFINITY, INFINITY}, {-INFINITY, -1.0f},
+        {1.0f, 1.0f}, {10.0f, 1023.0f}, {-1.0f, -0.5f}, {-24.0f, -0x1.fffffep-1f}, {25.0f, CR, NX},
+        {0x1p-149f, CR, UN}, {-0x1p-140f, CR, UN}, {0x1p-13f, CR, NX}, {-25.9f, CR, NX}, {-26.0f, CR, NX},
+        {0x1.fffffep+6f, CR, NX}, {128.0f, CR, OV},
+    }));
+}
+
+TEST(CrfSpecial, Hyperbolic) {
+    check_rows(f_sinhf(), nans({
+        {0.0f, 0.0f}, {-0.0f, -0.0f}, {INFINITY, INFINITY}, {-INFINITY, -INFINITY},
+        {0x1p-149f, CR, UN, 0, NO_CODE, RN}, {0x1p-100f, CR, NX}, {-0x1.fffffep-13f, CR, NX}, {0x1p-12f, CR, NX},
+        {0.021484375f, CR, NX},
+        {0x1.65a9f8p+6f, CR, NX}, {-0x1.65a9fap+6f, CR, OV}, {90.0f, CR, OV}, {-0x1p+100f, CR, OV},
+    }));
+    check_rows(f_coshf(), nans({
+        {0.0f, 1.0f}, {-0.0f, 1.0f}, {INFINITY, INFINITY}, {-INFINITY, INFINITY},
+        {0x1p-149f, CR, NX, 0, NO_CODE, RN}, {0x1p-100f, CR, NX}, {-0x1.fffffep-13f, CR, NX}, {0x1p-12f, CR, NX},
+        {0x1.65a9f8p+6f, CR, NX}, {-0x1.65a9fap+6f, CR, OV}, {0x1p+100f, CR, OV},
+    }));
+    check_rows(f_tanhf(), nans({
+        {0.0f, 0.0f}, {-0.0f, -0.0f}, {INFINITY, 1.0f}, {-INFINITY, -1.0f},
+        {0x1p-149f, CR, UN, 0, NO_CODE, RN}, {-0x1p-127f, CR, UN, 0, NO_CODE, RN}, {-0x1p-100f, CR, NX},
+        {0x1.fffffep-13f, CR, NX}, {0x1p-12f, CR, NX},
+        {0.0234375f, CR, NX}, {0x1.2ffffep+3f, CR, NX}, {-9.5f, CR, NX}, {10.0f, CR, NX},
+        {0x1p+100f, CR, NX, 0, NO_CODE, RN},
+    }));
+}
+
+TEST(CrfSpecial, Trigonometric) {
+    for (auto f : {f_sinf(), f_tanf()})
+        check_rows(f, nans({
+            {0.0f, 0.0f}, {-0.0f, -0.0f}, {INFINITY, NAN, INV}, {-INFINITY, NAN, INV},
+            {0x1p-149f, CR, UN, 0, NO_CODE, RN}, {-0x0.fffffep-126f, CR, UN, 0, NO_CODE, RN}, {0x1p-100f, CR, NX},
+            {0x1.fffffep-13f, CR, NX}, {-0x1p-12f, CR, NX},
+            {0x1p-14f, CR, NX}, {0x1p+16f, CR, NX}, {0x1p+22f, CR, NX}, {0x1.fffffep+127f, CR, NX},
+            {-0x1.fffffep+127f, CR, NX}, {0x1.921fb6p+0f, CR, NX}, {0x1.921fb6p+1f, CR, NX},
+        }));
+    check_rows(f_cosf(), nans({
+        {0.0f, 1.0f}, {-0.0f, 1.0f}, {INFINITY, NAN, INV}, {-INFINITY, NAN, INV},
+        {0x1p-149f, CR, NX, 0, NO_CODE, RN}, {0x1p-100f, CR, NX}, {-0x1.fffffep-13f, CR, NX}, {0x1p-12f, CR, NX},
+        {0x1p+16f, CR, NX},
+        {0x1.fffffep+127f, CR, NX}, {0x1.921fb6p+0f, CR, NX},
+    }));
+    const std::vector<RowSC<float>> sc = {
+        {{0.0f}, {0.0f, 1.0f}}, {{-0.0f}, {-0.0f, 1.0f}}, {{INFINITY}, {NAN, NAN}, INV}, {{NAN}, {NAN, NAN}},
+        {{0x1p-149f}, {CR, CR}, UN, 0, NO_CODE, RN}, {{0x1p-100f}, {CR, CR}, NX}, {{-0x1p-13f}, {CR, CR}, NX}, {{0x1.921fb6p+0f}, {CR, CR}, NX},
+        {{-0x1.fffffep+127f}, {CR, CR}, NX}, {{0x1p+22f}, {CR, CR}, NX},
+    };
+    check_rows(f_sincosf(), sc);
+}
+
+TEST(CrfSpecial, InverseTrigonometric) {
+    check_rows(f_asinf(), nans({
+        {0.0f, 0.0f}, {-0.0f, -0.0f}, {0x1p-149f, CR, UN, 0, NO_CODE, RN}, {-0x1p-100f, CR, NX},
+        {-0x1.fffffep-13f, CR, NX}, {0x1p-12f, CR, NX},
+        {1.0f, CR, NX}, {-1.0f, CR, NX}, {0.5f, CR, NX},
+        {0x1.000002p+0f, NAN, INV, EDOM, code::asinf_magnitude_above_1},
+        {-INFINITY, NAN, INV, EDOM, code::asinf_magnitude_above_1},
+    }));
+    check_rows(f_acosf(), nans({
+        {1.0f, 0.0f}, {-1.0f, CR, NX}, {0.0f, CR, NX}, {-0.0f, CR, NX}, {0x1p-149f, CR, NX},
+        {0x1.10b46p-26f, CR, NX}, {0.5f, CR, NX}, {-0x1.fffffep-1f, CR, NX},
+        {-0x1.000002p+0f, NAN, INV, EDOM, code::acosf_magnitude_above_1},
+        {INFINITY, NAN, INV, EDOM, code::acosf_magnitude_above_1},
+    }));
+    check_rows(f_atanf(), nans({
+        {0.0f, 0.0f}, {-0.0f, -0.0f}, {INFINITY, CR, NX}, {-INFINITY, CR, NX},
+        {0x1p-149f, CR, UN, 0, NO_CODE, RN}, {0x1p-100f, CR, NX}, {-0x1.fffffep-13f, CR, NX}, {0x1p-12f, CR, NX},
+        {1.0f, CR, NX},
+        {0x1p+26f, CR, NX}, {-0x1.fffffep+127f, CR, NX},
+    }));
+}
+
+TEST(CrfSpecial, Logarithms) {
+    std::vector<Row<float>> common = {
+        {INFINITY, INFINITY}, {0.0f, -INFINITY, DZ}, {-0.0f, -INFINITY, DZ},
+        {-INFINITY, NAN, INV}, {-1.0f, NAN, INV}, {-0x1p-149f, NAN, INV},
+        {0x1.8p-148f, CR, NX}, {0x1.fffffep+127f, CR, NX}, {0x1.000002p+0f, CR, NX}, {0x1.fffffep-1f, CR, NX},
+    };
+    auto with = [&](std::vector<Row<float>> own) {
+        own.insert(own.end(), common.begin(), common.end());
+        return nans(own);
+    };
+    check_rows(f_logf(), with({{1.0f, 0.0f}, {2.0f, CR, NX}}));
+    check_rows(f_log2f(), with({{1.0f, 0.0f}, {8.0f, 3.0f}, {0x1p-149f, -149.0f}, {0x1p+127f, 127.0f}, {0.5f, -1.0f}}));
+    check_rows(f_log10f(), with({{1.0f, 0.0f}, {1000.0f, 3.0f}, {1e10f, 10.0f}, {10.0f, 1.0f}, {1e11f, CR, NX}}));
+    std::vector<Row<float>> p1 = {
+        {0.0f, 0.0f}, {-0.0f, -0.0f}, {INFINITY, INFINITY}, {-1.0f, -INFINITY, DZ},
+        {-INFINITY, NAN, INV}, {-0x1.000002p+0f, NAN, INV}, {-0x1.fffffep-1f, CR, NX},
+        {0x1p-149f, CR, UN}, {-0x1p-127f, CR, UN}, {0x1.fffffep-25f, CR, NX}, {-0x1p-24f, CR, NX},
+        {0x1.fffffep+127f, CR, NX},
+    };
+    check_rows(f_log1pf(), nans(p1));
+    p1[6] = {-0x1.fffffep-1f, -24.0f};  // log2(2^-24): exact
+    p1.insert(p1.end(), {{1.0f, 1.0f}, {7.0f, 3.0f}, {-0.5f, -1.0f}, {0x1.fffffep+23f, 24.0f}, {0x1.fffffcp+23f, CR, NX}});
+    check_rows(f_log2p1f(), nans(p1));
+}
+
+TEST(CrfSpecial, Roots) {
+    check_rows(f_cbrtf(), nans({
+        {0.0f, 0.0f}, {-0.0f, -0.0f}, {INFINITY, INFINITY}, {-INFINITY, -INFINITY},
+        {27.0f, 3.0f}, {-0x1p-147f, -0x1p-49f}, {0x1.bp+13f, 24.0f}, {-0x1p-126f, -0x1p-42f}, {0x1p-149f, CR, NX},
+        {2.0f, CR, NX}, {0x1.fffffep+127f, CR, NX}, {-0x1.fffffcp-127f, CR, NX},
+    }));
+    check_rows(f_invsqrtf(), nans({
+        {0.0f, INFINITY, DZ}, {-0.0f, -INFINITY, DZ}, {INFINITY, 0.0f}, {-INFINITY, NAN, INV},
+        {-1.0f, NAN, INV}, {4.0f, 0.5f}, {0x1p-148f, 0x1p+74f}, {0x1p+126f, 0x1p-63f},
+        {0x1p-149f, CR, NX}, {2.0f, CR, NX}, {0x1.fffffep+127f, CR, NX},
+    }));
+}
+
+// ---- random sample: bit for bit in every mode and tier ---------------------------------------
+struct Member {
+    Func<float> (*f)();
+    float lo, hi;  // magnitudes drawn log-uniformly, both signs
+};
+const Member kMembers[] = {
+    {f_expf, 0x1p-30f, 110.0f}, {f_exp2f, 0x1p-30f, 160.0f}, {f_exp10f, 0x1p-30f, 46.0f},
+    {f_expm1f, 0x1p-30f, 90.0f}, {f_exp2m1f, 0x1p-149f, 130.0f}, {f_sinhf, 0x1p-14f, 95.0f},
+    {f_coshf, 0x1p-14f, 95.0f}, {f_tanhf, 0x1p-14f, 12.0f}, {f_sinf, 0x1p-14f, 0x1p+127f},
+    {f_cosf, 0x1p-14f, 0x1p+127f}, {f_tanf, 0x1p-14f, 0x1p+127f}, {f_asinf, 0x1p-14f, 1.0f},
+    {f_acosf, 0x1p-30f, 1.0f}, {f_atanf, 0x1p-14f, 0x1p+30f}, {f_logf, 0x1p-149f, 0x1p+127f},
+    {f_log2f, 0x1p-149f, 0x1p+127f}, {f_log10f, 0x1p-149f, 0x1p+127f}, {f_log1pf, 0x1p-30f, 0x1p+127f},
+    {f_log2p1f, 0x1p-149f, 0x1p+127f}, {f_cbrtf, 0x1p-149f, 0x1p+127f}, {f_invsqrtf, 0x1p-149f, 0x1p+127f},
+};
+
+std::vector<float> sample(float lo, float hi, size_t n, uint64_t seed) {
+    std::mt19937_64 g(seed);
+    std::uniform_real_distribution<double> u(std::log2(double(lo)), std::log2(double(hi)));
+    std::vector<float> v;
+    for (size_t i = 0; i < n; ++i) {
+        float x = float(std::exp2(u(g)));
+        v.push_back(g() & 1 ? -x : x);
+    }
+    return v;
+}
+
+TEST(CrfSample, EveryModeEveryTier) {
+    unsigned seed = 23;
+    for (const auto &m : kMembers) {
+        std::vector<Row<float>> rows;
+        for (float x : sample(m.lo, m.hi, 3000, seed++)) rows.push_back({x, CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
+        check_rows(m.f(), rows);
+    }
+    std::vector<RowSC<float>> rows;
+    for (float x : sample(0x1p-14f, 0x1p+127f, 3000, seed)) rows.push_back({{x}, {CR, CR}, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
+    check_rows(f_sincosf(), rows);
+}
+
+// The arguments the lists hold, each bit for bit in every mode and tier: the hard cases.
+TEST(CrfSample, ListedArguments) {
+    FILE *in = std::fopen(TSR_SOURCE_DIR "/tools/gen/crf_hard.txt", "r");
+    ASSERT_TRUE(in);
+    std::map<std::string, std::vector<Row<float>>> rows;
+    char name[32];
+    unsigned key;
+    while (std::fscanf(in, "%31s %x", name, &key) == 2) {
+        float x = f32(key);
+        rows[name].push_back({x, CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
+        static const std::set<std::string> symmetric = {"sinhf", "coshf", "tanhf", "sinf", "cosf",
+                                                        "tanf", "asinf", "atanf", "cbrtf"};
+        if (symmetric.count(name)) rows[name].push_back({-x, CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
+    }
+    std::fclose(in);
+    std::map<std::string, Func<float> (*)()> fs = {
+        {"expf", f_expf}, {"exp2f", f_exp2f}, {"exp10f", f_exp10f}, {"expm1f", f_expm1f}, {"exp2m1f", f_exp2m1f},
+        {"sinhf", f_sinhf}, {"coshf", f_coshf}, {"tanhf", f_tanhf}, {"sinf", f_sinf}, {"cosf", f_cosf},
+        {"tanf", f_tanf}, {"asinf", f_asinf}, {"acosf", f_acosf}, {"atanf", f_atanf}, {"logf", f_logf},
+        {"log2f", f_log2f}, {"log10f", f_log10f}, {"log1pf", f_log1pf}, {"log2p1f", f_log2p1f},
+        {"cbrtf", f_cbrtf}, {"invsqrtf", f_invsqrtf}};
+    for (auto &[n, r] : rows) check_rows(fs.at(n)(), r);
+}
+
+// Flags and accuracy over regions: no flag without its cause, every flag that is due.
+TEST(CrfAccuracy, Regions) {
+    for (const auto &m : kMembers) {
+        Sweep<float> s{m.f(), {{20000, {m.lo, m.hi, Dist::log_uniform, true}}}};
+        s.bound[0] = 0.5;
+        s.bound[1] = s.bound[2] = s.bound[3] = 1.0;
+        sweep(s);
+    }
+}
+
+// ---- Long: the lists are complete; every float against MPFR --------------------------------
+TEST(CrfLong, ListsComplete) {
+    for (const auto &r : crf_lists::runs()) {
+        auto v = crf_lists::unsettled(r, 2);
+        for (auto &s : v) ADD_FAILURE() << "unsettled and unlisted: " << s;
+        std::printf("[  LISTS   ] %s: %zu unsettled arguments without a row\n", r.what, v.size());
+    }
+}
+
+TEST(CrfLong, EveryFloat) {
+    // CRF_STRIDE (default 1): every stride-th float.
+    const char *st = std::getenv("CRF_STRIDE");
+    uint32_t stride = st ? uint32_t(std::strtoul(st, nullptr, 0)) : 1;
+    for (const auto &m : kMembers) {
+        Sweep<float> s{m.f(), {}};
+        std::printf("[  EVERY   ] %s: every %u-th float\n", s.f.name.c_str(), stride);
+        s.bound[0] = 0.5;
+        s.bound[1] = s.bound[2] = s.bound[3] = 1.0;
+        if (stride == 1) {
+            every_float(s);
+            continue;
+        }
+        // MPFR's 256-bit reference says nothing of the directed roundings where f(x) differs
+        // from x, 1 or -1 by less than 2^-256 relative: those rows are checked in nearest.
+        const bool saturates = s.f.name == "tanhf" || s.f.name == "expm1f" || s.f.name == "exp2m1f";
+        std::vector<Row<float>> rows;
+        for (uint64_t b = 0; b <= 0xffffffffu; b += stride) {
+            float x = f32(uint32_t(b));
+            bool rn = std::fabs(x) < 0x1p-100f || (saturates && std::fabs(x) > 80.0f);
+            rows.push_back({x, CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE, rn ? unsigned(RN) : 0u});
+        }
+        check_rows(s.f, rows);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,68 @@
+// Accuracy of the extended trigonometric, inverse trigonometric, degree and hyperbolic
+// functions against MPFR on the shared sweep: 100,000 arguments per function (the whole
+// domain log-uniformly, and the regions where the design changes: pi/4 and the Cody-Waite
+// limits 2^17 and 2^30, the breakpoints of the arctangent, 1/2 for arcsine, 23 and 64 for the
+// hyperbolic functions), four rounding modes, flags checked.  Bounds: 0.6 ulp in
+// round-to-nearest, 2 ulp in the directed modes.
+#include <gtest/gtest.h>
+
+#include "ext2_funcs.h"
+
+namespace {
+
+using namespace ext2t;
+using th::Dist;
+
+template <class P>
+P bounded(P s, double scale) {
+    s.bound[0] = 0.6;
+    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
+    s.scale = scale;
+    return s;
+}
+th::Sweep<LD> plan(th::Func<LD> f, std::vector<th::Region<LD>> regions, double scale) {
+    return bounded(th::Sweep<LD>{std::move(f), std::move(regions)}, scale);
+}
+
+void run_all(double scale) {
+    const LD big = 0x1p16383L, tiny = 0x1p-16440L;
+    // radians: small, the direct window, the two reduction regimes, the whole range
+    std::vector<th::Region<LD>> trig = {{20000, {0x1p-40L, 0.8L, Dist::log_uniform, true}},
+                                        {20000, {0.7L, 0x1p17L, Dist::log_uniform, true}},
+                                        {20000, {0x1p17L, 0x1p31L, Dist::log_uniform, true}},
+                                        {20000, {0x1p31L, big, Dist::log_uniform, true}},
+                                        {20000, {-10.0L, 10.0L, Dist::uniform}}};
+    for (const char *f : {"sinl", "cosl", "tanl", "cotl"}) th::sweep(plan(fn(f), trig, scale));
+    th::sweep(bounded(th::Sweep<LD>{sincos_f("sincosl"), trig}, scale));
+    // degrees: the one-quotient range, whole numbers beyond 2^63, whole degrees
+    std::vector<th::Region<LD>> deg = {{30000, {0x1p-40L, 400.0L, Dist::log_uniform, true}},
+                                       {30000, {400.0L, 0x1p63L, Dist::log_uniform, true}},
+                                       {20000, {0x1p63L, big, Dist::log_uniform, true}},
+                                       {20000, {-1000.0L, 1000.0L, Dist::uniform}}};
+    for (const char *f : {"sindl", "cosdl", "tandl", "cotdl"}) th::sweep(plan(fn(f), deg, scale));
+    th::sweep(bounded(th::Sweep<LD>{sincos_f("sincosdl"), deg}, scale));
+    // inverse functions
+    std::vector<th::Region<LD>> unit = {{40000, {0x1p-40L, 1.0L, Dist::log_uniform, true}},
+                                        {40000, {-1.0L, 1.0L, Dist::uniform}},
+                                        {20000, {0.99L, 1.0L, Dist::uniform, true}}};
+    for (const char *f : {"asinl", "acosl", "asindl", "acosdl", "atanhl"}) th::sweep(plan(fn(f), unit, scale));
+    std::vector<th::Region<LD>> line = {{50000, {tiny, big, Dist::log_uniform, true}},
+                                        {50000, {-40.0L, 40.0L, Dist::uniform}}};
+    for (const char *f : {"atanl", "atandl", "asinhl"}) th::sweep(plan(fn(f), line, scale));
+    th::sweep(plan(fn("acoshl"), {{50000, {1.0L, big}}, {50000, {1.0L, 3.0L, Dist::uniform}}}, scale));
+    for (const char *f : {"atan2l", "atan2dl"})
+        th::sweep(plan(fn2(f), {{50000, {-4.0L, 4.0L, Dist::uniform}, {-4.0L, 4.0L, Dist::uniform}},
+                                {50000, {tiny, big, Dist::log_uniform, true}, {tiny, big, Dist::log_uniform, true}}},
+                       scale));
+    // hyperbolic
+    std::vector<th::Region<LD>> hyp = {{40000, {0x1p-40L, 64.0L, Dist::log_uniform, true}},
+                                       {30000, {-30.0L, 30.0L, Dist::uniform}},
+                                       {30000, {60.0L, 11357.2L, Dist::log_uniform, true}}};
+    for (const char *f : {"sinhl", "coshl", "tanhl"}) th::sweep(plan(fn(f), hyp, scale));
+    th::sweep(bounded(th::Sweep<LD>{sincos_f("sinhcoshl"), hyp}, scale));
+}
+
+TEST(Ext2Accuracy, Sweep) { run_all(1); }
+TEST(Ext2AccuracyLong, Sweep) { run_all(100); }
+
+}  // namespace
