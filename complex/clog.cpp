@@ -1,0 +1,87 @@
+// The complex logarithms ln z, log2 z and log10 z.
+//
+// Real part: ln |z| = ln(x^2 + y^2) / 2 in extended precision, where every square of a
+// double is representable: q = x^2 + y^2 to 2^-63 relative, and ln q by the extended
+// logarithm.  Where q is near 1 (|q - 1| < 1/16) that would keep q's rounding as an absolute
+// error of the small result, so w = x^2 + y^2 - 1 is formed from the exact squares (Dekker
+// products): with m >= s the larger and smaller part, m^2 - 1 is exact in extended, and the
+// sum of the four exact terms is rounded once in extended (the two heads, of like size and
+// opposite signs, add exactly there); then ln|z| = log1p(w) / 2.  For
+// log2 and log10 the extended result is multiplied by log2 e or log10 e (64 bits).
+//
+// Imaginary part: the angle atan2(y, x) (times the base's constant in extended precision).
+//
+// Special values as C99 Annex G gives them for clog.
+#include "complex/cplx_common.h"
+
+#include "tsr/x87.h"
+
+using namespace tsr;
+using namespace tsr::cplx;
+
+namespace {
+enum Base { kE, k2, k10 };
+
+template <Base B>
+inline double angle(double y, double x) {
+    if constexpr (B == kE) {
+        return atan2_local(y, x);
+    } else {
+        X87Precision p;
+        LD a = atan2_ld(y, x) * (B == k2 ? LOG2E_L : LOG10E_L);
+        return double(opaque(a));
+    }
+}
+
+// ln |x + iy| in extended precision, both parts finite and not both zero.
+inline LD log_abs(double x, double y) {
+    double m = f64(abits(x)), s = f64(abits(y));
+    if (m < s) {
+        double t = m;
+        m = s;
+        s = t;
+    }
+    LD q = LD(m) * LD(m) + LD(s) * LD(s);
+    LD d = q - 1.0L;
+    if (!(d < 0.0625L && d > -0.0625L)) return 0.5L * logl_local(q);
+    double mh, ml;
+    two_prod(m, m, mh, ml);
+    LD a = LD(mh) - 1.0L;  // exact: mh has 53 bits and lies above 1/4
+    LD w;
+    if (s < 0x1p-400) {  // s^2 far below every non-zero m^2 - 1
+        w = (LD(a) + LD(ml)) + LD(s) * LD(s);
+    } else {
+        double sh, sl;
+        two_prod(s, s, sh, sl);
+        w = (LD(a) + LD(sh)) + (LD(ml) + LD(sl));
+    }
+    return 0.5L * log1pl_local(w);
+}
+
+template <Base B>
+inline CD clog_core(double x, double y) {
+    if (!is_finite(x) || !is_finite(y)) {
+        if (is_inf(x) && is_nan(y)) return mk(x * x, y * y);
+        if (is_nan(x)) return mk(is_inf(y) ? y * y : x * y, x * x);
+        if (is_nan(y)) return mk(y * y, y * y);
+        return mk(f64(INF_BITS), angle<B>(y, x));
+    }
+    if (is_zero(x) && is_zero(y)) return mk(opaque(-1.0) / opaque(0.0), angle<B>(y, x));
+    RnGuard rn;
+    X87Precision p;
+    LD l = log_abs(opaque(x), y);
+    if constexpr (B == k2) l *= LOG2E_L;
+    if constexpr (B == k10) l *= LOG10E_L;
+    double re = double(opaque(l));
+    return mk(rn.finish(re), angle<B>(y, x));
+}
+}  // namespace
+
+#if TSR_TIER_EX
+TSR_BODY(CD, clog, (CD z)) { return clog_core<kE>(__real__ z, __imag__ z); }
+TSR_BODY(CF, clogf, (CF z)) { return narrowc(clog_core<kE>(__real__ z, __imag__ z)); }
+TSR_DEFINE(CD, clog2, (CD z)) { return clog_core<k2>(__real__ z, __imag__ z); }
+TSR_DEFINE(CD, clog10, (CD z)) { return clog_core<k10>(__real__ z, __imag__ z); }
+TSR_DEFINE(CF, clog2f, (CF z)) { return narrowc(clog_core<k2>(__real__ z, __imag__ z)); }
+TSR_DEFINE(CF, clog10f, (CF z)) { return narrowc(clog_core<k10>(__real__ z, __imag__ z)); }
+#endif

@@ -1,0 +1,223 @@
+// What the complex functions share: the complex types and their parts, the error-free
+// transformations of double-double arithmetic, the kernels of cplx_kernels.cpp, and the
+// extended-precision helpers that carry the inverse functions, the powers and the square root.
+//
+// Two means keep finite arguments from overflowing in intermediate results:
+// - scaled two-part values, 2^n (r[0] + r[1]), joined once by __libm_mul_k64 (cexp, ccosh,
+//   csinh);
+// - the 80-bit extended format, whose exponent range holds the square of every double and
+//   whose 64-bit significand leaves 11 guard bits over double: a result formed there with a
+//   few roundings and rounded once to double is within 0.5 + 2^-8 ulp.
+#pragma once
+#include <cstdint>
+
+#include "elementary/exp_kernels.h"
+#include "elementary/hyp_kernels.h"
+#include "elementary/invtrig_kernels.h"
+#include "elementary/log_kernels.h"
+#include "elementary/trig_kernels.h"
+#include "tsr/common.h"
+#include "tsr/guard.h"
+
+extern "C" {
+// 2^n (a[0] + a[1]) (b[0] + b[1]) rounded once to double, overflow and gradual underflow
+// included.
+void __libm_mul_k64(int n, const double a[2], const double b[2], double *r) noexcept TSR_HIDDEN;
+// x^2 + y^2 = 2^k (r[0] + r[1]); k returned.
+double __libm_hypot2_k64(double r[2], double x, double y) noexcept TSR_HIDDEN;
+// Smith's division a / b.
+double _Complex __libm_cdiv(double _Complex a, double _Complex b) noexcept TSR_HIDDEN;
+float _Complex __libm_cdivf(float _Complex a, float _Complex b) noexcept TSR_HIDDEN;
+// Classification by bit pattern, raising nothing: 1 or 0.
+int __libm_internal_isnzfinite(double x) noexcept TSR_HIDDEN;
+int __libm_internal_isinf(double x) noexcept TSR_HIDDEN;
+int __libm_internal_ispinf(double x) noexcept TSR_HIDDEN;
+int __libm_internal_isninf(double x) noexcept TSR_HIDDEN;
+int __libm_internal_isnan(double x) noexcept TSR_HIDDEN;
+int __libm_internal_isposzero(double x) noexcept TSR_HIDDEN;
+int __libm_internal_iszero(double x) noexcept TSR_HIDDEN;
+int __libm_internal_isnegzero(double x) noexcept TSR_HIDDEN;
+}
+
+namespace tsr::cplx {
+namespace {
+
+using CD = double _Complex;
+using CF = float _Complex;
+using LD = long double;
+
+inline CD mk(double re, double im) {
+    CD z;
+    __real__ z = re;
+    __imag__ z = im;
+    return z;
+}
+inline CF mkf(float re, float im) {
+    CF z;
+    __real__ z = re;
+    __imag__ z = im;
+    return z;
+}
+
+// ---- classification on bit patterns ---------------------------------------------------
+constexpr uint64_t ABS = 0x7fffffffffffffffull;
+constexpr uint64_t INF_BITS = 0x7ff0000000000000ull;
+inline uint64_t abits(double x) { return bits(x) & ABS; }
+inline bool is_nan(double x) { return abits(x) > INF_BITS; }
+inline bool is_inf(double x) { return abits(x) == INF_BITS; }
+inline bool is_finite(double x) { return abits(x) < INF_BITS; }
+inline bool is_zero(double x) { return abits(x) == 0; }
+inline bool is_nzfinite(double x) { return abits(x) - 1 < INF_BITS - 1; }
+inline bool neg(double x) { return bits(x) >> 63; }
+inline int bexp(double x) { return int(abits(x) >> 52); }  // the biased exponent field
+inline double with_sign(double mag, double s) { return f64((bits(mag) & ABS) | (bits(s) & ~ABS)); }
+inline double flip(double x) { return f64(bits(x) ^ ~ABS); }
+// The sign flip of the circular functions' rotation: a NaN keeps its bits.
+inline double flip_num(double x) { return is_nan(x) ? x : flip(x); }
+
+// ---- double-double ---------------------------------------------------------------------
+// Exact in round-to-nearest, which every caller of these holds.
+inline void two_sum(double a, double b, double &s, double &e) {
+    s = a + b;
+    double bb = s - a;
+    e = (a - (s - bb)) + (b - bb);
+}
+inline void fast_two_sum(double a, double b, double &s, double &e) {  // |a| >= |b|
+    s = a + b;
+    e = b - (s - a);
+}
+// Dekker's split by 2^27 + 1: hi holds 26 bits, lo the rest, hi + lo = v exactly.
+constexpr double SPLITTER = 0x1.0000002p27;
+inline void split(double v, double &hi, double &lo) {
+    double t = v * SPLITTER;
+    hi = t - (t - v);
+    lo = v - hi;
+}
+inline void two_prod(double a, double b, double &p, double &e) {
+    double ah, al, bh, bl;
+    split(a, ah, al);
+    split(b, bh, bl);
+    p = a * b;
+    e = ((ah * bh - p) + ah * bl + al * bh) + al * bl;
+}
+
+// ---- extended --------------------------------------------------------------------------
+inline LD ld(const double v[2]) { return LD(v[0]) + LD(v[1]); }
+// An extended value as a double head and the double nearest to the rest.
+inline void to_pair(LD v, double out[2]) {
+    out[0] = double(v);
+    out[1] = double(v - LD(out[0]));
+}
+// The extended square root (the instruction, rounded once to 64 bits).
+inline LD sqrtl_(LD v) {
+    asm("fsqrt" : "+t"(v));
+    return v;
+}
+// atan2 of extended arguments through the double-double kernel: relative error below 2^-63.
+inline LD atan2_ld(LD y, LD x) {
+    double yy[2], xx[2], r[2];
+    to_pair(y, yy);
+    to_pair(x, xx);
+    __libm_atan2_k64(r, yy, xx);
+    return ld(r);
+}
+constexpr LD PI_L = 0xc.90fdaa22168c235p-2L;     // pi, rounded to 64 bits
+constexpr LD PI_2_L = 0xc.90fdaa22168c235p-3L;   // pi/2
+constexpr LD LN2_L = 0xb.17217f7d1cf79acp-4L;    // ln 2, rounded to 64 bits
+constexpr LD LOG2E_L = 0xb.8aa3b295c17f0bcp-3L;  // log2 e
+constexpr LD LOG10E_L = 0xd.e5bd8a937287195p-5L; // log10 e
+
+// A double from an extended value, with the underflow flag where the result is subnormal
+// (the conversion gives it on the x87 unit; tests and fetestexcept read both units).
+inline double narrow(LD v) { return double(v); }
+
+// A float from a double result of the widened computation; a subnormal float part gets
+// the underflow flag by a tiny product, as a subnormal result owes it.
+inline float narrowf(double v) {
+    float f = float(v);
+    if ((bits(f) & 0x7f800000u) == 0 && (bits(f) & 0x7fffffu) != 0) raise_underflow();
+    return f;
+}
+inline CF narrowc(CD z) { return mkf(narrowf(__real__ z), narrowf(__imag__ z)); }
+inline CD widen(CF z) { return mk(double(__real__ z), double(__imag__ z)); }
+
+}  // namespace
+}  // namespace tsr::cplx
+
+namespace tsr::cplx {
+namespace {
+
+// Sine and cosine of (th + tl) radians in extended precision, |tl| at most about an ulp of
+// th: the kernel's two-part values of th, turned by tl (by its own sine and cosine where tl
+// is not small enough for the two-term series).
+inline void sincos_ld(double th, double tl, LD &s, LD &c) {
+    double S[2], C[2];
+    __libm_sincos_k64(th, S, C);
+    LD sl = ld(S), cl = ld(C);
+    if (tl == 0.0) {
+        s = sl;
+        c = cl;
+        return;
+    }
+    LD st, ct;
+    if (f64(abits(tl)) < 0x1p-21) {  // tl^3/6 below 2^-64 of tl
+        LD t = tl;
+        st = t;
+        ct = 1.0L - 0.5L * t * t;
+    } else {
+        double S2[2], C2[2];
+        __libm_sincos_k64(tl, S2, C2);
+        st = ld(S2);
+        ct = ld(C2);
+    }
+    s = sl * ct + cl * st;
+    c = cl * ct - sl * st;
+}
+
+// The exact remainder of a by b (the x87 partial remainder, repeated until complete).
+inline LD fprem(LD a, LD b) {
+    uint16_t sw;
+    do {
+        asm("fprem\n\tfnstsw %%ax" : "+t"(a), "=a"(sw) : "u"(b));
+    } while (sw & 0x400);
+    return a;
+}
+
+// pi/180 in two parts.
+constexpr double DEG_HI = 0x1.1df46a2529d39p-6, DEG_LO = 0x1.5c1d8becdd291p-62;
+
+// Sine and cosine of (vh + vl) degrees, vl at most an ulp of vh: vh is reduced exactly, first
+// modulo 360, then to [-45, 45] and a quadrant; the rest goes to radians in two parts.  A
+// multiple of 90 gives exact zeros and ones.
+inline void sincosd_ld(double vh, double vl, LD &s, LD &c) {
+    double r = vh;
+    if (!(f64(abits(vh)) < 360.0)) r = double(fprem(LD(vh), 360.0L));
+    // r - 90 k is exact: it is a multiple of r's ulp and no larger than r.
+    double kf = (r * (1.0 / 90.0) + 0x1.8p52) - 0x1.8p52;  // the nearest integer, by the shifter
+    int q = int(kf) & 3;
+    r = r - kf * 90.0;
+    double th, tl;
+    two_prod(r, DEG_HI, th, tl);
+    tl += r * DEG_LO + vl * DEG_HI;
+    double tt = th;
+    th = tt + tl;
+    tl = tl - (th - tt);
+    LD s0, c0;
+    if (r == 0.0 && vl == 0.0) {
+        s0 = 0.0L;
+        c0 = 1.0L;
+    } else {
+        sincos_ld(th, tl, s0, c0);
+    }
+    switch (q) {
+        case 0: s = s0; c = c0; break;
+        case 1: s = c0; c = -s0; break;
+        case 2: s = -s0; c = -c0; break;
+        default: s = -c0; c = s0; break;
+    }
+    if (s == 0.0L) s = 0.0L;  // exact zeros are +0 (the caller signs a zero argument)
+    if (c == 0.0L) c = 0.0L;
+}
+
+}  // namespace
+}  // namespace tsr::cplx
