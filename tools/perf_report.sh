@@ -120,9 +120,15 @@ How to read it:
   that). [performance/dispatch-entry.md](performance/dispatch-entry.md) looks at that
   jump's cost for the smallest functions.
 - The families' own notes (`docs/performance/<family>.md`) give their ranges, searches and
-  misses.
-
+  misses, and the figures of the functions the system libm lacks (against a counterpart
+  such as `sin(x*pi)` for `sinpi`) or that this tool cannot call:
 EOF
+  for f in docs/performance/*.md; do
+    case "$f" in */machine-level*) continue ;; esac
+    b=$(basename "$f" .md)
+    echo "[$b](performance/$b.md)"
+  done | paste -sd, - | sed 's/,/, /g; s/^/  /; s/$/./'
+  echo
   for f in docs/performance/machine-level*.md; do
     sed 's/^#/##/' "$f"
     echo
