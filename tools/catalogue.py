@@ -460,6 +460,12 @@ extern "C" {
 #define TESSERA_NOEXCEPT
 #endif
 
+/* long long is older than C99 and C++11 in practice, not in name: quiet under -pedantic. */
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wlong-long"
+typedef long long tessera_llong;
+#pragma GCC diagnostic pop
+
 #if defined(__x86_64__) && !defined(TESSERA_COMPLEX128_DEFINED)
 #define TESSERA_COMPLEX128_DEFINED
 /* __extension__: complex types are an extension in C++ (and quiet under -pedantic). */
@@ -498,6 +504,7 @@ def gen_header(units, built_units):
                 macro_decls.append(decl("(%s)" % n, shape, u.prec, " TESSERA_NOEXCEPT") + ";")
                 continue
             d = decl("(%s)" % n, shape, u.prec, " TESSERA_NOEXCEPT") + ";"
+            d = d.replace("long long", "tessera_llong")
             lines.append("__extension__ " + d if "_Complex" in d else d)
     if macro_decls:
         # <math.h> makes these macros in C and overloads in C++: in C the parenthesised
