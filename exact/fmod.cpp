@@ -35,16 +35,6 @@ constexpr uint64_t kAbs64 = 0x7fffffffffffffffull, kSign64 = 0x8000000000000000u
 constexpr uint64_t kInf64 = 0x7ff0000000000000ull, kQNaN64 = 0x7ff8000000000000ull;
 constexpr uint32_t kAbs32 = 0x7fffffffu, kSign32 = 0x80000000u, kInf32 = 0x7f800000u;
 
-// fprem until the C2 bit (reduction incomplete) is clear: |x| mod |y| with x's sign, exact.
-inline long double fprem_loop(long double x, long double y) {
-    long double r;
-    asm("1:\n\tfprem\n\tfnstsw %%ax\n\ttestw $0x400, %%ax\n\tjnz 1b"
-        : "=t"(r)
-        : "0"(x), "u"(y)
-        : "ax", "cc");
-    return r;
-}
-
 // The special cases every double tier shares (ex apart: it forms the NaNs differently).
 // Returns true with the result in r when one applies.
 template <bool kEx>
@@ -163,7 +153,7 @@ TSR_BODY(double, fmod, (double x, double y)) {
     }
     double r;
     if (fmod_special<true>(x, y, r)) return r;
-    return double(fprem_loop(x, y));
+    return double(rem::x87_remainder<false>(x, y));
 }
 TSR_BODY(float, fmodf, (float x, float y)) { return float(__libm_fmod_ex_local(x, y)); }
 
@@ -180,7 +170,7 @@ TSR_DEFINE(long double, fmodl, (long double x, long double y)) {
         if ((a.se & 0x7fff) == 0x7fff) return opaque(x) - x;  // infinite x
         return x;                                             // infinite y
     }
-    return fprem_loop(x, y);
+    return rem::x87_remainder<false>(x, y);
 }
 
 // The reproducible forms: ex's arithmetic, the special cases tested in the order of the
@@ -188,7 +178,7 @@ TSR_DEFINE(long double, fmodl, (long double x, long double y)) {
 TSR_DEFINE(double, __bwr_fmod, (double x, double y)) {
     double r;
     if (fmod_special<true>(x, y, r)) return r;
-    return double(fprem_loop(x, y));
+    return double(rem::x87_remainder<false>(x, y));
 }
 TSR_DEFINE(float, __bwr_fmodf, (float x, float y)) { return float(__libm_fmod_ex_local(x, y)); }
 #endif

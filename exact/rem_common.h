@@ -155,5 +155,20 @@ inline T nearest(T x, T y, bool neg, uint64_t &quo) {
     return make<T>(r, e, neg);
 }
 
+// x reduced by y on the x87 unit, repeated until the status word's C2 bit (reduction
+// incomplete) is clear: fprem truncates the quotient (the remainder keeps x's sign, fmod's),
+// fprem1 rounds it to nearest (remainder's).  Each step is exact, so the result is.
+template <bool kNearest>
+inline long double x87_remainder(long double x, long double y) {
+    long double r;
+    if constexpr (kNearest)
+        asm("1:\n\tfprem1\n\tfnstsw %%ax\n\ttestw $0x400, %%ax\n\tjnz 1b"
+            : "=t"(r) : "0"(x), "u"(y) : "ax", "cc");
+    else
+        asm("1:\n\tfprem\n\tfnstsw %%ax\n\ttestw $0x400, %%ax\n\tjnz 1b"
+            : "=t"(r) : "0"(x), "u"(y) : "ax", "cc");
+    return r;
+}
+
 }  // namespace
 }  // namespace tsr::rem

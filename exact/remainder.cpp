@@ -36,16 +36,6 @@ namespace {
 
 constexpr uint32_t kQuoMask = 0x7fffffffu;  // the quotient bits remquo keeps
 
-// fprem1 until complete: the remainder to nearest, exact.
-inline long double fprem1_loop(long double x, long double y) {
-    long double r;
-    asm("1:\n\tfprem1\n\tfnstsw %%ax\n\ttestw $0x400, %%ax\n\tjnz 1b"
-        : "=t"(r)
-        : "0"(x), "u"(y)
-        : "ax", "cc");
-    return r;
-}
-
 // The special cases of every tier.  Returns true with the result in r when one applies.
 template <class T>
 inline bool rem_special(T x, T y, T &r, int zero_code) {
@@ -191,7 +181,7 @@ inline bool reml_special(long double x, long double y, long double &r, int zero_
 TSR_DEFINE(long double, remainderl, (long double x, long double y)) {
     long double r;
     if (reml_special(x, y, r, code::remainderl_divisor_0)) return r;
-    return fprem1_loop(x, y);
+    return rem::x87_remainder<true>(x, y);
 }
 
 // The remainder and the low 31 bits of the quotient of finite non-zero extended values (the
@@ -217,7 +207,7 @@ TSR_DEFINE(long double, remquol, (long double x, long double y, int *quo)) {
 TSR_BODY(double, remainder, (double x, double y)) {
     double r;
     if (rem_special(x, y, r, code::remainder_divisor_0)) return r;
-    return double(fprem1_loop(x, y));
+    return double(rem::x87_remainder<true>(x, y));
 }
 TSR_BODY(float, remainderf, (float x, float y)) {
     float r;
