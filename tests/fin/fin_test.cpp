@@ -188,9 +188,24 @@ std::vector<Region<T>> regions(T xmax, T ymax, T tiny) {
     };
 }
 
+// Both sides of each place where the cores change their way, as y for a few rates: W = y log2(1 + x)
+// of magnitude 2^-56 (compound: 1 + W), 2^-7 (annuity: the product form or the power),
+// 110 (the 1 beside the power), 1022 to 1080 (subnormal results), 4096 (out of range).
+template <class T>
+std::vector<std::array<T, 2>> cut_points() {
+    std::vector<std::array<T, 2>> p;
+    for (double x : {1e-5, 0.01, -0.3, 0.5, 3.0, 1e-20}) {
+        double l = std::log1p(x) * 1.4426950408889634;
+        for (double w : {0x1p-56, 0x1p-7, 110.0, 1022.0, 1074.0, 1080.0, 4096.0, 16382.0, 16445.0, 32768.0})
+            for (double side : {1 - 1e-9, 1 + 1e-9})
+                for (double sign : {1.0, -1.0}) p.push_back({T(x), T(sign * side * w / l)});
+    }
+    return p;
+}
+
 template <class T>
 Sweep<T> plan(Func<T> f, double rn, double directed, T xmax, T ymax, T tiny, double scale) {
-    Sweep<T> s{std::move(f), regions<T>(xmax, ymax, tiny)};
+    Sweep<T> s{std::move(f), regions<T>(xmax, ymax, tiny), cut_points<T>()};
     s.bound[0] = rn;
     s.bound[1] = s.bound[2] = s.bound[3] = directed;
     s.scale = scale;
