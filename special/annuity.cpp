@@ -21,8 +21,7 @@
 //
 // Extended: the same scheme in pairs of extended values on the kernels of extended/
 // (fin_ext.h), under the x87 frame, round-to-nearest until the last operation.
-#include "special/fin_common.h"
-#include "special/fin_ext.h"
+#include "special/fin_body.h"
 
 using namespace tsr;
 using namespace tsr::fin;
@@ -92,64 +91,16 @@ inline double annuity_core(double x, double y) {
     return round_scaled(dd::div(D, {xs, 0.0}), sd - ex, &g);
 }
 
-inline double annuity_body(double x, double y) {
-    double r;
-    int c = 0;
-    if (__builtin_expect(special_value<Fn::annuity>(x, y, is_nan(x), is_nan(y), r, c, kCodes), 0))
-        return c ? report(x, y, r, c) : r;
-    r = annuity_core(x, y);
-    if (__builtin_expect((bits(r) & Format<double>::abs) - 1 >= Format<double>::inf - 1, 0)) {
-        if (r == 0.0) return report(x, y, r, kCodes.under);
-        return report(x, y, r, kCodes.over);
-    }
-    return r;
-}
-
-inline float annuityf_body(float x, float y) {
-    float r;
-    int c = 0;
-    if (__builtin_expect(special_value<Fn::annuity>(x, y, is_nan(x), is_nan(y), r, c, kCodesF), 0)) {
-        if (!c) return r;
-        r = report(x, y, r, c);
-        // At the pole the value is +inf whatever the handler left.
-        return c == kCodesF.pole ? Format<float>::from(Format<float>::inf) : r;
-    }
-    r = float(annuity_core(double(x), double(y)));
-    uint32_t m = bits(r) & Format<float>::abs;
-    if (__builtin_expect(m < 0x00800000u, 0)) {  // subnormal or zero: underflow, raised here
-        force(opaque(0x1p-100f) * 0x1p-100f);       // as the double result may be exact
-        return report(x, y, r, kCodesF.under);
-    }
-    if (__builtin_expect(m == Format<float>::inf, 0)) return report(x, y, r, kCodesF.over);
-    return r;
-}
-
-inline long double annuityl_body(long double x, long double y) {
-    long double r;
-    int c = 0;
-    Ext vx = ext(x), vy = ext(y);
-    // An encoding the x87 unit refuses (an unnormal) counts as a NaN: the sum makes one.
-    bool xn = (vx.se & 0x7fff) == 0x7fff ? vx.m != 0x8000000000000000ull : x80::invalid_encoding(vx);
-    bool yn = (vy.se & 0x7fff) == 0x7fff ? vy.m != 0x8000000000000000ull : x80::invalid_encoding(vy);
-    if (__builtin_expect(special_value<Fn::annuity>(x, y, xn, yn, r, c, kCodesL), 0))
-        return c ? report(x, y, r, c) : r;
-    r = annuityl_core(x, y);
-    Ext e = ext(r);
-    if (__builtin_expect((e.se & 0x7fff) == 0 || (e.se & 0x7fff) == 0x7fff, 0)) {
-        // A zero exponent field (zero or subnormal) is an underflow, all ones an overflow.
-        return report(x, y, r, (e.se & 0x7fff) == 0 ? kCodesL.under : kCodesL.over);
-    }
-    return r;
-}
-
 }  // namespace
 
 #if TSR_TIER_EX
-TSR_BODY(double, annuity, (double x, double y)) { return annuity_body(x, y); }
-TSR_BODY(float, annuityf, (float x, float y)) { return annuityf_body(x, y); }
+TSR_BODY(double, annuity, (double x, double y)) { return entry<Fn::annuity, annuity_core>(x, y, kCodes); }
+TSR_BODY(float, annuityf, (float x, float y)) { return entry_f<Fn::annuity, annuity_core>(x, y, kCodesF); }
 // The reproducible names stand at the bodies themselves: nothing in them depends on the
 // processor.
 TSR_ALIAS(double, __bwr_annuity, (double, double), __libm_annuity_ex)
 TSR_ALIAS(float, __bwr_annuityf, (float, float), __libm_annuityf_ex)
-TSR_DEFINE(long double, annuityl, (long double x, long double y)) { return annuityl_body(x, y); }
+TSR_DEFINE(long double, annuityl, (long double x, long double y)) {
+    return entry_l<Fn::annuity, annuityl_core>(x, y, kCodesL);
+}
 #endif

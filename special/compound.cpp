@@ -17,8 +17,7 @@
 //
 // Extended: e^(y ln(1 + x)) in pairs of extended values on the kernels of extended/
 // (fin_ext.h), under the x87 frame, round-to-nearest until the last operation.
-#include "special/fin_common.h"
-#include "special/fin_ext.h"
+#include "special/fin_body.h"
 
 using namespace tsr;
 using namespace tsr::fin;
@@ -50,59 +49,16 @@ inline double compound_core(double x, double y) {
     return round_scaled(R, N, nullptr);
 }
 
-inline double compound_body(double x, double y) {
-    double r;
-    int c = 0;
-    if (__builtin_expect(special_value<Fn::compound>(x, y, is_nan(x), is_nan(y), r, c, kCodes), 0))
-        return c ? report(x, y, r, c) : r;
-    r = compound_core(x, y);
-    if (__builtin_expect((bits(r) & Format<double>::abs) - 1 >= Format<double>::inf - 1, 0)) {
-        if (r == 0.0) return report(x, y, r, kCodes.under);
-        return report(x, y, r, kCodes.over);
-    }
-    return r;
-}
-
-inline float compoundf_body(float x, float y) {
-    float r;
-    int c = 0;
-    if (__builtin_expect(special_value<Fn::compound>(x, y, is_nan(x), is_nan(y), r, c, kCodesF), 0))
-        return c ? report(x, y, r, c) : r;
-    r = float(compound_core(double(x), double(y)));
-    uint32_t m = bits(r) & Format<float>::abs;
-    if (__builtin_expect(m < 0x00800000u, 0)) {  // subnormal or zero: underflow, raised here
-        force(opaque(0x1p-100f) * 0x1p-100f);       // as the double result may be exact
-        return report(x, y, r, kCodesF.under);
-    }
-    if (__builtin_expect(m == Format<float>::inf, 0)) return report(x, y, r, kCodesF.over);
-    return r;
-}
-
-inline long double compoundl_body(long double x, long double y) {
-    long double r;
-    int c = 0;
-    Ext vx = ext(x), vy = ext(y);
-    // An encoding the x87 unit refuses (an unnormal) counts as a NaN: the sum makes one.
-    bool xn = (vx.se & 0x7fff) == 0x7fff ? vx.m != 0x8000000000000000ull : x80::invalid_encoding(vx);
-    bool yn = (vy.se & 0x7fff) == 0x7fff ? vy.m != 0x8000000000000000ull : x80::invalid_encoding(vy);
-    if (__builtin_expect(special_value<Fn::compound>(x, y, xn, yn, r, c, kCodesL), 0))
-        return c ? report(x, y, r, c) : r;
-    r = compoundl_core(x, y);
-    Ext e = ext(r);
-    if (__builtin_expect((e.se & 0x7fff) == 0 || (e.se & 0x7fff) == 0x7fff, 0))
-        // A zero exponent field (zero or subnormal) is an underflow, all ones an overflow.
-        return report(x, y, r, (e.se & 0x7fff) == 0 ? kCodesL.under : kCodesL.over);
-    return r;
-}
-
 }  // namespace
 
 #if TSR_TIER_EX
-TSR_BODY(double, compound, (double x, double y)) { return compound_body(x, y); }
-TSR_BODY(float, compoundf, (float x, float y)) { return compoundf_body(x, y); }
+TSR_BODY(double, compound, (double x, double y)) { return entry<Fn::compound, compound_core>(x, y, kCodes); }
+TSR_BODY(float, compoundf, (float x, float y)) { return entry_f<Fn::compound, compound_core>(x, y, kCodesF); }
 // The reproducible names stand at the bodies themselves: nothing in them depends on the
 // processor.
 TSR_ALIAS(double, __bwr_compound, (double, double), __libm_compound_ex)
 TSR_ALIAS(float, __bwr_compoundf, (float, float), __libm_compoundf_ex)
-TSR_DEFINE(long double, compoundl, (long double x, long double y)) { return compoundl_body(x, y); }
+TSR_DEFINE(long double, compoundl, (long double x, long double y)) {
+    return entry_l<Fn::compound, compoundl_core>(x, y, kCodesL);
+}
 #endif

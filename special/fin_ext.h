@@ -12,7 +12,7 @@
 // pairs are formed; the caller's word comes back before the one operation that rounds the
 // result.
 #pragma once
-#include "extended/ext_common.h"
+#include "extended/ext2_common.h"
 #include "tsr/x87.h"
 
 namespace tsr::fin {
@@ -43,35 +43,27 @@ inline int expol(LD v) { return x80::unpack(ext(v)).e; }
 inline LD scalel(LD v, int k) { return (v * pow2l(k / 2)) * pow2l(k - k / 2); }
 inline LD signifl(LD v, int e) { return scalel(v, -e); }
 
-struct PairL {
-    LD h, l;
-};
-inline PairL quick(LD a, LD b) {
-    PairL r;
-    fast_two_sum(a, b, r.h, r.l);
-    return r;
-}
-inline PairL mul(PairL a, PairL b) {
-    LD p, e;
-    two_prod(a.h, b.h, p, e);
-    return quick(p, e + (a.h * b.l + a.l * b.h));
-}
-inline PairL mul(PairL a, LD b) {
+using x80::Pair;
+using x80::norm;
+// (a.h + a.l) b for an extended b.
+inline Pair mul(Pair a, LD b) {
     LD p, e;
     two_prod(a.h, b, p, e);
-    return quick(p, e + a.l * b);
+    return norm(p, e + a.l * b);
 }
-// (a.h + a.l)/b for b in [1, 2) (or any b with a product in range).
-inline PairL div(PairL a, LD b) {
-    LD q = a.h / b;
-    LD p, e;
-    two_prod(q, b, p, e);
-    return quick(q, (((a.h - p) - e) + a.l) / b);
+inline Pair div(Pair a, LD b) { return x80::divp(a, {b, 0.0L}); }
+
+// 1/(1 + x) as a pair times 2^-k, from the exact pair 1 + x.
+inline Pair recip_1p(LD x, int &k) {
+    Pair p;
+    two_sum(1.0L, x, p.h, p.l);
+    k = expol(p.h);
+    return x80::divp({1.0L, 0.0L}, {scalel(p.h, -k), scalel(p.l, -k)});
 }
 
 // ln(1 + v) for |v| <= 2^-7, v exact, as a pair: the series core of extended/.
-inline PairL ln1p_small(LD v) {
-    PairL r;
+inline Pair ln1p_small(LD v) {
+    Pair r;
     x80::log1p_series(v, r.h, r.l);
     return r;
 }
@@ -84,16 +76,16 @@ inline PairL ln1p_small(LD v) {
 // series core on the exact r/4.  The error stays near 2^-88 absolute, 2^-81 relative: no
 // reduction by whole octaves, so nothing cancels beyond what the value itself is.
 struct LogL {
-    PairL m;
+    Pair m;
     int e;
     bool series;
-    PairL g;
+    Pair g;
 };
 inline LogL log2_1pl(LD x) {
     int ex = expol(x);
     if (ex < -7) {
         LD xs = signifl(x, ex);
-        PairL g = {1.0L, 0.0L};
+        Pair g = {1.0L, 0.0L};
         if (ex >= -80) {  // below, x/2 is under 2^-81 of 1
             const LD *c = x80::kLogNear1;
             LD v2 = x * x, v4 = v2 * v2;
@@ -104,13 +96,13 @@ inline LogL log2_1pl(LD x) {
             // ln(1 + x)/x = 1 - x/2 + x^2 q(x), 1 - x/2 as an exact pair
             LD s, t;
             two_sum(1.0L, -0.5L * x, s, t);
-            g = quick(s, t + v2 * q);
+            g = norm(s, t + v2 * q);
         }
-        PairL gx = mul(g, xs), m;
+        Pair gx = mul(g, xs), m;
         mul_const(gx.h, gx.l, x80::kLog2e_32, m.h, m.l);
         return {m, ex, true, g};
     }
-    PairL p;
+    Pair p;
     two_sum(1.0L, x, p.h, p.l);
     LD q = 4.0L / p.h;
     Ext qe = ext(q);
@@ -123,30 +115,30 @@ inline LogL log2_1pl(LD x) {
     LD rl = ((p.h - ph) + p.l) * c;
     LD vh, vl;
     two_sum(rh * 0.25L, rl * 0.25L, vh, vl);
-    PairL l1 = ln1p_small(vh);
+    Pair l1 = ln1p_small(vh);
     l1.l += vl / (1.0L + vh);
-    PairL l2;
+    Pair l2;
     mul_const(l1.h, l1.l, x80::kLog2e_32, l2.h, l2.l);
     LD s, t;
     two_sum(LD(k), LD(fin_log2_rows[i][0]), s, t);
     LD s2, t2;
     two_sum(s, l2.h, s2, t2);
-    return {quick(s2, t2 + (t + (LD(fin_log2_rows[i][1]) + l2.l))), 0, false, {0.0L, 0.0L}};
+    return {norm(s2, t2 + (t + (LD(fin_log2_rows[i][1]) + l2.l))), 0, false, {0.0L, 0.0L}};
 }
 
 struct ExpoL {
-    PairL m;
+    Pair m;
     int e, ew;
 };
 inline ExpoL times_yl(const LogL &L, LD y, LD sign) {
     int ey = expol(y);
-    PairL m = mul(L.m, signifl(y, ey) * sign);
+    Pair m = mul(L.m, signifl(y, ey) * sign);
     int e = ey + L.e;
     return {m, e, expol(m.h) + e};
 }
 
 // 2^(w.h + w.l) = (h + l) 2^k for |w| < 32768.
-inline PairL exp2l_pair(PairL w, int &k) {
+inline Pair exp2l_pair(Pair w, int &k) {
     LD a = w.h, b = w.l;
     int quarter = 0;
     if (a > 16000.0L || a < -16000.0L) {
@@ -155,13 +147,13 @@ inline PairL exp2l_pair(PairL w, int &k) {
         quarter = 1;
     }
     x80::ExpPair p = x80::exp2_pair(a, b);
-    PairL r = quick(p.hi, p.lo);
+    Pair r = norm(p.hi, p.lo);
     k = p.k;
     if (quarter) {
         for (int i = 0; i < 2; ++i) {
             LD s, e;
             two_prod(r.h, r.h, s, e);
-            r = quick(s, e + 2.0L * r.h * r.l);
+            r = norm(s, e + 2.0L * r.h * r.l);
             k *= 2;
         }
     }
@@ -169,8 +161,8 @@ inline PairL exp2l_pair(PairL w, int &k) {
 }
 
 // (h + l) 2^k rounded once in the caller's mode (restored here), for h not zero.
-inline LD finish_l(PairL v, int k, ExtFrame &fr) {
-    v = quick(v.h, v.l);
+inline LD finish_l(Pair v, int k, ExtFrame &fr) {
+    v = norm(v.h, v.l);
     int eh = expol(v.h);
     LD s = pow2l(-eh);
     LD hi = v.h * s, lo = v.l * s;  // hi in [1, 2)
@@ -194,14 +186,9 @@ inline LD annuityl_core(LD x, LD y) {
     x = opaque(x);
     y = opaque(y);
     if (y == 1.0L) {  // 1/(1 + x)
-        PairL p;
-        two_sum(1.0L, x, p.h, p.l);
-        int ep = expol(p.h);
-        LD ph = scalel(p.h, -ep), pl = scalel(p.l, -ep);
-        LD q = 1.0L / ph;
-        LD m, e;
-        two_prod(q, ph, m, e);
-        return finish_l({q, ((1.0L - m) - e - q * pl) * q}, -ep, fr);
+        int ep;
+        Pair q = recip_1p(x, ep);
+        return finish_l(q, -ep, fr);
     }
     const int ex = expol(x);
     const LD xs = signifl(x, ex);
@@ -210,7 +197,7 @@ inline LD annuityl_core(LD x, LD y) {
     if (W.ew < -7) {
         // 1 - 2^W = y log2(1 + x) F(W), F(W) = (2^W - 1)/W = ln 2 S(W ln 2),
         // S(u) = (e^u - 1)/u: the value is y G S(u), G = ln(1 + x)/x.
-        PairL G = L.g;
+        Pair G = L.g;
         int eg = 0;
         if (!L.series) {
             mul_const(L.m.h, L.m.l, x80::kLn2_32, G.h, G.l);
@@ -226,9 +213,9 @@ inline LD annuityl_core(LD x, LD y) {
                                            0x1.a01a01a01a01a01ap-16L, 0x1.71de3a556c7338fap-19L};
         LD f = inv_fact[7];
         for (int n = 6; n >= 0; --n) f = f * w + inv_fact[n];
-        PairL F = quick(1.0L, w * f);
+        Pair F = norm(1.0L, w * f);
         int ey = expol(y);
-        return finish_l(mul(mul(G, F), signifl(y, ey)), ey + eg, fr);
+        return finish_l(mul(x80::mulp(G, F), signifl(y, ey)), ey + eg, fr);
     }
     if (W.ew >= 15) {  // |W| >= 32768
         if (W.m.h > 0) {
@@ -238,8 +225,8 @@ inline LD annuityl_core(LD x, LD y) {
         return finish_l(div({1.0L, -0x1p-200L}, xs), -ex, fr);
     }
     int k;
-    PairL R = exp2l_pair({W.m.h * pow2l(W.e), W.m.l * pow2l(W.e)}, k);
-    PairL D;
+    Pair R = exp2l_pair({W.m.h * pow2l(W.e), W.m.l * pow2l(W.e)}, k);
+    Pair D;
     int sd = 0;
     if (k > 140) {  // 2^W alone, or 1 alone below
         D = {-R.h, -R.l};
@@ -249,7 +236,7 @@ inline LD annuityl_core(LD x, LD y) {
     } else {
         LD s = pow2l(k), t, u;
         two_sum(1.0L, -R.h * s, t, u);  // R.h s is exact
-        D = quick(t, u - R.l * s);
+        D = norm(t, u - R.l * s);
     }
     return finish_l(div(D, xs), sd - ex, fr);
 }
@@ -260,14 +247,9 @@ inline LD compoundl_core(LD x, LD y) {
     x = opaque(x);
     y = opaque(y);
     if (y == -1.0L) {  // 1/(1 + x)
-        PairL p;
-        two_sum(1.0L, x, p.h, p.l);
-        int ep = expol(p.h);
-        LD ph = scalel(p.h, -ep), pl = scalel(p.l, -ep);
-        LD q = 1.0L / ph;
-        LD m, e;
-        two_prod(q, ph, m, e);
-        return finish_l({q, ((1.0L - m) - e - q * pl) * q}, -ep, fr);
+        int ep;
+        Pair q = recip_1p(x, ep);
+        return finish_l(q, -ep, fr);
     }
     LogL L = log2_1pl(x);
     ExpoL W = times_yl(L, y, 1.0L);
@@ -280,7 +262,7 @@ inline LD compoundl_core(LD x, LD y) {
         return W.m.h > 0 ? opaque(0x1p16383L) * 0x1p16383L : opaque(0x1p-16445L) * 0x1p-8L;
     }
     int k;
-    PairL R = exp2l_pair({W.m.h * pow2l(W.e), W.m.l * pow2l(W.e)}, k);
+    Pair R = exp2l_pair({W.m.h * pow2l(W.e), W.m.l * pow2l(W.e)}, k);
     return finish_l(R, k, fr);
 }
 

@@ -35,25 +35,23 @@ def pair(x):
 
 out = []
 
-# ---- log2 rows: -log2(1 + (2i + 1)/256), the centre of the i-th 1/128 of [1, 2) ------------
-rows = [pair(-log(1 + mpf(2 * i + 1) / 256, 2)) for i in range(128)]
-expect("log2 row 0 hi", rows[0][0], 0xbf7709c46d7aac77)
-expect("log2 row 0 lo", rows[0][1], 0xbc12b66f4924be11)
-out.append("// -log2(1 + (2i + 1)/256) as a head and a tail, i = 0..127.")
-out.append("alignas(64) const double fin_log2_rows[128][2] = {")
-out.extend(g.c_rows(["{%s, %s}" % (hexd(h), hexd(l)) for h, l in rows], 2))
-out.append("};")
-out.append("")
+def pair_table(name, rows, k, want, comment):
+    """A table of (head, tail) rows; row k is checked against the bits of `want`."""
+    expect(name + " row %d hi" % k, rows[k][0], want[0])
+    expect(name + " row %d lo" % k, rows[k][1], want[1])
+    out.append("// " + comment)
+    out.append("alignas(64) const double %s[%d][2] = {" % (name, len(rows)))
+    out.extend(g.c_rows(["{%s, %s}" % (hexd(h), hexd(l)) for h, l in rows], 2))
+    out.append("};")
+    out.append("")
 
+
+# ---- log2 rows: -log2(1 + (2i + 1)/256), the centre of the i-th 1/128 of [1, 2) ------------
+pair_table("fin_log2_rows", [pair(-log(1 + mpf(2 * i + 1) / 256, 2)) for i in range(128)], 0,
+           (0xbf7709c46d7aac77, 0xbc12b66f4924be11), "-log2(1 + (2i + 1)/256) as a head and a tail, i = 0..127.")
 # ---- exp2 rows: 2^(j/64) ----------------------------------------------------------------
-erows = [pair(mpf(2) ** (mpf(j) / 64)) for j in range(64)]
-expect("exp2 row 1 hi", erows[1][0], 0x3ff02c9a3e778061)
-expect("exp2 row 1 lo", erows[1][1], 0xbc719083535b085d)
-out.append("// 2^(j/64) as a head and a tail, j = 0..63.")
-out.append("alignas(64) const double fin_exp2_rows[64][2] = {")
-out.extend(g.c_rows(["{%s, %s}" % (hexd(h), hexd(l)) for h, l in erows], 2))
-out.append("};")
-out.append("")
+pair_table("fin_exp2_rows", [pair(mpf(2) ** (mpf(j) / 64)) for j in range(64)], 1,
+           (0x3ff02c9a3e778061, 0xbc719083535b085d), "2^(j/64) as a head and a tail, j = 0..63.")
 
 # ---- log2(1 + r/4) = c1 r + c2 r^2 + P(r), P(r) = r (a0 + a1 r + ... + a7 r^7) ---------------
 # c1 and c2 are short heads (their products with short operands are exact); a0 and a1 are
@@ -70,19 +68,18 @@ for name, v, want in zip(["a0", "a1", "a2", "a3", "a4", "a5", "a6", "a7"], a,
     expect(name, v, want)
 
 
-def log_poly_err():
-    # |log2(1 + r/4) - (c1 r + c2 r^2 + P(r))| / |log2(1 + r/4)| on [-R_MAX, R_MAX]
+def max_rel_err(p, f, lim):
+    """The largest |p - f|/|f| on 800 points of [-lim, lim] (0 left out)."""
     worst = mpf(0)
     for k in range(1, 401):
-        for s in (1, -1):
-            r = s * R_MAX * k / 400
-            p = c1 * r + c2 * r * r + r * sum(a[n] * r ** n for n in range(8))
-            f = log(1 + r / 4, 2)
-            worst = max(worst, abs((p - f) / f))
+        for sg in (1, -1):
+            t = sg * lim * k / 400
+            worst = max(worst, abs((p(t) - f(t)) / f(t)))
     return worst
 
 
-err = log_poly_err()
+err = max_rel_err(lambda r: c1 * r + c2 * r * r + r * sum(a[n] * r ** n for n in range(8)),
+                  lambda r: log(1 + r / 4, 2), R_MAX)
 out.append("// log2(1 + r/4) = c1 r + c2 r^2 + r (a0 + a1 r + ... + a7 r^7): c1 = 1/(4 ln 2) and")
 out.append("// c2 = -1/(32 ln 2) as short heads, a0 and a1 their remainders, a2..a7 the series;")
 out.append("// " + g.approx_comment(-R_MAX, R_MAX, 9, float(log(err, 2)), "fin_tables.py",
@@ -103,18 +100,8 @@ for name, v, want in zip(["b2", "b3", "b4", "b5", "b6", "b7", "h", "l"], b + [h,
     expect(name, v, want)
 
 
-def exp_poly_err():
-    worst = mpf(0)
-    for k in range(1, 401):
-        for s in (1, -1):
-            t = s * T_MAX * k / 400
-            p = t * (h + l + sum(b[n] * t ** (n + 1) for n in range(6)))
-            f = mpf(2) ** t - 1
-            worst = max(worst, abs((p - f) / f))
-    return worst
-
-
-err = exp_poly_err()
+err = max_rel_err(lambda t: t * (h + l + sum(b[n] * t ** (n + 1) for n in range(6))),
+                  lambda t: mpf(2) ** t - 1, T_MAX)
 out.append("// 2^t - 1 = t (h + l + b2 t + b3 t^2 + ... + b7 t^6), ln 2 = h + l;")
 out.append("// " + g.approx_comment(-T_MAX, T_MAX, 7, float(log(err, 2)), "fin_tables.py", "2^t - 1"))
 out.append("const double fin_ln2_h = %s, fin_ln2_l = %s;" % (hexd(h), hexd(l)))
