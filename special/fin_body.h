@@ -49,10 +49,8 @@ template <Fn F, long double (*Core)(long double, long double)>
 inline long double entry_l(long double x, long double y, const Codes &kCodesL) {
     long double r;
     int c = 0;
-    Ext vx = ext(x), vy = ext(y);
     // An encoding the x87 unit refuses (an unnormal) counts as a NaN: the sum makes one.
-    bool xn = (vx.se & 0x7fff) == 0x7fff ? vx.m != 0x8000000000000000ull : x80::invalid_encoding(vx);
-    bool yn = (vy.se & 0x7fff) == 0x7fff ? vy.m != 0x8000000000000000ull : x80::invalid_encoding(vy);
+    bool xn = x80::is_nan(ext(x)), yn = x80::is_nan(ext(y));
     if (__builtin_expect(special_value<F>(x, y, xn, yn, r, c, kCodesL), 0))
         return c ? report(x, y, r, c) : r;
     r = Core(x, y);

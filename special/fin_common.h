@@ -33,6 +33,7 @@
 // the pair then the exact scaling, a subnormal one by cutting the head to the subnormal grid
 // so that only the rest is rounded, onto the grid.
 #pragma once
+#include "extended/ext_common.h"
 #include "special/fin_data.h"
 #include "tsr/codes.h"
 #include "tsr/dd.h"
@@ -57,12 +58,8 @@ struct Codes {
 // ---- the table of special values (every precision) ------------------------------------------
 template <class T>
 inline bool infinite(T v) {
-    if constexpr (std::is_same_v<T, long double>) {
-        Ext e = ext(v);
-        return (e.se & 0x7fff) == 0x7fff && e.m == 0x8000000000000000ull;
-    } else {
-        return is_inf(v);
-    }
+    if constexpr (std::is_same_v<T, long double>) return x80::is_inf(ext(v));
+    else return is_inf(v);
 }
 
 // Decided before any arithmetic, in this order: y = ±0; a NaN; x = -inf; x = +inf; x = ±0;
