@@ -91,6 +91,9 @@ std::vector<Row2<T>> table_rows(bool annuity, Codes c) {
         {{T(3), T(1)}, A ? T(0.25) : T(4), NONE}, {{T(0.5), T(-1)}, A ? Want<T>(T(-1)) : Want<T>(CR), A ? NONE : NX},
         {{T(1), T(-1)}, A ? T(-1) : T(0.5), NONE}, {{T(1), T(3)}, A ? T(0.875) : T(8), ANY_FLAGS},
     };
+    // One period: 1/(1 + x) (annuity) and 1 + x (compound), rounded once in every mode.
+    for (T x : {T(1e-20), T(0.1), T(-0.999), T(3e30), T(-1e-7), T(7)})
+        r.push_back({{x, T(1)}, CR, ANY_FLAGS});
     return r;
 }
 
