@@ -45,20 +45,8 @@ using LD = long double;
 // extended result is not cut to the caller's precision and a double or float one is rounded
 // once more only by its conversion, in the caller's mode); the caller's whole word comes
 // back after it and on every exit.
-struct Frame {
-    uint16_t saved;
-    bool changed;
-    Frame() : saved(get_x87_cw()) {
-        uint16_t want = uint16_t((saved | X87_PC_MASK) & ~X87_RC_MASK);
-        changed = want != saved;
-        if (__builtin_expect(changed, 0)) set_x87_cw(want);
-    }
-    void release() {
-        if (__builtin_expect(changed, 0)) {
-            set_x87_cw(saved);
-            changed = false;
-        }
-    }
+struct Frame : X87Frame {
+    Frame() : X87Frame(true) {}
     // last(h, l) computed and converted to T under the caller's rounding field; the
     // operands pass through opaque() around each change of the word, so that no arithmetic
     // crosses one.
@@ -72,9 +60,6 @@ struct Frame {
         release();
         return r;
     }
-    ~Frame() { release(); }
-    Frame(const Frame &) = delete;
-    Frame &operator=(const Frame &) = delete;
 };
 
 struct Pair {
@@ -128,10 +113,15 @@ inline LD lg_pieces(LD x, int s) {
 // The Stirling sum for x >= 16, as a pair.
 inline Pair stirling(LD x) {
     Pair L = ln_pair(x);
-    LD r = 1.0L / x, r2 = r * r;
-    LD ser = kStirling[kStirlingTerms - 1];
-    for (int i = kStirlingTerms - 2; i >= 0; --i) ser = ser * r2 + kStirling[i];
-    ser *= r;
+    // The series: from 2^32 on it is below 2^-76 of the result and is left out (its powers
+    // of 1/x would underflow for the largest extended arguments).
+    LD ser = 0.0L;
+    if (x < 0x1p32L) {
+        LD r = 1.0L / x, r2 = r * r;
+        ser = kStirling[kStirlingTerms - 1];
+        for (int i = kStirlingTerms - 2; i >= 0; --i) ser = ser * r2 + kStirling[i];
+        ser *= r;
+    }
     if (__builtin_expect(x > 0x1p8000L, 0)) {
         // Only extended arguments come here: the split of the pair product would overflow,
         // and x (ln x - 1) alone carries the result to the last place.

@@ -91,65 +91,30 @@ inline LD lgammal_core(LD x, int *sign) {
 
 }  // namespace
 
+// The names of one precision: the reentrant form and its second names, and the form that
+// stores the sign in signgam with its second name.
+#define TSR_LGAMMA_FORMS(T, core, plain, second, plain_r, second_r, internal_r)        \
+    TSR_DEFINE(T, plain_r, (T x, int *sign)) { return core(x, sign); }                 \
+    TSR_ALIAS(T, second_r, (T x, int *sign), plain_r)                                  \
+    TSR_ALIAS(T, internal_r, (T x, int *sign), plain_r)                                \
+    TSR_DEFINE(T, plain, (T x)) {                                                      \
+        int s;                                                                         \
+        T r = core(x, &s);                                                             \
+        signgam = s;                                                                   \
+        return r;                                                                      \
+    }                                                                                  \
+    TSR_ALIAS(T, second, (T x), plain)
+
 extern "C" {
 
-// ---- double ----
-TSR_DEFINE(double, lgamma_r, (double x, int *sign)) { return lgamma_core(x, sign); }
-TSR_ALIAS(double, gamma_r, (double x, int *sign), lgamma_r)
-TSR_ALIAS(double, __libm_lgamma, (double x, int *sign), lgamma_r)
-TSR_DEFINE(double, lgamma, (double x)) {
-    int s;
-    double r = lgamma_core(x, &s);
-    signgam = s;
-    return r;
-}
-TSR_ALIAS(double, gamma, (double x), lgamma)
+TSR_LGAMMA_FORMS(double, lgamma_core, lgamma, gamma, lgamma_r, gamma_r, __libm_lgamma)
+TSR_LGAMMA_FORMS(float, lgamma_core, lgammaf, gammaf, lgammaf_r, gammaf_r, __libm_lgammaf)
+TSR_LGAMMA_FORMS(long double, lgammal_core, lgammal, gammal, lgammal_r, gammal_r, __libm_lgammal)
 // The reproducible forms: the same algorithm (every step is extended arithmetic in
 // round-to-nearest, the same on every processor).
-TSR_DEFINE(double, __bwr_lgamma_r, (double x, int *sign)) { return lgamma_core(x, sign); }
-TSR_ALIAS(double, __bwr_gamma_r, (double x, int *sign), __bwr_lgamma_r)
-TSR_ALIAS(double, __bwr_libm_lgamma, (double x, int *sign), __bwr_lgamma_r)
-TSR_DEFINE(double, __bwr_lgamma, (double x)) {
-    int s;
-    double r = lgamma_core(x, &s);
-    signgam = s;
-    return r;
-}
-TSR_ALIAS(double, __bwr_gamma, (double x), __bwr_lgamma)
-
-// ---- float ----
-TSR_DEFINE(float, lgammaf_r, (float x, int *sign)) { return lgamma_core(x, sign); }
-TSR_ALIAS(float, gammaf_r, (float x, int *sign), lgammaf_r)
-TSR_ALIAS(float, __libm_lgammaf, (float x, int *sign), lgammaf_r)
-TSR_DEFINE(float, lgammaf, (float x)) {
-    int s;
-    float r = lgamma_core(x, &s);
-    signgam = s;
-    return r;
-}
-TSR_ALIAS(float, gammaf, (float x), lgammaf)
-TSR_DEFINE(float, __bwr_lgammaf_r, (float x, int *sign)) { return lgamma_core(x, sign); }
-TSR_ALIAS(float, __bwr_gammaf_r, (float x, int *sign), __bwr_lgammaf_r)
-TSR_ALIAS(float, __bwr_libm_lgammaf, (float x, int *sign), __bwr_lgammaf_r)
-TSR_DEFINE(float, __bwr_lgammaf, (float x)) {
-    int s;
-    float r = lgamma_core(x, &s);
-    signgam = s;
-    return r;
-}
-TSR_ALIAS(float, __bwr_gammaf, (float x), __bwr_lgammaf)
-
-// ---- extended ----
-TSR_DEFINE(long double, lgammal_r, (long double x, int *sign)) { return lgammal_core(x, sign); }
-TSR_ALIAS(long double, gammal_r, (long double x, int *sign), lgammal_r)
-TSR_ALIAS(long double, __libm_lgammal, (long double x, int *sign), lgammal_r)
-TSR_DEFINE(long double, lgammal, (long double x)) {
-    int s;
-    long double r = lgammal_core(x, &s);
-    signgam = s;
-    return r;
-}
-TSR_ALIAS(long double, gammal, (long double x), lgammal)
+TSR_LGAMMA_FORMS(double, lgamma_core, __bwr_lgamma, __bwr_gamma, __bwr_lgamma_r, __bwr_gamma_r, __bwr_libm_lgamma)
+TSR_LGAMMA_FORMS(float, lgamma_core, __bwr_lgammaf, __bwr_gammaf, __bwr_lgammaf_r, __bwr_gammaf_r,
+                 __bwr_libm_lgammaf)
 
 // ---- internal: ln Gamma of a positive extended argument in the library's own frame, for
 // callers already inside it (the core's positive half, rounded once) ----
