@@ -14,7 +14,8 @@
 //                      t = x - centre each (relative error below 2^-63.5); the pieces
 //                      centred on the zeros 1 and 2 have no constant term, so that t P(t)
 //                      is accurate relative to itself next to the zero;
-//   65/16..16          ln Gamma(x - n) + ln((x - 1)...(x - n)), x - n in [49/16, 65/16);
+//   65/16..16          ln Gamma(x - n) + ln((x - 1)...(x - n)), x - n in [49/16, 65/16), the
+//                      product as a pair;
 //   x >= 16            Stirling: (x - 1/2) ln x - x + ln(2 pi)/2 + sum B_2k/(2k(2k-1)x^(2k-1)),
 //                      the first three terms as pairs (ln x as a pair from the extended
 //                      logarithm core), the series (8 terms, truncation below 2^-70) rounded.
@@ -138,6 +139,27 @@ inline Pair stirling(LD x) {
     return s;
 }
 
+// ln|(x + s)(x + s + 1)...(x + s + m - 1)| as a pair: every factor is exact (each lies within
+// the binade of x or below it, on x's grid) and the product is kept as a pair by exact
+// products, so that only the logarithm's own error (about 2^-80 relative) remains.
+inline Pair ln_product(LD x, int s, int m) {
+    LD qh = x + LD(s), ql = 0.0L;
+    for (int i = 1; i < m; ++i) {
+        LD f = x + LD(s + i);
+        LD p, e;
+        two_prod(qh, f, p, e);
+        e += ql * f;
+        fast_two_sum(p, e, qh, ql);
+    }
+    if (qh < 0) {
+        qh = -qh;
+        ql = -ql;
+    }
+    Pair lq = ln_pair(qh);
+    lq.l += ql / qh;
+    return lq;
+}
+
 // ln Gamma(x) for finite x > 0.
 inline Pair lg_pos(LD x) {
     if (x < 0x1p-70L) return neg(ln_pair(x));
@@ -147,13 +169,9 @@ inline Pair lg_pos(LD x) {
     }
     if (x < kPiecesTo) return {lg_pieces(x, 0), 0.0L};
     if (x < 16.0L) {
-        // x - n in [49/16, 65/16); each x - k is exact and the product of at most 12 of them
-        // rounds 11 times (2^-60 relative), which the logarithm turns into 2^-60 absolute
-        // against a result above 1.7.
+        // ln Gamma(x - n) + ln((x - n)...(x - 1)), x - n in [49/16, 65/16).
         int n = int(x - 3.0625L);
-        LD p = x - 1.0L;
-        for (int k = 2; k <= n; ++k) p *= x - LD(k);
-        return add({lg_pieces(x - LD(n), 0), 0.0L}, ln_pair(p));
+        return add({lg_pieces(x - LD(n), 0), 0.0L}, ln_product(x, -n, n));
     }
     return stirling(x);
 }
@@ -169,22 +187,8 @@ inline Pair lg_neg(LD x, int *sign) {
         if (z > 0.9375L) a = piece(kPieceOfTwo, x + LD(n));  // ln Gamma(2 + t), t = x + n exact
         else if (z < 0.0625L) a = piece(kPieceOfOne, z);
         else a = lg_pieces(z, 1);
-        // Q = x (x + 1) ... (x + n + 1) as a pair: every factor exact, every product split.
-        LD qh = x, ql = 0.0L;
-        for (uint64_t k = 1; k <= n + 1; ++k) {
-            LD f = x + LD(k);
-            LD p, e;
-            two_prod(qh, f, p, e);
-            e += ql * f;
-            fast_two_sum(p, e, qh, ql);
-        }
-        if (qh < 0) {
-            qh = -qh;
-            ql = -ql;
-        }
-        Pair lq = ln_pair(qh);
-        lq.l += ql / qh;
-        return add({a, 0.0L}, neg(lq));
+        // minus ln|x (x + 1) ... (x + n + 1)|
+        return add({a, 0.0L}, neg(ln_product(x, 0, int(n) + 2)));
     }
     LD r = LD(int64_t(n));
     LD d = y - r;
