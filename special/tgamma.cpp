@@ -105,7 +105,12 @@ inline LD tgammal_core(LD x) {
     Pair p = !negative ? lg_pos(xl) : lg_neg(xl, &sign);
     x80::ExpPair e = exp_of(p, sign);
     int k = e.k;
-    return fr.finish<LD>(e.hi, e.lo, [k](LD h, LD l) { return x80::scale_pair(h, l, k); });
+    // h + l rounds in the caller's mode (h is the pair's nearest value, l what it left); the
+    // scaling is exact unless the result is subnormal, where the residual decides.
+    return fr.finish<LD>(e.hi, e.lo, [k](LD h, LD l) {
+        LD s = h + l;
+        return x80::scale_pair(s, (h - s) + l, k);
+    });
 }
 
 }  // namespace
