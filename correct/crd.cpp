@@ -222,7 +222,7 @@ constexpr double kLn2Lo = -0x1.8432a1b0e2634p-43;
 // ln(1 + r) = r - r^2/2 + r^3 q(r), q = c3 + c4 r + ... + c7 r^4, for |r| <= 2^-8.
 constexpr double kL3 = 0x1.5555555555472p-2, kL4 = -0x1.ffffffff78a26p-3, kL5 = 0x1.99999a0883151p-3;
 constexpr double kL6 = -0x1.5556d57aed8c2p-3, kL7 = 0x1.2435dd79a68dep-3;
-// H + L within 2^-61 of ln x (relative); the margin, relative to |H|, twice that.
+// H + L within 2^-63 of ln x (relative); the margin 2^-60 of the binade of H.
 constexpr double kLogMargin = 0x1p-60;
 constexpr u128 kLn2Fix = u128(0xb17217f7d1cf79abu) << 64 | 0xc9e3b39803f2f6afu;  // ln 2 2^128
 
@@ -312,11 +312,11 @@ inline double cr_log(double x) {
         dd::DD h2 = dd::fast_two_sum(h1.h, -0.5 * sq.h);  // r^2/2 below |A + r|
         double r2 = sq.h;
         double q = mul_add(r2, mul_add(r2, kL7, mul_add(r, kL6, kL5)), mul_add(r, kL4, kL3));
-        double L = (r2 * r * q + B) + (h1.l + h2.l - 0.5 * sq.l);
-        double y = h2.h + L;  // renormalised: the margin is taken relative to |H|
-        L = opaque(L - (y - h2.h));
-        double H = g.finish(y);
-        double v = settle(H, L, kLogMargin * __builtin_fabs(H));
+        double L = opaque((r2 * r * q + B) + (h1.l + h2.l - 0.5 * sq.l));
+        double H = g.finish(h2.h);  // H + L, not renormalised: |L| below 2^-23 |H|
+        // the margin: 2^-60 of H's binade, at least 2^-61 |H| (the first phase is within
+        // 2^-63.9 |H| as measured), and at least 2^-62 of the result's binade
+        double v = settle(H, L, kLogMargin * f64(bits(H) & 0x7ff0000000000000u));
         if (__builtin_expect(v != 0, 1)) return v;
     }
     return log_phase2(e, f);

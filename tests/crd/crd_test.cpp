@@ -168,7 +168,7 @@ TEST(CrdHard, BitForBit) {
 
 // ---- the first phase's error against its margin ------------------------------------------------
 // The rounding test is sound when |H + L - f(x)| stays below its margin (2^-61 for exp, whose
-// H lies in [1 - 2^-10, 2 + 2^-9); 2^-60 |H| for log).  Measured in round-to-nearest (the phase
+// H lies in [1 - 2^-10, 2 + 2^-9); 2^-60 of H's binade, at least 2^-61 |H|, for log).  Measured in round-to-nearest (the phase
 // runs in it whatever the caller's mode) on the random and hard arguments, every tier; the
 // bound asserted is half the margin.
 struct PhaseOne {
@@ -226,9 +226,9 @@ void first_phase(size_t n) {
     });
     for_each_tier(tsr_tiers___libm_cr_log, [&](const auto &t) {
         PhaseOne p = phase_one(t.fn, lg, mpfr_log, true);
-        std::printf("[  PHASE 1 ] cr_log %s: max relative error 2^%.2f at %a (margin 2^-60 |H|)\n", t.name,
+        std::printf("[  PHASE 1 ] cr_log %s: max relative error 2^%.2f at %a (margin 2^-60 of H's binade)\n", t.name,
                     std::log2(p.worst), p.at);
-        EXPECT_LE(p.worst, 0x1p-61) << t.name << " at " << p.at;
+        EXPECT_LE(p.worst, 0x1p-62) << t.name << " at " << p.at;
     });
 }
 
