@@ -167,10 +167,10 @@ TEST(CrdHard, BitForBit) {
 }
 
 // ---- the first phase's error against its margin ------------------------------------------------
-// The rounding test is sound when |H + L - f(x)| stays below its margin (2^-61 for exp, whose
-// H lies in [1 - 2^-10, 2 + 2^-9); 2^-60 of H's binade, at least 2^-61 |H|, for log).  Measured in round-to-nearest (the phase
-// runs in it whatever the caller's mode) on the random and hard arguments, every tier; the
-// bound asserted is half the margin.
+// The rounding test is sound when |H + L - f(x)| stays below its margin: 2^-61 for exp (H in
+// [1 - 2^-10, 2 + 2^-9)), 2^-60 of H's binade (at least 2^-61 |H|) for log.  Measured in
+// round-to-nearest (the phase runs in it whatever the caller's mode) on the random and hard
+// arguments, every tier; the bound asserted is 2^-1/2 of the margin for exp, 2^-62 |H| for log.
 struct PhaseOne {
     double worst = 0, at = 0;
 };
