@@ -16,8 +16,10 @@
 // rounding boundary, and W | 1 is odd, never a boundary itself (boundaries are multiples of
 // 2^9 units at least), so that one conversion rounds as the exact value would.
 //
-// The tiers run one algorithm.  ex uses separate multiplications and additions and splits
-// ln 2/512 with a 28-bit head; l9, z0 and d1 use fused multiply-adds and a 35-bit head.
+// The tiers run one algorithm.  ex uses separate multiplications and additions (exact
+// products by Dekker's split) and splits ln 2/512 with a 28-bit head; l9 and z0 use fused
+// multiply-adds and a 35-bit head.  Every tier finds the caller's mode by a probe and writes
+// the control word only outside round-to-nearest (z0 has no embedded-rounding form here).
 #include <immintrin.h>
 
 #include "correct/crd_data.h"
@@ -182,7 +184,7 @@ inline double cr_exp(double x) {
         } else {
             r = (xx + kn * kNegLn2_512Hi) + kn * kNegLn2_512Lo;  // the first sum exact
         }
-        const Pair &T = cr_exp2_512[k & 511];
+        const Pair &T = cr_exp2_512[k & 511];  // 2^(j/512) = T.hi (1 + T.lo)
         double r2 = r * r;
         double p = mul_add(r2, mul_add(r, kE5, kE4), mul_add(r, kE3, kE2));
         // 2^(j/512) e^r = T (1 + U)(1 + r + r^2 p): T r exact, the rest (below 2^-18) rounded
