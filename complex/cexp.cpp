@@ -45,8 +45,7 @@ inline void angle(double y, double S[2], double C[2], int &g) {
             y *= 0x1p200;
             g = -200;
         }
-        double th, tl;
-        two_prod(y, H, th, tl);
+        auto [th, tl] = two_prod(y, H);
         tl += y * L;
         double t = th;
         th = t + tl;

@@ -44,15 +44,13 @@ inline LD log_abs(double x, double y) {
     LD q = LD(m) * LD(m) + LD(s) * LD(s);
     LD d = q - 1.0L;
     if (!(d < 0.0625L && d > -0.0625L)) return 0.5L * logl_local(q);
-    double mh, ml;
-    two_prod(m, m, mh, ml);
+    auto [mh, ml] = two_prod(m, m);
     LD a = LD(mh) - 1.0L;  // exact: mh has 53 bits and lies above 1/4
     LD w;
     if (s < 0x1p-400) {  // s^2 far below every non-zero m^2 - 1
         w = (LD(a) + LD(ml)) + LD(s) * LD(s);
     } else {
-        double sh, sl;
-        two_prod(s, s, sh, sl);
+        auto [sh, sl] = two_prod(s, s);
         w = (LD(a) + LD(sh)) + (LD(ml) + LD(sl));
     }
     return 0.5L * log1pl_local(w);

@@ -17,6 +17,7 @@
 #include "elementary/log_kernels.h"
 #include "elementary/trig_kernels.h"
 #include "tsr/common.h"
+#include "tsr/dd.h"
 #include "tsr/guard.h"
 
 extern "C" {
@@ -90,31 +91,10 @@ inline CF rot_outf(CF w) {
     return mkf(__imag__ w, u);
 }
 
-// ---- double-double ---------------------------------------------------------------------
-// Exact in round-to-nearest, which every caller of these holds.
-inline void two_sum(double a, double b, double &s, double &e) {
-    s = a + b;
-    double bb = s - a;
-    e = (a - (s - bb)) + (b - bb);
-}
-inline void fast_two_sum(double a, double b, double &s, double &e) {  // |a| >= |b|
-    s = a + b;
-    e = b - (s - a);
-}
-// Dekker's split by 2^27 + 1: hi holds 26 bits, lo the rest, hi + lo = v exactly.
-constexpr double SPLITTER = 0x1.0000002p27;
-inline void split(double v, double &hi, double &lo) {
-    double t = v * SPLITTER;
-    hi = t - (t - v);
-    lo = v - hi;
-}
-inline void two_prod(double a, double b, double &p, double &e) {
-    double ah, al, bh, bl;
-    split(a, ah, al);
-    split(b, bh, bl);
-    p = a * b;
-    e = ((ah * bh - p) + ah * bl + al * bh) + al * bl;
-}
+// ---- double-double: the shared kit, exact in round-to-nearest, which every caller holds ------
+using dd::DD;
+using dd::fast_two_sum;
+using dd::two_prod;
 
 // ---- extended --------------------------------------------------------------------------
 inline LD ld(const double v[2]) { return LD(v[0]) + LD(v[1]); }
@@ -211,8 +191,7 @@ inline void sincosd_ld(double vh, double vl, LD &s, LD &c) {
     double kf = (r * (1.0 / 90.0) + 0x1.8p52) - 0x1.8p52;  // the nearest integer, by the shifter
     int q = int(kf) & 3;
     r = r - kf * 90.0;
-    double th, tl;
-    two_prod(r, DEG_HI, th, tl);
+    auto [th, tl] = two_prod(r, DEG_HI);
     tl += r * DEG_LO + vl * DEG_HI;
     double tt = th;
     th = tt + tl;

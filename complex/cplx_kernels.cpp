@@ -46,11 +46,9 @@ extern "C" void __libm_mul_k64(int n, const double a[2], const double b[2], doub
     double a1 = (ea >= -1022 && ea <= 1022) ? a[1] * pow2(-ea) : a0 * (a[1] / a[0]);
     double b1 = (eb >= -1022 && eb <= 1022) ? b[1] * pow2(-eb) : b0 * (b[1] / b[0]);
     n += ea + eb;
-    double ph, pl;
-    two_prod(a0, b0, ph, pl);
+    auto [ph, pl] = two_prod(a0, b0);
     pl += a0 * b1 + a1 * b0;
-    double s, e;
-    fast_two_sum(ph, pl, s, e);
+    auto [s, e] = fast_two_sum(ph, pl);
     int es = bexp(s) - 1023 + n;  // the result's exponent
     if (es > -1022 && es < 1023) {
         // Exact scaling: 2^n in two normal factors where n itself is out of the range.
@@ -97,13 +95,13 @@ extern "C" double __libm_hypot2_k64(double r[2], double x, double y) noexcept {
         m *= scale;
         s *= scale;
     }
-    double mh, ml, sh, sl;
-    two_prod(m, m, mh, ml);
-    two_prod(s, s, sh, sl);
-    double h, e;
-    fast_two_sum(mh, sh, h, e);
+    auto [mh, ml] = two_prod(m, m);
+    auto [sh, sl] = two_prod(s, s);
+    auto [h, e] = fast_two_sum(mh, sh);
     double lo = e + (ml + sl);
-    fast_two_sum(h, lo, r[0], r[1]);
+    DD res = fast_two_sum(h, lo);
+    r[0] = res.h;
+    r[1] = res.l;
     return k;
 }
 

@@ -61,8 +61,7 @@ inline CD cpow_core(double a, double b, double c, double d) {
     if (is_zero(b) && is_zero(d)) {
         if (neg(a) && !is_nan(a)) {
             LD P = powl_local(-LD(a), LD(c));
-            double vh, vl;
-            two_prod(c, with_sign(180.0, b), vh, vl);
+            auto [vh, vl] = two_prod(c, with_sign(180.0, b));
             LD v = LD(vh) + LD(vl);
             return polar(P, 0.0L, v);
         }

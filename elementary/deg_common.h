@@ -20,6 +20,7 @@
 #include "elementary/trig_kernels.h"
 #include "elementary/trig_common.h"
 #include "tsr/common.h"
+#include "tsr/dd.h"
 #include "tsr/guard.h"
 #include "tsr/report.h"
 
@@ -33,45 +34,17 @@ constexpr uint64_t kTwo52 = 0x4330000000000000ull;      // 2^52: every double fr
 constexpr uint64_t kSmall = 0x30f0000000000000ull;      // 2^-240: below, first-order terms
 constexpr uint64_t kTiny = 0x07b0000000000000ull;       // 2^-900: below, products scaled by 2^200
 
-struct DD {
-    double h, l;
-};
-
-// a·b = p + e exactly (round-to-nearest), by Dekker's splitting at 2^27 + 1; |a|, |b| below
-// 2^995 so that the split cannot overflow, and |a·b| above 2^-968 so that no piece underflows.
-inline DD two_prod(double a, double b) {
-    constexpr double kSplit = 0x1.0000002p+27;  // 2^27 + 1
-    double p = a * b;
-    double ac = a * kSplit, bc = b * kSplit;
-    double ah = ac - (ac - a), bh = bc - (bc - b);
-    double al = a - ah, bl = b - bh;
-    return {p, ((ah * bh - p) + ah * bl + al * bh) + al * bl};
-}
-inline DD fast_two_sum(double a, double b) {  // |a| >= |b|
-    double s = a + b;
-    return {s, b - (s - a)};
-}
-inline DD two_sum(double a, double b) {
-    double s = a + b, bb = s - a;
-    return {s, (a - (s - bb)) + (b - bb)};
-}
+// Exact sums and products from the shared double-double kit; Dekker's product needs |a|, |b|
+// below 2^995 and |a·b| above 2^-968, which the callers keep (mul_small scales first).
+using dd::DD;
+using dd::div;
+using dd::fast_two_sum;
+using dd::two_prod;
+using dd::two_sum;
 // x·(ch + cl) as a double-double, to about 2^-104.
-inline DD mul(double x, double ch, double cl) {
-    DD p = two_prod(x, ch);
-    return {p.h, p.l + x * cl};
-}
+inline DD mul(double x, double ch, double cl) { return dd::mul_raw(x, {ch, cl}); }
 // (a.h + a.l)·(ch + cl), to about 2^-104.
-inline DD mul(DD a, double ch, double cl) {
-    DD p = two_prod(a.h, ch);
-    return fast_two_sum(p.h, p.l + (a.h * cl + a.l * ch));
-}
-// (a.h + a.l)/(b.h + b.l): the quotient of the heads and one correction.
-inline DD div(DD a, DD b) {
-    double q = a.h / b.h;
-    DD p = two_prod(q, b.h);
-    double e = (((a.h - p.h) - p.l) + a.l - q * b.l) / b.h;
-    return fast_two_sum(q, e);
-}
+inline DD mul(DD a, double ch, double cl) { return dd::mul(a, DD{ch, cl}); }
 inline double neg_if(double v, uint64_t sign) { return f64(bits(v) ^ sign); }
 inline double pow2(int n) { return f64(uint64_t(n + 1023) << 52); }  // -1022 <= n <= 1023
 

@@ -24,33 +24,13 @@ namespace {
 constexpr double S = 0x1.8p52;
 
 inline double exp_body(double x) {
-    uint32_t ix = hi(x) & 0x7fffffff;
-    uint32_t hw = ix >> 16;
-    if (hw - 0x3c90u > 0x408fu - 0x3c90u) {
-        if (ix < 0x40900000) return x + 1.0;
-        if (ix >= 0x7ff00000) return nonfinite(x);
-        if (hi(x) >> 31) return report(x, opaque(kMinNorm) * kMinNorm, code::exp_underflow);
-        return report(x, opaque(kMax) * kMax, code::exp_overflow);
-    }
-    const double K = 0x1.71547652b82fep+6, L1 = 0x1.62e42fefap-7, L2 = 0x1.cf79abc9e3b3ap-46;
     // approximation of e^r on [-0x1.62fp-8, 0x1.62fp-8], degree 6, max relative error
     // 2^-63.22 (measured by tools/gen/approximations.py)
     const double c2 = 0x1.ffffffffffffep-2, c3 = 0x1.5555555548ba1p-3, c4 = 0x1.55555555b9e25p-5,
                  c5 = 0x1.11115c090cf0fp-7, c6 = 0x1.6c15ce328986p-10;
-    RnGuardInexact g;
-    x = opaque(x);
-    auto [r, k, n, row] = reduce64(x, K, L1, L2);
-    double r2 = r * r;
-    double p = (((r + row.t) + r * r2 * r2 * (c5 + c6 * r)) + r * r2 * (c3 + c4 * r)) + c2 * r2;
-    if (n >= -894 && n <= 1022) {
-        double T = f64((uint64_t(uint32_t((k & 0xffffffc0) + 0xffc0)) << 46) | row.m);
-        p = g.finish(p);
-        return p * T + T;
-    }
-    p = g.finish(p);
-    Extreme e = extreme(n, row.m, [&](double tp) { return p * tp; });
-    e.underflows();  // e^x is inexact for every x != 0
-    return e.reported(x, code::exp_overflow, code::exp_underflow);
+    return exp64_frame(x, [&](double r, double r2, double t) {
+        return (((r + t) + r * r2 * r2 * (c5 + c6 * r)) + r * r2 * (c3 + c4 * r)) + c2 * r2;
+    });
 }
 
 // Single precision, N = 256, in double.

@@ -197,5 +197,39 @@ inline Extreme extreme(int n, uint64_t m, Rest rest) {
     return {f64(same ? bits(b) + ab : bits(b) - ab), 2};
 }
 
+// The N = 64 frame of e^x in double (the ex and e7 bodies, and the reproducible form with a
+// shorter polynomial): outside 2^-54 <= |x| < 1026 the answer is 1 + x, the non-finite
+// rule, or a certain overflow or underflow; inside, x = (k/64) ln 2 + r with k rounded by
+// the shifter, and poly(r, r2, t) gives e^r·(1 + t) - 1 to the last place, where 2^(k/64)
+// = T·(1 + t) is the table's cut mantissa with its relative tail.  The exponent is set by
+// integer work; results that are not normal doubles take the extreme path.  The reduction
+// and the polynomial run to nearest, the last operation in the caller's mode.
+template <class Poly>
+inline double exp64_frame(double x, Poly poly) {
+    uint32_t ix = hi(x) & 0x7fffffff;
+    uint32_t hw = ix >> 16;
+    if (hw - 0x3c90u > 0x408fu - 0x3c90u) {
+        if (ix < 0x40900000) return x + 1.0;
+        if (ix >= 0x7ff00000) return nonfinite(x);
+        if (hi(x) >> 31) return report(x, opaque(kMinNorm) * kMinNorm, code::exp_underflow);
+        return report(x, opaque(kMax) * kMax, code::exp_overflow);
+    }
+    // K = 64/ln 2; L1 + L2 = ln2/64, L1 short so that k*L1 is exact.
+    const double K = 0x1.71547652b82fep+6, L1 = 0x1.62e42fefap-7, L2 = 0x1.cf79abc9e3b3ap-46;
+    RnGuardInexact g;
+    x = opaque(x);
+    auto [r, k, n, row] = reduce64(x, K, L1, L2);
+    double p = poly(r, r * r, row.t);
+    if (n >= -894 && n <= 1022) {
+        double T = f64((uint64_t(uint32_t((k & 0xffffffc0) + 0xffc0)) << 46) | row.m);
+        p = g.finish(p);
+        return p * T + T;
+    }
+    p = g.finish(p);
+    Extreme e = extreme(n, row.m, [&](double tp) { return p * tp; });
+    e.underflows();  // e^x is inexact for every x != 0
+    return e.reported(x, code::exp_overflow, code::exp_underflow);
+}
+
 }  // namespace
 }  // namespace tsr::expd

@@ -23,6 +23,7 @@
 #include "elementary/invtrig_kernels.h"
 #include "elementary/pi_data.h"
 #include "tsr/common.h"
+#include "tsr/dd.h"
 
 namespace tsr::pi {
 namespace {
@@ -37,59 +38,14 @@ constexpr uint32_t kFloatInfBits = 0x7f800000u;
 
 inline double with_sign(double x, uint64_t sign) { return f64(bits(x) ^ sign); }
 
-// ---- exact sums and products ------------------------------------------------------------------
-struct DD {
-    double h, l;
-};
-inline DD fast_two_sum(double a, double b) {  // |a| >= |b| or a = 0
-    double s = a + b;
-    return {s, b - (s - a)};
-}
-inline DD two_sum(double a, double b) {
-    double s = a + b;
-    double bb = s - a;
-    return {s, (a - (s - bb)) + (b - bb)};
-}
-// a·b = h + l exactly: a fused multiply-add, or Veltkamp's split at 27 bits and Dekker's
-// product (operands here are far from overflow and from the subnormal range).
-template <bool Fma>
-inline DD two_prod(double a, double b) {
-    double p = a * b;
-    if constexpr (Fma) {
-        return {p, __builtin_fma(a, b, -p)};
-    } else {
-        constexpr double C = 0x1.0000002p+27;  // 2^27 + 1
-        double ac = a * C, bc = b * C;
-        double ah = ac - (ac - a), bh = bc - (bc - b);
-        double al = a - ah, bl = b - bh;
-        return {p, ((ah * bh - p) + ah * bl + al * bh) + al * bl};
-    }
-}
-// a·k = h + l exactly for a constant k whose halves (26 bits and the rest) are given, so that
-// only a is split: a zero a raises nothing.
-template <bool Fma>
-inline DD two_prod_k(double a, double k, const double *halves) {
-    double p = a * k;
-    if constexpr (Fma) {
-        return {p, __builtin_fma(a, k, -p)};
-    } else {
-        constexpr double C = 0x1.0000002p+27;  // 2^27 + 1
-        double ac = a * C;
-        double ah = ac - (ac - a), al = a - ah;
-        return {p, ((ah * halves[0] - p) + ah * halves[1] + al * halves[0]) + al * halves[1]};
-    }
-}
-template <bool Fma>
-inline double mul_add(double a, double b, double c) {
-    if constexpr (Fma) return __builtin_fma(a, b, c);
-    else return a * b + c;
-}
-// (a.h + a.l)·(b.h + b.l) to about 2^-104.
-template <bool Fma>
-inline DD mul(DD a, DD b) {
-    DD p = two_prod<Fma>(a.h, b.h);
-    return fast_two_sum(p.h, p.l + (a.h * b.l + a.l * b.h));
-}
+// ---- exact sums and products: the shared double-double kit ------------------------------------
+using dd::DD;
+using dd::fast_two_sum;
+using dd::mul;
+using dd::mul_add;
+using dd::two_prod;
+using dd::two_prod_k;
+using dd::two_sum;
 
 // ---- the reduction --------------------------------------------------------------------------------
 struct Red {

@@ -28,11 +28,13 @@
 
 #include <bit>
 #include <cstdint>
+#include <initializer_list>
 
 #include "elementary/exp_data.h"
 #include "elementary/pow_common.h"
 #include "elementary/pow_data.h"
 #include "tsr/common.h"
+#include "tsr/dd.h"
 
 namespace {
 using namespace tsr;
@@ -44,8 +46,8 @@ constexpr double kLn2 = 0x1.62e42fefa39efp-1;
 constexpr double kShift5 = 0x1.8p+47;  // 1.5 2^47: rounds to multiples of 2^-5 (powf)
 
 #if TSR_TIER_EX || TSR_TIER_E7
-// What the double tiers ex and e7 share: the last step of the exponential, the two-sum, and
-// the mask that cuts a double to its leading 26 bits.
+// What the double tiers ex and e7 share: the last step of the exponential and the mask that
+// cuts a double to its leading 26 bits (exact sums and products come from tsr/dd.h).
 constexpr uint64_t kMask26 = 0xfffffffff8000000ull;
 
 // approximation of 2^z on [-0x1p-8, 0x1p-8], degree 5, max relative error 2^-60.44
@@ -59,11 +61,6 @@ inline double exp_tail(double z, double T, double t) {
     double A = eA0 + eA1 * z, B = eB0 + eB1 * z;
     double z2 = z * z;
     return ((z2 * z2 * A * T) + (kLn2 * z * T + t)) + z2 * B * T;
-}
-inline void two_sum(double a, double b, double &s, double &e) {
-    s = a + b;
-    double bb = s - a;
-    e = (a - (s - bb)) + (b - bb);
 }
 #endif
 }  // namespace
@@ -111,14 +108,6 @@ constexpr double cHs = -0x1.dabe1p-10, cHr = -0x1.61bb2412055ccp-34;
 constexpr double cDs = -0x1.61ap-2, cDr = 0x1.2531ef8b5787dp-16;
 constexpr double cG1 = 0x1.4635e486ececbp-3;
 
-
-// a*b = p + e exactly (up to 2^-104 relative), without a fused multiply-add.
-inline void two_prod(double a, double b, double &p, double &e) {
-    p = a * b;
-    double ah = f64(bits(a) & kMask26), al = a - ah;
-    double bh = f64(bits(b) & kMask26), bl = b - bh;
-    e = ((ah * bh - p) + ah * bl + al * bh) + al * bl;
-}
 
 // Row (T, t) of 2^(j/256) for j = k & 0xff, with the sign set and, when `scale_in`, the
 // exponent moved by k >> 8, by integer addition on the bit patterns.
@@ -178,22 +167,20 @@ inline double pow_e7(double x, double y, uint64_t ub, int n, double m, bool neg)
         double r1 = rh + rl;
         double r2 = rl - (r1 - rh);
         double A0 = hi + double(n);  // exact: n is 0 or -1 and hi on the grid 2^-24
-        double q1, q1e, s2, s2e, q2, q2e;
-        two_prod(cHs, r1, q1, q1e);
+        auto [q1, q1e] = dd::two_prod_cut(cHs, r1);
         q1e += cHs * r2 + cHr * r1;
-        two_prod(r1, r1, s2, s2e);
+        auto [s2, s2e] = dd::two_prod_cut(r1, r1);
         s2e += 2.0 * r1 * r2;
-        two_prod(cDs, s2, q2, q2e);
+        auto [q2, q2e] = dd::two_prod_cut(cDs, s2);
         q2e += cDs * s2e + cDr * s2;
         double r4 = s2 * s2;
         double t3 = r1 * s2 * ((cG1 + cC * r1) + s2 * (cF + cB * r1) + r4 * (cE + cA * r1));
-        double S = A0, tail = 0.0, err;
-        two_sum(S, r1, S, err);
-        tail += err;
-        two_sum(S, q1, S, err);
-        tail += err;
-        two_sum(S, q2, S, err);
-        tail += err;
+        double S = A0, tail = 0.0;
+        for (double term : {r1, q1, q2}) {  // each addition to the head keeps its error
+            dd::DD t = dd::two_sum(S, term);
+            S = t.h;
+            tail += t.l;
+        }
         tail += (((q2e + q1e) + r2) + t3) + lo;
         double Sn = S + tail;
         tail = tail - (Sn - S);
@@ -319,9 +306,8 @@ inline double pow_ex(double x, double y, uint64_t ub, int n, double m, bool neg)
     double Alo = (tbl(tab::stage1_log, 2 * i1 + 1) + tbl(tab::stage2_log, 2 * i2 + 1)) +
                  tbl(tab::stage3_log, 2 * i3 + 1);
     double r = p3 - kC0;  // exact
-    double rp, rpe, S, St;
-    two_sum(r, -e, rp, rpe);  // r' = rp + rpe exactly
-    two_sum(A, rp, S, St);
+    auto [rp, rpe] = dd::two_sum(r, -e);  // r' = rp + rpe exactly
+    auto [S, St] = dd::two_sum(A, rp);
     double r2 = rp * rp;
     double Q = r2 * (kK3 * rp + kK4 * r2) + (kK1 * rp + kK2 * r2);
     double Lt = ((St + rpe) + Alo) + Q;

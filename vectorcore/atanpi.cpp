@@ -90,7 +90,7 @@ inline double atanpi_core(double x, uint32_t &flag) {
     double zhm = and_mask(zh, keep), zlm = and_mask(zl, keep), zm = and_mask(zs, keep);
     double zh2 = zhm * zhm;
     DD z3 = two_prod<Fma>(zh2, zhm);
-    DD c3 = two_prod_k<Fma>(z3.h, atanpi_third[0], atanpi_third_halves);
+    DD c3 = two_prod_k<Fma>(z3.h, atanpi_third[0], {atanpi_third_halves[0], atanpi_third_halves[1]});
     double c3l = mul_add<Fma>(atanpi_third[0], z3.l, c3.l) +
                  mul_add<Fma>(atanpi_third[1], z3.h, atanpi_third[0] * (3.0 * zhm * zlm * zm));
     double v = zm * zm, v2 = v * v;

@@ -41,6 +41,21 @@ inline DD split(double v) {
     return {hi, v - hi};
 }
 
+// v = hi + lo with hi the leading 26 bits kept by truncation: no multiplication, so no
+// overflow for any finite v, but lo may hold 27 bits.
+inline DD split_cut(double v) {
+    double hi = __builtin_bit_cast(double, __builtin_bit_cast(unsigned long long, v) & 0xfffffffff8000000ull);
+    return {hi, v - hi};
+}
+
+// a·b = p + e to about 2^-104 relative with truncated halves (split_cut): every partial
+// product is exact but the last, of two 27-bit halves, which may round.
+inline DD two_prod_cut(double a, double b) {
+    double p = a * b;
+    DD x = split_cut(a), y = split_cut(b);
+    return {p, ((x.h * y.h - p) + x.h * y.l + x.l * y.h) + x.l * y.l};
+}
+
 // a·b = p + e exactly.
 template <bool Fma = false>
 inline DD two_prod(double a, double b) {

@@ -20,50 +20,26 @@ using namespace th;
 
 namespace {
 
-// One variant of a conversion, its result widened to 64 bits.
-template <class T>
-struct Variant {
-    std::string name;
-    tsr::Tier tier;
-    std::function<int64_t(T)> call;
-    bool round_inexact;  // the round family's variant raises inexact (it converts by truncation)
-};
-
-// One function: its variants, whether it rounds halves away from zero (the round family),
-// whether an out-of-range positive argument gives LONG_MAX (lroundl), and its code.
+// One function: its variants (results widened to 64 bits), whether it rounds halves away from
+// zero (the round family), whether an out-of-range positive argument gives LONG_MAX (lroundl),
+// and its code.  The round family's ex tier and reproducible form convert by truncation and
+// raise inexact (`inexact` names them).
 template <class T>
 struct Conv {
     const char *name;
     bool round;
     bool by_sign;
     int code;
-    std::vector<Variant<T>> variants;
-};
-
-template <class T, class R, size_t N>
-void add_tiers(Conv<T> &c, const tsr::TierFn<R (*)(T)> (&list)[N]) {
-    for (const auto &t : list) {
-        auto fn = t.fn;
-        c.variants.push_back({t.name, t.tier, [fn](T x) { return int64_t(fn(x)); },
-                              t.tier == tsr::Tier::ex});
-    }
-}
-template <class T, class R>
-void add(Conv<T> &c, const char *name, R (*fn)(T), bool round_inexact) {
-    c.variants.push_back({name, tsr::Tier::ex, [fn](T x) { return int64_t(fn(x)); }, round_inexact});
-}
-
-struct Expect {
-    int64_t v;
-    int flags;
-    int err;
-    int code;
+    Calls<int64_t, T> calls;
+    std::vector<std::string> inexact = {"ex"};
 };
 
 // What MPFR says of x: the integer (nearest with ties away for the round family, else in the
 // mode), whether it fits in 64 bits, and the flags and report that follow.
 template <class T>
-Expect expect(const Conv<T> &c, T x, int mode, bool round_inexact) {
+Expect<int64_t> expect(const Conv<T> &c, const Call<int64_t, T> &v, T x, int mode) {
+    bool round_inexact = false;
+    for (const auto &n : c.inexact) round_inexact |= v.name == n;
     Mp m(160), r(160);
     set(m, x);
     bool neg = std::signbit(x);  // a NaN's too, which MPFR does not keep
@@ -78,40 +54,12 @@ Expect expect(const Conv<T> &c, T x, int mode, bool round_inexact) {
     return {mpfr_get_si(r, MPFR_RNDN), flags, 0, NO_CODE};
 }
 
-template <class T>
-std::string show(T x) {
-    char b[64];
-    std::snprintf(b, sizeof b, "%La", (long double)x);
-    return b;
-}
-
 // Runs every input through every variant in every mode; returns the mismatches.
 template <class T>
 int check(const Conv<T> &c, const std::vector<T> &xs) {
-    int bad = 0;
-    for (const auto &v : c.variants) {
-        if (!tsr::tier_runnable(v.tier)) {
-            std::printf("[  NOTICE  ] %s %s not run: this processor lacks its instruction set\n", c.name,
-                        v.name.c_str());
-            continue;
-        }
-        for (int mode = 0; mode < 4; ++mode) {
-            ModeGuard g(kModes[mode].fe);
-            uint64_t controls = rounding_controls();
-            for (T x : xs) {
-                Expect e = expect(c, x, mode, v.round_inexact);
-                auto [got, o] = observe([&] { return v.call(x); });
-                bool ok = got == e.v && o.flags == e.flags && o.code == e.code && o.err == e.err &&
-                          rounding_controls() == controls;
-                if (!ok && ++bad <= 20)
-                    ADD_FAILURE() << c.name << " " << v.name << " " << kModes[mode].name << " x=" << show(x)
-                                  << ": got " << got << " flags " << flags_str(o.flags) << " errno " << o.err
-                                  << " code " << o.code << "; want " << e.v << " flags " << flags_str(e.flags)
-                                  << " errno " << e.err << " code " << e.code;
-            }
-        }
-    }
-    return bad;
+    std::vector<std::tuple<T>> in(xs.begin(), xs.end());
+    return check_calls(c.name, c.calls, in, ALL_MODES,
+                       [&](const auto &v, const std::tuple<T> &x, int m) { return expect(c, v, std::get<0>(x), m); });
 }
 
 // The limits of every format and the places where the answer changes: each with its
@@ -187,62 +135,31 @@ std::vector<T> all_inputs(uint64_t seed, int per_binade) {
 }
 
 // ---- the functions, each with every variant ------------------------------------------------
-Conv<double> lrint_d() {
-    Conv<double> c{"lrint", false, false, tsr::code::lrint_result_out_of_range, {}};
-    add_tiers(c, tsr_tiers_lrint);
-    add(c, "entry", ::lrint, false);
-    add(c, "__bwr_lrint", __bwr_lrint, true);
+// name, round family, code, tier list, entry (null: the round family's entry, checked apart),
+// reproducible form.
+template <class T, class R, size_t N>
+Conv<T> conv(const char *name, bool round, int code, const tsr::TierFn<R (*)(T)> (&tiers)[N],
+             std::type_identity_t<R (*)(T)> entry, std::type_identity_t<R (*)(T)> bwr, const char *bwr_name) {
+    Conv<T> c{name, round, false, code, {}};
+    add_tiers(c.calls, tiers);
+    if (entry) add_call(c.calls, "entry", entry);
+    add_call(c.calls, bwr_name, bwr);
+    c.inexact.push_back(bwr_name);
     return c;
 }
-Conv<double> llrint_d() {
-    Conv<double> c{"llrint", false, false, tsr::code::llrint_result_out_of_range, {}};
-    add_tiers(c, tsr_tiers_llrint);
-    add(c, "entry", ::llrint, false);
-    add(c, "__bwr_llrint", __bwr_llrint, true);
-    return c;
-}
-Conv<double> lround_d() {
-    Conv<double> c{"lround", true, false, tsr::code::lround_result_out_of_range, {}};
-    add_tiers(c, tsr_tiers_lround);
-    add(c, "__bwr_lround", __bwr_lround, true);
-    return c;
-}
-Conv<double> llround_d() {
-    Conv<double> c{"llround", true, false, tsr::code::llround_result_out_of_range, {}};
-    add_tiers(c, tsr_tiers_llround);
-    add(c, "__bwr_llround", __bwr_llround, true);
-    return c;
-}
-Conv<float> lrint_f() {
-    Conv<float> c{"lrintf", false, false, tsr::code::lrintf_result_out_of_range, {}};
-    add_tiers(c, tsr_tiers_lrintf);
-    add(c, "entry", ::lrintf, false);
-    add(c, "__bwr_lrintf", __bwr_lrintf, true);
-    return c;
-}
-Conv<float> llrint_f() {
-    Conv<float> c{"llrintf", false, false, tsr::code::llrintf_result_out_of_range, {}};
-    add_tiers(c, tsr_tiers_llrintf);
-    add(c, "entry", ::llrintf, false);
-    add(c, "__bwr_llrintf", __bwr_llrintf, true);
-    return c;
-}
-Conv<float> lround_f() {
-    Conv<float> c{"lroundf", true, false, tsr::code::lroundf_result_out_of_range, {}};
-    add_tiers(c, tsr_tiers_lroundf);
-    add(c, "__bwr_lroundf", __bwr_lroundf, true);
-    return c;
-}
-Conv<float> llround_f() {
-    Conv<float> c{"llroundf", true, false, tsr::code::llroundf_result_out_of_range, {}};
-    add_tiers(c, tsr_tiers_llroundf);
-    add(c, "__bwr_llroundf", __bwr_llroundf, true);
-    return c;
-}
+#define CONV(f, round, entry) conv(#f, round, tsr::code::f##_result_out_of_range, tsr_tiers_##f, entry, __bwr_##f, "__bwr_" #f)
+Conv<double> lrint_d() { return CONV(lrint, false, ::lrint); }
+Conv<double> llrint_d() { return CONV(llrint, false, ::llrint); }
+Conv<double> lround_d() { return CONV(lround, true, nullptr); }
+Conv<double> llround_d() { return CONV(llround, true, nullptr); }
+Conv<float> lrint_f() { return CONV(lrintf, false, ::lrintf); }
+Conv<float> llrint_f() { return CONV(llrintf, false, ::llrintf); }
+Conv<float> lround_f() { return CONV(lroundf, true, nullptr); }
+Conv<float> llround_f() { return CONV(llroundf, true, nullptr); }
 template <class R>
 Conv<long double> ext(const char *name, bool round, bool by_sign, int code, R (*fn)(long double)) {
-    Conv<long double> c{name, round, by_sign, code, {}};
-    add(c, name, fn, false);
+    Conv<long double> c{name, round, by_sign, code, {}, {}};
+    add_call(c.calls, name, fn);
     return c;
 }
 
@@ -302,22 +219,21 @@ TEST(ConvLong, Float) {
 }
 
 // The entry points of the round family (dispatched to e7 here) raise no inexact; checked
-// apart because the entry's tier is the processor's.
+// apart because the entry's tier is the processor's (ex, which does, where e7 is missing).
+template <class T, class R>
+Conv<T> round_entry(const char *name, int code, R (*fn)(T)) {
+    Conv<T> c{name, true, false, code, {}, {}};
+    add_call(c.calls, "entry", fn);
+    if (!tsr::tier_runnable(tsr::Tier::e7)) c.inexact = {"entry"};
+    return c;
+}
 TEST(Conv, RoundEntries) {
     auto xs = all_inputs<double>(5, 20);
-    Conv<double> a{"lround", true, false, tsr::code::lround_result_out_of_range, {}};
-    add(a, "entry", ::lround, tsr::tier_runnable(tsr::Tier::e7) ? false : true);
-    Conv<double> b{"llround", true, false, tsr::code::llround_result_out_of_range, {}};
-    add(b, "entry", ::llround, !tsr::tier_runnable(tsr::Tier::e7));
-    EXPECT_EQ(check(a, xs), 0);
-    EXPECT_EQ(check(b, xs), 0);
+    EXPECT_EQ(check(round_entry("lround", tsr::code::lround_result_out_of_range, ::lround), xs), 0);
+    EXPECT_EQ(check(round_entry("llround", tsr::code::llround_result_out_of_range, ::llround), xs), 0);
     auto fs = all_inputs<float>(6, 20);
-    Conv<float> c{"lroundf", true, false, tsr::code::lroundf_result_out_of_range, {}};
-    add(c, "entry", ::lroundf, !tsr::tier_runnable(tsr::Tier::e7));
-    Conv<float> d{"llroundf", true, false, tsr::code::llroundf_result_out_of_range, {}};
-    add(d, "entry", ::llroundf, !tsr::tier_runnable(tsr::Tier::e7));
-    EXPECT_EQ(check(c, fs), 0);
-    EXPECT_EQ(check(d, fs), 0);
+    EXPECT_EQ(check(round_entry("lroundf", tsr::code::lroundf_result_out_of_range, ::lroundf), fs), 0);
+    EXPECT_EQ(check(round_entry("llroundf", tsr::code::llroundf_result_out_of_range, ::llroundf), fs), 0);
 }
 
 // The ex bodies decide by the invalid flag of the SSE unit, which they clear first and do

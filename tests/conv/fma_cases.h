@@ -30,31 +30,28 @@ __attribute__((target("fma"), noinline)) inline float hw(float x, float y, float
     return z;
 }
 
+// Every variant: the tiers, the entry, the reproducible form and the d1 body (portable here).
+// `product_sign` names those where a zero z leaves the product's sign, even for a zero product.
 template <class T>
-struct Variant {
-    std::string name;
-    tsr::Tier tier;
-    T (*fn)(T, T, T);
-    bool product_sign;  // a zero z leaves the product's sign, even for a zero product
+struct Variants {
+    Calls<T, T, T, T> calls;
+    std::vector<std::string> product_sign;
 };
-
 template <class T, size_t N>
-std::vector<Variant<T>> variants(const tsr::TierFn<T (*)(T, T, T)> (&list)[N], T (*entry)(T, T, T),
-                                 T (*bwr)(T, T, T), T (*d1)(T, T, T), bool e7_product_sign) {
-    std::vector<Variant<T>> v;
-    for (const auto &t : list)
-        v.push_back({t.name, t.tier, t.fn,
-                     t.tier == tsr::Tier::ex || (t.tier == tsr::Tier::e7 && e7_product_sign)});
-    v.push_back({"entry", tsr::Tier::ex, entry, false});
-    v.push_back({"bwr", tsr::Tier::ex, bwr, true});
-    v.push_back({"d1", tsr::Tier::l9, d1, false});
+Variants<T> variants(const tsr::TierFn<T (*)(T, T, T)> (&list)[N], T (*entry)(T, T, T), T (*bwr)(T, T, T),
+                     T (*d1)(T, T, T), bool e7_product_sign) {
+    Variants<T> v;
+    add_tiers(v.calls, list);
+    add_call(v.calls, "entry", entry);
+    add_call(v.calls, "bwr", bwr);
+    add_call(v.calls, "d1", d1, tsr::Tier::l9);
+    v.product_sign = {"ex", "bwr"};
+    if (e7_product_sign) v.product_sign.push_back("e7");
     return v;
 }
 
 template <class T>
-struct Triple {
-    T x, y, z;
-};
+using Triple = std::tuple<T, T, T>;
 
 template <class T>
 using Bits = std::conditional_t<sizeof(T) == 8, uint64_t, uint32_t>;
@@ -154,48 +151,22 @@ class Gen {
     }
 };
 
-template <class T>
-std::string show(T x) {
-    char b[80];
-    std::snprintf(b, sizeof b, "%a(0x%llx)", double(x), (unsigned long long)bits(x));
-    return b;
-}
-
-// Checks every triple in every variant and mode against the instruction (and that the
-// control words come back unchanged); returns the mismatches.  A variant that keeps the product's sign for a zero z is held to that where the
+// Checks every triple in every variant and mode against the instruction; returns the
+// mismatches.  A variant that keeps the product's sign for a zero z is held to that where the
 // product is zero.
 template <class T>
-long check(const std::vector<Variant<T>> &vars, const std::vector<Triple<T>> &ts, const char *fname) {
-    long bad = 0;
-    for (const auto &v : vars) {
-        if (!tsr::tier_runnable(v.tier)) {
-            std::printf("[  NOTICE  ] %s %s not run: this processor lacks its instruction set\n", fname,
-                        v.name.c_str());
-            continue;
+long check(const Variants<T> &vars, const std::vector<Triple<T>> &ts, const char *fname) {
+    return check_calls(fname, vars.calls, ts, ALL_MODES, [&](const auto &v, const Triple<T> &t, int) {
+        auto [x, y, z] = t;
+        auto [want, wo] = observe([&] { return hw(x, y, z); });
+        bool keeps = false;
+        for (const auto &n : vars.product_sign) keeps |= v.name == n;
+        if (keeps && z == 0 && (x == 0 || y == 0) && std::isfinite(x) && std::isfinite(y)) {
+            want = std::signbit(x) != std::signbit(y) ? -T(0) : T(0);
+            wo.flags = NONE;
         }
-        for (int mode = 0; mode < 4; ++mode) {
-            ModeGuard g(kModes[mode].fe);
-            const uint64_t controls = rounding_controls();
-            for (const auto &t : ts) {
-                auto [want, wo] = observe([&] { return hw(t.x, t.y, t.z); });
-                if (v.product_sign && t.z == 0 && (t.x == 0 || t.y == 0) && !std::isnan(t.x) &&
-                    !std::isnan(t.y) && !std::isinf(t.x) && !std::isinf(t.y)) {
-                    want = std::signbit(t.x) != std::signbit(t.y) ? -T(0) : T(0);
-                    wo.flags = NONE;
-                }
-                auto [got, o] = observe([&] { return v.fn(t.x, t.y, t.z); });
-                if (bits(got) != bits(want) || o.flags != wo.flags || o.code != NO_CODE ||
-                    rounding_controls() != controls) {
-                    if (++bad <= 20)
-                        ADD_FAILURE() << fname << " " << v.name << " " << kModes[mode].name << " ("
-                                      << show(t.x) << ", " << show(t.y) << ", " << show(t.z) << "): got "
-                                      << show(got) << " " << flags_str(o.flags) << "; want " << show(want)
-                                      << " " << flags_str(wo.flags);
-                }
-            }
-        }
-    }
-    return bad;
+        return Expect<T>{want, wo.flags};
+    });
 }
 
 template <class T>

@@ -13,7 +13,7 @@ size_t count() {
 }
 
 template <class T>
-void run(const std::vector<Variant<T>> &vars, uint64_t seed, const char *name) {
+void run(const Variants<T> &vars, uint64_t seed, const char *name) {
     const size_t n = count(), chunk = 1000000;
     long bad = 0;
     for (size_t done = 0; done < n && bad == 0; done += chunk)

@@ -280,66 +280,32 @@ template <class T> Sweep<T> atan2_plan(Func<T> f) {
     return s;
 }
 
-Sweep<double> sind_plan() {
-    return angle_plan(func("sind", mp_sind, tsr_tiers_sind).entry(::sind).add("bwr", tsr::Tier::ex, __bwr_sind));
-}
-Sweep<double> cosd_plan() {
-    return angle_plan(func("cosd", mp_cosd, tsr_tiers_cosd).entry(::cosd).add("bwr", tsr::Tier::ex, __bwr_cosd));
-}
-Sweep<double> tand_plan() {
-    return angle_plan(func("tand", mp_tand, tsr_tiers_tand).entry(::tand).add("bwr", tsr::Tier::ex, __bwr_tand));
-}
-Sweep<double> cotd_plan() {
-    return angle_plan(func("cotd", mp_cotd, tsr_tiers_cotd).entry(::cotd).add("bwr", tsr::Tier::ex, __bwr_cotd));
-}
-Sweep<double> sincosd_plan() {
-    return angle_plan(func2("sincosd", mp_sind, mp_cosd, tsr_tiers_sincosd)
-                          .entry(::sincosd).add("bwr", tsr::Tier::ex, __bwr_sincosd));
-}
-Sweep<float> sindf_plan() {
-    return angle_plan(func("sindf", mp_sind, tsr_tiers_sindf).entry(::sindf).add("bwr", tsr::Tier::ex, __bwr_sindf));
-}
-Sweep<float> cosdf_plan() {
-    return angle_plan(func("cosdf", mp_cosd, tsr_tiers_cosdf).entry(::cosdf).add("bwr", tsr::Tier::ex, __bwr_cosdf));
-}
-Sweep<float> tandf_plan() {
-    return angle_plan(func("tandf", mp_tand, tsr_tiers_tandf).entry(::tandf).add("bwr", tsr::Tier::ex, __bwr_tandf));
-}
-Sweep<float> cotdf_plan() {
-    return angle_plan(func("cotdf", mp_cotd, tsr_tiers_cotdf).entry(::cotdf).add("bwr", tsr::Tier::ex, __bwr_cotdf));
-}
-Sweep<float> sincosdf_plan() {
-    return angle_plan(func2("sincosdf", mp_sind, mp_cosd, tsr_tiers_sincosdf)
-                          .entry(::sincosdf).add("bwr", tsr::Tier::ex, __bwr_sincosdf));
-}
-Sweep<double> asind_plan() {
-    return arc_plan(func("asind", mp_asind, tsr_tiers_asind).entry(::asind).add("bwr", tsr::Tier::ex, __bwr_asind));
-}
-Sweep<double> acosd_plan() {
-    return arc_plan(func("acosd", mp_acosd, tsr_tiers_acosd).entry(::acosd).add("bwr", tsr::Tier::ex, __bwr_acosd));
-}
-Sweep<float> asindf_plan() {
-    return arc_plan(func("asindf", mp_asind, tsr_tiers_asindf).entry(::asindf).add("bwr", tsr::Tier::ex, __bwr_asindf));
-}
-Sweep<float> acosdf_plan() {
-    return arc_plan(func("acosdf", mp_acosd, tsr_tiers_acosdf).entry(::acosdf).add("bwr", tsr::Tier::ex, __bwr_acosdf));
-}
-Sweep<double> atand_plan() {
-    return atan_plan(func("atand", mp_atand, tsr_tiers_atand).entry(::atand).add("bwr", tsr::Tier::ex, __bwr_atand));
-}
-Sweep<float> atandf_plan() {
-    return atan_plan(func("atandf", mp_atand, tsr_tiers_atandf).entry(::atandf).add("bwr", tsr::Tier::ex, __bwr_atandf));
-}
+Sweep<double> sind_plan() { return angle_plan(func("sind", mp_sind, tsr_tiers_sind) TH_WITH_BWR(sind)); }
+Sweep<double> cosd_plan() { return angle_plan(func("cosd", mp_cosd, tsr_tiers_cosd) TH_WITH_BWR(cosd)); }
+Sweep<double> tand_plan() { return angle_plan(func("tand", mp_tand, tsr_tiers_tand) TH_WITH_BWR(tand)); }
+Sweep<double> cotd_plan() { return angle_plan(func("cotd", mp_cotd, tsr_tiers_cotd) TH_WITH_BWR(cotd)); }
+Sweep<double> sincosd_plan() { return angle_plan(func2("sincosd", mp_sind, mp_cosd, tsr_tiers_sincosd) TH_WITH_BWR(sincosd)); }
+Sweep<float> sindf_plan() { return angle_plan(func("sindf", mp_sind, tsr_tiers_sindf) TH_WITH_BWR(sindf)); }
+Sweep<float> cosdf_plan() { return angle_plan(func("cosdf", mp_cosd, tsr_tiers_cosdf) TH_WITH_BWR(cosdf)); }
+Sweep<float> tandf_plan() { return angle_plan(func("tandf", mp_tand, tsr_tiers_tandf) TH_WITH_BWR(tandf)); }
+Sweep<float> cotdf_plan() { return angle_plan(func("cotdf", mp_cotd, tsr_tiers_cotdf) TH_WITH_BWR(cotdf)); }
+Sweep<float> sincosdf_plan() { return angle_plan(func2("sincosdf", mp_sind, mp_cosd, tsr_tiers_sincosdf) TH_WITH_BWR(sincosdf)); }
+Sweep<double> asind_plan() { return arc_plan(func("asind", mp_asind, tsr_tiers_asind) TH_WITH_BWR(asind)); }
+Sweep<double> acosd_plan() { return arc_plan(func("acosd", mp_acosd, tsr_tiers_acosd) TH_WITH_BWR(acosd)); }
+Sweep<float> asindf_plan() { return arc_plan(func("asindf", mp_asind, tsr_tiers_asindf) TH_WITH_BWR(asindf)); }
+Sweep<float> acosdf_plan() { return arc_plan(func("acosdf", mp_acosd, tsr_tiers_acosdf) TH_WITH_BWR(acosdf)); }
+Sweep<double> atand_plan() { return atan_plan(func("atand", mp_atand, tsr_tiers_atand) TH_WITH_BWR(atand)); }
+Sweep<float> atandf_plan() { return atan_plan(func("atandf", mp_atand, tsr_tiers_atandf) TH_WITH_BWR(atandf)); }
 // atand2 is atan2d's second name: measured as a variant of it.
 Sweep<double> atan2d_plan() {
     return atan2_plan(func("atan2d", mp_atan2d, tsr_tiers_atan2d)
-                          .entry(::atan2d).add("bwr", tsr::Tier::ex, __bwr_atan2d)
+                          TH_WITH_BWR(atan2d)
                           .add("atand2", tsr::Tier::ex, ::atand2).add("atand2-ex", tsr::Tier::ex, __libm_atand2_ex)
                           .add("atand2-bwr", tsr::Tier::ex, __bwr_atand2));
 }
 Sweep<float> atan2df_plan() {
     return atan2_plan(func("atan2df", mp_atan2d, tsr_tiers_atan2df)
-                          .entry(::atan2df).add("bwr", tsr::Tier::ex, __bwr_atan2df)
+                          TH_WITH_BWR(atan2df)
                           .add("atand2f", tsr::Tier::ex, ::atand2f).add("atand2f-ex", tsr::Tier::ex, __libm_atand2f_ex)
                           .add("atand2f-bwr", tsr::Tier::ex, __bwr_atand2f));
 }
@@ -424,24 +390,14 @@ TEST(DegSpecial, ExactAngles) {
     }
 }
 
-TEST(DegAccuracy, Sind) { sweep(sind_plan()); }
-TEST(DegAccuracy, Cosd) { sweep(cosd_plan()); }
-TEST(DegAccuracy, Tand) { sweep(tand_plan()); }
-TEST(DegAccuracy, Cotd) { sweep(cotd_plan()); }
-TEST(DegAccuracy, Sincosd) { sweep(sincosd_plan()); }
-TEST(DegAccuracy, Sindf) { sweep(sindf_plan()); }
-TEST(DegAccuracy, Cosdf) { sweep(cosdf_plan()); }
-TEST(DegAccuracy, Tandf) { sweep(tandf_plan()); }
-TEST(DegAccuracy, Cotdf) { sweep(cotdf_plan()); }
-TEST(DegAccuracy, Sincosdf) { sweep(sincosdf_plan()); }
-TEST(DegAccuracy, Asind) { sweep(asind_plan()); }
-TEST(DegAccuracy, Acosd) { sweep(acosd_plan()); }
-TEST(DegAccuracy, Asindf) { sweep(asindf_plan()); }
-TEST(DegAccuracy, Acosdf) { sweep(acosdf_plan()); }
-TEST(DegAccuracy, Atand) { sweep(atand_plan()); }
-TEST(DegAccuracy, Atandf) { sweep(atandf_plan()); }
-TEST(DegAccuracy, Atan2d) { sweep(atan2d_plan()); }
-TEST(DegAccuracy, Atan2df) { sweep(atan2df_plan()); }
+#define ACCURACY(Name, plan) \
+    TEST(DegAccuracy, Name) { sweep(plan()); }
+ACCURACY(Sind, sind_plan) ACCURACY(Cosd, cosd_plan) ACCURACY(Tand, tand_plan) ACCURACY(Cotd, cotd_plan)
+ACCURACY(Sincosd, sincosd_plan) ACCURACY(Sindf, sindf_plan) ACCURACY(Cosdf, cosdf_plan)
+ACCURACY(Tandf, tandf_plan) ACCURACY(Cotdf, cotdf_plan) ACCURACY(Sincosdf, sincosdf_plan)
+ACCURACY(Asind, asind_plan) ACCURACY(Acosd, acosd_plan) ACCURACY(Asindf, asindf_plan)
+ACCURACY(Acosdf, acosdf_plan) ACCURACY(Atand, atand_plan) ACCURACY(Atandf, atandf_plan)
+ACCURACY(Atan2d, atan2d_plan) ACCURACY(Atan2df, atan2df_plan)
 
 // The Long run: every float, and the double functions on ten times the default inputs.
 TEST(DegLong, Floats) {

@@ -821,6 +821,16 @@ std::vector<SweepResult> every_float(const Sweep<float> &s, uint32_t lo, uint32_
     return results;
 }
 
+namespace detail {
+std::string text(long double x) {
+    char b[64];
+    std::snprintf(b, sizeof b, "%La", x);
+    return b;
+}
+std::string text(double x) { return hex(x); }
+std::string text(float x) { return hex(x); }
+}  // namespace detail
+
 #define TH_RUNNERS(T)                                                                             \
     template int check_rows<T, 1, 1>(const Func<T> &, const std::vector<RowN<T, 1, 1>> &);      \
     template int check_rows<T, 2, 1>(const Func<T> &, const std::vector<RowN<T, 2, 1>> &);      \

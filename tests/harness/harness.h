@@ -7,6 +7,8 @@
 #include <stdint.h>
 #include <mpfr.h>
 
+#include <gtest/gtest.h>
+
 #include <cerrno>
 #include <cfenv>
 #include <cstdint>
@@ -16,6 +18,8 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -142,6 +146,8 @@ template <class T> std::vector<T> uniform(T lo, T hi, size_t n, uint64_t seed);
 template <class T> std::vector<T> specials();
 template <class T> T snan();
 template <class T> T qnan();
+// The default quiet NaN as a static value (for comparisons by bits).
+template <class T> struct qnan_bits { static inline const T v = qnan<T>(); };
 // A value from its bits (signalling NaNs and payloads in rows).
 inline double f64(uint64_t b) { double x; std::memcpy(&x, &b, 8); return x; }
 inline float f32(uint32_t b) { float x; std::memcpy(&x, &b, 4); return x; }
@@ -261,6 +267,10 @@ Func<T> func2(const char *name, MpFn1 ref0, MpFn1 ref1, const tsr::TierFn<void (
     return f;
 }
 
+// The public entry and the reproducible form of a function, by its name:
+//   func("sind", mp_sind, tsr_tiers_sind) TH_WITH_BWR(sind)
+#define TH_WITH_BWR(name) .entry(::name).add("bwr", tsr::Tier::ex, __bwr_##name)
+
 // ---- special-value rows ------------------------------------------------------------------
 // What a row expects of an output: exactly these bits (the default quiet NaN, NAN: any quiet
 // NaN; another NaN: its own bits, payload and sign), the
@@ -349,6 +359,154 @@ template <class T> std::vector<SweepResult> sweep(const Sweep<T> &plan);
 // Every float input (bits lo..hi inclusive, all of them by default) in every variant and the
 // plan's modes, on every core; same bounds and lines as sweep (regions and points unused).
 std::vector<SweepResult> every_float(const Sweep<float> &plan, uint32_t lo = 0, uint32_t hi = 0xffffffffu);
+
+// ---- calls of any shape ------------------------------------------------------------------
+// check_rows and sweep take functions whose operands and results share one format; the
+// runner below takes any signature: integer results, three operands, an integer operand,
+// results through pointers (the variant returns them together as a tuple), calls judged by
+// their flags and errno alone.  Every input goes through every variant this processor runs
+// in the given modes, and `expect` (a row's own values, or what MPFR or exact integer work
+// says) gives the result, compared bit for bit (the default quiet NaN stands for any quiet
+// NaN), the exact flag set (or a second one also allowed), errno and the reported code; the
+// rounding controls must come back unchanged.  `expect` runs in the mode being checked.
+template <class R> struct Expect {
+    R v{};
+    int flags = NONE;
+    int err = 0;
+    int code = NO_CODE;
+    int flags_or = -2;    // a second flag set that is also right (-2: none)
+    bool value = true;    // false: the result is not checked
+};
+template <class R, class... A> struct Call {
+    std::string name;
+    tsr::Tier tier;
+    std::function<R(A...)> fn;
+};
+template <class R, class... A> using Calls = std::vector<Call<R, A...>>;
+// Appends a variant per entry of a generated tier list (its result converted to R).
+template <class R, class... A, class Fn, size_t N>
+Calls<R, A...> &add_tiers(Calls<R, A...> &c, const tsr::TierFn<Fn> (&list)[N]) {
+    for (const auto &t : list) {
+        Fn fn = t.fn;
+        c.push_back({t.name, t.tier, [fn](A... a) { return R(fn(a...)); }});
+    }
+    return c;
+}
+template <class R, class... A, class Fn>
+Calls<R, A...> &add_call(Calls<R, A...> &c, const char *name, Fn fn, tsr::Tier tier = tsr::Tier::ex) {
+    c.push_back({name, tier, [fn](A... a) { return R(fn(a...)); }});
+    return c;
+}
+// A function that gives a second result through a pointer (frexp, modf, remquo), as a call
+// returning both; the pointer's target starts out at `fill`, so that a call that does not
+// write it shows.
+template <class R, class P, class T> std::function<std::tuple<R, P>(T)> out2(R (*fn)(T, P *), P fill = P(77)) {
+    return [fn, fill](T x) { P p = fill; R r = fn(x, &p); return std::tuple<R, P>{r, p}; };
+}
+template <class R, class P, class T> std::function<std::tuple<R, P>(T, T)> out2(R (*fn)(T, T, P *), P fill = P(77)) {
+    return [fn, fill](T x, T y) { P p = fill; R r = fn(x, y, &p); return std::tuple<R, P>{r, p}; };
+}
+// A row for check_calls: operands, what is expected, and the modes (nearest by default).
+template <class R, class... A> struct CallRow {
+    std::tuple<A...> in;
+    Expect<R> want;
+    unsigned modes = RN;
+};
+
+namespace detail {
+template <class T> bool quiet_nan_bits(T x) {
+    if constexpr (std::is_same_v<T, double>) return (bits_of(x) & 0x7ff8000000000000ull) == 0x7ff8000000000000ull;
+    else if constexpr (std::is_same_v<T, float>) return (bits_of(x) & 0x7fc00000u) == 0x7fc00000u;
+    else {
+        uint64_t m;
+        std::memcpy(&m, &x, 8);
+        return x != x && (m & 0x4000000000000000ull);
+    }
+}
+template <class T> bool same_value(const T &got, const T &want) {
+    if constexpr (std::is_floating_point_v<T> || std::is_same_v<T, __float128> || std::is_same_v<T, _Float16>) {
+        constexpr size_t n = std::is_same_v<T, long double> ? 10 : sizeof(T);
+        const T neg = -qnan_bits<T>::v;  // the default quiet NaN of either sign: any quiet NaN
+        if (want != want && (std::memcmp(&want, &qnan_bits<T>::v, n) == 0 || std::memcmp(&want, &neg, n) == 0))
+            return quiet_nan_bits(got);
+        return std::memcmp(&got, &want, n) == 0;
+    } else if constexpr (requires { std::tuple_size<T>::value; }) {
+        return [&]<size_t... I>(std::index_sequence<I...>) {
+            return (same_value(std::get<I>(got), std::get<I>(want)) && ...);
+        }(std::make_index_sequence<std::tuple_size_v<T>>{});
+    } else {
+        return got == want;
+    }
+}
+std::string text(long double x);
+std::string text(double x);
+std::string text(float x);
+inline std::string text(long long x) { return std::to_string(x); }
+inline std::string text(long x) { return std::to_string(x); }
+inline std::string text(int x) { return std::to_string(x); }
+inline std::string text(unsigned long long x) { return std::to_string(x); }
+inline std::string text(unsigned x) { return std::to_string(x); }
+inline std::string text(unsigned long x) { return std::to_string(x); }
+inline std::string text(bool x) { return x ? "true" : "false"; }
+inline std::string text(const char *x) { return x ? '"' + std::string(x) + '"' : "null"; }
+template <class T> std::string text(const T &t) requires requires { std::tuple_size<T>::value; } {
+    std::string s = "(";
+    std::apply([&](const auto &...e) { ((s += text(e) + ", "), ...); }, t);
+    if (s.size() > 1) s.resize(s.size() - 2);
+    return s + ")";
+}
+}  // namespace detail
+
+template <class R, class... A, class Exp>
+int check_calls(const std::string &fname, const Calls<R, A...> &calls, const std::vector<std::tuple<A...>> &inputs,
+                unsigned modes, Exp &&expect) {
+    int bad = 0;
+    for (const auto &c : calls) {
+        if (!tsr::tier_runnable(c.tier)) {
+            std::printf("[  NOTICE  ] %s %s not run: this processor lacks its instruction set\n", fname.c_str(),
+                        c.name.c_str());
+            continue;
+        }
+        for (int m = 0; m < 4; ++m) {
+            if (!(modes & (1u << m))) continue;
+            for (const auto &in : inputs) {
+                Expect<R> e;
+                R got{};
+                Outcome o;
+                uint64_t rc_before, rc_after;
+                {
+                    ModeGuard g(kModes[m].fe);
+                    e = expect(c, in, m);  // in the mode: an expectation may come from the processor
+                    rc_before = rounding_controls();
+                    begin_observe();
+                    got = std::apply(c.fn, in);
+                    o = end_observe();
+                    rc_after = rounding_controls();
+                }
+                bool ok = (!e.value || detail::same_value(got, e.v)) &&
+                          (e.flags == ANY_FLAGS || o.flags == e.flags || o.flags == e.flags_or) &&
+                          (e.err == ANY_ERRNO || o.err == e.err) && (e.code == ANY_CODE || o.code == e.code) &&
+                          rc_after == rc_before;
+                if (!ok && ++bad <= 20)
+                    ADD_FAILURE() << fname << " " << c.name << " " << kModes[m].name << " at " << detail::text(in)
+                                  << ": got " << detail::text(got) << " flags " << flags_str(o.flags) << " errno "
+                                  << o.err << " code " << o.code << (rc_after != rc_before ? " (controls changed)" : "")
+                                  << "; want " << (e.value ? detail::text(e.v) : "any") << " flags "
+                                  << flags_str(e.flags) << " errno " << e.err << " code " << e.code;
+            }
+        }
+    }
+    return bad;
+}
+// Rows: each with its own expectation and modes.
+template <class R, class... A>
+int check_calls(const std::string &fname, const Calls<R, A...> &calls, const std::vector<CallRow<R, A...>> &rows) {
+    int bad = 0;
+    for (const auto &r : rows)
+        bad += check_calls(fname, calls, std::vector<std::tuple<A...>>{r.in}, r.modes ? r.modes : RN,
+                           [&](const auto &, const auto &, int) { return r.want; });
+    return bad;
+}
 
 // Runs body(i) for i in [0, n) on `threads` threads (0: every core).
 void parallel_for(size_t n, const std::function<void(size_t)> &body, unsigned threads = 0);

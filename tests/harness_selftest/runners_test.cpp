@@ -7,6 +7,7 @@
 
 #include <bit>
 #include <cerrno>
+#include <climits>
 #include <cmath>
 
 #include "harness/harness.h"
@@ -169,4 +170,41 @@ TEST(Runners, EveryFloatOverABlock) {
     s.modes = th::RN;
     auto f = failures([&] { th::every_float(s, 0x40490000u, 0x404affffu); });
     EXPECT_NE(f.second.find("worst input 0x1.921fb6p+1"), std::string::npos) << f.second;
+}
+
+// check_calls on calls of other shapes: an integer result (the processor's conversion), a
+// result through a pointer, flags alone; each passes when right and each fault shows.
+long hw_lrint(double x) { long r; asm("cvtsd2si %1, %0" : "=r"(r) : "x"(x)); return r; }
+long lrint_off(double x) { return hw_lrint(x) + (x == 2.5); }
+double split_sqrt(double x, int *e) { *e = 7; return hw_sqrt(x); }
+
+TEST(Runners, CallsOfAnyShape) {
+    th::Calls<long, double> good, bad;
+    th::add_call(good, "ex", hw_lrint);
+    th::add_call(bad, "ex", lrint_off);
+    std::vector<th::CallRow<long, double>> rows = {
+        {{2.5}, {2, th::NX}}, {{-2.5}, {-2, th::NX}}, {{3.0}, {3}},
+        {{2.5}, {3, th::NX}, th::RU}, {{kNaN}, {LONG_MIN, th::INV}, th::ALL_MODES},
+    };
+    EXPECT_EQ(th::check_calls("lrint", good, rows), 0);
+    auto f = failures([&] { th::check_calls("lrint", bad, rows); });
+    EXPECT_EQ(f.first, 2) << f.second;  // 2.5 to nearest and upward
+    EXPECT_NE(f.second.find("at (0x1.4p+1)"), std::string::npos) << f.second;
+    rows[2].want.flags = th::NX;
+    f = failures([&] { th::check_calls("lrint", good, rows); });
+    EXPECT_NE(f.second.find("flags none"), std::string::npos) << f.second;
+    // An oracle: every input in every mode against what it says.
+    std::vector<std::tuple<double>> xs = {{0.5}, {1.5}, {-7.25}};
+    EXPECT_EQ(th::check_calls("lrint", good, xs, th::ALL_MODES, [](const auto &, const std::tuple<double> &x, int m) {
+        th::Mp a;
+        th::set(a, std::get<0>(x));
+        mpfr_rint(a, a, th::kModes[m].rnd);
+        return th::Expect<long>{mpfr_get_si(a, MPFR_RNDN), th::NX};
+    }), 0);
+    // A second result through a pointer: a pair compared part by part.
+    using P = std::tuple<double, int>;
+    th::Calls<P, double> two{{"ex", tsr::Tier::ex, th::out2(split_sqrt)}};
+    EXPECT_EQ(th::check_calls("split", two, std::vector<th::CallRow<P, double>>{{{4.0}, {P{2.0, 7}}}}), 0);
+    f = failures([&] { th::check_calls("split", two, std::vector<th::CallRow<P, double>>{{{4.0}, {P{2.0, 6}}}}); });
+    EXPECT_NE(f.second.find("got (0x1p+1, 7)"), std::string::npos) << f.second;
 }

@@ -240,70 +240,27 @@ template <class T> Sweep<T> atan2pi_plan(Func<T> f) {
     return s;
 }
 
-Sweep<double> sinpi_plan() {
-    return trig_plan(func("sinpi", mpfr_sinpi, tsr_tiers_sinpi, tsr_portable_tiers_sinpi)
-                         .entry(::sinpi).add("bwr", tsr::Tier::ex, __bwr_sinpi));
-}
-Sweep<double> cospi_plan() {
-    return trig_plan(func("cospi", mpfr_cospi, tsr_tiers_cospi, tsr_portable_tiers_cospi)
-                         .entry(::cospi).add("bwr", tsr::Tier::ex, __bwr_cospi));
-}
-Sweep<double> sincospi_plan() {
-    return trig_plan(func2("sincospi", mpfr_sinpi, mpfr_cospi, tsr_tiers_sincospi)
-                         .entry(::sincospi).add("bwr", tsr::Tier::ex, __bwr_sincospi));
-}
-Sweep<double> tanpi_plan() {
-    return trig_plan(func("tanpi", mpfr_tanpi, tsr_tiers_tanpi, tsr_portable_tiers_tanpi)
-                         .entry(::tanpi).add("bwr", tsr::Tier::ex, __bwr_tanpi));
-}
-Sweep<double> cotpi_plan() {
-    return trig_plan(func("cotpi", mpfr_cotpi, tsr_tiers_cotpi, tsr_portable_tiers_cotpi).entry(__libm_cotpi));
-}
-Sweep<float> sinpif_plan() {
-    return trig_plan(func("sinpif", mpfr_sinpi, tsr_tiers_sinpif, tsr_portable_tiers_sinpif)
-                         .entry(::sinpif).add("bwr", tsr::Tier::ex, __bwr_sinpif));
-}
-Sweep<float> cospif_plan() {
-    return trig_plan(func("cospif", mpfr_cospi, tsr_tiers_cospif, tsr_portable_tiers_cospif)
-                         .entry(::cospif).add("bwr", tsr::Tier::ex, __bwr_cospif));
-}
-Sweep<float> sincospif_plan() {
-    return trig_plan(func2("sincospif", mpfr_sinpi, mpfr_cospi, tsr_tiers_sincospif)
-                         .entry(::sincospif).add("bwr", tsr::Tier::ex, __bwr_sincospif));
-}
-Sweep<float> tanpif_plan() {
-    return trig_plan(func("tanpif", mpfr_tanpi, tsr_tiers_tanpif, tsr_portable_tiers_tanpif)
-                         .entry(::tanpif).add("bwr", tsr::Tier::ex, __bwr_tanpif));
-}
-Sweep<float> cotpif_plan() {
-    return trig_plan(func("cotpif", mpfr_cotpi, tsr_tiers_cotpif, tsr_portable_tiers_cotpif).entry(__libm_cotpif));
-}
-Sweep<double> asinpi_plan() {
-    return arc_plan(func("asinpi", mpfr_asinpi, tsr_tiers_asinpi).entry(::asinpi).add("bwr", tsr::Tier::ex, __bwr_asinpi));
-}
-Sweep<double> acospi_plan() {
-    return arc_plan(func("acospi", mpfr_acospi, tsr_tiers_acospi).entry(::acospi).add("bwr", tsr::Tier::ex, __bwr_acospi));
-}
-Sweep<float> asinpif_plan() {
-    return arc_plan(func("asinpif", mpfr_asinpi, tsr_tiers_asinpif).entry(::asinpif).add("bwr", tsr::Tier::ex, __bwr_asinpif));
-}
-Sweep<float> acospif_plan() {
-    return arc_plan(func("acospif", mpfr_acospi, tsr_tiers_acospif).entry(::acospif).add("bwr", tsr::Tier::ex, __bwr_acospif));
-}
-Sweep<double> atanpi_plan() {
-    return atanpi_plan(func("atanpi", mpfr_atanpi, tsr_tiers_atanpi).entry(::atanpi).add("bwr", tsr::Tier::ex, __bwr_atanpi));
-}
-Sweep<float> atanpif_plan() {
-    return atanpi_plan(func("atanpif", mpfr_atanpi, tsr_tiers_atanpif).entry(::atanpif).add("bwr", tsr::Tier::ex, __bwr_atanpif));
-}
-Sweep<double> atan2pi_plan() {
-    return atan2pi_plan(func("atan2pi", mpfr_atan2pi, tsr_tiers_atan2pi, tsr_portable_tiers_atan2pi)
-                            .entry(::atan2pi).add("bwr", tsr::Tier::ex, __bwr_atan2pi));
-}
-Sweep<float> atan2pif_plan() {
-    return atan2pi_plan(func("atan2pif", mpfr_atan2pi, tsr_tiers_atan2pif, tsr_portable_tiers_atan2pif)
-                            .entry(::atan2pif).add("bwr", tsr::Tier::ex, __bwr_atan2pif));
-}
+// Each function with its tiers (and portable AVX-512 builds where it has them), its entry and
+// its reproducible form.
+#define PORTABLE(name, mp) func(#name, mp, tsr_tiers_##name, tsr_portable_tiers_##name)
+Sweep<double> sinpi_plan() { return trig_plan(PORTABLE(sinpi, mpfr_sinpi) TH_WITH_BWR(sinpi)); }
+Sweep<double> cospi_plan() { return trig_plan(PORTABLE(cospi, mpfr_cospi) TH_WITH_BWR(cospi)); }
+Sweep<double> sincospi_plan() { return trig_plan(func2("sincospi", mpfr_sinpi, mpfr_cospi, tsr_tiers_sincospi) TH_WITH_BWR(sincospi)); }
+Sweep<double> tanpi_plan() { return trig_plan(PORTABLE(tanpi, mpfr_tanpi) TH_WITH_BWR(tanpi)); }
+Sweep<double> cotpi_plan() { return trig_plan(PORTABLE(cotpi, mpfr_cotpi).entry(__libm_cotpi)); }
+Sweep<float> sinpif_plan() { return trig_plan(PORTABLE(sinpif, mpfr_sinpi) TH_WITH_BWR(sinpif)); }
+Sweep<float> cospif_plan() { return trig_plan(PORTABLE(cospif, mpfr_cospi) TH_WITH_BWR(cospif)); }
+Sweep<float> sincospif_plan() { return trig_plan(func2("sincospif", mpfr_sinpi, mpfr_cospi, tsr_tiers_sincospif) TH_WITH_BWR(sincospif)); }
+Sweep<float> tanpif_plan() { return trig_plan(PORTABLE(tanpif, mpfr_tanpi) TH_WITH_BWR(tanpif)); }
+Sweep<float> cotpif_plan() { return trig_plan(PORTABLE(cotpif, mpfr_cotpi).entry(__libm_cotpif)); }
+Sweep<double> asinpi_plan() { return arc_plan(func("asinpi", mpfr_asinpi, tsr_tiers_asinpi) TH_WITH_BWR(asinpi)); }
+Sweep<double> acospi_plan() { return arc_plan(func("acospi", mpfr_acospi, tsr_tiers_acospi) TH_WITH_BWR(acospi)); }
+Sweep<float> asinpif_plan() { return arc_plan(func("asinpif", mpfr_asinpi, tsr_tiers_asinpif) TH_WITH_BWR(asinpif)); }
+Sweep<float> acospif_plan() { return arc_plan(func("acospif", mpfr_acospi, tsr_tiers_acospif) TH_WITH_BWR(acospif)); }
+Sweep<double> atanpi_plan() { return atanpi_plan(func("atanpi", mpfr_atanpi, tsr_tiers_atanpi) TH_WITH_BWR(atanpi)); }
+Sweep<float> atanpif_plan() { return atanpi_plan(func("atanpif", mpfr_atanpi, tsr_tiers_atanpif) TH_WITH_BWR(atanpif)); }
+Sweep<double> atan2pi_plan() { return atan2pi_plan(PORTABLE(atan2pi, mpfr_atan2pi) TH_WITH_BWR(atan2pi)); }
+Sweep<float> atan2pif_plan() { return atan2pi_plan(PORTABLE(atan2pif, mpfr_atan2pi) TH_WITH_BWR(atan2pif)); }
 // maxmag and minmag have no MPFR function: their plans carry the variants for the rows.
 Func<double> mag_func(bool max) {
     Func<double> f{max ? "maxmag" : "minmag", 2, 1, {nullptr}, {}};
@@ -374,24 +331,14 @@ TEST(VectorCore, MaxminMag) {
     }
 }
 
-TEST(PiAccuracy, Sinpi) { sweep(sinpi_plan()); }
-TEST(PiAccuracy, Cospi) { sweep(cospi_plan()); }
-TEST(PiAccuracy, Sincospi) { sweep(sincospi_plan()); }
-TEST(PiAccuracy, Tanpi) { sweep(tanpi_plan()); }
-TEST(PiAccuracy, Cotpi) { sweep(cotpi_plan()); }
-TEST(PiAccuracy, Asinpi) { sweep(asinpi_plan()); }
-TEST(PiAccuracy, Acospi) { sweep(acospi_plan()); }
-TEST(PiAccuracy, Atanpi) { sweep(atanpi_plan()); }
-TEST(PiAccuracy, Atan2pi) { sweep(atan2pi_plan()); }
-TEST(PiAccuracy, Sinpif) { sweep(sinpif_plan()); }
-TEST(PiAccuracy, Cospif) { sweep(cospif_plan()); }
-TEST(PiAccuracy, Sincospif) { sweep(sincospif_plan()); }
-TEST(PiAccuracy, Tanpif) { sweep(tanpif_plan()); }
-TEST(PiAccuracy, Cotpif) { sweep(cotpif_plan()); }
-TEST(PiAccuracy, Asinpif) { sweep(asinpif_plan()); }
-TEST(PiAccuracy, Acospif) { sweep(acospif_plan()); }
-TEST(PiAccuracy, Atanpif) { sweep(atanpif_plan()); }
-TEST(PiAccuracy, Atan2pif) { sweep(atan2pif_plan()); }
+#define ACCURACY(Name, plan) \
+    TEST(PiAccuracy, Name) { sweep(plan()); }
+ACCURACY(Sinpi, sinpi_plan) ACCURACY(Cospi, cospi_plan) ACCURACY(Sincospi, sincospi_plan) ACCURACY(Tanpi, tanpi_plan)
+ACCURACY(Cotpi, cotpi_plan) ACCURACY(Asinpi, asinpi_plan) ACCURACY(Acospi, acospi_plan) ACCURACY(Atanpi, atanpi_plan)
+ACCURACY(Atan2pi, atan2pi_plan) ACCURACY(Sinpif, sinpif_plan) ACCURACY(Cospif, cospif_plan)
+ACCURACY(Sincospif, sincospif_plan) ACCURACY(Tanpif, tanpif_plan) ACCURACY(Cotpif, cotpif_plan)
+ACCURACY(Asinpif, asinpif_plan) ACCURACY(Acospif, acospif_plan) ACCURACY(Atanpif, atanpif_plan)
+ACCURACY(Atan2pif, atan2pif_plan)
 
 // The Long run: every float of each one-argument float function, atan2pif and the double
 // functions on 10 million inputs each.

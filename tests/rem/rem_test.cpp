@@ -20,33 +20,33 @@ const float fInf = INFINITY, fNaN = NAN, fMax = 0x1.fffffep127f, fTiny = 0x1p-14
 constexpr unsigned AM = ALL_MODES;
 
 Func<double> fmod_f() {
-    return func("fmod", mpfr_fmod, tsr_tiers_fmod, tsr_portable_tiers_fmod).entry(::fmod).add("bwr", tsr::Tier::ex, __bwr_fmod);
+    return func("fmod", mpfr_fmod, tsr_tiers_fmod, tsr_portable_tiers_fmod) TH_WITH_BWR(fmod);
 }
 Func<float> fmodf_f() {
-    return func("fmodf", mpfr_fmod, tsr_tiers_fmodf, tsr_portable_tiers_fmodf).entry(::fmodf).add("bwr", tsr::Tier::ex, __bwr_fmodf);
+    return func("fmodf", mpfr_fmod, tsr_tiers_fmodf, tsr_portable_tiers_fmodf) TH_WITH_BWR(fmodf);
 }
 Func<double> remainder_f() {
     return func("remainder", mpfr_remainder, tsr_tiers_remainder, tsr_portable_tiers_remainder)
-        .entry(::remainder).add("bwr", tsr::Tier::ex, __bwr_remainder);
+         TH_WITH_BWR(remainder);
 }
 Func<float> remainderf_f() {
     return func("remainderf", mpfr_remainder, tsr_tiers_remainderf, tsr_portable_tiers_remainderf)
-        .entry(::remainderf).add("bwr", tsr::Tier::ex, __bwr_remainderf);
+         TH_WITH_BWR(remainderf);
 }
-Func<double> fdim_f() { return func("fdim", mpfr_dim, tsr_tiers_fdim).entry(::fdim).add("bwr", tsr::Tier::ex, __bwr_fdim); }
-Func<float> fdimf_f() { return func("fdimf", mpfr_dim, tsr_tiers_fdimf).entry(::fdimf).add("bwr", tsr::Tier::ex, __bwr_fdimf); }
-Func<double> fmax_f() { return func("fmax", mpfr_max, tsr_tiers_fmax).entry(::fmax).add("bwr", tsr::Tier::ex, __bwr_fmax); }
-Func<float> fmaxf_f() { return func("fmaxf", mpfr_max, tsr_tiers_fmaxf).entry(::fmaxf).add("bwr", tsr::Tier::ex, __bwr_fmaxf); }
-Func<double> fmin_f() { return func("fmin", mpfr_min, tsr_tiers_fmin).entry(::fmin).add("bwr", tsr::Tier::ex, __bwr_fmin); }
-Func<float> fminf_f() { return func("fminf", mpfr_min, tsr_tiers_fminf).entry(::fminf).add("bwr", tsr::Tier::ex, __bwr_fminf); }
+Func<double> fdim_f() { return func("fdim", mpfr_dim, tsr_tiers_fdim) TH_WITH_BWR(fdim); }
+Func<float> fdimf_f() { return func("fdimf", mpfr_dim, tsr_tiers_fdimf) TH_WITH_BWR(fdimf); }
+Func<double> fmax_f() { return func("fmax", mpfr_max, tsr_tiers_fmax) TH_WITH_BWR(fmax); }
+Func<float> fmaxf_f() { return func("fmaxf", mpfr_max, tsr_tiers_fmaxf) TH_WITH_BWR(fmaxf); }
+Func<double> fmin_f() { return func("fmin", mpfr_min, tsr_tiers_fmin) TH_WITH_BWR(fmin); }
+Func<float> fminf_f() { return func("fminf", mpfr_min, tsr_tiers_fminf) TH_WITH_BWR(fminf); }
 Func<double> copysign_f() {
-    return func("copysign", mpfr_copysign, tsr_tiers_copysign).entry(::copysign).add("bwr", tsr::Tier::ex, __bwr_copysign);
+    return func("copysign", mpfr_copysign, tsr_tiers_copysign) TH_WITH_BWR(copysign);
 }
 Func<float> copysignf_f() {
-    return func("copysignf", mpfr_copysign, tsr_tiers_copysignf).entry(::copysignf).add("bwr", tsr::Tier::ex, __bwr_copysignf);
+    return func("copysignf", mpfr_copysign, tsr_tiers_copysignf) TH_WITH_BWR(copysignf);
 }
-Func<double> fabs_f() { return func("fabs", mpfr_abs, tsr_tiers_fabs).entry(::fabs).add("bwr", tsr::Tier::ex, __bwr_fabs); }
-Func<float> fabsf_f() { return func("fabsf", mpfr_abs, tsr_tiers_fabsf).entry(::fabsf).add("bwr", tsr::Tier::ex, __bwr_fabsf); }
+Func<double> fabs_f() { return func("fabs", mpfr_abs, tsr_tiers_fabs) TH_WITH_BWR(fabs); }
+Func<float> fabsf_f() { return func("fabsf", mpfr_abs, tsr_tiers_fabsf) TH_WITH_BWR(fabsf); }
 
 // A sNaN's and a payload NaN's bits, which copysign and fabs must pass untouched.
 const double kSNaN = f64(0x7ff0000000000123ull), kNegSNaN = f64(0xfff0000000000123ull);

@@ -181,78 +181,72 @@ TEST(ScaleExact, Ldexp) {
     EXPECT_EQ(failures, 0);
 }
 
+// ---- special rows ----------------------------------------------------------------------------
+// The result with only the named checks (the others open).
+template <class R> Expect<R> is(R v, int code = ANY_CODE, int err = ANY_ERRNO, int flags = ANY_FLAGS) {
+    return {v, flags, err, code};
+}
+template <class R, class... A, size_t N>
+Calls<R, A...> calls(const tsr::TierFn<R (*)(A...)> (&tiers)[N], std::initializer_list<std::pair<const char *, R (*)(A...)>> extra) {
+    Calls<R, A...> c;
+    add_tiers(c, tiers);
+    for (const auto &[n, f] : extra) add_call(c, n, f);
+    return c;
+}
+template <class R, class... A> Calls<R, A...> calls(const char *name, R (*fn)(A...)) {
+    Calls<R, A...> c;
+    return add_call(c, name, fn);
+}
+constexpr double kInf = INFINITY, kMax = 0x1.fffffffffffffp1023;
+const double kNaN = qnan<double>();
+
 TEST(ScaleSpecial, Ldexp) {
-    const double kNaNPayload = f64(0x7ff4000000000042ull);  // signalling, returned as it is
-    auto [r, o] = observe([&] { return __libm_ldexp_ex(kNaNPayload, 3); });
-    EXPECT_EQ(bits_of(r), 0x7ff4000000000042ull);
-    EXPECT_EQ(o.flags, 0);
-    auto [r2, o2] = observe([] { return ::ldexp(0x1p-1022, -1); });  // rounds to a subnormal, exact: no report
-    EXPECT_EQ(r2, 0x1p-1023);
-    EXPECT_EQ(o2.code, NO_CODE);
-    auto [r3, o3] = observe([] { return ::ldexp(0x1p-1070, -1); });  // a subnormal scaled down reports
-    EXPECT_EQ(r3, 0x1p-1071);
-    EXPECT_EQ(o3.code, code::ldexp_underflow);
-    auto [r4, o4] = observe([] { return ::ldexp(1.0, 2000000); });
-    EXPECT_EQ(r4, INFINITY);
-    EXPECT_EQ(o4.code, code::ldexp_overflow);
-    EXPECT_EQ(o4.err, ERANGE);
-    auto [r5, o5] = observe([] { return ::ldexp(1.0, INT_MIN); });
-    EXPECT_EQ(bits_of(r5), 0u);
-    EXPECT_EQ(o5.code, code::ldexp_underflow);
-    EXPECT_EQ(o5.err, ERANGE);
-    ModeGuard up(FE_UPWARD);
-    EXPECT_EQ(::scalbln(1.0, LONG_MIN), 0x1p-1074);
-    EXPECT_EQ(::scalbln(-1.0, LONG_MAX), -0x1.fffffffffffffp1023);
+    const double kSNaN = f64(0x7ff4000000000042ull);  // signalling, returned as it is
+    EXPECT_EQ(check_calls("ldexp", calls(tsr_tiers_ldexp, {{"entry", ::ldexp}, {"bwr", __bwr_ldexp}}),
+                          std::vector<CallRow<double, double, int>>{
+                              {{kSNaN, 3}, is(kSNaN, NO_CODE, 0, NONE)},
+                              {{0x1p-1022, -1}, is(0x1p-1023, NO_CODE)},  // rounds to a subnormal, exact
+                              {{0x1p-1070, -1}, is(0x1p-1071, code::ldexp_underflow)},  // a subnormal scaled down
+                              {{1.0, 2000000}, is(kInf, code::ldexp_overflow, ERANGE)},
+                              {{1.0, INT_MIN}, is(0.0, code::ldexp_underflow, ERANGE)},
+                          }), 0);
+    EXPECT_EQ(check_calls("scalbln", calls(tsr_tiers_scalbln, {{"entry", ::scalbln}, {"bwr", __bwr_scalbln}}),
+                          std::vector<CallRow<double, double, long>>{
+                              {{1.0, LONG_MIN}, is(0x1p-1074), RU},
+                              {{-1.0, LONG_MAX}, is(-kMax), RU},
+                          }), 0);
 }
 
 TEST(ScaleSpecial, Scalb) {
-    const double kInf = INFINITY, kNaN = NAN;
+    using Rows = std::vector<CallRow<double, double, double>>;
+    const Rows all = {
+        {{0.0, kInf}, is(kNaN)}, {{0.0, -kInf}, is(0.0)}, {{kInf, -kInf}, is(kNaN)}, {{kInf, kInf}, is(kInf)},
+        {{-3.0, kInf}, is(-kInf)}, {{-3.0, -kInf}, is(-0.0)}, {{3.0, 4.0}, is(48.0)}, {{3.0, -1e300}, is(0.0)},
+        {{kInf, 7.0}, is(kInf)}, {{kNaN, 1.0}, is(kNaN)}, {{0x1p-1074, 1074.0}, is(1.0)},
+    };
+    EXPECT_EQ(check_calls("scalb", calls(tsr_tiers_scalb, {{"bwr", __bwr_scalb}, {"entry", ::scalb}}), all), 0);
     // tier ex forms the NaN of a non-integer count from the square root of a negative number
-    // and reports as the square root; e7 reports nothing.
-    auto [r, o] = observe([] { return __libm_scalb_ex(1.0, 0.5); });
-    EXPECT_TRUE(std::isnan(r));
-    EXPECT_EQ(o.code, code::sqrt_argument_negative);
-    EXPECT_TRUE(o.flags & FE_INVALID);
-    auto [r7, o7] = observe([] { return __libm_scalb_e7(1.0, 0.5); });
-    EXPECT_TRUE(std::isnan(r7));
-    EXPECT_EQ(o7.code, NO_CODE);
-    for (auto f : {__libm_scalb_ex, __libm_scalb_e7, __bwr_scalb, ::scalb}) {
-        EXPECT_TRUE(std::isnan(f(0.0, kInf)));
-        EXPECT_EQ(bits_of(f(0.0, -kInf)), 0u);
-        EXPECT_TRUE(std::isnan(f(kInf, -kInf)));
-        EXPECT_EQ(f(kInf, kInf), kInf);
-        EXPECT_EQ(f(-3.0, kInf), -kInf);
-        EXPECT_EQ(bits_of(f(-3.0, -kInf)), 0x8000000000000000ull);
-        EXPECT_EQ(f(3.0, 4.0), 48.0);
-        EXPECT_EQ(f(3.0, -1e300), 0.0);
-        EXPECT_EQ(f(kInf, 7.0), kInf);
-        EXPECT_TRUE(std::isnan(f(kNaN, 1.0)));
-        EXPECT_EQ(f(0x1p-1074, 1074.0), 1.0);
-    }
-    // ex reports neither overflow nor underflow, e7 both (a non-zero subnormal result not).
-    auto [a, oa] = observe([] { return __libm_scalb_ex(1.0, 5000.0); });
-    EXPECT_EQ(a, kInf);
-    EXPECT_EQ(oa.code, NO_CODE);
-    EXPECT_EQ(oa.flags, FE_OVERFLOW | FE_INEXACT);
-    auto [b, ob] = observe([] { return __libm_scalb_e7(1.0, 5000.0); });
-    EXPECT_EQ(b, kInf);
-    EXPECT_EQ(ob.code, code::scalb_overflow);
-    auto [c, oc] = observe([] { return __libm_scalb_e7(1.0, -1074.0); });
-    EXPECT_EQ(c, 0x1p-1074);
-    EXPECT_EQ(oc.code, NO_CODE);
-    auto [d, od] = observe([] { return __libm_scalb_e7(1.0, -1076.0); });
-    EXPECT_EQ(d, 0.0);
-    EXPECT_EQ(od.code, code::scalb_underflow);
-    auto [e, oe] = observe([] { return ::scalbf(1.0f, 200.0f); });
-    EXPECT_EQ(e, INFINITY);
-    EXPECT_EQ(oe.code, code::scalbf_overflow);
-    EXPECT_TRUE(std::isnan(::scalbf(2.0f, 1.5f)));
-    EXPECT_EQ(::scalbf(3.0f, -2.0f), 0.75f);
-    EXPECT_EQ(::scalbl(3.0L, 16000.0L), 3.0L * 0x1p16000L);
-    EXPECT_TRUE(std::isnan(::scalbl(3.0L, 0.25L)));
-    auto [g, og] = observe([] { return ::scalbl(1.0L, 20000.0L); });
-    EXPECT_TRUE(std::isinf(g));
-    EXPECT_EQ(og.code, code::scalbl_overflow);
+    // and reports as the square root, and reports neither overflow nor underflow; e7 reports
+    // both (a non-zero subnormal result not) and nothing for a non-integer count.
+    EXPECT_EQ(check_calls("scalb", calls("ex", __libm_scalb_ex), Rows{
+        {{1.0, 0.5}, {kNaN, INV, ANY_ERRNO, code::sqrt_argument_negative, INV | NX}},
+        {{1.0, 5000.0}, {kInf, OV, ANY_ERRNO, NO_CODE}},
+    }), 0);
+    EXPECT_EQ(check_calls("scalb", calls("e7", __libm_scalb_e7), Rows{
+        {{1.0, 0.5}, is(kNaN, NO_CODE)},
+        {{1.0, 5000.0}, is(kInf, code::scalb_overflow)},
+        {{1.0, -1074.0}, is(0x1p-1074, NO_CODE)},
+        {{1.0, -1076.0}, is(0.0, code::scalb_underflow)},
+    }), 0);
+    const float fNaN = qnan<float>();
+    EXPECT_EQ(check_calls("scalbf", calls("scalbf", ::scalbf), std::vector<CallRow<float, float, float>>{
+        {{1.0f, 200.0f}, is(float(kInf), code::scalbf_overflow)}, {{2.0f, 1.5f}, is(fNaN)}, {{3.0f, -2.0f}, is(0.75f)},
+    }), 0);
+    const long double lNaN = qnan<long double>();
+    EXPECT_EQ(check_calls("scalbl", calls("scalbl", ::scalbl), std::vector<CallRow<long double, long double, long double>>{
+        {{3.0L, 16000.0L}, is(3.0L * 0x1p16000L)}, {{3.0L, 0.25L}, is(lNaN)},
+        {{1.0L, 20000.0L}, is((long double)kInf, code::scalbl_overflow)},
+    }), 0);
 }
 
 // ---- frexp, ilogb, logb, significand ---------------------------------------------------------
@@ -305,48 +299,40 @@ TEST(ScaleExact, Decompose) {
 }
 
 TEST(ScaleSpecial, Decompose) {
-    // The system header's names for ilogb's zero and NaN results.
-    for (auto f : {__libm_ilogb_ex, __libm_ilogb_e7, ::ilogb, __bwr_ilogb}) {
-        auto [z, oz] = observe([&] { return f(-0.0); });
-        EXPECT_EQ(z, FP_ILOGB0);
-        EXPECT_EQ(oz.code, code::ilogb_argument_0);
-        EXPECT_EQ(oz.err, ERANGE);
-        auto [n, on] = observe([&] { return f(NAN); });
-        EXPECT_EQ(n, FP_ILOGBNAN);
-        EXPECT_EQ(on.code, NO_CODE);
-        EXPECT_EQ(f(-INFINITY), INT_MAX);
-    }
-    EXPECT_EQ(::ilogbf(0.0f), FP_ILOGB0);
-    EXPECT_EQ(::ilogbf(NAN), FP_ILOGBNAN);
-    EXPECT_EQ(::ilogbl(0.0L), FP_ILOGB0);
-    EXPECT_EQ(::ilogbl(-INFINITY), INT_MAX);
-    for (auto f : {__libm_logb_ex, __libm_logb_e7, ::logb, __bwr_logb}) {
-        auto [z, oz] = observe([&] { return f(0.0); });
-        EXPECT_EQ(z, -INFINITY);
-        EXPECT_EQ(oz.code, code::logb_argument_0);
-        EXPECT_EQ(oz.flags, FE_DIVBYZERO);
-        EXPECT_EQ(f(-INFINITY), INFINITY);
-    }
-    auto [lz, olz] = observe([] { return ::logbl(-0.0L); });
-    EXPECT_EQ(lz, -INFINITY);
-    EXPECT_EQ(olz.code, code::logbl_argument_0);
-    EXPECT_EQ(::logbf(-INFINITY), INFINITY);
-    int e = 7;
-    for (auto f : {__libm_frexp_ex, __libm_frexp_e7, ::frexp, __libm_frexp}) {
-        e = 7;
-        EXPECT_EQ(bits_of(f(-0.0, &e)), 0x8000000000000000ull);
-        EXPECT_EQ(e, 0);
-        e = 7;
-        EXPECT_EQ(f(-INFINITY, &e), -INFINITY);
-        EXPECT_EQ(e, 0);
-        EXPECT_TRUE(std::isnan(f(NAN, &e)));
-        EXPECT_EQ(f(0x1p-1074, &e), 0.5);
-        EXPECT_EQ(e, -1073);
-    }
-    EXPECT_EQ(::frexpf(0x1p-149f, &e), 0.5f);
-    EXPECT_EQ(e, -148);
-    EXPECT_EQ(::frexpl(0x1p-16445L, &e), 0.5L);
-    EXPECT_EQ(e, -16444);
+    // ilogb's zero and NaN results are the system header's names.
+    const std::vector<CallRow<int, double>> ilogb_rows = {
+        {{-0.0}, {FP_ILOGB0, ANY_FLAGS, ERANGE, code::ilogb_argument_0}},
+        {{kNaN}, is(FP_ILOGBNAN, NO_CODE)},
+        {{-kInf}, is(INT_MAX)},
+    };
+    EXPECT_EQ(check_calls("ilogb", calls(tsr_tiers_ilogb, {{"entry", ::ilogb}, {"bwr", __bwr_ilogb}}), ilogb_rows), 0);
+    EXPECT_EQ(check_calls("ilogbf", calls("ilogbf", ::ilogbf), std::vector<CallRow<int, float>>{
+        {{0.0f}, is(FP_ILOGB0)}, {{qnan<float>()}, is(FP_ILOGBNAN)}}), 0);
+    EXPECT_EQ(check_calls("ilogbl", calls("ilogbl", ::ilogbl), std::vector<CallRow<int, long double>>{
+        {{0.0L}, is(FP_ILOGB0)}, {{-(long double)kInf}, is(INT_MAX)}}), 0);
+    EXPECT_EQ(check_calls("logb", calls(tsr_tiers_logb, {{"entry", ::logb}, {"bwr", __bwr_logb}}),
+                          std::vector<CallRow<double, double>>{
+                              {{0.0}, {-kInf, DZ, ANY_ERRNO, code::logb_argument_0}}, {{-kInf}, is(kInf)}}), 0);
+    EXPECT_EQ(check_calls("logbl", calls("logbl", ::logbl), std::vector<CallRow<long double, long double>>{
+        {{-0.0L}, is(-(long double)kInf, code::logbl_argument_0)}}), 0);
+    EXPECT_EQ(check_calls("logbf", calls("logbf", ::logbf), std::vector<CallRow<float, float>>{
+        {{-float(kInf)}, is(float(kInf))}}), 0);
+    using FR = std::tuple<double, int>;
+    Calls<FR, double> frexps;
+    for (const auto &t : tsr_tiers_frexp) frexps.push_back({t.name, t.tier, out2(t.fn)});
+    frexps.push_back({"entry", tsr::Tier::ex, out2(::frexp)});
+    frexps.push_back({"__libm_frexp", tsr::Tier::ex, out2(__libm_frexp)});
+    EXPECT_EQ(check_calls("frexp", frexps, std::vector<CallRow<FR, double>>{
+        {{-0.0}, is(FR{-0.0, 0})}, {{-kInf}, is(FR{-kInf, 0})}, {{0x1p-1074}, is(FR{0.5, -1073})},
+    }), 0);
+    int e = 0;
+    EXPECT_TRUE(std::isnan(::frexp(kNaN, &e)));
+    Calls<std::tuple<float, int>, float> ff{{"frexpf", tsr::Tier::ex, out2(::frexpf)}};
+    Calls<std::tuple<long double, int>, long double> fl{{"frexpl", tsr::Tier::ex, out2(::frexpl)}};
+    EXPECT_EQ(check_calls("frexpf", ff, std::vector<CallRow<std::tuple<float, int>, float>>{
+        {{0x1p-149f}, is(std::tuple<float, int>{0.5f, -148})}}), 0);
+    EXPECT_EQ(check_calls("frexpl", fl, std::vector<CallRow<std::tuple<long double, int>, long double>>{
+        {{0x1p-16445L}, is(std::tuple<long double, int>{0.5L, -16444})}}), 0);
     EXPECT_EQ(::significand(-0x1.8p-1070), -1.5);
     EXPECT_EQ(::significandl(0x1.8p-16440L), 1.5L);
 }
@@ -408,24 +394,16 @@ TEST(NextExact, Steps) {
 }
 
 TEST(NextSpecial, Edges) {
-    constexpr double kMax = 0x1.fffffffffffffp1023;
-    for (auto f : {__libm_nextafter_ex, __libm_nextafter_e7, ::nextafter, __bwr_nextafter}) {
-        auto [a, oa] = observe([&] { return f(0.0, -1.0); });
-        EXPECT_EQ(a, -0x1p-1074);
-        EXPECT_EQ(oa.code, code::nextafter_underflow);
-        EXPECT_EQ(oa.err, ERANGE);
-        auto [b, ob] = observe([&] { return f(-0.0, 0.0); });
-        EXPECT_EQ(bits_of(b), 0u);
-        EXPECT_EQ(ob.code, NO_CODE);
-        auto [c, oc] = observe([&] { return f(kMax, INFINITY); });
-        EXPECT_EQ(c, INFINITY);
-        EXPECT_EQ(oc.code, code::nextafter_overflow);
-        EXPECT_EQ(oc.err, ERANGE);
-        EXPECT_EQ(f(0x1p-1022, 0.0), 0x0.fffffffffffffp-1022);
-        EXPECT_EQ(f(-0x1p-1074, 1.0), -0.0);
-        EXPECT_EQ(f(INFINITY, 0.0), kMax);
-        EXPECT_TRUE(std::isnan(f(NAN, 1.0)));
-    }
+    EXPECT_EQ(check_calls("nextafter", calls(tsr_tiers_nextafter, {{"entry", ::nextafter}, {"bwr", __bwr_nextafter}}),
+                          std::vector<CallRow<double, double, double>>{
+                              {{0.0, -1.0}, is(-0x1p-1074, code::nextafter_underflow, ERANGE)},
+                              {{-0.0, 0.0}, is(0.0, NO_CODE)},
+                              {{kMax, kInf}, is(kInf, code::nextafter_overflow, ERANGE)},
+                              {{0x1p-1022, 0.0}, is(0x0.fffffffffffffp-1022)},
+                              {{-0x1p-1074, 1.0}, is(-0.0)},
+                              {{kInf, 0.0}, is(kMax)},
+                              {{kNaN, 1.0}, is(kNaN)},
+                          }), 0);
     // e7 raises the flags of the range it left; ex leaves them to the report.
     auto [u, ou] = observe([] { return __libm_nextafter_e7(0x1p-1022, 0.0); });
     EXPECT_EQ(ou.flags & (FE_UNDERFLOW | FE_OVERFLOW), FE_UNDERFLOW);
@@ -446,34 +424,35 @@ TEST(NextSpecial, Edges) {
 
 // ---- modf, remquo ----------------------------------------------------------------------------
 namespace {
-template <class T, class Fn> void check_modf(const char *what, const std::vector<Var<Fn>> &vs, size_t n) {
+// modf against MPFR (both parts carry x's sign), half the inputs near integers; remquo against
+// MPFR's remainder and quotient (its low 31 bits with the sign of x / y, also when they are 0),
+// a third with small quotients, ties among them.  Exact: no flag in any mode.
+template <class T> int check_modf(const char *what, const Calls<std::tuple<T, T>, T> &vs, size_t n) {
     std::mt19937_64 g(31);
-    for (size_t i = 0; i < n; ++i) {
-        T x = random_value<T>(g);
-        if (i % 2) x = T(std::ldexp(double(int64_t(g() % 2000000) - 1000000), -int(g() % 24)));  // near integers
+    std::vector<std::tuple<T>> xs;
+    for (size_t i = 0; i < n; ++i)
+        xs.push_back({i % 2 ? T(std::ldexp(double(int64_t(g() % 2000000) - 1000000), -int(g() % 24)))
+                            : random_value<T>(g)});
+    return check_calls(what, vs, xs, ALL_MODES, [](const auto &, const std::tuple<T> &in, int) {
+        T x = std::get<0>(in);
         Mp a, ip, fp;
         set(a, x);
         mpfr_modf(ip, fp, a, MPFR_RNDN);
+        T zero = std::signbit(x) ? T(-0.0) : T(0.0);
         T wi = round_to<T>(ip), wf = round_to<T>(fp);
-        if (wf == 0) wf = std::signbit(x) ? T(-0.0) : T(0.0);  // both parts carry x's sign
-        if (wi == 0) wi = std::signbit(x) ? T(-0.0) : T(0.0);
-        for (const auto &m : kModes) {
-            ModeGuard mg(m.fe);
-            for (const auto &v : vs) {
-                T i2 = 7;
-                auto [r, o] = observe([&] { return v.fn(x, &i2); });
-                if (!same(r, wf) || !same(i2, wi) || o.flags != 0)
-                    fail_once("%s %s %s(%s) = %s, %s", what, v.name.c_str(), m.name, hex(x).c_str(), hex(r).c_str(), hex(i2).c_str());
-            }
-        }
-    }
+        return Expect<std::tuple<T, T>>{{wf == 0 ? zero : wf, wi == 0 ? zero : wi}};
+    });
 }
-template <class T, class Fn> void check_remquo(const char *what, const std::vector<Var<Fn>> &vs, size_t n) {
+template <class T> int check_remquo(const char *what, const Calls<std::tuple<T, int>, T, T> &vs, size_t n) {
     std::mt19937_64 g(41);
+    std::vector<std::tuple<T, T>> xs;
     for (size_t i = 0; i < n; ++i) {
         T x = random_value<T>(g), y = random_value<T>(g);
-        if (i % 3 == 0) y = T(x / T(double(g() % 100000) + 0.5));  // small quotients, ties among them
-        if (y == 0 || x == 0 || std::isinf(y) || std::isinf(x)) continue;
+        if (i % 3 == 0) y = T(x / T(double(g() % 100000) + 0.5));
+        if (y != 0 && x != 0 && !std::isinf(y) && !std::isinf(x)) xs.push_back({x, y});
+    }
+    return check_calls(what, vs, xs, ALL_MODES, [](const auto &, const std::tuple<T, T> &in, int) {
+        auto [x, y] = in;
         Mp a, b, r;
         set(a, x);
         set(b, y);
@@ -482,45 +461,47 @@ template <class T, class Fn> void check_remquo(const char *what, const std::vect
         T want = round_to<T>(r);
         if (want == 0) want = std::signbit(x) ? T(-0.0) : T(0.0);
         long mag = (q < 0 ? -q : q) & 0x7fffffff;
-        int wq = int(q < 0 ? -mag : mag);
-        for (const auto &m : kModes) {
-            ModeGuard mg(m.fe);
-            for (const auto &v : vs) {
-                int got_q = 99;
-                auto [res, o] = observe([&] { return v.fn(x, y, &got_q); });
-                // the quotient's sign is that of x / y also when its low bits are 0
-                if (!same(res, want) || got_q != wq || o.flags != 0)
-                    fail_once("%s %s %s(%s, %s) = %s q %d, want %s q %d", what, v.name.c_str(), m.name, hex(x).c_str(),
-                              hex(y).c_str(), hex(res).c_str(), got_q, hex(want).c_str(), wq);
-            }
-        }
-    }
+        return Expect<std::tuple<T, int>>{{want, int(q < 0 ? -mag : mag)}};
+    });
 }
+template <class F> struct CallOf;
+template <class R, class... A> struct CallOf<std::function<R(A...)>> { using type = Call<R, A...>; };
+// Every tier and the named extras of a function with a pointer result, as calls returning both.
+template <class Fn, size_t N>
+auto with_out(const tsr::TierFn<Fn> (&tiers)[N], std::initializer_list<std::pair<const char *, Fn>> extra) {
+    std::vector<typename CallOf<decltype(out2(Fn()))>::type> c;
+    for (const auto &t : tiers) c.push_back({t.name, t.tier, out2(t.fn)});
+    for (const auto &[n, f] : extra) c.push_back({n, tsr::Tier::ex, out2(f)});
+    return c;
+}
+
 }  // namespace
 
 TEST(RemquoExact, Random) {
-    check_modf<double>("modf", vars(tsr_tiers_modf, {{"entry", ::modf}, {"bwr", __bwr_modf}}), 30000);
-    check_modf<float>("modff", vars(tsr_tiers_modff, {{"entry", ::modff}, {"bwr", __bwr_modff}}), 30000);
-    check_modf<long double>("modfl", one("modfl", ::modfl), 30000);
-    check_remquo<double>("remquo", vars(tsr_tiers_remquo, {{"entry", ::remquo}, {"bwr", __bwr_remquo}}), 40000);
-    check_remquo<float>("remquof", vars(tsr_tiers_remquof, {{"entry", ::remquof}, {"bwr", __bwr_remquof}}), 40000);
-    check_remquo<long double>("remquol", one("remquol", ::remquol), 40000);
-    EXPECT_EQ(failures, 0);
+    using D = double;
+    using F = float;
+    using L = long double;
+    EXPECT_EQ(check_modf<D>("modf", with_out(tsr_tiers_modf, {{"entry", ::modf}, {"bwr", __bwr_modf}}), 30000), 0);
+    EXPECT_EQ(check_modf<F>("modff", with_out(tsr_tiers_modff, {{"entry", ::modff}, {"bwr", __bwr_modff}}), 30000), 0);
+    EXPECT_EQ(check_modf<L>("modfl", {{"modfl", tsr::Tier::ex, out2(::modfl)}}, 30000), 0);
+    EXPECT_EQ(check_remquo<D>("remquo", with_out(tsr_tiers_remquo, {{"entry", ::remquo}, {"bwr", __bwr_remquo}}), 40000), 0);
+    EXPECT_EQ(check_remquo<F>("remquof", with_out(tsr_tiers_remquof, {{"entry", ::remquof}, {"bwr", __bwr_remquof}}), 40000), 0);
+    EXPECT_EQ(check_remquo<L>("remquol", {{"remquol", tsr::Tier::ex, out2(::remquol)}}, 40000), 0);
 }
 
 TEST(RemquoSpecial, Edges) {
+    using Q = std::tuple<double, int>;
+    const double kNaN = qnan<double>();
+    EXPECT_EQ(check_calls("remquo", with_out(tsr_tiers_remquo, {{"entry", ::remquo}, {"bwr", __bwr_remquo}}),
+                          std::vector<CallRow<Q, double, double>>{
+                              {{5.0, 3.0}, is(Q{-1.0, 2})},
+                              {{-7.0, 2.0}, is(Q{1.0, -4})},
+                              {{0x1p40 + 3, -1.0}, is(Q{0.0, -3})},  // low 31 bits of 2^40 + 3
+                          }), 0);
+    EXPECT_EQ(check_calls("remquo", with_out(tsr_tiers_remquo, {{"entry", ::remquo}}),
+                          std::vector<CallRow<Q, double, double>>{
+                              {{1.0, 0.0}, {Q{kNaN, 0}, ANY_FLAGS, EDOM, code::remquo_divisor_0}}}), 0);
     int q = 99;
-    EXPECT_EQ(::remquo(5.0, 3.0, &q), -1.0);
-    EXPECT_EQ(q, 2);
-    EXPECT_EQ(::remquo(-7.0, 2.0, &q), 1.0);
-    EXPECT_EQ(q, -4);
-    EXPECT_EQ(::remquo(0x1p40 + 3, -1.0, &q), 0.0);  // low 31 bits of 2^40 + 3
-    EXPECT_EQ(q, -3);
-    auto [r, o] = observe([&] { return ::remquo(1.0, 0.0, &q); });
-    EXPECT_TRUE(std::isnan(r));
-    EXPECT_EQ(q, 0);
-    EXPECT_EQ(o.code, code::remquo_divisor_0);
-    EXPECT_EQ(o.err, EDOM);
     auto [rf, of] = observe([&] { return ::remquof(1.0f, 0.0f, &q); });  // through the double form
     EXPECT_TRUE(std::isnan(rf));
     EXPECT_EQ(of.code, code::remquo_divisor_0);
@@ -529,16 +510,10 @@ TEST(RemquoSpecial, Edges) {
     EXPECT_EQ(ol.code, code::remquol_divisor_0);
     EXPECT_EQ(::remquol(-7.0L, 2.0L, &q), 1.0L);
     EXPECT_EQ(q, -4);
-    double ip = 0;
-    EXPECT_EQ(bits_of(::modf(-INFINITY, &ip)), 0x8000000000000000ull);
-    EXPECT_EQ(ip, -INFINITY);
-    EXPECT_TRUE(std::isnan(::modf(NAN, &ip)));
-    EXPECT_TRUE(std::isnan(ip));
-    {
-        ModeGuard down(FE_DOWNWARD);
-        EXPECT_EQ(bits_of(::modf(3.0, &ip)), 0u);
-        EXPECT_EQ(bits_of(__libm_modf_e7(3.0, &ip)), 0u);
-    }
+    using M = std::tuple<double, double>;
+    auto modfs = with_out(tsr_tiers_modf, {{"entry", ::modf}});
+    EXPECT_EQ(check_calls("modf", modfs, std::vector<CallRow<M, double>>{
+        {{-kInf}, is(M{-0.0, -kInf})}, {{kNaN}, is(M{kNaN, kNaN})}, {{3.0}, is(M{0.0, 3.0}), RD}}), 0);
 }
 
 // ---- the extended remainders -----------------------------------------------------------------

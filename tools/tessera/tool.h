@@ -59,5 +59,6 @@ bool parse_finite(const char *cmd, const std::string &opt, const std::string &te
 int cmd_info(int argc, char **argv);
 int cmd_eval(int argc, char **argv);
 int cmd_bench(int argc, char **argv);
+int cmd_bench_bwr(int argc, char **argv);
 
 }  // namespace tool

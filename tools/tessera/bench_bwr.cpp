@@ -1,21 +1,19 @@
-// Speed of each reproducible form against its dispatched function (the tier its slot selects
-// on this processor, called through its public entry), side by side in one process: time-
-// stamp-counter ticks per call, reciprocal throughput and latency.  Not part of any suite:
-//   test_bwr --gtest_also_run_disabled_tests --gtest_filter=BwrSpeed.DISABLED_Table
-// prints the markdown table of docs/performance/bwr.md.
-#include <gtest/gtest.h>
+// `tessera bench-bwr`: speed of each reproducible form against its dispatched function (the
+// tier its slot selects on this processor, called through its public entry) and its ex body,
+// side by side in one process: time-stamp-counter ticks per call, reciprocal throughput and
+// latency, as the markdown table of docs/performance/bwr.md.
 #include <x86intrin.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
 
-#include "harness/harness.h"
-#include "tsr_dispatch.inc"
-#include "tsr_functions.inc"
+#include "tool.h"
 
+namespace tool {
 namespace {
 
 using tsr_gen::Function;
@@ -111,21 +109,6 @@ Pair measure(F fb, G fp, H fe, const std::vector<T> &a, const std::vector<T> &b)
             {median(v[6]), median(v[7])}};
 }
 
-const Function *find(const std::string &name) {
-    for (const Function &f : tsr_gen::tsr_functions)
-        if (name == f.name) return &f;
-    return nullptr;
-}
-std::string selected_tier(const Function &f) {
-    for (const auto &d : tsr_dispatch_info) {
-        if (std::strcmp(d.name, f.name) != 0) continue;
-        void *held = __atomic_load_n(d.slot, __ATOMIC_ACQUIRE);
-        for (int r = 1; r <= 12; ++r)
-            if (d.table[r] == held) return d.rows[r - 1];
-    }
-    return f.bound ? "ex (bound)" : "-";
-}
-
 template <class T> void row(const Function &bwr, const Function &plain) {
     Range r = range_of(bwr.name, sizeof(T) == 4);
     auto a = inputs<T>(r.lo, r.hi, r.log, 1), b = inputs<T>(r.lo2, r.hi2, false, 2);
@@ -147,21 +130,24 @@ template <class T> void row(const Function &bwr, const Function &plain) {
                           [pe](T x, T) { return pe(x); }, a, b);
     }
     std::printf("| %s | %s | %.4g .. %.4g | %.2f | %.2f | %.2f | %.2f | %.2f | %.2f | %.2f | %.2f |\n", bwr.name,
-                selected_tier(plain).c_str(), r.lo, r.hi, m.bwr.thr, m.disp.thr, m.ratio.thr, m.bwr.lat,
+                (slot_tier(plain.name).empty() ? std::string(plain.bound ? "ex (bound)" : "-") : slot_tier(plain.name)).c_str(), r.lo, r.hi, m.bwr.thr, m.disp.thr, m.ratio.thr, m.bwr.lat,
                 m.disp.lat, m.ratio.lat, m.ex.thr, m.ex.lat);
 }
 
 }  // namespace
 
-TEST(BwrSpeed, DISABLED_Table) {
+int cmd_bench_bwr(int, char **) {
     std::printf("| reproducible form | dispatched tier | inputs | throughput bwr | throughput dispatched | ratio "
                 "| latency bwr | latency dispatched | ratio | throughput ex | latency ex |\n"
                 "|---|---|---|---:|---:|---:|---:|---:|---:|---:|---:|\n");
     for (const Function &f : tsr_gen::tsr_functions) {
         if (std::strncmp(f.name, "__bwr_", 6) != 0) continue;
-        const Function *p = find(f.name + 6);
+        const Function *p = find_function(f.name + 6);
         if (!p || (std::strcmp(f.shape, "R(R)") != 0 && std::strcmp(f.shape, "R(R,R)") != 0)) continue;
         if (f.prec == 'd') row<double>(f, *p);
         else if (f.prec == 'f') row<float>(f, *p);
     }
+    return 0;
 }
+
+}  // namespace tool
