@@ -76,6 +76,15 @@ inline float tinyf(float x) {
     return float(u + u * u);
 }
 
+// Single precision, |x| >= 86.6: a NaN quieted, +inf itself, -inf -1 exactly, a finite
+// negative x -1 + 2^-100 (inexact, the right neighbour in the directed modes).
+inline float beyondf(float x) {
+    uint32_t b = bits(x) & 0x7fffffff;
+    if (b > 0x7f800000u) return x + x;
+    if (b == 0x7f800000u) return (bits(x) >> 31) ? -1.0f : x;
+    return -1.0f + 0x1p-100f;
+}
+
 #if TSR_TIER_EX
 // The kernel: e^x - 1 for finite x with 2^-8 <= |x| and -38.82 <= x <= 709.78, no report.
 inline double expm1_mid(double x) {
@@ -284,9 +293,7 @@ inline float expm1f_ex(float x) {
     uint32_t b = bits(x) & 0x7fffffff;
     double u = x;
     if (b > 0x42ad496au) {
-        if (b > 0x7f800000u) return x * 1.0f;
-        if (bits(x) >> 31) return b == 0x7f800000u ? -1.0f : -1.0f + 0x1p-100f;
-        if (b == 0x7f800000u) return x;
+        if (b > 0x7f800000u || (bits(x) >> 31) || b == 0x7f800000u) return beyondf(x);
         if (b >= 0x42b17218u) return report(x, opaque(kMaxF) * kMaxF, code::expm1f_overflow);
     } else if (b <= 0x3dffffffu) {  // |x| < 1/8
         if (b <= 0x31ffffffu) return tinyf(x);
@@ -297,15 +304,8 @@ inline float expm1f_ex(float x) {
         double C = ((0x1.6c4459843cb2cp-10 * s + 0x1.5555527a9b288p-5) * s + 0x1.0000000016df6p-1) * s;
         return float((A * u + C) + u);
     }
-    // k = round(64 x/ln 2) by the float conversion of the shifted product, r = x - k ln2/64,
-    // 2^(j/64) from the centred table (j = -32 .. 31), 2^n exact.
-    float t = float(0x1.71547652b82fep+6 * u + 12582912.0);
-    float tf = t - 12582912.0f;
-    double r = double(tf) * -0x1.62e42fefa39efp-7 + u;
-    int k = int(bits(t)) - 0x4b400000;
-    int j = int(uint32_t(k) << 26) >> 26;
-    int n = (k - j) >> 6;
-    double T = centred64[j + 32];
+    // k = round(64 x/ln 2), r = x - k ln2/64, 2^(j/64) from the centred table, 2^n exact.
+    auto [r, T, n] = centred64_reduce(u, 0x1.71547652b82fep+6 * u, -0x1.62e42fefa39efp-7);
     double s2 = r * r;
     double p = (0x1.56420eb78fa85p-5 * s2 + 0x1.00000008d6118p-1) * s2 +
                (0x1.55550da752d4fp-3 * s2 + 0x1.fffffffffe7c6p-1) * r;
@@ -337,9 +337,7 @@ inline float expm1f_e7(float x) {
         return float((T - 1.0) + T * p);
     }
     if (b >= 0x42ad496bu) {
-        if (b > 0x7f800000u) return x + x;
-        if (bits(x) >> 31) return b == 0x7f800000u ? -1.0f : -1.0f + 0x1p-100f;
-        if (b == 0x7f800000u) return x;
+        if (b > 0x7f800000u || (bits(x) >> 31) || b == 0x7f800000u) return beyondf(x);
         if (b < 0x43000000u) {
             float y = float(f256_core(K * u, S, c1, c2));
             if (bits(y) == 0x7f800000u) return report(x, y, code::expm1f_overflow);

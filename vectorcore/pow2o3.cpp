@@ -32,12 +32,15 @@
 // and then every product is of short numbers.
 // Rare routine: NaN: x + 0; +inf: +inf; +-0: +0; x < 0: NaN, invalid, domain code; x from
 // 0x1.965fea53d6e3dp+682 on: x·x, overflow code; below 2^-717·1.14 (high word 0x13240000,
-// where x^(3/2) is below half the smallest subnormal): x·x, underflow code; below the core's range: the core on x·2^120, times 2^-180 (its products
-// stay normal), with the underflow code where x < 0x1.965fea53d6e3cp-682 (result below
-// 2^-1022); above it, up to the overflow threshold: the core on x/4, times 8.  pow3o2f: in double, x·sqrt(x) rounded to double then to float (below 0.5 + 2^-28
-// ulp); the flag is set unless 2^-68 <= x <= 2^84; the rare routine as the double's, with
-// the float thresholds 0x1.428a3p+85 (overflow), 2^-101 (x·x underflows) and 2^-84
-// (subnormal result, underflow code).
+// where x^(3/2) is below half the smallest subnormal): x·x, underflow code; below the
+// core's range: the core on x·2^120, times 2^-180 (its products stay normal), rounded once
+// on the subnormal grid with the underflow code where x < 0x1.965fea53d6e3cp-682 (result
+// below 2^-1022); above the core's range, up to the overflow threshold: the core on x/4,
+// times 8.
+// pow3o2f: in double, x·sqrt(x) rounded to double then to float (below 0.5 + 2^-28 ulp);
+// the flag is set unless 2^-68 <= x <= 2^84; the rare routine as the double's, with the
+// float thresholds 0x1.428a3p+85 (overflow), 2^-101 (x·x underflows) and 2^-84 (subnormal
+// result, underflow code).
 #include <emmintrin.h>
 
 #include "elementary/expm1_data.h"
@@ -49,6 +52,14 @@
 using namespace tsr;
 using namespace tsr::vc;
 using namespace tsr::em1;
+
+// The rare routines (defined by tier ex, shared by every tier).
+extern "C" {
+int __libm_dpow2o3_cout_rare(const double *px, double *result) noexcept TSR_HIDDEN;
+int __libm_spow2o3_cout_rare(const float *px, float *result) noexcept TSR_HIDDEN;
+int __libm_dpow3o2_cout_rare(const double *px, double *result) noexcept TSR_HIDDEN;
+int __libm_spow3o2_cout_rare(const float *px, float *result) noexcept TSR_HIDDEN;
+}
 
 namespace {
 
@@ -100,7 +111,6 @@ __attribute__((noinline, cold)) double p23_exact(double a, double r, uint32_t sa
 }  // namespace
 
 #if TSR_TIER_EX
-extern "C" int __libm_dpow2o3_cout_rare(const double *px, double *result) noexcept TSR_HIDDEN;
 extern "C" int __libm_dpow2o3_cout_rare(const double *px, double *result) noexcept {
     double x = *px;
     uint64_t ax = bits(x) & 0x7fffffffffffffffull;
@@ -113,7 +123,6 @@ extern "C" int __libm_dpow2o3_cout_rare(const double *px, double *result) noexce
     }
     return 0;
 }
-extern "C" int __libm_spow2o3_cout_rare(const float *px, float *result) noexcept TSR_HIDDEN;
 extern "C" int __libm_spow2o3_cout_rare(const float *px, float *result) noexcept {
     float x = *px;
     uint32_t ax = bits(x) & 0x7fffffffu;
@@ -121,9 +130,6 @@ extern "C" int __libm_spow2o3_cout_rare(const float *px, float *result) noexcept
     else *result = float(p23_core<false>(double(f32(ax)), ~0ull));
     return 0;
 }
-#else
-extern "C" int __libm_dpow2o3_cout_rare(const double *px, double *result) noexcept TSR_HIDDEN;
-extern "C" int __libm_spow2o3_cout_rare(const float *px, float *result) noexcept TSR_HIDDEN;
 #endif
 
 namespace {
@@ -238,19 +244,14 @@ inline int p32_rare(T x, T *result, int over, int under, int domain) {
 }  // namespace
 
 #if TSR_TIER_EX
-extern "C" int __libm_dpow3o2_cout_rare(const double *px, double *result) noexcept TSR_HIDDEN;
 extern "C" int __libm_dpow3o2_cout_rare(const double *px, double *result) noexcept {
     return p32_rare<double, false>(*px, result, code::pow3o2_overflow, code::pow3o2_underflow,
                                    code::pow3o2_domain);
 }
-extern "C" int __libm_spow3o2_cout_rare(const float *px, float *result) noexcept TSR_HIDDEN;
 extern "C" int __libm_spow3o2_cout_rare(const float *px, float *result) noexcept {
     return p32_rare<float, false>(*px, result, code::pow3o2f_overflow, code::pow3o2f_underflow,
                                   code::pow3o2f_domain);
 }
-#else
-extern "C" int __libm_dpow3o2_cout_rare(const double *px, double *result) noexcept TSR_HIDDEN;
-extern "C" int __libm_spow3o2_cout_rare(const float *px, float *result) noexcept TSR_HIDDEN;
 #endif
 
 namespace {

@@ -13,8 +13,8 @@
 //
 // Core: for a positive x and a finite y the power is pow's, and the core is pow's body of
 // the same tier (the reduction of log2 x on its tables in two words, y·log2 x split, the
-// exponential on the shared tables): below 0.55 ulp in round to nearest.  powrf computes in
-// double on pow's double body and rounds once more (below 0.5 + 2^-28 ulp).
+// exponential on the shared tables): below 0.55 ulp in round to nearest; powrf's core is powf's body
+// (double arithmetic inside, one rounding to float).
 //
 // Rare routines: the special values, in the order of the table below, and the finite
 // arguments the bound sent here (subnormal x, results near or beyond the format's range):
@@ -44,6 +44,12 @@
 
 using namespace tsr;
 using namespace tsr::vc;
+
+// The rare routines (defined by tier ex, shared by every tier).
+extern "C" {
+int __libm_dpowr_cout_rare(const double *px, const double *py, double *result) noexcept TSR_HIDDEN;
+int __libm_spowr_cout_rare(const float *px, const float *py, float *result) noexcept TSR_HIDDEN;
+}
 
 namespace {
 
@@ -105,14 +111,10 @@ inline bool specials(T x, T y, T *out, int *status, int domain) {
 }  // namespace
 
 #if TSR_TIER_EX
-extern "C" int __libm_dpowr_cout_rare(const double *px, const double *py, double *result) noexcept TSR_HIDDEN;
 extern "C" int __libm_dpowr_cout_rare(const double *px, const double *py, double *result) noexcept {
-    double x = *px, y = *py, out;
+    double x = *px, y = *py;
     int status;
-    if (specials(x, y, &out, &status, code::powr_domain)) {
-        *result = out;
-        return status;
-    }
+    if (specials(x, y, result, &status, code::powr_domain)) return status;
     // e^(y ln x): ln x in two words, z = y ln x in two words (|z| < 2^12 here: y·ln x beyond
     // 746 in magnitude is decided by its head alone).
     // The logarithm kernel's shifters need round-to-nearest: the caller's mode comes back
@@ -144,14 +146,10 @@ extern "C" int __libm_dpowr_cout_rare(const double *px, const double *py, double
     return 0;
 }
 
-extern "C" int __libm_spowr_cout_rare(const float *px, const float *py, float *result) noexcept TSR_HIDDEN;
 extern "C" int __libm_spowr_cout_rare(const float *px, const float *py, float *result) noexcept {
-    float x = *px, y = *py, out;
+    float x = *px, y = *py;
     int status;
-    if (specials(x, y, &out, &status, code::powrf_domain)) {
-        *result = out;
-        return status;
-    }
+    if (specials(x, y, result, &status, code::powrf_domain)) return status;
     double l[2], z;
     {
         RnGuard g;
@@ -173,19 +171,23 @@ extern "C" int __libm_spowr_cout_rare(const float *px, const float *py, float *r
     else *result = f;
     return 0;
 }
-#else
-extern "C" int __libm_dpowr_cout_rare(const double *px, const double *py, double *result) noexcept TSR_HIDDEN;
-extern "C" int __libm_spowr_cout_rare(const float *px, const float *py, float *result) noexcept TSR_HIDDEN;
 #endif
 
 namespace {
 
-// pow's body of this tier on positive arguments.
+// pow's and powf's bodies of this tier on positive arguments.
 inline double pow_core(double x, double y) {
 #if TSR_TIER_EX
     return __libm_pow_ex_local(x, y);
 #else
     return __libm_pow_l9_local(x, y);
+#endif
+}
+inline float powf_core(float x, float y) {
+#if TSR_TIER_EX
+    return __libm_powf_ex_local(x, y);
+#else
+    return __libm_powf_l9_local(x, y);
 #endif
 }
 
@@ -201,11 +203,12 @@ inline double powr_d(double x, double y) {
 
 inline float powr_f(float x, float y) {
     uint32_t ux = bits(x), ay = bits(y) & 0x7fffffffu;
-    uint32_t flag = uint32_t(ux - 0x00800000u >= 0x7f800000u - 0x00800000u) | uint32_t(ay >= 0x7f800000u);
+    // y = 0 goes to the rare routine too: powf's l9 body raises inexact for x^0.
+    uint32_t flag = uint32_t(ux - 0x00800000u >= 0x7f800000u - 0x00800000u) | uint32_t(ay - 1u >= 0x7f800000u - 1u);
     flag |= uint32_t(log_bound(int(ux >> 23) - 127, round_up8(ay)) > 125.0);
     uint32_t m = mask32_of(flag);
-    double r = pow_core(double(select(m, 1.0f, x)), double(select(m, 1.0f, y)));
-    return finish(flag, x, y, float(r), __libm_spowr_cout_rare);
+    float r = powf_core(select(m, 1.0f, x), select(m, 1.0f, y));
+    return finish(flag, x, y, r, __libm_spowr_cout_rare);
 }
 
 }  // namespace
