@@ -176,20 +176,11 @@ extern "C" int __libm_spowr_cout_rare(const float *px, const float *py, float *r
 namespace {
 
 // pow's and powf's bodies of this tier on positive arguments.
-inline double pow_core(double x, double y) {
 #if TSR_TIER_EX
-    return __libm_pow_ex_local(x, y);
+#define TSR_POWR_CORE(f) __libm_##f##_ex_local
 #else
-    return __libm_pow_l9_local(x, y);
+#define TSR_POWR_CORE(f) __libm_##f##_l9_local
 #endif
-}
-inline float powf_core(float x, float y) {
-#if TSR_TIER_EX
-    return __libm_powf_ex_local(x, y);
-#else
-    return __libm_powf_l9_local(x, y);
-#endif
-}
 
 inline double powr_d(double x, double y) {
     uint32_t hx = hi(x);
@@ -197,7 +188,7 @@ inline double powr_d(double x, double y) {
     uint32_t flag = outside(hx, kShift, kLimit) | uint32_t(ay >= 0x7ff0000000000000ull);
     flag |= uint32_t(log_bound(int(hx >> 20) - 1023, round_up8(ay)) > 1022.0);
     uint64_t m = mask_of(flag);
-    double r = pow_core(select(m, 1.0, x), select(m, 1.0, y));
+    double r = TSR_POWR_CORE(pow)(select(m, 1.0, x), select(m, 1.0, y));
     return finish(flag, x, y, r, __libm_dpowr_cout_rare);
 }
 
@@ -207,7 +198,7 @@ inline float powr_f(float x, float y) {
     uint32_t flag = uint32_t(ux - 0x00800000u >= 0x7f800000u - 0x00800000u) | uint32_t(ay - 1u >= 0x7f800000u - 1u);
     flag |= uint32_t(log_bound(int(ux >> 23) - 127, round_up8(ay)) > 125.0);
     uint32_t m = mask32_of(flag);
-    float r = powf_core(select(m, 1.0f, x), select(m, 1.0f, y));
+    float r = TSR_POWR_CORE(powf)(select(m, 1.0f, x), select(m, 1.0f, y));
     return finish(flag, x, y, r, __libm_spowr_cout_rare);
 }
 

@@ -31,14 +31,6 @@ def d(x):
     return g.hexfloat(x, g.BINARY64)
 
 
-def word(b):
-    return g.from_bits(b, g.BINARY64)
-
-
-def bits(x):
-    return g.to_bits(x, g.BINARY64)
-
-
 def mant_cut(v, frac_bits):
     """The 52-bit mantissa field of v in [1, 2), cut to frac_bits fraction bits."""
     f = int(mp.floor((v - 1) * 2 ** frac_bits))
@@ -53,7 +45,7 @@ def split64():
         head = 1 + mpf(M) / 2 ** 52
         rows.append((g.to_format(v - head, g.BINARY64), M))
     t1, M1 = rows[1]
-    assert (bits(t1), M1) == (0x3E1DE0183B9BDF2B, 0x00002C9A3E000000), "exp_split64 row 1"
+    assert (g.to_bits(t1, g.BINARY64), M1) == (0x3E1DE0183B9BDF2B, 0x00002C9A3E000000), "exp_split64 row 1"
     return rows
 
 
@@ -65,7 +57,7 @@ def xor16():
         head = 1 + mpf(M) / 2 ** 52
         rows.append((M ^ (j << 48), g.to_format(v / head - 1, g.BINARY64)))
     W1, t1 = rows[1]
-    assert (W1, bits(t1)) == (0x0001B5586C000000, 0x3E2DDE96D061D086), "exp_xor16 row 1"
+    assert (W1, g.to_bits(t1, g.BINARY64)) == (0x0001B5586C000000, 0x3E2DDE96D061D086), "exp_xor16 row 1"
     return rows
 
 
