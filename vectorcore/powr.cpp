@@ -57,9 +57,14 @@ constexpr bool kFma = !TSR_TIER_EX;
 constexpr uint32_t kLowWord = 0x00100000u, kHighWord = 0x7fefffffu;  // positive normal x
 constexpr uint32_t kShift = range_shift(kLowWord), kLimit = range_limit(kLowWord, kHighWord);
 
-// The exact bound of |y log2 x| (see above) from e, the unbiased exponent of x, and yr, |y|
-// rounded up to 8 significant bits.
-inline double log_bound(int e, double yr) { return yr * double((e < 0 ? -e : e) + 1); }
+// log2 x to within 1/8 from the high word of a positive double: the exponent plus the 20
+// mantissa bits of the word as a fraction (log2(1 + f) - f lies in [0, 0.0861]); exact.
+inline double log2_word(uint32_t hx) {
+    return double(int(hx >> 20) - 1023) + double(hx & 0xfffffu) * 0x1p-20;
+}
+// The exact bound of |y log2 x| (see above): yr, |y| rounded up to 8 significant bits, times
+// |log2_word| + 1/8 (at most 31 bits): a product exact and far from overflow.
+inline double log_bound(double lx, double yr) { return yr * (__builtin_fabs(lx) + 0.125); }
 // |y| clamped at 2^20 and rounded up to 8 significant bits, on the bits alone.
 inline double round_up8(uint64_t ay) {
     ay = ay < 0x4130000000000000ull ? ay : 0x4130000000000000ull;
@@ -68,6 +73,22 @@ inline double round_up8(uint64_t ay) {
 inline double round_up8(uint32_t ay) {
     ay = ay < 0x49800000u ? ay : 0x49800000u;
     return double(f32((ay | 0x7fffu) + 1));
+}
+// log2 x to within 1/8 from the bits of a positive float, exact as log2_word.
+inline double log2_bits(uint32_t ux) {
+    return double(int((ux >> 23) & 0xff) - 127) + double(ux & 0x7fffffu) * 0x1p-23;
+}
+// The same rounded down (a lower bound of |y|, which may be 0).
+inline double round_down8(uint64_t ay) { return f64(ay & ~0x00000fffffffffffull); }
+// Where the bound from below already puts |y log2 x| beyond `limit` (the format's range and
+// its subnormals): +1 for a certain overflow, -1 for a certain underflow, 0 otherwise.
+inline int certain_range(double x, double y, double limit) {
+    uint64_t ay = bits(y) & 0x7fffffffffffffffull;
+    if (ay > 0x4330000000000000ull) ay = 0x4330000000000000ull;  // 2^52: enough for any limit
+    double lx = log2_word(hi(x));
+    double low = round_down8(ay) * (__builtin_fabs(lx) - 0.125);
+    if (!(low > limit)) return 0;
+    return (lx > 0) == !(bits(y) >> 63) ? 1 : -1;
 }
 
 // The special values of the table above; true when *out holds the result and *status the
@@ -115,6 +136,11 @@ extern "C" int __libm_dpowr_cout_rare(const double *px, const double *py, double
     double x = *px, y = *py;
     int status;
     if (specials(x, y, result, &status, code::powr_domain)) return status;
+    if (int c = certain_range(x, y, 1076.0)) {  // beyond the subnormals: no logarithm needed
+        *result = c > 0 ? powk::overflow<code::powr_overflow>(x, y, false)
+                        : powk::underflow<code::powr_underflow>(x, y, false);
+        return 0;
+    }
     // e^(y ln x): ln x in two words, z = y ln x in two words (|z| < 2^12 here: y·ln x beyond
     // 746 in magnitude is decided by its head alone).
     // The logarithm kernel's shifters need round-to-nearest: the caller's mode comes back
@@ -150,6 +176,11 @@ extern "C" int __libm_spowr_cout_rare(const float *px, const float *py, float *r
     float x = *px, y = *py;
     int status;
     if (specials(x, y, result, &status, code::powrf_domain)) return status;
+    if (int c = certain_range(double(x), double(y), 151.0)) {
+        *result = c > 0 ? report(x, y, opaque(0x1p127f) * 0x1p127f, code::powrf_overflow)
+                        : report(x, y, opaque(0x1p-126f) * 0x1p-126f, code::powrf_underflow);
+        return 0;
+    }
     double l[2], z;
     {
         RnGuard g;
@@ -186,7 +217,7 @@ inline double powr_d(double x, double y) {
     uint32_t hx = hi(x);
     uint64_t ay = bits(y) & 0x7fffffffffffffffull;
     uint32_t flag = outside(hx, kShift, kLimit) | uint32_t(ay >= 0x7ff0000000000000ull);
-    flag |= uint32_t(log_bound(int(hx >> 20) - 1023, round_up8(ay)) > 1022.0);
+    flag |= uint32_t(log_bound(log2_word(hx), round_up8(ay)) > 1022.0);
     uint64_t m = mask_of(flag);
     double r = TSR_POWR_CORE(pow)(select(m, 1.0, x), select(m, 1.0, y));
     return finish(flag, x, y, r, __libm_dpowr_cout_rare);
@@ -196,7 +227,7 @@ inline float powr_f(float x, float y) {
     uint32_t ux = bits(x), ay = bits(y) & 0x7fffffffu;
     // y = 0 goes to the rare routine too: powf's l9 body raises inexact for x^0.
     uint32_t flag = uint32_t(ux - 0x00800000u >= 0x7f800000u - 0x00800000u) | uint32_t(ay - 1u >= 0x7f800000u - 1u);
-    flag |= uint32_t(log_bound(int(ux >> 23) - 127, round_up8(ay)) > 125.0);
+    flag |= uint32_t(log_bound(log2_bits(ux), round_up8(ay)) > 125.0);
     uint32_t m = mask32_of(flag);
     float r = TSR_POWR_CORE(powf)(select(m, 1.0f, x), select(m, 1.0f, y));
     return finish(flag, x, y, r, __libm_spowr_cout_rare);
