@@ -152,17 +152,21 @@ extern "C" int __libm_dpowr_cout_rare(const double *px, const double *py, double
         RnGuard g;
         __libm_log_k64(opaque(x), 0.0, l);  // head and a tail up to 2^-20 of it: summed first
         dd::DD ln = dd::two_sum(l[0], l[1]);
-        z = dd::two_prod<false>(y, ln.h);
-        zl = g.finish(z.l + y * ln.l);
+        // Beyond the range decided on the plain product, before Dekker's product (whose
+        // split would overflow for |y| near the largest doubles).
+        double zh = g.finish(y * ln.h);
+        if (zh > 0x1.7p+9) {  // > 736: e^z > 2^1061
+            *result = powk::overflow<code::powr_overflow>(x, y, false);
+            return 0;
+        }
+        if (zh < -0x1.76p+9) {  // < -748: e^z < 2^-1079
+            *result = powk::underflow<code::powr_underflow>(x, y, false);
+            return 0;
+        }
+        RnGuard g2;
+        z = dd::two_prod<false>(opaque(y), ln.h);
+        zl = g2.finish(z.l + y * ln.l);
         z.h = opaque(z.h);
-    }
-    if (z.h > 0x1.7p+9) {  // > 736: e^z > 2^1061
-        *result = powk::overflow<code::powr_overflow>(x, y, false);
-        return 0;
-    }
-    if (z.h < -0x1.76p+9) {  // < -748: e^z < 2^-1079
-        *result = powk::underflow<code::powr_underflow>(x, y, false);
-        return 0;
     }
     int n;
     double o[2];
