@@ -86,13 +86,7 @@ inline float exp10f_ex(float x) {
     RnGuardInexact g;
     x = opaque(x);
     double u = x;
-    float t = float(opaque(0x1.a934f0979a371p+7 * u + 0x1.8p+23));
-    float tf = opaque(t) + -12582912.0f;
-    double r = double(tf) * -0x1.34413509f79ffp-8 + u;
-    int k = int(bits(t)) - 0x4b400000;
-    int j = int(uint32_t(k) << 26) >> 26;
-    int n = (k - j) >> 6;
-    double T = centred64[j + 32];
+    auto [r, T, n] = centred64_reduce(u, 0x1.a934f0979a371p+7 * u, -0x1.34413509f79ffp-8);
     // approximation of 10^r on [-0x1.345p-9, 0x1.345p-9], degree 4, max relative error
     // 2^-40.04 (measured by tools/gen/approximations.py)
     double s2 = r * r;

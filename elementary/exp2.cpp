@@ -113,13 +113,7 @@ inline float exp2f_ex_core(float x) {
     RnGuard g;
     x = opaque(x);
     double u = x;
-    float t = float(opaque(64.0 * u + 0x1.8p+23));
-    float tf = opaque(t) + -12582912.0f;
-    double r = double(tf) * -0x1p-6 + u;
-    int k = int(bits(t)) - 0x4b400000;
-    int j = int(uint32_t(k) << 26) >> 26;
-    int n = (k - j) >> 6;
-    double T = centred64[j + 32];
+    auto [r, T, n] = centred64_reduce(u, 64.0 * u, -0x1p-6);
     // approximation of 2^r on [-0x1p-7, 0x1p-7], degree 4, max relative error 2^-40.04
     // (measured by tools/gen/approximations.py)
     double s2 = r * r;

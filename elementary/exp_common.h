@@ -132,6 +132,22 @@ inline float f256_float(float x, Arg arg, double S, double c1, double c2, uint32
     return f256_result(x, v, b, safe, overflow_code, underflow_code);
 }
 
+// The centred N = 64 reduction of the single-precision schemes in double: k = round(v) for
+// v = 64·x·log2(b) by a float shifter (the float conversion of v + 1.5·2^23), r = x + k·c
+// (c = -log_b(2)/64, exact enough at float accuracy), 2^(j/64) for the centred low bits
+// j = -32 .. 31 of k from the centred table, and n = (k - j)/64.
+struct Centred64 {
+    double r, T;
+    int n;
+};
+inline Centred64 centred64_reduce(double u, double v, double c) {
+    float t = float(opaque(v + 0x1.8p+23));
+    float tf = opaque(t) + -12582912.0f;
+    int k = int(bits(t)) - 0x4b400000;
+    int j = int(uint32_t(k) << 26) >> 26;
+    return {double(tf) * c + u, centred64[j + 32], (k - j) >> 6};
+}
+
 // The N = 64 reduction of b^x (e^x, 10^x): k = x·K rounded by the shifter (K = 64 log2 b),
 // r = x - k (L1 + L2) with L1 + L2 = ln 2/(64 ln b) (L1 short, so k·L1 is exact), the row
 // of 2^((k & 63)/64) and n = k >> 6.

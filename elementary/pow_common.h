@@ -192,14 +192,17 @@ inline double pow_entry(double x, double y) {
 }
 
 // Overflow and underflow decided before any evaluation: the product of two huge or two
-// tiny numbers makes the flags and, in every rounding mode, the right result.
+// tiny numbers makes the flags and, in every rounding mode, the right result.  The codes are
+// pow's unless a sibling (powr) names its own.
+template <int Over = code::pow_overflow>
 inline double overflow(double x, double y, bool neg) {
     double r = opaque(neg ? -0x1.fffffffffffffp1023 : 0x1.fffffffffffffp1023) * opaque(0x1.fffffffffffffp1023);
-    return report(x, y, r, code::pow_overflow);
+    return report(x, y, r, Over);
 }
+template <int Under = code::pow_underflow>
 inline double underflow(double x, double y, bool neg) {
     double r = opaque(neg ? -0x1p-1022 : 0x1p-1022) * opaque(0x1p-1022);
-    return report(x, y, r, code::pow_underflow);
+    return report(x, y, r, Under);
 }
 
 // (T + Y) * 2^e, rounded once in the caller's mode.  T and Y carry the result's sign and
@@ -207,18 +210,19 @@ inline double underflow(double x, double y, bool neg) {
 // is exact.  Below it the sum is moved to the binade [1, 2) of a unit offset, where the
 // grid of doubles is the grid of subnormals scaled by 2^1022: the one rounding happens in
 // that addition, and taking the offset away and scaling are exact.
+template <int Over = code::pow_overflow, int Under = code::pow_underflow>
 inline double scale(double T, double Y, int e, double x, double y) {
     if (e >= -1022) {
         double v = T + Y;
         double av = __builtin_fabs(v);
         if (e >= 1023) {
             if (e > 1024 || (e == 1024 && av >= 1.0) || (e == 1023 && av >= 2.0))
-                return overflow(x, y, v < 0);
+                return overflow<Over>(x, y, v < 0);
             return v * 0x1p1000 * f64(uint64_t(e - 1000 + 1023) << 52);
         }
         if (e > -1022 || av >= 1.0) return v * f64(uint64_t(e + 1023) << 52);
     }
-    if (e < -1022 - 60) return underflow(x, y, T < 0);
+    if (e < -1022 - 60) return underflow<Under>(x, y, T < 0);
     double sc = f64(uint64_t(e + 1022 + 1023) << 52);
     double a = T * sc, b = Y * sc;
     double one = T < 0 ? -1.0 : 1.0;
@@ -231,7 +235,7 @@ inline double scale(double T, double Y, int e, double x, double y) {
     double r = res * 0x1p-1022;
     if (__builtin_fabs(res) < 1.0) {
         raise_underflow();
-        return report(x, y, r, code::pow_underflow);
+        return report(x, y, r, Under);
     }
     return r;
 }

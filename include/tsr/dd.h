@@ -14,6 +14,9 @@
 #pragma once
 
 namespace tsr::dd {
+// Internal linkage: compiled once per tier with each tier's instruction set, a copy left out
+// of line must not become one the linker could take from another tier's object.
+namespace {
 
 struct DD {
     double h, l;
@@ -134,4 +137,5 @@ inline DD div(DD a, DD b) {
     return fast_two_sum(q, e);
 }
 
+}  // namespace
 }  // namespace tsr::dd

@@ -100,6 +100,7 @@ constexpr Range kRanges[] = {
     {"y0", 0.1, 100, false, 0, 0, false},         {"y1", 0.1, 100, false, 0, 0, false},
     {"j0", -100, 100, false, 0, 0, false},        {"j1", -100, 100, false, 0, 0, false},
     {"scalbln", -10, 10, false, -100, 100, false}, {"powr", 1e-3, 100, false, -50, 50, false},
+    {"pow2o3", -1e10, 1e10, false, 0, 0, false},  {"pow3o2", 1e-10, 1e10, true, 0, 0, false},
     {"exp2m1", -1000, 1000, false, 0, 0, false},  {"exp2m1f", -125, 127, false, 0, 0, false},
     // Rates from 10^-6 to 1 over 1 to 1000 periods.
     {"annuity", 1e-6, 1, true, 1, 1000, false},  {"compound", 1e-6, 1, true, 1, 1000, false},
@@ -134,6 +135,35 @@ template <class T> __attribute__((noinline)) T result_over_pi(T x) {
 }
 template <class T> __attribute__((noinline)) T result2_over_pi(T y, T x) {
     return reinterpret_cast<T (*)(T, T)>(counter_fn)(y, x) * T(0x1.45f306dc9c883p-2) /* 1/pi */;
+}
+// The restricted powers against what a program without them writes: powr against pow,
+// pow2o3 against cbrt(x*x) through the libm pointer, pow3o2 against x*sqrt(x) with the
+// square root instruction inline (as a compiler emits it).
+template <class T> __attribute__((noinline)) T cbrt_of_square(T x) {
+    return reinterpret_cast<T (*)(T)>(counter_fn)(x * x);
+}
+template <class T> __attribute__((noinline)) T times_sqrt(T x) {
+    if constexpr (sizeof(T) == 8) return x * _mm_cvtsd_f64(_mm_sqrt_sd(_mm_set_sd(x), _mm_set_sd(x)));
+    else return x * _mm_cvtss_f32(_mm_sqrt_ss(_mm_set_ss(x)));
+}
+AnyFn power_side(void *libm, const tsr_gen::Function &f, std::string *what) {
+    std::string n = f.name;
+    bool flt = f.prec == 'f';
+    if (n == "powr" || n == "powrf") {
+        if (what) *what = flt ? "powf" : "pow";
+        return reinterpret_cast<AnyFn>(dlsym(libm, flt ? "powf" : "pow"));
+    }
+    if (n == "pow2o3" || n == "pow2o3f") {
+        counter_fn = dlsym(libm, flt ? "cbrtf" : "cbrt");
+        if (!counter_fn) return nullptr;
+        if (what) *what = flt ? "cbrtf(x*x)" : "cbrt(x*x)";
+        return flt ? reinterpret_cast<AnyFn>(&cbrt_of_square<float>) : reinterpret_cast<AnyFn>(&cbrt_of_square<double>);
+    }
+    if (n == "pow3o2" || n == "pow3o2f") {
+        if (what) *what = flt ? "x*sqrtf(x)" : "x*sqrt(x)";
+        return flt ? reinterpret_cast<AnyFn>(&times_sqrt<float>) : reinterpret_cast<AnyFn>(&times_sqrt<double>);
+    }
+    return nullptr;
 }
 // The financial functions, which the system libm lacks, against the expressions a program
 // without them would write, through the libm: pow(1 + r, n) and -expm1(-n log1p(r))/r.
@@ -170,6 +200,7 @@ static const char *libm_name(const char *name) {
 // The libm side of f: its own name, or the wrapper around its counterpart (null: neither).
 AnyFn libm_side(void *libm, const tsr_gen::Function &f, std::string *what = nullptr) {
     if (void *p = dlsym(libm, libm_name(f.name))) return reinterpret_cast<AnyFn>(p);
+    if (AnyFn w = power_side(libm, f, what)) return w;
     if (AnyFn naive = naive_side(libm, f.name, what)) return naive;
     const Counterpart *c = counterpart_of(f.name);
     if (!c || !dlsym(libm, c->libm)) return nullptr;
