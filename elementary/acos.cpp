@@ -80,8 +80,8 @@ inline double arc(double x) {
             q = __builtin_sqrt(w);
             j = row_of(q * 64.0);
             t = q - double(j) * 0x1p-6;  // exact
-            double pe, p = two_prod<false>(q, q, pe);
-            e = ((w - p) - pe) / q;  // w - p exact: p is within an ulp of w
+            DD p = two_prod(q, q);
+            e = ((w - p.h) - p.l) / q;  // w - p exact: p is within an ulp of w
         }
         // acos: x > 0 gives 2 asin(s), x < 0 pi - 2 asin(s); asin: pi/2 - 2 asin(s), signed.
         bool neg_m = Acos ? sign != 0 : true;
@@ -96,9 +96,9 @@ inline double arc(double x) {
             head = __builtin_fma(m, g.hi, Kh);
             rest2 = __builtin_fma(m, g.hi, -(head - Kh));  // head - Kh exact (Sterbenz)
         } else {
-            double pl, ph = two_prod<false>(m, g.hi, pl);
-            head = Kh + ph;
-            rest2 = ((Kh - head) + ph) + pl;  // |Kh| >= |ph| or Kh = 0
+            DD p = two_prod(m, g.hi);
+            head = Kh + p.h;
+            rest2 = ((Kh - head) + p.h) + p.l;  // |Kh| >= |ph| or Kh = 0
         }
         double rest = mul_add<Fma>(e, g.hi, Kl) + m * g.lo;
         double r = head + (mul_add<Fma>(G, t * m, rest) + rest2);
@@ -125,15 +125,15 @@ inline double arc(double x) {
                 head = __builtin_fma(-x, g.hi, kPio2Hi);
                 e = __builtin_fma(x, g.hi, -(kPio2Hi - head));  // pi/2 hi - head exact
             } else {
-                double pl, ph = two_prod<false>(x, g.hi, pl);
-                head = kPio2Hi - ph;
-                e = (ph - (kPio2Hi - head)) + pl;
+                DD p = two_prod(x, g.hi);
+                head = kPio2Hi - p.h;
+                e = (p.h - (kPio2Hi - head)) + p.l;
             }
             double rest = mul_add<Fma>(-x, g.lo, kPio2Lo);
             return head + mul_add<Fma>(-tx, G, rest - e);
         } else {
-            double e, head = two_prod<Fma>(x, g.hi, e);
-            return head + mul_add<Fma>(tx, G, mul_add<Fma>(x, g.lo, e));
+            DD p = two_prod<Fma>(x, g.hi);
+            return p.h + mul_add<Fma>(tx, G, mul_add<Fma>(x, g.lo, p.l));
         }
     }
     if (H >= 0x3e500000u) {
