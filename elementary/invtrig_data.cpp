@@ -795,6 +795,11 @@ const double asin_small[2] = {0x1.55555555450f9p-3, 0x1.3333cd7c9f23ap-4};
 const double asinf_poly_a[4] = {0x1.333334fa3bc7bp-4, 0x1.f20d05290ac8cp-6, 0x1.3d64db5dc5888p-6, 0x1.e3be5a6220783p-6};
 const double asinf_poly_b[4] = {0x1.55555554dfea4p-3, 0x1.6db5b9e7be0ccp-5, 0x1.6a6f2ecc3fecbp-6, 0x1.58206a9336e0bp-8};
 
+// asinf, acosf tier l9: asin(t) = t Q(t^2), Q(v) = (c1 + c3 v + c5 v^2 + c7 v^3) +
+// v^4 (c9 + c11 v + c13 v^2 + c15 v^3); interval [2^-30, 0.5], degree 15, max relative error
+// 2^-35.95 (tools/gen/invtrig_tables.py).
+const double asinf_q[8] = {0x1.ffffffffdecd3p-1, 0x1.55555658c07bfp-3, 0x1.33328d4d97d2ep-4, 0x1.6ddf13d1035c5p-5, 0x1.ed07de3445470p-6, 0x1.94dfc1c552bdap-6, 0x1.d96b51b611ac5p-8, 0x1.1e52c7ff0c2b4p-5};
+
 // atanf, atan2f (double arithmetic on the grids above): atan(z) = z + z^3 (Q0 + Q1 z^2);
 // approximation of atan on [0x1p-30, 0x1p-5], degree 5, max relative error 2^-37.51 (measured by tools/gen/invtrig_tables.py)
 const double atanf_poly[2] = {-0x1.555551663ace6p-2, 0x1.9933d9a5794dbp-3};

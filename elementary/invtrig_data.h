@@ -23,6 +23,7 @@ extern const double atan32_tiny;
 extern const double asin_small[2];
 extern const double asinf_poly_a[4];
 extern const double asinf_poly_b[4];
+extern const double asinf_q[8];
 extern const double atanf_poly[2];
 extern const double k64_third[2];
 extern const double k64_poly[6];

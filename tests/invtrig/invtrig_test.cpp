@@ -153,11 +153,13 @@ template <class T> void arc_regions(Sweep<T> &s) {
                  {20000, {T(d ? 0x1p-40 : 0x1p-30), T(0.75), Dist::log_uniform, true}},
                  {8000, {T(0x1.f8p-10), T(0x1.04p-9), Dist::uniform}},
                  {8000, {T(0.69), T(0.73), Dist::uniform}},
-                 {4000, {T(0.49), T(0.51), Dist::uniform}},
-                 // tier ex's regime ends: 0.0625, 0.865, 0.9921875 and 0.99609375
-                 {4000, {T(0.06), T(0.065), Dist::uniform}},
-                 {6000, {T(0.86), T(0.87), Dist::uniform}},
-                 {6000, {T(0.99), T(0.998), Dist::uniform}}};
+                 {4000, {T(0.49), T(0.51), Dist::uniform}}};
+    if constexpr (d) {
+        // tier ex's regime ends: 0.0625, 0.865, 0.9921875 and 0.99609375
+        s.regions.push_back({4000, {0.06, 0.065, Dist::uniform}});
+        s.regions.push_back({6000, {0.86, 0.87, Dist::uniform}});
+        s.regions.push_back({6000, {0.99, 0.998, Dist::uniform}});
+    }
     s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
         auto e = log_uniform<T>(T(d ? 0x1p-53 : 0x1p-24), T(0.3), n, seed, true);
         for (T v : e) out.push_back(v < 0 ? T(-1) - v : T(1) - v);

@@ -222,6 +222,18 @@ def main():
             "// (tools/gen/%s)." % SCRIPT,
             "const double asinf_poly_a[4] = {%s, %s, %s, %s};" % tuple(d(v) for v in Aw),
             "const double asinf_poly_b[4] = {%s, %s, %s, %s};" % tuple(d(v) for v in Bw), ""]
+    # asinf, acosf tier l9: asin(t) = t Q(t^2), Q of degree 7 with fixed words for the whole of
+    # |t| <= 1/2, the lanes c1 + c3 v + c5 v^2 + c7 v^3 and c9 + c11 v + c13 v^2 + c15 v^3.
+    Qw = [word(w) for w in (0x3FEFFFFFFFFDECD3, 0x3FC55555658C07BF, 0x3FB33328D4D97D2E, 0x3FA6DDF13D1035C5,
+                            0x3F9ED07DE3445470, 0x3F994DFC1C552BDA, 0x3F7D96B51B611AC5, 0x3FA1E52C7FF0C2B4)]
+    qc = [0]
+    for k in Qw:
+        qc += [k, 0]
+    q_err = g.measure(qc, lambda t: mp.asin(t), mpf(2) ** -30, mpf(1) / 2)
+    out += ["// asinf, acosf tier l9: asin(t) = t Q(t^2), Q(v) = (c1 + c3 v + c5 v^2 + c7 v^3) +",
+            "// v^4 (c9 + c11 v + c13 v^2 + c15 v^3); interval [2^-30, 0.5], degree 15, max relative error",
+            "// 2^%.2f (tools/gen/%s)." % (float(mp.log(q_err[0], 2)), SCRIPT),
+            "const double asinf_q[8] = {%s};" % ", ".join(d(v) for v in Qw), ""]
     # atanf, atan2f in double: atan(z) = z + z^3 (Q0 + Q1 z^2), |z| <= 2^-5 (the grid and below it).
     q = g.remez(lambda z: mp.atan(z), mpf(2) ** -30, mpf(2) ** -5, 5, relative=True,
                 fixed={1: 1}, parity="odd")
