@@ -176,10 +176,11 @@ inline double arc_ex(double x) {
 #endif
 
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
+// G(t) by Estrin's scheme: three fused steps after t^2, on the latency path of both regimes.
 inline double arc_G(const double *G, double t) {
     double t2 = t * t, t4 = t2 * t2;
-    double a = __builtin_fma(__builtin_fma(G[1], t, G[0]), 1.0, t2 * __builtin_fma(G[3], t, G[2]));
-    double b = __builtin_fma(G[5], t, G[4]) + t2 * __builtin_fma(G[7], t, G[6]);
+    double a = __builtin_fma(t2, __builtin_fma(G[3], t, G[2]), __builtin_fma(G[1], t, G[0]));
+    double b = __builtin_fma(t2, __builtin_fma(G[7], t, G[6]), __builtin_fma(G[5], t, G[4]));
     return __builtin_fma(t4, b, a);
 }
 
@@ -209,14 +210,17 @@ inline double arc(double x) {
         double w = __builtin_fma(-0.5, ax, 0.5);  // exact: 0.5 ax is, and the difference by Sterbenz
         int j;
         double t;
-        double y = rsqrt_est(w);
+        // The estimate stays in single precision up to the row: w_f y_f + 2^17 rounds w_f y_f to
+        // a multiple of 2^-6 (the float's unit at 2^17), j = round(64 sqrt w) in its low bits,
+        // before the root is ready and without a widening on the way to the table.
+        __m128 wf = _mm_set_ss(float(w));
+        __m128 yf = _mm_rsqrt_ss(wf);
+        double y = double(_mm_cvtss_f32(yf));
         double q = __builtin_sqrt(w);
         if (__builtin_expect(rn_probe(), 1)) {
-            // w y + 2^46 rounds w y to a multiple of 2^-6: j = round(64 sqrt w) in its low
-            // bits, before the root is ready, and the grid point without a conversion.
-            double S = __builtin_fma(w, y, 0x1p46);
+            float S = __builtin_fmaf(_mm_cvtss_f32(wf), _mm_cvtss_f32(yf), 0x1p17f);
             j = int(bits(S) & 0x3f);
-            t = q - (S - 0x1p46);  // exact
+            t = q - double(S - 0x1p17f);  // exact: S - 2^17 = j/64
         } else {
             j = row_of(w * y * 64.0);
             t = q - double(j) * 0x1p-6;
@@ -232,8 +236,9 @@ inline double arc(double x) {
         double G = arc_G(arc_poly46[j], t);
         double head = __builtin_fma(m, g.hi, Kh);
         double rest2 = __builtin_fma(m, g.hi, -(head - Kh));  // head - Kh exact (Sterbenz)
-        double rest = __builtin_fma(e, g.hi, Kl) + m * g.lo;
-        double r = head + (__builtin_fma(G, t * m, rest) + rest2);
+        // The small terms gathered while G is evaluated, so that one fused step follows it.
+        double rest = (__builtin_fma(e, g.hi, Kl) + m * g.lo) + rest2;
+        double r = head + __builtin_fma(G, t * m, rest);
         return Acos ? r : with_sign(r, sign);
     }
     if (H >= 0x3f680000u) {
