@@ -1,15 +1,36 @@
 // acos and asin in double.
 //
-// One frame for both functions and every tier, on 46 rows of the grid j/64: row j holds
-// g = asin(j/64)/(j/64) in two parts and a degree-7 polynomial G with
-// asin(s) = s (g + t G(t)), s = j/64 + t, |t| <= 1.08/128.
+// Tier ex: the grid c of 6 mantissa bits and the midpoint from 0.0625 (arc_cc = sqrt(1 - c^2),
+// arc_asin = asin(c) in two parts, the head cut to 45 bits), regimes by u = the top 20 bits
+// without the sign:
+//   A  0.0625 <= |x| < 0.865 (u < 0x3febb): with x = sin a, c = sin b the identity
+//      sin(a - b) (x cc + s c) = x^2 - c^2, s = sqrt(1 - x^2), gives
+//      delta = (x + c)(x - c)/(x cc + s c) and asin x = asin c + asin(delta), |delta| < 2^-6;
+//      x - c is exact, so delta carries a few units of 2^-53 of itself.  asin(delta) - delta by
+//      its series to delta^7 on d = x cc - s c, a copy of delta without the division.
+//   B  up to 0.9921875 (acos) or 0.99609375 (asin): the grid step on s = sqrt(1 - x^2) instead,
+//      acos|x| = asin(s).  1 - x^2 is formed exactly in two parts through a 15-bit head of x,
+//      and the rounding of the root is carried as (v - s^2)/(2s), over |x| the slope of asin.
+//   C  2^-60 <= |x| < 0.0625: the series of asin x to x^13 in two lanes.
+//   D  the rest below 1: acos|x| = 2 asin(sqrt v), v = (1 - |x|)/2 exact, sqrt v = s + c/2
+//      with c the root's rounding error, and the series on v.
+//   E  |x| < 2^-60: asin x = x (moved by 2^-60 for the flags and the directed modes),
+//      acos x = pi/2 from two parts.
+//   F  |x| >= 1, NaN.
+// acos x = pi/2 - asin x (A, C), pi - acos|x| for x < 0 (B, D); asin |x| = pi/2 - acos|x| (B, D).
+// The head of asin(c) is a multiple of 2^-48, so pi/2 or pi plus or minus it is exact; every
+// other sum is taken with its rounding error, and what remains beside the last rounding is
+// below 0.06 ulp (the error of delta times |delta|/|result|).
+//
+// Tiers l9, z0, d1: 46 rows of the grid j/64: row j holds g = asin(j/64)/(j/64) in two parts
+// and a degree-7 polynomial G with asin(s) = s (g + t G(t)), s = j/64 + t, |t| <= 1.08/128.
 //
 // Upper regime, 0.7109375 <= |x| < 1: w = (1 - |x|)/2 is exact and acos|x| = 2 asin(sqrt w).
-// The row comes from round(64 sqrt w); the FMA tiers take sqrt w from the reciprocal-square-
-// root estimate (w times it), so the row is known before the rounded root q is; the tier
-// without FMA rounds q itself.  2 sqrt(w) = 2q + e with e = (w - q^2)/q the root's own
-// rounding, so that 2 asin(sqrt w) = m g + e g + m t G(t), m = 2q; the head m·g hi is kept
-// with its exact rounding error.  x < 0 adds pi (acos); asin is pi/2 - 2 asin(sqrt w), signed.
+// The row comes from round(64 sqrt w), taken from the reciprocal-square-root estimate (w times
+// it), so the row is known before the rounded root q is.  2 sqrt(w) = 2q + e with
+// e = (w - q^2)/q the root's own rounding, so that 2 asin(sqrt w) = m g + e g + m t G(t),
+// m = 2q; the head m·g hi is kept with its exact rounding error.  x < 0 adds pi (acos); asin
+// is pi/2 - 2 asin(sqrt w), signed.
 //
 // Middle regime, 2^-9 <= |x| < 0.7109375: j = round(64|x|), t = |x| - j/64 exactly, and
 // asin x = x g + t x G(t), acos x = pi/2 - that; the head x·g hi again with its error.
@@ -27,21 +48,149 @@ using namespace tsr::invtrig;
 
 namespace {
 
-template <bool Fma>
+#if TSR_TIER_EX
+// The odd series of asin after its linear term, asin(r) - r = r w (c3 + c5 w + c7 w^2) +
+// r w^4 (c9 + c11 w + c13 w^2 [+ w^3 (c15 + c17 w)]), w = r^2, in two lanes (rest_a, rest_b).
+constexpr double kC3 = 0x1.5555555555555p-3;   // 1/6
+constexpr double kC5 = 0x1.3333333333333p-4;   // 3/40
+constexpr double kC7 = 0x1.6db6db6db6db7p-5;   // 5/112
+constexpr double kC9 = 0x1.f1c71c71c71c7p-6;   // 35/1152
+constexpr double kC11 = 0x1.6e8ba2e8ba2e9p-6;  // 63/2816
+constexpr double kC13 = 0x1.1c4ec4ec4ec4fp-6;  // 231/13312
+constexpr double kC15 = 0x1.c99999999999ap-7;  // 143/10240
+constexpr double kC17 = 0x1.7a87878787224p-7;  // 6435/557056
+inline double rest_a(double w) { return w * ((kC3 + kC5 * w) + kC7 * (w * w)); }
+template <bool Long>
+inline double rest_b(double w) {
+    double w2 = w * w;
+    double b = (kC9 + kC11 * w) + kC13 * w2;
+    if constexpr (Long) b += w2 * w * (kC15 + kC17 * w);
+    return w2 * w2 * b;
+}
+
+// The grid point of 0.0625 <= r < 1 (its top 18 bits and the midpoint bit) and its row.
+inline double grid_c(uint64_t rb) { return f64((rb & 0xffffc00000000000ull) | 0x0000200000000000ull); }
+inline int grid_row(uint64_t rb) { return int(((uint32_t(rb >> 44) & 0xfffc) - 0xfb00) >> 2); }
+
+// Kh + Kl + T + delta + rest, with |Kh| >= |T| or Kh = 0 and |T| >= |delta|: Kh + T is exact
+// (T's head a multiple of 2^-48), the next sum is taken with its error, one rounding at the end.
+inline double gather(double Kh, double Kl, HiLo T, double delta, double rest) {
+    double h1 = Kh + T.hi;
+    double h = h1 + delta;
+    double e = (h1 - h) + delta;
+    return h + (((e + Kl) + T.lo) + rest);
+}
+
+// asin(delta) - delta for the regimes on the grid: |d| < 2^-6, d a copy of delta.
+inline double grid_series(double d) {
+    double w = d * d;
+    return d * w * (kC3 + w * (kC5 + kC7 * w));
+}
+
+template <bool Acos>
+inline double arc_ex(double x) {
+    uint64_t b = bits(x);
+    uint64_t sign = b & kSign;
+    double ax = f64(b & ~kSign);
+    uint32_t u = uint32_t(b >> 44) & 0x7ffff;
+    constexpr uint32_t kUpperD = Acos ? 0x3fefc : 0x3fefe;  // 0.9921875, 0.99609375
+    if (u - 0x3fb00u < 0x3febbu - 0x3fb00u) {
+        // A.  c carries x's sign; so do cc·x + s·c and delta.
+        double c = grid_c(b);
+        int row = grid_row(b);
+        double cc = arc_cc[row];
+        double s = __builtin_sqrt(1.0 - x * x);
+        double delta = ((x + c) * (x - c)) / (x * cc + s * c);
+        double p = grid_series(x * cc - s * c);
+        HiLo T = {with_sign(arc_asin[row].hi, sign), with_sign(arc_asin[row].lo, sign)};
+        if (!Acos) return gather(0.0, 0.0, T, delta, p);
+        return gather(kPio2Hi, kPio2Lo, HiLo{-T.hi, -T.lo}, -delta, -p);
+    }
+    if (u < 0x3fb00u) {
+        if (u >= 0x3c300u) {
+            // C.  2^-60 <= |x| < 0.0625.
+            double w = x * x;
+            double x3 = x * w;
+            double A = x3 * ((kC3 + kC5 * w) + kC7 * (w * w));
+            double B = x * rest_b<false>(w);  // x^9 (c9 + c11 w + c13 w^2)
+            if (!Acos) return x + (B + A);
+            double h = kPio2Hi - x;
+            return h + (((kPio2Lo - B) - A) - (x - (kPio2Hi - h)));
+        }
+        // E.
+        if (Acos) return kPio2Hi + kPio2Lo;
+        return nudge<true>(x);
+    }
+    if (u < kUpperD) {
+        // B.  v = 1 - x^2 = (1 - xh^2) - (|x| + xh)(|x| - xh) in two parts: xh^2 is exact (15
+        // bits), 1 - xh^2 too (Sterbenz), |x| - xh too; only |x| + xh rounds, by 2^-53 of a
+        // term below 2^-13 of v.
+        double xh = f64(bits(ax) & 0xffffffc000000000ull);
+        double a1 = 1.0 - xh * xh;
+        DD p = two_prod(ax + xh, ax - xh);
+        double v = a1 - p.h;
+        double vl = ((a1 - v) - p.h) - p.l;
+        double s = __builtin_sqrt(v);
+        DD q = two_prod(s, s);
+        double ds = (((v - q.h) - q.l) + vl) / (s + s);  // sqrt(v + vl) - s; v - q.h exact
+        uint64_t sb = bits(s);
+        double sm = grid_c(sb);
+        int row = grid_row(sb);
+        double cc = arc_cc[row];
+        // asin(s + ds) = asin(sm) + asin(delta) + ds/|x|: the slope of asin at s is 1/|x|.
+        double delta = ((s + sm) * (s - sm)) / (s * cc + ax * sm);
+        double rest = grid_series(s * cc - ax * sm) + ds / ax;
+        HiLo T = arc_asin[row];
+        if (Acos) {
+            if (!sign) return gather(0.0, 0.0, T, delta, rest);
+            return gather(kPiHi, kPiLo, HiLo{-T.hi, -T.lo}, -delta, -rest);
+        }
+        return with_sign(gather(kPio2Hi, kPio2Lo, HiLo{-T.hi, -T.lo}, -delta, -rest), sign);
+    }
+    if (u < 0x3ff00u) {
+        // D.  v exact; s = sh + sl with sh of 26 bits, so sh^2 and v - sh^2 are exact and
+        // c = (v - s^2)/s = ((v - sh^2) - sl (s + sh))/s, 2 sqrt v = 2s + c.
+        double v = 0.5 - ax * 0.5;
+        double s = __builtin_sqrt(v);
+        double sh = f64(bits(s) & 0xfffffffff8000000ull);
+        double sl = s - sh;
+        double c = ((v - sh * sh) - sl * (s + sh)) / s;
+        double s2 = s + s;
+        double rest = c + s2 * (rest_a(v) + rest_b<!Acos>(v));  // 2 asin(sqrt v) - 2s
+        double Kh = Acos ? (sign ? kPiHi : 0.0) : kPio2Hi;
+        double Kl = Acos ? (sign ? kPiLo : 0.0) : kPio2Lo;
+        if (Acos && !sign) return s2 + rest;
+        double h = Kh - s2;
+        double r = h + ((((Kh - h) - s2) + Kl) - rest);
+        return Acos ? r : with_sign(r, sign);
+    }
+    // F.
+    if (ax == 1.0) {
+        if (Acos) return sign ? kPiHi + kPiLo : 0.0;
+        return sign ? -kPio2Hi - kPio2Lo : kPio2Hi + kPio2Lo;  // rounded in the mode
+    }
+    if (ax != ax) return x + x;
+    double nan = opaque(0.0) * opaque(__builtin_inf());
+    return report(x, nan, Acos ? code::acos_magnitude_above_1 : code::asin_magnitude_above_1);
+}
+#endif
+
+#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
+// G(t) by Estrin's scheme: three fused steps after t^2, on the latency path of both regimes.
 inline double arc_G(const double *G, double t) {
     double t2 = t * t, t4 = t2 * t2;
-    double a = mul_add<Fma>(mul_add<Fma>(G[1], t, G[0]), 1.0, t2 * mul_add<Fma>(G[3], t, G[2]));
-    double b = mul_add<Fma>(G[5], t, G[4]) + t2 * mul_add<Fma>(G[7], t, G[6]);
-    return mul_add<Fma>(t4, b, a);
+    double a = __builtin_fma(t2, __builtin_fma(G[3], t, G[2]), __builtin_fma(G[1], t, G[0]));
+    double b = __builtin_fma(t2, __builtin_fma(G[7], t, G[6]), __builtin_fma(G[5], t, G[4]));
+    return __builtin_fma(t4, b, a);
 }
 
 // Round to the nearest integer of a value in [0, 46) by truncation of v + 1/2: the
 // conversion truncates in every rounding mode, so the row does not depend on the mode.  The
-// FMA tiers take the row from a shifter in the nearest mode (told by a probe, no read of the
-// control word) and come here only in the directed modes.
+// row comes from a shifter in the nearest mode (told by a probe, no read of the control word)
+// and from here only in the directed modes.
 inline int row_of(double v) { return int(v + 0.5); }
 
-template <bool Fma, bool Acos>
+template <bool Acos>
 inline double arc(double x) {
     uint64_t b = bits(x);
     uint64_t sign = b & kSign;
@@ -58,31 +207,25 @@ inline double arc(double x) {
             return report(x, nan, Acos ? code::acos_magnitude_above_1 : code::asin_magnitude_above_1);
         }
         // Upper regime.
-        double w = mul_add<Fma>(-0.5, ax, 0.5);  // exact: 0.5 ax is, and the difference by Sterbenz
-        double q, e;
+        double w = __builtin_fma(-0.5, ax, 0.5);  // exact: 0.5 ax is, and the difference by Sterbenz
         int j;
         double t;
-        if constexpr (Fma) {
-            double y = rsqrt_est(w);
-            q = __builtin_sqrt(w);
-            if (__builtin_expect(rn_probe(), 1)) {
-                // w y + 2^46 rounds w y to a multiple of 2^-6: j = round(64 sqrt w) in its low
-                // bits, before the root is ready, and the grid point without a conversion.
-                double S = __builtin_fma(w, y, 0x1p46);
-                j = int(bits(S) & 0x3f);
-                t = q - (S - 0x1p46);  // exact
-            } else {
-                j = row_of(w * y * 64.0);
-                t = q - double(j) * 0x1p-6;
-            }
-            e = __builtin_fma(-q, q, w) * y;  // (w - q^2)/q to the estimate's 2^-11
+        // The estimate stays in single precision up to the row: w_f y_f + 2^17 rounds w_f y_f to
+        // a multiple of 2^-6 (the float's unit at 2^17), j = round(64 sqrt w) in its low bits,
+        // before the root is ready and without a widening on the way to the table.
+        __m128 wf = _mm_set_ss(float(w));
+        __m128 yf = _mm_rsqrt_ss(wf);
+        double y = double(_mm_cvtss_f32(yf));
+        double q = __builtin_sqrt(w);
+        if (__builtin_expect(rn_probe(), 1)) {
+            float S = __builtin_fmaf(_mm_cvtss_f32(wf), _mm_cvtss_f32(yf), 0x1p17f);
+            j = int(bits(S) & 0x3f);
+            t = q - double(S - 0x1p17f);  // exact: S - 2^17 = j/64
         } else {
-            q = __builtin_sqrt(w);
-            j = row_of(q * 64.0);
-            t = q - double(j) * 0x1p-6;  // exact
-            double pe, p = two_prod<false>(q, q, pe);
-            e = ((w - p) - pe) / q;  // w - p exact: p is within an ulp of w
+            j = row_of(w * y * 64.0);
+            t = q - double(j) * 0x1p-6;
         }
+        double e = __builtin_fma(-q, q, w) * y;  // (w - q^2)/q to the estimate's 2^-11
         // acos: x > 0 gives 2 asin(s), x < 0 pi - 2 asin(s); asin: pi/2 - 2 asin(s), signed.
         bool neg_m = Acos ? sign != 0 : true;
         double m = neg_m ? -2.0 * q : 2.0 * q;
@@ -90,25 +233,19 @@ inline double arc(double x) {
         double Kh = Acos ? (sign ? kPiHi : 0.0) : kPio2Hi;
         double Kl = Acos ? (sign ? kPiLo : 0.0) : kPio2Lo;
         const HiLo &g = arc_head46[j];
-        double G = arc_G<Fma>(arc_poly46[j], t);
-        double head, rest2;
-        if constexpr (Fma) {
-            head = __builtin_fma(m, g.hi, Kh);
-            rest2 = __builtin_fma(m, g.hi, -(head - Kh));  // head - Kh exact (Sterbenz)
-        } else {
-            double pl, ph = two_prod<false>(m, g.hi, pl);
-            head = Kh + ph;
-            rest2 = ((Kh - head) + ph) + pl;  // |Kh| >= |ph| or Kh = 0
-        }
-        double rest = mul_add<Fma>(e, g.hi, Kl) + m * g.lo;
-        double r = head + (mul_add<Fma>(G, t * m, rest) + rest2);
+        double G = arc_G(arc_poly46[j], t);
+        double head = __builtin_fma(m, g.hi, Kh);
+        double rest2 = __builtin_fma(m, g.hi, -(head - Kh));  // head - Kh exact (Sterbenz)
+        // The small terms gathered while G is evaluated, so that one fused step follows it.
+        double rest = (__builtin_fma(e, g.hi, Kl) + m * g.lo) + rest2;
+        double r = head + __builtin_fma(G, t * m, rest);
         return Acos ? r : with_sign(r, sign);
     }
     if (H >= 0x3f680000u) {
         // Middle regime.
         int j;
         double t;
-        if (Fma && __builtin_expect(rn_probe(), 1)) {
+        if (__builtin_expect(rn_probe(), 1)) {
             double S = __builtin_fma(ax, 64.0, 0x1.8p52);  // 64|x| rounded in its low bits
             j = int(bits(S) & 0x3f);
             t = __builtin_fma(S - 0x1.8p52, -0x1p-6, ax);  // exact
@@ -117,46 +254,40 @@ inline double arc(double x) {
             t = ax - double(j) * 0x1p-6;  // exact
         }
         const HiLo &g = arc_head46[j];
-        double G = arc_G<Fma>(arc_poly46[j], t);
+        double G = arc_G(arc_poly46[j], t);
         double tx = t * x;
         if constexpr (Acos) {
-            double head, e;
-            if constexpr (Fma) {
-                head = __builtin_fma(-x, g.hi, kPio2Hi);
-                e = __builtin_fma(x, g.hi, -(kPio2Hi - head));  // pi/2 hi - head exact
-            } else {
-                double pl, ph = two_prod<false>(x, g.hi, pl);
-                head = kPio2Hi - ph;
-                e = (ph - (kPio2Hi - head)) + pl;
-            }
-            double rest = mul_add<Fma>(-x, g.lo, kPio2Lo);
-            return head + mul_add<Fma>(-tx, G, rest - e);
+            double head = __builtin_fma(-x, g.hi, kPio2Hi);
+            double e = __builtin_fma(x, g.hi, -(kPio2Hi - head));  // pi/2 hi - head exact
+            double rest = __builtin_fma(-x, g.lo, kPio2Lo);
+            return head + __builtin_fma(-tx, G, rest - e);
         } else {
-            double e, head = two_prod<Fma>(x, g.hi, e);
-            return head + mul_add<Fma>(tx, G, mul_add<Fma>(x, g.lo, e));
+            DD p = two_prod<true>(x, g.hi);
+            return p.h + __builtin_fma(tx, G, __builtin_fma(x, g.lo, p.l));
         }
     }
     if (H >= 0x3e500000u) {
         // 2^-28 <= |x| < 2^-9: the two-term series asin_small.
         double x2 = x * x;
-        double y = mul_add<Fma>(x2 * x, mul_add<Fma>(asin_small[1], x2, asin_small[0]), x);
+        double y = __builtin_fma(x2 * x, __builtin_fma(asin_small[1], x2, asin_small[0]), x);
         if (Acos) return (kPio2Lo - y) + kPio2Hi;
         return y;
     }
     if (Acos) return (kPio2Lo - x) + kPio2Hi;
     return nudge<true>(x);  // asin x = x (1 + x^2/6 ...)
 }
+#endif
 
 }  // namespace
 
 #if TSR_TIER_EX
-TSR_BODY(double, acos, (double x)) { return arc<false, true>(x); }
-TSR_BODY(double, asin, (double x)) { return arc<false, false>(x); }
+TSR_BODY(double, acos, (double x)) { return arc_ex<true>(x); }
+TSR_BODY(double, asin, (double x)) { return arc_ex<false>(x); }
 // The reproducible forms are the ex bodies themselves, reached by a jump.
 TSR_DEFINE(double, __bwr_acos, (double x)) { return __libm_acos_ex_local(x); }
 TSR_DEFINE(double, __bwr_asin, (double x)) { return __libm_asin_ex_local(x); }
 #endif
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
-TSR_BODY(double, acos, (double x)) { return arc<true, true>(x); }
-TSR_BODY(double, asin, (double x)) { return arc<true, false>(x); }
+TSR_BODY(double, acos, (double x)) { return arc<true>(x); }
+TSR_BODY(double, asin, (double x)) { return arc<false>(x); }
 #endif

@@ -139,8 +139,8 @@ inline double atan2_grid16(double y, double x) {
     } else if (hw < 0x3fa0) {
         // a/d < 2^-5 (or about): the quotient and its residual (a - t d)/d.
         double t = a / d;
-        double pe, p = two_prod<false>(t, d, pe);
-        double n = ((a - p) - pe) / d;
+        DD p = two_prod(t, d);
+        double n = ((a - p.h) - p.l) / d;
         double tail = atan16_tail(t) + n;
         if (!xneg) return with_sign(t + tail, sy);
         double h = kPiHi - t;
@@ -148,8 +148,8 @@ inline double atan2_grid16(double y, double x) {
     } else {
         // a/d > 32: pi/2 - atan(d/a), d/a with its residual.
         double t = d / a;
-        double pe, p = two_prod<false>(t, a, pe);
-        double n = ((d - p) - pe) / a;
+        DD p = two_prod(t, a);
+        double n = ((d - p.h) - p.l) / a;
         z = -t;
         A = kPio2Hi;
         B = kPio2Lo - n;

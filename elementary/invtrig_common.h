@@ -1,6 +1,6 @@
-// What the inverse trigonometric bodies share: pi and pi/2 in two parts, exact products
-// with and without fused multiply-add, the processor's estimates, and the cores of atan on
-// its two grids.
+// What the inverse trigonometric bodies share: pi and pi/2 in two parts, the processor's
+// estimates, and the cores of atan on its two grids (exact sums and products come from the
+// shared double-double kit).
 //
 // The grid idea: with c a grid point near x and T = atan(c) from a table in two parts,
 // atan(x) = atan(c) + atan(z), z = (x - c)/(1 + x c), |z| small enough for a short odd
@@ -13,10 +13,16 @@
 #include "elementary/invtrig_data.h"
 #include "tsr/codes.h"
 #include "tsr/common.h"
+#include "tsr/dd.h"
 #include "tsr/report.h"
 
 namespace tsr::invtrig {
 namespace {
+
+// Exact sums and products come from the shared double-double kit.
+using dd::DD;
+using dd::mul_add;
+using dd::two_prod;
 
 constexpr double kPio2Hi = 0x1.921fb54442d18p+0;   // pi/2, head
 constexpr double kPio2Lo = 0x1.1a62633145c07p-54;  // pi/2 - head
@@ -25,29 +31,6 @@ constexpr double kPiLo = 0x1.1a62633145c07p-53;    // pi - head
 constexpr uint64_t kSign = 0x8000000000000000ull;
 
 inline double with_sign(double x, uint64_t sign) { return f64(bits(x) ^ sign); }
-
-// a·b = p + e exactly.  Without fused multiply-add: Veltkamp's split into 26-bit halves and
-// Dekker's product (the operands here are far from overflow and underflow).
-template <bool Fma>
-inline double two_prod(double a, double b, double &e) {
-    double p = a * b;
-    if constexpr (Fma) {
-        e = __builtin_fma(a, b, -p);
-    } else {
-        constexpr double C = 0x1.0000002p+27;  // 2^27 + 1
-        double ac = a * C, bc = b * C;
-        double ah = ac - (ac - a), bh = bc - (bc - b);
-        double al = a - ah, bl = b - bh;
-        e = ((ah * bh - p) + ah * bl + al * bh) + al * bl;
-    }
-    return p;
-}
-
-template <bool Fma>
-inline double mul_add(double a, double b, double c) {
-    if constexpr (Fma) return __builtin_fma(a, b, c);
-    else return a * b + c;
-}
 
 // The processor's estimates of 1/x and 1/sqrt(x) of a float, widened (rcpss, rsqrtss):
 // relative error below 1.5·2^-12, last bits processor-dependent.  Callers only pick a grid

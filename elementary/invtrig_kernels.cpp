@@ -15,35 +15,13 @@
 
 using namespace tsr;
 using namespace tsr::invtrig;
+using tsr::dd::add;
+using tsr::dd::div;
+using tsr::dd::fast_two_sum;
+using tsr::dd::neg;
+using tsr::dd::two_sum;
 
 namespace {
-
-struct DD {
-    double h, l;
-};
-
-inline DD fast_two_sum(double a, double b) {  // |a| >= |b| or a = 0
-    double s = a + b;
-    return {s, b - (s - a)};
-}
-inline DD two_sum(double a, double b) {
-    double s = a + b;
-    double bb = s - a;
-    return {s, (a - (s - bb)) + (b - bb)};
-}
-inline DD add(DD a, DD b) {
-    DD s = two_sum(a.h, b.h);
-    return fast_two_sum(s.h, s.l + a.l + b.l);
-}
-inline DD neg(DD a) { return {-a.h, -a.l}; }
-
-// a/b for b > 0, to some 2^-104.
-inline DD div(DD a, DD b) {
-    double q = a.h / b.h;
-    double pe, p = two_prod<false>(q, b.h, pe);
-    double r = (((a.h - p) - pe) + a.l) - q * b.l;
-    return fast_two_sum(q, r / b.h);
-}
 
 inline double series(double z) {  // (atan z - z)/z, z small
     double v = z * z;
@@ -60,9 +38,9 @@ inline DD atan_dd(DD t) {
     }
     double c = f64((bits(t.h) & 0xffff800000000000ull) | 0x0000400000000000ull);
     DD num = two_sum(t.h - c, t.l);  // t.h - c exact
-    double pe, p = two_prod<false>(t.h, c, pe);
-    DD den = fast_two_sum(1.0, p);
-    den = fast_two_sum(den.h, den.l + pe + t.l * c);
+    DD p = two_prod(t.h, c);
+    DD den = fast_two_sum(1.0, p.h);
+    den = fast_two_sum(den.h, den.l + p.l + t.l * c);
     DD z = div(num, den);
     const HiLo &T = atan32[(H >> 15) - 0x7f20];
     DD s = fast_two_sum(T.hi, z.h);

@@ -34,8 +34,15 @@ template <class T> std::vector<Row<T>> arc_rows(std::vector<Row<T>> own) {
         r.push_back({kS, NAN, INV});
         r.push_back({kNS, NAN, INV});
         for (double x : {0x1.fffffffffffffp-1, 0x1.6bfffffffffffp-1, 0x1p-9, 0x1.fffffffffffffp-10, 0x1p-28,
-                         0x1.fffffffffffffp-29})
+                         0x1.fffffffffffffp-29,
+                         // tier ex: the ends of the grid (0.0625, 0.865234375), of the step on
+                         // sqrt(1 - x^2) (0.9921875 for acos, 0.99609375 for asin) and of the series
+                         0x1p-4, 0x1.fffffffffffffp-5, 0x1.bbp-1, 0x1.bafffffffffffp-1, 0x1.fcp-1,
+                         0x1.fbfffffffffffp-1, 0x1.fep-1, 0x1.fdfffffffffffp-1, 0x1.c4p-1})
             r.push_back({x, CR, NX});
+        for (double x : {-0x1p-4, -0x1.bbp-1, -0x1.bafffffffffffp-1, -0x1.fcp-1, -0x1.fep-1, 0x1p-60,
+                         0x1.fffffffffffffp-61})
+            r.push_back({x, CR, NX, 0, NO_CODE, RN});
         r.push_back({-0x1.fffffffffffffp-1, CR, NX, 0, NO_CODE, RN});
     } else {
         r.push_back({fS, NAN, INV});
@@ -147,6 +154,12 @@ template <class T> void arc_regions(Sweep<T> &s) {
                  {8000, {T(0x1.f8p-10), T(0x1.04p-9), Dist::uniform}},
                  {8000, {T(0.69), T(0.73), Dist::uniform}},
                  {4000, {T(0.49), T(0.51), Dist::uniform}}};
+    if constexpr (d) {
+        // tier ex's regime ends: 0.0625, 0.865, 0.9921875 and 0.99609375
+        s.regions.push_back({4000, {0.06, 0.065, Dist::uniform}});
+        s.regions.push_back({6000, {0.86, 0.87, Dist::uniform}});
+        s.regions.push_back({6000, {0.99, 0.998, Dist::uniform}});
+    }
     s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
         auto e = log_uniform<T>(T(d ? 0x1p-53 : 0x1p-24), T(0.3), n, seed, true);
         for (T v : e) out.push_back(v < 0 ? T(-1) - v : T(1) - v);

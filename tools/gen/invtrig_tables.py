@@ -51,6 +51,22 @@ def pair_rows(values):
     return rows
 
 
+# ---- the arcsine grid of tier ex ---------------------------------------------------------------
+ARC_ROWS = 239  # 0.0625 <= c < 0.8671875: |x| of the table regime, and the roots sqrt(1 - x^2) of the next
+
+
+def arc_c(i):
+    """Row i: c has the exponent 0x3fb + i/64, 6 mantissa bits i%64 and the midpoint bit 45."""
+    return word(((0x3FB + i // 64) << 52) | ((i % 64) << 46) | (1 << 45))
+
+
+def arc_pair(v):
+    """v as a head of 45 significant bits, cut toward zero, and the rest rounded to double."""
+    hb = g.to_bits(g.to_format(v, g.BINARY64, "zero"), g.BINARY64)
+    hi = g.from_bits(hb & ~0xFF, g.BINARY64)
+    return hi, g.to_format(v - hi, g.BINARY64)
+
+
 # ---- the arcsine rows on j/64 ---------------------------------------------------------------
 ARC_HALF = mpf(1) / 128 * mpf("1.08")  # |t| reach: half a step and the row estimate's margin
 
@@ -133,6 +149,19 @@ def main():
                      pair_rows(mp.atan(atan32_c(i)) - mp.pi for i in range(385)), 2,
                      "atan(c) - pi on the same grid: x < 0 in atan2, where the signs turn it into pi - atan(c).")
     out += [""]
+    c0 = arc_c(0)
+    assert g.to_format(mp.sqrt(1 - c0 * c0), g.BINARY64) == g.to_format(mpf("0.99801426664410509"), g.BINARY64)
+    assert g.to_bits(arc_pair(mp.asin(c0))[1], g.BINARY64) == 0x3CE4FACCE3DDA158
+    out += g.c_array("const double arc_cc[%d]" % ARC_ROWS,
+                     [d(g.to_format(mp.sqrt(1 - arc_c(i) ** 2), g.BINARY64)) for i in range(ARC_ROWS)], 3,
+                     "sqrt(1 - c^2), c = 2^(i/64 - 4) (1 + (i % 64)/64 + 1/128): the grid of 6 mantissa bits and the\n"
+                     "midpoint from 0.0625, row ((top 20 bits & 0xfffc) - 0xfb00)/4.")
+    out += [""]
+    out += g.c_array("const HiLo arc_asin[%d]" % ARC_ROWS,
+                     ["{%s, %s}" % tuple(d(v) for v in arc_pair(mp.asin(arc_c(i)))) for i in range(ARC_ROWS)], 2,
+                     "asin(c) in two parts on the same grid, the head cut to 45 bits (toward zero): a multiple of\n"
+                     "2^-48, so that pi/2 or pi plus or minus it is exact.")
+    out += [""]
     heads, polys, errs = [], [], []
     for j in range(46):
         hi, lo = split(arc_g(j))
@@ -193,6 +222,18 @@ def main():
             "// (tools/gen/%s)." % SCRIPT,
             "const double asinf_poly_a[4] = {%s, %s, %s, %s};" % tuple(d(v) for v in Aw),
             "const double asinf_poly_b[4] = {%s, %s, %s, %s};" % tuple(d(v) for v in Bw), ""]
+    # asinf, acosf tier l9: asin(t) = t Q(t^2), Q of degree 7 with fixed words for the whole of
+    # |t| <= 1/2, the lanes c1 + c3 v + c5 v^2 + c7 v^3 and c9 + c11 v + c13 v^2 + c15 v^3.
+    Qw = [word(w) for w in (0x3FEFFFFFFFFDECD3, 0x3FC55555658C07BF, 0x3FB33328D4D97D2E, 0x3FA6DDF13D1035C5,
+                            0x3F9ED07DE3445470, 0x3F994DFC1C552BDA, 0x3F7D96B51B611AC5, 0x3FA1E52C7FF0C2B4)]
+    qc = [0]
+    for k in Qw:
+        qc += [k, 0]
+    q_err = g.measure(qc, lambda t: mp.asin(t), mpf(2) ** -30, mpf(1) / 2)
+    out += ["// asinf, acosf tier l9: asin(t) = t Q(t^2), Q(v) = (c1 + c3 v + c5 v^2 + c7 v^3) +",
+            "// v^4 (c9 + c11 v + c13 v^2 + c15 v^3); interval [2^-30, 0.5], degree 15, max relative error",
+            "// 2^%.2f (tools/gen/%s)." % (float(mp.log(q_err[0], 2)), SCRIPT),
+            "const double asinf_q[8] = {%s};" % ", ".join(d(v) for v in Qw), ""]
     # atanf, atan2f in double: atan(z) = z + z^3 (Q0 + Q1 z^2), |z| <= 2^-5 (the grid and below it).
     q = g.remez(lambda z: mp.atan(z), mpf(2) ** -30, mpf(2) ** -5, 5, relative=True,
                 fixed={1: 1}, parity="odd")
