@@ -6,12 +6,14 @@
 // centre, the powers 2..7 and 8..15 in two lanes, the value and the linear coefficient in
 // two parts.  Rows within 7·pi/32 of pi/2 expand tan(x) + 1/t instead, and the pole term
 // -1/t is added from the one division 1/t0 (t0 a 34-bit head of t) corrected by one Newton
-// step.  cot(x) = tan(-x + pi/2): the same rows read 16 on, on -x.
+// step.  cot(x) = tan(-x + pi/2): the same rows read 16 on, on -x, reduced above the medium
+// range by __libm_reduce_pio2d.
 //
 // Tiers l9, z0, d1: k = round(128·|x|/pi) by a shifter, 128 rows; in the rows within pi/4
 // of 0 (mod pi) tan(t) = t·(c + r·G(r)), in the others tan = -(c + G(r))/t with t the
 // distance from pi/2, both by fused multiply-adds; |x| < 2^17, larger arguments go to e7.
 #include "elementary/trig_common.h"
+#include "elementary/trig_kernels.h"
 #include "tsr/codes.h"
 #include "tsr/report.h"
 #if TSR_TIER_Z0 || TSR_TIER_D1
@@ -113,10 +115,10 @@ inline double cot_body(double x, bool single, float xf) {
     double tail = 0;
     int j16 = 16;
     if (hw >= 0x40c9) {
-        Reduced h = reduce_huge<2>(x);
-        x = h.y;
-        tail = h.t;
-        j16 += 16 * h.n;
+        double y[2];
+        j16 += 16 * __libm_reduce_pio2d(x, y);
+        x = y[0];
+        tail = y[1];
     }
     double v32 = x * 0x1.45f306dc9c883p+3;
     double d1 = opaque(v32 + 0x1.8p+56) - 0x1.8p+56;
