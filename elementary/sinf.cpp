@@ -4,7 +4,8 @@
 // m·t (m = |k| folded into -64..64 by the half period): sin(m·t + f·t) =
 // S·(t^2/2)·(2/t^2 - f^2) + C·(t^3/6)·f·(6/t^2 - f^2), the degree-2 cosine and degree-3 sine
 // series written monic in f, so that the rows carry the scales and the constants are two.
-// Huge arguments (|x| >= 2^21) take the octant reduction of the double functions.
+// Huge arguments (|x| >= 2^21) are reduced by sinf_period_rows: 128/pi modulo the period for
+// each group of eight exponents, in three parts.
 // Tiers l9, z0, d1: k = round(64x/pi) by a shifter in one fused multiply-add, 64 rows of half a
 // period, fitted degree-2 series; |x| < 2^22, the rest to e7.
 #include <emmintrin.h>
@@ -21,7 +22,7 @@ namespace {
 
 #if TSR_TIER_EX || TSR_TIER_E7
 // t^2/12 and t^2/20, t = pi/128.
-constexpr double kT2o12 = 0x1.a51a6625307d3p-15 * 0.5, kT2o20 = 0x1.a51a6625307d3p-15 * 0.3;
+constexpr double kT2o12 = 0x1.a51a6625307d3p-15, kT2o20 = 0x1.f952e0f96d631p-16;
 
 struct Fold {
     double f;  // remainder in units of pi/128
@@ -32,10 +33,15 @@ inline Fold fold128(float x) {
     double u = x;
     uint32_t b = bits(x) & 0x7fffffff;
     if (b > 0x49ffffff) {
-        Reduced h = reduce_huge<3>(u);
-        double q = h.y * 0x1.45f306dc9c883p+5;
-        int k = int(q + (q < 0 ? -0.5 : 0.5));
-        return {(q - double(k)) + h.t * 0x1.45f306dc9c883p+5, k + 32 * h.n};
+        // u·128/pi modulo 256 from the row of u's exponent group: p and q exact, their sum
+        // exact as s + e, the rest w below 2^-19; k = round(s) by a signed half and
+        // truncation (s < 2^39), then s - k exactly.
+        const uint64_t *row = sinf_period_rows[((b >> 23) - 0x8e) >> 3];
+        double a = f64(row[0] & 0xffffffffff000000ull), a2 = f64((row[0] & 0xffffffull) << 40);
+        double p = a * u, q = a2 * u, w = f64(row[1]) * u;
+        double s = p + q, e = q - (s - p);
+        int64_t k = int64_t(s + (s < 0 ? -0.5 : 0.5));
+        return {((s - double(k)) + e) + w, int(k & 255)};
     }
     // k = round(q) by a signed half and truncation, the same in every rounding mode: a k one
     // off would leave |f| up to 1 and the short series too inaccurate.

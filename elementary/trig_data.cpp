@@ -1013,6 +1013,26 @@ const double foln10_chunks[50] = {
     0x1.a763880000000p-928, 0x1.b82c060000000p-950,
     0x1.2c7fba0000000p-976, 0x1.0338300000000p-1000,
 };
+// Row g, float exponents 0x8e + 8g .. 0x95 + 8g: 128/pi·2^(8(g-1)) modulo 256, scaled
+// back, as a head of 29 bits whose 24 low bits hold the top of a 13-bit second part,
+// and a third part (bit patterns: the head's low bits matter).
+const uint64_t sinf_period_rows[15][2] = {
+    {0x40445f306d3e7939ull, 0x3d7054a7f09d5f48ull},
+    {0x40445f306d3e7939ull, 0x3d7054a7f09d5f48ull},
+    {0x3fe7cc1b723e0c88ull, 0x3d1529fc2757d1f5ull},
+    {0x3f5836e4e43d7054ull, 0x3ca4fe13abe8fa9aull},
+    {0x3eeb7272203d1529ull, 0x3c4f84eafa3ea69cull},
+    {0x3e627220a93c83f8ull, 0x3ba3abe8fa9a6ee0ull},
+    {0x3de220a94f3c1c27ull, 0x3b35f47d4d377037ull},
+    {0x3d1529fc273b35f4ull, 0x3a5f534ddc0db629ull},
+    {0x3cd29fc2753aff47ull, 0x3a2a9a6ee06db14bull},
+    {0x3c5fc2757d3a5f53ull, 0x397377036d8a5665ull},
+    {0x3ba3abe8fa39d34dull, 0x390b81b6c52b3279ull},
+    {0x3b6abe8fa93994ddull, 0x38c81b6c52b32788ull},
+    {0x3aee8fa9a6391dc0ull, 0x384b6c52b3278872ull},
+    {0x3a5f534ddc384b6cull, 0x3764acc9e21c8210ull},
+    {0x39d34ddc0d3806c5ull, 0x3715993c439041feull},
+};
 // pio2: 4c/pi (c = 1); an octant Q = (pi/4)/c as signed pieces of 27, 28, 27, 53 bits (below
 // 2^23), of 20, 21, 20, 20, 53 bits (below 2^30), and of 23 and 53 bits (the final factor).
 const ReduceConsts reduce_pio2 = {

@@ -29,6 +29,7 @@ struct ReduceConsts {  // the reduction by a period (pi/2)/c: see trig_reduce.cp
 };
 
 extern const uint32_t twoopi_words[46];
+extern const uint64_t sinf_period_rows[15][2];
 extern const double fouropi_chunks[50];
 extern const double foln2_chunks[50];
 extern const double foln10_chunks[50];

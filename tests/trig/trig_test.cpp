@@ -60,10 +60,12 @@ const std::vector<Row<double>> kCot = common<double>(true, {});
 const std::vector<Row<float>> kSinf = common<float>(false, {
     cr(0x1.921fb6p+1f), cr(-0x1.921fb6p+2f),  // the floats nearest pi and -2pi: row 0
     cr(0x1p-12f), cr(0x1.fffffep+20f), cr(0x1p+21f), cr(0x1p+22f), cr(0x1.fffffep+127f),
+    cr(0x1.9471bp-7f), cr(0x1.fc086ap+118f),  // the fourth-degree terms of the 65-row core
     {0x1p-149f, 0x1p-149f, UN, 0, NO_CODE, RN},
 });
 const std::vector<Row<float>> kCosf = common<float>(true, {
     cr(0x1.921fb6p+0f), cr(0x1.921fb6p+1f), cr(0x1p+21f), cr(0x1p+22f), cr(0x1.fffffep+127f),
+    cr(0x1.38acaap+15f), cr(0x1.e9f1e4p+54f),  // the fourth-degree terms of the 65-row core
 });
 const std::vector<Row<float>> kTanf = common<float>(false, {
     cr(0x1.921fb6p+0f), cr(-0x1.921fb6p+0f), cr(0x1p+16f), cr(0x1p+22f), cr(0x1.fffffep+127f),

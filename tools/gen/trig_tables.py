@@ -375,6 +375,30 @@ def tanf_rows32f():
     return rows, worst
 
 
+def sinf_period_rows():
+    """Row g (float exponents 0x8e + 8g .. +7): v = (128/pi)·2^(8(g-1)) mod 256, scaled back by
+    2^(-8(g-1)) (row 0: 128/pi), so that u·v = u·128/pi modulo 256 for every float u of the
+    group (its last bit is worth 2^(8(g-1)) at least).  v = a + a2 + a3: a cut to 29 bits (a·u
+    exact), a2 the rest cut to 13 bits (a2·u exact) and packed into a's 24 zero low bits as its
+    top 24 bits (sign, exponent, 12 bits), a3 the rest rounded."""
+    rows = []
+    with mp.workprec(2000):
+        K = 128 / mp.pi
+        for gi in range(15):
+            v = K if gi == 0 else (K * mpf(2) ** (8 * (gi - 1)) % 256) * mpf(2) ** (-8 * (gi - 1))
+            q = g.exact(v)
+            a = g.exact(g.round_bits(q, 29, "zero"))
+            a2 = g.exact(g.round_bits(q - a, 13, "zero"))
+            a3 = g.exact(g.round_bits(q - a - a2, 53))
+            assert bits(a) & 0xffffff == 0 and bits(a2) & ((1 << 40) - 1) == 0
+            rows.append((bits(a) | (bits(a2) >> 40), bits(a3)))
+    for i, w in ((0, (0x40445f306d3e7939, 0x3d7054a7f09d5f48)), (1, (0x40445f306d3e7939, 0x3d7054a7f09d5f48)),
+                 (2, (0x3fe7cc1b723e0c88, 0x3d1529fc2757d1f5))):
+        check("sinf_period_rows[%d][0]" % i, rows[i][0], w[0])
+        check("sinf_period_rows[%d][1]" % i, rows[i][1], w[1])
+    return ["{%s, %s}" % (g.hexint(h, 16, "ull"), g.hexint(l, 16, "ull")) for h, l in rows]
+
+
 # ---- chunks of 4c/pi for the reductions of huge arguments ------------------------------------
 CHUNK_ROWS = 50  # rows 0..48 and a pad
 
@@ -509,6 +533,10 @@ def main():
         L += g.c_array("const double fo%s_chunks[50]" % nm,
                        [d(x) for x in chunks(lambda: 4 * mp.log(c) / mp.pi)], 2,
                        "The same rows of 4·%s/pi." % ("ln 2" if nm == "ln2" else "ln 10"))
+    L += g.c_array("const uint64_t sinf_period_rows[15][2]", sinf_period_rows(), 1,
+                   "Row g, float exponents 0x8e + 8g .. 0x95 + 8g: 128/pi·2^(8(g-1)) modulo 256, scaled\n"
+                   "back, as a head of 29 bits whose 24 low bits hold the top of a 13-bit second part,\n"
+                   "and a third part (bit patterns: the head's low bits matter).")
     rc = reduction_constants()
     for nm in ("pio2", "ln2", "ln10"):
         K, below, above, fin, wb, wa, wf = rc[nm]
