@@ -33,15 +33,8 @@ inline Fold fold128(float x) {
     double u = x;
     uint32_t b = bits(x) & 0x7fffffff;
     if (b > 0x49ffffff) {
-        // u·128/pi modulo 256 from the row of u's exponent group: p and q exact, their sum
-        // exact as s + e, the rest w below 2^-19; k = round(s) by a signed half and
-        // truncation (s < 2^39), then s - k exactly.
-        const uint64_t *row = sinf_period_rows[((b >> 23) - 0x8e) >> 3];
-        double a = f64(row[0] & 0xffffffffff000000ull), a2 = f64((row[0] & 0xffffffull) << 40);
-        double p = a * u, q = a2 * u, w = f64(row[1]) * u;
-        double s = p + q, e = q - (s - p);
-        int64_t k = int64_t(s + (s < 0 ? -0.5 : 0.5));
-        return {((s - double(k)) + e) + w, int(k & 255)};
+        Period128 h = period128(u, b);
+        return {h.f, h.k};
     }
     // k = round(q) by a signed half and truncation, the same in every rounding mode: a k one
     // off would leave |f| up to 1 and the short series too inaccurate.
