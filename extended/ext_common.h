@@ -137,8 +137,9 @@ inline ExpPair exp_tail(int n, LD rh, LD rl, bool neg = false) {
         th = -th;
         tl = -tl;
     }
-    // e^r - 1 = rh + (rl + rh^2 (1/2 + rh Q(rh)))
-    LD p = rh + (rl + rh * rh * (0.5L + rh * exp_poly(rh)));
+    // e^r - 1 = rh + (rl + rh (rl + rh (1/2 + rh Q(rh)))): the product rh rl keeps a tail
+    // that is not negligible beside rh (a logarithm's pair handed over whole) in the result.
+    LD p = rh + (rl + rh * (rl + rh * (0.5L + rh * exp_poly(rh))));
     LD q = tl + (th + tl) * p;
     LD hi = th + q;
     return {hi, (th - hi) + q, k};

@@ -25,9 +25,13 @@ using LD = long double;
 struct X87Frame {
     uint16_t saved;
     bool changed;
-    X87Frame() : saved(get_x87_cw()) {
-        changed = (saved & X87_PC_MASK) != X87_PC_MASK;
-        if (__builtin_expect(changed, 0)) set_x87_cw(uint16_t(saved | X87_PC_MASK));
+    // With `nearest`, the rounding field is set to nearest as well for the computation (the
+    // caller's comes back with the rest of the word).
+    explicit X87Frame(bool nearest = false) : saved(get_x87_cw()) {
+        uint16_t want = uint16_t(saved | X87_PC_MASK);
+        if (nearest) want = uint16_t(want & ~X87_RC_MASK);
+        changed = want != saved;
+        if (__builtin_expect(changed, 0)) set_x87_cw(want);
     }
     // The caller's word back (before a report, or before a last operation that must round
     // in the caller's own precision).
