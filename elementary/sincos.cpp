@@ -2,9 +2,12 @@
 //
 // Tiers ex, e7: the 64-row core of sin run on the rows j and j + 16 of the pair table at
 // once, k rounded to nearest by a shifter with the rounding control cleared, the caller's
-// mode back for the last two additions.  Huge arguments take the octant reduction.
+// mode back for the last two additions.  Above the medium range e7 takes the octant
+// reduction by the words of 2/pi; ex and __libm_sse2_sincos e7 call __libm_reduce_pio2d
+// (a Cody-Waite sum below 2^30), the quadrant moving the rows by 16.
 // Tiers l9, z0, d1: the fused core of sin and cos on one reduction.
 #include "elementary/trig_common.h"
+#include "elementary/trig_kernels.h"
 #if TSR_TIER_Z0 || TSR_TIER_D1
 #include "tsr/avx512.h"
 #endif
@@ -15,6 +18,7 @@ using namespace tsr::trig;
 namespace {
 
 #if TSR_TIER_EX || TSR_TIER_E7
+template <bool by_pio2d>
 inline void sincos_e7(double x, double *sp, double *cp) {
     uint32_t hw = (hi(x) >> 16) & 0x7fff;
     if (hw < 0x3030) {
@@ -34,10 +38,17 @@ inline void sincos_e7(double x, double *sp, double *cp) {
     double tail = 0;
     int off = 0;
     if (hw > 0x40f5) {
-        Reduced h = reduce_huge<3>(x);
-        x = h.y;
-        tail = h.t;
-        off = 8 * h.n;
+        if (by_pio2d) {
+            double y[2];
+            off = 16 * __libm_reduce_pio2d(x, y);
+            x = y[0];
+            tail = y[1];
+        } else {
+            Reduced h = reduce_huge<3>(x);
+            x = h.y;
+            tail = h.t;
+            off = 8 * h.n;
+        }
     }
     double kf = opaque(x * 0x1.45f306dc9c883p+3 + 0x1.8p52) - 0x1.8p52;
     int k = int(kf);
@@ -106,12 +117,12 @@ inline void sincos_fma(double x, double *sp, double *cp) {
 }  // namespace
 
 #if TSR_TIER_EX || TSR_TIER_E7
-TSR_BODY(void, sincos, (double x, double *sp, double *cp)) { sincos_e7(x, sp, cp); }
+TSR_BODY(void, sincos, (double x, double *sp, double *cp)) { sincos_e7<TSR_TIER_EX>(x, sp, cp); }
 #if TSR_TIER_EX
-TSR_DEFINE(void, __bwr_sincos, (double x, double *sp, double *cp)) { sincos_e7(x, sp, cp); }
+TSR_DEFINE(void, __bwr_sincos, (double x, double *sp, double *cp)) { sincos_e7<true>(x, sp, cp); }
 #endif
 #if TSR_TIER_E7
-TSR_BODY(void, __libm_sse2_sincos, (double x, double *sp, double *cp)) { sincos_e7(x, sp, cp); }
+TSR_BODY(void, __libm_sse2_sincos, (double x, double *sp, double *cp)) { sincos_e7<true>(x, sp, cp); }
 #endif
 #else
 TSR_BODY(void, sincos, (double x, double *sp, double *cp)) { sincos_fma(x, sp, cp); }

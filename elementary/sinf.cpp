@@ -4,9 +4,12 @@
 // m·t (m = |k| folded into -64..64 by the half period): sin(m·t + f·t) =
 // S·(t^2/2)·(2/t^2 - f^2) + C·(t^3/6)·f·(6/t^2 - f^2), the degree-2 cosine and degree-3 sine
 // series written monic in f, so that the rows carry the scales and the constants are two.
-// Huge arguments (|x| >= 2^21) take the octant reduction of the double functions.
+// Huge arguments (|x| >= 2^21) are reduced by sinf_period_rows: 128/pi modulo the period for
+// each group of eight exponents, in three parts.
 // Tiers l9, z0, d1: k = round(64x/pi) by a shifter in one fused multiply-add, 64 rows of half a
 // period, fitted degree-2 series; |x| < 2^22, the rest to e7.
+#include <emmintrin.h>
+
 #include "elementary/trig_common.h"
 #if TSR_TIER_Z0 || TSR_TIER_D1
 #include "tsr/avx512.h"
@@ -19,7 +22,7 @@ namespace {
 
 #if TSR_TIER_EX || TSR_TIER_E7
 // t^2/12 and t^2/20, t = pi/128.
-constexpr double kT2o12 = 0x1.a51a6625307d3p-15 * 0.5, kT2o20 = 0x1.a51a6625307d3p-15 * 0.3;
+constexpr double kT2o12 = 0x1.a51a6625307d3p-15, kT2o20 = 0x1.f952e0f96d631p-16;
 
 struct Fold {
     double f;  // remainder in units of pi/128
@@ -30,10 +33,8 @@ inline Fold fold128(float x) {
     double u = x;
     uint32_t b = bits(x) & 0x7fffffff;
     if (b > 0x49ffffff) {
-        Reduced h = reduce_huge<3>(u);
-        double q = h.y * 0x1.45f306dc9c883p+5;
-        int k = int(q + (q < 0 ? -0.5 : 0.5));
-        return {(q - double(k)) + h.t * 0x1.45f306dc9c883p+5, k + 32 * h.n};
+        Period128 h = period128(u, b);
+        return {h.f, h.k};
     }
     // k = round(q) by a signed half and truncation, the same in every rounding mode: a k one
     // off would leave |f| up to 1 and the short series too inaccurate.
@@ -95,11 +96,13 @@ inline void sincosf_e7(float x, float *sp, float *cp) {
 
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 struct FmaF {
-    double s, c;  // the sine and cosine, before the sign of the half period
-    uint64_t sign;
+    double s, c;  // the sine and cosine
 };
 
-inline FmaF sinf_fma_core(double u) {
+// A and B are written as sums in w and w^2 = r0^4, S0·A with the row's value multiplied into
+// the coefficients (off the critical path, the row being loaded early): two fused steps after
+// w and one for the sum, instead of two, one product and one sum.
+__attribute__((always_inline)) inline FmaF sinf_fma_core(double u) {
 #if TSR_TIER_Z0
     double S = avx512::fma_rn(0x1.45f306dc9c883p-2, u, 0x1.8p+46);
 #else
@@ -110,15 +113,23 @@ inline FmaF sinf_fma_core(double u) {
     double r = __builtin_fma(kf, -0x1.1a62633145c07p-53, r0);
     uint64_t k = bits(S);
     const double *row = trigf_rows64[k & 63];
-    double w = r0 * r0;
+    uint64_t sign = (k >> 6) << 63;  // the odd half periods
+    double S0 = row[0], C0 = row[1];
+    double w = r0 * r0, w2 = w * w;
     // cos r and sin(r)/r to the fourth degree (Taylor): the fitted second-degree pair leaves
-    // 2^-33 of cos r, which the table's value can magnify near the zeros of the result.
-    double A = __builtin_fma(__builtin_fma(1.0 / 24, w, -0.5), w, 1.0);
-    double B = __builtin_fma(__builtin_fma(1.0 / 120, w, -1.0 / 6), w, 1.0);
+    // 2^-33 of cos r, which the table's value can magnify near the zeros of the result.  The
+    // coefficients as literals: a quotient such as 1.0/24 is not folded under -frounding-math.
+    constexpr double c24 = 0x1.5555555555555p-5, c6 = 0x1.5555555555555p-3,  // 1/24, 1/6
+        c120 = 0x1.1111111111111p-7;                                           // 1/120
+    double B = __builtin_fma(w2, c120, __builtin_fma(w, -c6, 1.0));
+    double SA = __builtin_fma(w2, S0 * c24, __builtin_fma(w, S0 * -0.5, S0));  // S0·A
+    double CA = __builtin_fma(w2, C0 * c24, __builtin_fma(w, C0 * -0.5, C0));  // C0·A
+    // the sign by one exclusive or in the vector unit (a round trip through the integer unit
+    // costs three instructions on the critical path)
+    __m128d m = _mm_castsi128_pd(_mm_cvtsi64_si128((long long)sign));
     FmaF o;
-    o.s = __builtin_fma(B * row[1], r, A * row[0]);
-    o.c = __builtin_fma(-r, B * row[0], A * row[1]);
-    o.sign = (k >> 6) << 63;
+    o.s = _mm_cvtsd_f64(_mm_xor_pd(_mm_set_sd(__builtin_fma(C0 * r, B, SA)), m));
+    o.c = _mm_cvtsd_f64(_mm_xor_pd(_mm_set_sd(__builtin_fma(-S0 * r, B, CA)), m));
     return o;
 }
 
@@ -130,7 +141,7 @@ inline float tiny_sinf(float x) {
 template <int what>  // 0 sine, 1 cosine
 inline float sinf_fma_one(double u) {
     FmaF o = sinf_fma_core(u);
-    return float(f64(bits(what ? o.c : o.s) ^ o.sign));
+    return float(what ? o.c : o.s);
 }
 
 #if !TSR_TIER_Z0
@@ -138,7 +149,7 @@ template <int what>
 __attribute__((noinline, cold)) float sinf_fma_directed(float x) {
     RnGuard g;
     FmaF o = sinf_fma_core(double(opaque(x)));
-    double v = g.finish(f64(bits(what ? o.c : o.s) ^ o.sign));
+    double v = g.finish(what ? o.c : o.s);
     return float(v);
 }
 #endif
@@ -178,8 +189,8 @@ inline void sincosf_fma(float x, float *sp, float *cp) {
     }
 #endif
     FmaF o = sinf_fma_core(double(x));
-    *sp = float(f64(bits(o.s) ^ o.sign));
-    *cp = float(f64(bits(o.c) ^ o.sign));
+    *sp = float(o.s);
+    *cp = float(o.c);
 }
 #endif
 

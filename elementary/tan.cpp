@@ -6,12 +6,15 @@
 // centre, the powers 2..7 and 8..15 in two lanes, the value and the linear coefficient in
 // two parts.  Rows within 7·pi/32 of pi/2 expand tan(x) + 1/t instead, and the pole term
 // -1/t is added from the one division 1/t0 (t0 a 34-bit head of t) corrected by one Newton
-// step.  cot(x) = tan(-x + pi/2): the same rows read 16 on, on -x.
+// step.  cot(x) = tan(-x + pi/2): the same rows read 16 on, on -x, reduced above the medium
+// range by __libm_reduce_pio2d.
 //
 // Tiers l9, z0, d1: k = round(128·|x|/pi) by a shifter, 128 rows; in the rows within pi/4
 // of 0 (mod pi) tan(t) = t·(c + r·G(r)), in the others tan = -(c + G(r))/t with t the
-// distance from pi/2, both by fused multiply-adds; |x| < 2^17, larger arguments go to e7.
+// distance from pi/2, both by fused multiply-adds; |x| < 2^20 (the reduction stays exact to
+// there), larger arguments go to e7.
 #include "elementary/trig_common.h"
+#include "elementary/trig_kernels.h"
 #include "tsr/codes.h"
 #include "tsr/report.h"
 #if TSR_TIER_Z0 || TSR_TIER_D1
@@ -103,7 +106,7 @@ inline double cot_body(double x, bool single, float xf) {
         if (hw >= 0x7ff0) return x * -0.0;
         if (hw < 0x3820) {
             double v = 1.0 / x;  // cot x = 1/x - x/3
-            if (x != 0) return v - x * (1.0 / 3);
+            if (x != 0) return v - x * 0x1.5555555555555p-2;  // 1/3
             if (single) return report(xf, xf, float(v), code::cotf_overflow_at_a_pole);
             return report(x, x, v, code::cot_overflow_at_a_pole);
         }
@@ -113,10 +116,10 @@ inline double cot_body(double x, bool single, float xf) {
     double tail = 0;
     int j16 = 16;
     if (hw >= 0x40c9) {
-        Reduced h = reduce_huge<2>(x);
-        x = h.y;
-        tail = h.t;
-        j16 += 16 * h.n;
+        double y[2];
+        j16 += 16 * __libm_reduce_pio2d(x, y);
+        x = y[0];
+        tail = y[1];
     }
     double v32 = x * 0x1.45f306dc9c883p+3;
     double d1 = opaque(v32 + 0x1.8p+56) - 0x1.8p+56;
@@ -136,11 +139,20 @@ inline double tan_fma_core(double a) {
     double kf = S - 0x1.8p+45;
     uint64_t k = bits(S);
     int j = int(k & 127);
+    // r + e = a - kf·pi by pi in three parts.  r0 is exact (kf·pi's grid is 2^-58 and r0 is
+    // below 2^-6); the product with the second part, up to 55 bits, is split exactly into
+    // ph + pl and subtracted by an exact sum, so that nothing is lost when a lies within
+    // 2^-55 of a multiple of pi.  r comes from r1 by one subtraction; e, off the critical
+    // path, collects the errors.
     double r0 = __builtin_fma(kf, -0x1.921fb54442d18p+1, a);
-    double r1 = __builtin_fma(-kf, 0x1.1a62633p-53, r0);
-    double m2 = kf * 0x1.45c06e0e68948p-85;
-    double r = r1 - m2;
-    double e = __builtin_fma(-kf, 0x1.1a62633p-53, r0 - r1) + ((r1 - r) - m2);
+    double ph = kf * 0x1.1a62633p-53;
+    double pl = __builtin_fma(kf, 0x1.1a62633p-53, -ph);
+    double r1 = r0 - ph;
+    double bb = r1 - r0;
+    double e1 = (r0 - (r1 - bb)) - (ph + bb);  // r0 - ph = r1 + e1 exactly
+    double s2 = __builtin_fma(kf, 0x1.45c06e0e68948p-85, pl);
+    double r = r1 - s2;
+    double e = e1 + ((r1 - r) - s2);
     const double *A = tan_poly128[j];
     const double *c = tan_scale128[j];
     double P3 = __builtin_fma(A[0], r, A[1]), P2 = __builtin_fma(A[2], r, A[3]);
@@ -177,7 +189,7 @@ __attribute__((noinline, cold)) double tan_fma_directed(double a, uint64_t sign)
 inline double tan_fma(double x) {
     uint64_t b = bits(x);
     uint32_t ix = uint32_t(b >> 32) & 0x7fffffff;
-    if (ix - 0x3e200000u >= 0x41000000u - 0x3e200000u) {
+    if (ix - 0x3e200000u >= 0x41300000u - 0x3e200000u) {
         // tan x = x + x^3/3: x, with inexact (and the step up in the upward mode).
         if (ix < 0x3e200000) return __builtin_fma(x, 0x1p-60, x);
         return __libm_tan_e7_local(x);

@@ -3,10 +3,11 @@
 // Tiers ex, e7: t = x - a·pi/2 (a the nearest multiple) and r = x - k·pi/32 in two parts each;
 // 32 rows of the degree-7 expansion of tan around k·pi/32, in the rows within 7·pi/32 of
 // pi/2 of tan(x) + 1/t, the pole term -1/t added by one division.  Huge arguments
-// (|x| >= 2^16): ex takes tan in double, e7 the quadrant reduction.
+// (|x| >= 2^16): ex takes tan in double, e7 the angle modulo pi from sinf_period_rows.
 // Tiers l9, z0, d1: k = round(32|x|/pi) by a shifter, 32 fitted degree-6 rows: tan(t) = t·R(r) in the
 // rows within pi/4 of 0 (mod pi), -R(r)/t (t the distance from pi/2) in the others; |x| < 2^22.
 #include "elementary/trig_common.h"
+#include "tsr/dd.h"
 #if TSR_TIER_Z0 || TSR_TIER_D1
 #include "tsr/avx512.h"
 #endif
@@ -39,10 +40,18 @@ inline float tanf_e7(float x) {
         if (bwr) return float(__bwr_tan_local(u));
         return float(__libm_tan_ex_local(u));
 #else
-        Reduced h = reduce_huge<2>(u);
-        double v = h.y * 0x1.45f306dc9c883p+3, hv = v < 0 ? -0.5 : 0.5;
+        // The angle modulo pi, (n + f)·pi/128 with n in -64 .. 63, as y + tail: n·P1 exact
+        // (P1 of 40 bits), f·pi/128 by an exact product (Dekker), then the medium path on it.
+        Period128 h = period128(u, b);
+        int n = ((h.k + 64) & 127) - 64;
+        constexpr double kPi128 = 0x1.921fb54442d18p-6, kPi128hi = 0x1.921fb54442p-6,
+                         kPi128lo = 0x1.a308d313198a3p-47;  // pi/128; its 40-bit head, the rest
+        dd::DD fp = dd::two_prod(h.f, kPi128);
+        dd::DD y = dd::two_sum(double(n) * kPi128hi, fp.h);
+        double tail = (y.l + fp.l) + (double(n) * kPi128lo + h.f * 0x1.1a62633145c07p-58);
+        double v = y.h * 0x1.45f306dc9c883p+3, hv = v < 0 ? -0.5 : 0.5;
         int k = int(v + hv), a = int(v * 0.0625 + hv);
-        return float(tanf_rows(h.y, h.t, 16.0 * a, double(k), k + 16 * h.n));
+        return float(tanf_rows(y.h, tail, 16.0 * a, double(k), k));
 #endif
     }
     // k = round(32x/pi) and a16 = 16·round(2x/pi) from one product, rounded by a signed half

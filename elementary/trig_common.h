@@ -103,6 +103,26 @@ inline Reduced reduce_huge(double x) {
     return r;
 }
 
+// ---- huge float arguments: 128/pi modulo the period ------------------------------------------
+// u·128/pi modulo 256 (units of pi/128, a period of 2pi) for a float u of at least 2^21 in
+// magnitude (b its bits without the sign), from the row of u's exponent group: p and q are
+// exact, their sum exact as s + e, the rest w below 2^-19 with an error below 2^-72; k =
+// round(s) by a signed half and truncation (s < 2^39), the same in every rounding mode, and
+// s - k exactly.  f + k is the value, |f| <= 1/2 + 2^-40.
+struct Period128 {
+    double f;
+    int k;  // modulo 256
+};
+
+inline Period128 period128(double u, uint32_t b) {
+    const uint64_t *row = sinf_period_rows[((b >> 23) - 0x8e) >> 3];
+    double a = f64(row[0] & 0xffffffffff000000ull), a2 = f64((row[0] & 0xffffffull) << 40);
+    double p = a * u, q = a2 * u, w = f64(row[1]) * u;
+    double s = p + q, e = q - (s - p);
+    int64_t k = int64_t(s + (s < 0 ? -0.5 : 0.5));
+    return {((s - double(k)) + e) + w, int(k & 255)};
+}
+
 // ---- sine and cosine without fused multiply-add ----------------------------------------------
 // x = (k + off)·pi/32 + r - e with k = round(32x/pi) and the period of 64 rows; off is 16 for
 // the cosine (it is the sine a quarter period on) and 8 per octant of a huge argument.

@@ -20,7 +20,20 @@ struct TanRow {    // lane[2i] the low lane (r^(8+i)), lane[2i+1] the high lane 
     uint64_t mask;
 };
 
+struct ReduceConsts {  // the reduction by a period (pi/2)/c: see trig_reduce.cpp
+    double mult;      // 4c/pi
+    double below[4];  // an octant (pi/4)/c in signed pieces whose products with a count below
+                      // 2^25 are exact (the first) or nearly so
+    double above[5];  // the same for a count below 2^32
+    double fin[2];    // the octant in two parts, the first short, for the huge path's product
+};
+
 extern const uint32_t twoopi_words[46];
+extern const uint64_t sinf_period_rows[15][2];
+extern const double fouropi_chunks[50];
+extern const double foln2_chunks[50];
+extern const double foln10_chunks[50];
+extern const ReduceConsts reduce_pio2, reduce_ln2, reduce_ln10;
 extern const SC64 sincos_rows64[64];
 extern const SCPair sincos_pairs64[64];
 extern const SC128 sincos_rows128[128];

@@ -49,6 +49,10 @@ const std::vector<Row<double>> kTan = common<double>(false, {
     cr(0x1.921fb54442d18p+0), cr(-0x1.921fb54442d18p+0),  // the double nearest pi/2: 1.633e16
     cr(0x1.921fb54442d18p+1), cr(0x1.6ac5b262ca1ffp+849), cr(0x1.fffffffffffffp+1023),
     cr(0x1.9p+12), cr(0x1.9p+12 + 1), cr(0x1p+17),  // the medium ranges' ends
+    cr(0x1.fffffffffffffp+19), cr(0x1p+20),          // the fused tiers' hand-off
+    // below 2^20, the doubles closest to multiples of pi (2^-53.3 off) and of pi/2
+    cr(0x1.39c6fd67805a7p+19), cr(0x1.39c6fd67805a7p+18), cr(0x1.65a1dd290660fp+17),
+    cr(0x1.bf9b3c6059d24p+17), cr(0x1.93c05c9ed3cbcp+18),
     cr(0x1.1p-3), cr(0x1.4p-2),                   // pole rows 9 and 23 and their neighbours
     cr(0x1.b2p-1), cr(0x1.d8p-1), cr(0x1.3p+1), cr(0x1.25p+1),
 });
@@ -56,10 +60,12 @@ const std::vector<Row<double>> kCot = common<double>(true, {});
 const std::vector<Row<float>> kSinf = common<float>(false, {
     cr(0x1.921fb6p+1f), cr(-0x1.921fb6p+2f),  // the floats nearest pi and -2pi: row 0
     cr(0x1p-12f), cr(0x1.fffffep+20f), cr(0x1p+21f), cr(0x1p+22f), cr(0x1.fffffep+127f),
+    cr(0x1.9471bp-7f), cr(0x1.fc086ap+118f),  // the fourth-degree terms of the 65-row core
     {0x1p-149f, 0x1p-149f, UN, 0, NO_CODE, RN},
 });
 const std::vector<Row<float>> kCosf = common<float>(true, {
     cr(0x1.921fb6p+0f), cr(0x1.921fb6p+1f), cr(0x1p+21f), cr(0x1p+22f), cr(0x1.fffffep+127f),
+    cr(0x1.38acaap+15f), cr(0x1.e9f1e4p+54f),  // the fourth-degree terms of the 65-row core
 });
 const std::vector<Row<float>> kTanf = common<float>(false, {
     cr(0x1.921fb6p+0f), cr(-0x1.921fb6p+0f), cr(0x1p+16f), cr(0x1p+22f), cr(0x1.fffffep+127f),

@@ -375,6 +375,111 @@ def tanf_rows32f():
     return rows, worst
 
 
+def sinf_period_rows():
+    """Row g (float exponents 0x8e + 8g .. +7): v = (128/pi)·2^(8(g-1)) mod 256, scaled back by
+    2^(-8(g-1)) (row 0: 128/pi), so that u·v = u·128/pi modulo 256 for every float u of the
+    group (its last bit is worth 2^(8(g-1)) at least).  v = a + a2 + a3: a cut to 29 bits (a·u
+    exact), a2 the rest cut to 13 bits (a2·u exact) and packed into a's 24 zero low bits as its
+    top 24 bits (sign, exponent, 12 bits), a3 the rest rounded."""
+    rows = []
+    with mp.workprec(2000):
+        K = 128 / mp.pi
+        for gi in range(15):
+            v = K if gi == 0 else (K * mpf(2) ** (8 * (gi - 1)) % 256) * mpf(2) ** (-8 * (gi - 1))
+            q = g.exact(v)
+            a = g.exact(g.round_bits(q, 29, "zero"))
+            a2 = g.exact(g.round_bits(q - a, 13, "zero"))
+            a3 = g.exact(g.round_bits(q - a - a2, 53))
+            assert bits(a) & 0xffffff == 0 and bits(a2) & ((1 << 40) - 1) == 0
+            rows.append((bits(a) | (bits(a2) >> 40), bits(a3)))
+    for i, w in ((0, (0x40445f306d3e7939, 0x3d7054a7f09d5f48)), (1, (0x40445f306d3e7939, 0x3d7054a7f09d5f48)),
+                 (2, (0x3fe7cc1b723e0c88, 0x3d1529fc2757d1f5))):
+        check("sinf_period_rows[%d][0]" % i, rows[i][0], w[0])
+        check("sinf_period_rows[%d][1]" % i, rows[i][1], w[1])
+    return ["{%s, %s}" % (g.hexint(h, 16, "ull"), g.hexint(l, 16, "ull")) for h, l in rows]
+
+
+# ---- chunks of 4c/pi for the reductions of huge arguments ------------------------------------
+CHUNK_ROWS = 50  # rows 0..48 and a pad
+
+
+def chunks(Kf):
+    """Row i: the 25 bits of K at the places 2^(-25(i-1)) .. 2^(-25(i-1)-24), with their place
+    value, times 2^200 (row 0 holds the bits above the units place, zero for K < 2)."""
+    rows = []
+    with mp.workprec(25 * CHUNK_ROWS + 200):
+        K = Kf()
+        for i in range(CHUNK_ROWS):
+            sh = 25 * (i - 1) + 24
+            v = int(mp.floor(K * mpf(2) ** sh)) % (1 << 25)
+            rows.append(Fraction(v) * Fraction(2) ** (200 - sh) if sh <= 200
+                        else Fraction(v, 2 ** (sh - 200)))
+    return rows
+
+
+def split_parts(K, widths):
+    """K as a signed-digit sum: the first part K cut (toward zero) to widths[0] bits, each next
+    one the rest rounded to its width, the last the rest rounded to a double."""
+    parts, rest = [], g.exact(K)
+    for i, w in enumerate(widths):
+        p = g.exact(g.round_bits(rest, w, "zero" if i == 0 else "nearest"))
+        parts.append(p)
+        rest = rest - p
+    return parts
+
+
+def reduction_constants():
+    """Multiplier, Cody-Waite parts (below 2^23 and below 2^30) and final factor of each period:
+    an octant Q = (pi/4)/c in x's units, in pieces short enough that their products with every
+    count of the range are exact."""
+    # (name, c, widths below, widths above, width of the final factor's head)
+    sets = (("pio2", mpf(1), (27, 28, 27, 53), (20, 21, 20, 20, 53), 23),
+            ("ln2", log(2), (27, 26, 27, 53), (21, 20, 20, 20, 53), 21),
+            ("ln10", log(10), (27, 26, 27, 53), (21, 20, 20, 20, 53), 21))
+    out = {}
+    for name, c, wb, wa, wf in sets:
+        K = 4 * c / pi
+        Q = pi / 4 / c
+        out[name] = (K, split_parts(Q, wb), split_parts(Q, wa), split_parts(Q, (wf, 53)), wb, wa, wf)
+    # The constants the design fixes by their digits (the first parts there negated).
+    given = {"pio2": (0x3ff45f306dc9c883,
+                      (0xbfe921fb54000000, 0x3e010b4612000000, 0xbc2676733c000000, 0x3a61701b839a2520),
+                      (0xbfe921fa00000000, 0x3ea5444300000000, 0xbd373dca00000000, 0xbbf3b39a00000000,
+                       0x3a845c06e0e68948),
+                      (0x3fe921fb40000000, 0x3e64442d18469899)),
+             "ln2": (0x3fec3dc98f7e969c,
+                     (0xbff2212304000000, 0x3e16d77ae8000000, 0xbc4d63398c000000, 0x3a4603725c06da5d),
+                     # Printed as 0xbff2212300000000, 0x3e516d8000000000, 0x3bf398ce00000000,
+                     # 0x3aa0580dc9701b69, whose sum misses Q by 1.2e-13: the second piece is
+                     # Q's rest cut to 16 bits and nothing carries what it leaves.  Only the
+                     # head is kept; the rest comes from the widths.
+                     (0xbff2212300000000,),
+                     (0x3ff2212300000000, 0x3e516d77ae714e63))}
+    # Where the design fixes the digits they are taken as they stand; the widths above are
+    # checked against them (the first two pieces of each set) and each set's sum against Q.
+    for name, (k, b, a, f) in given.items():
+        K, below, above, fin, wb, wa, wf = out[name]
+        check(name + " multiplier", bits(K), k)
+        sets = []
+        for tag, got, want in (("below", below, b), ("above", above, a), ("final", fin, f)):
+            neg = tag != "final"
+            if len(want) == 1:
+                check("%s %s[0]" % (name, tag), bits(-got[0]), want[0])
+                sets.append(got)
+                continue
+            for i in range(2):
+                check("%s %s[%d]" % (name, tag, i), bits(-got[i] if i == 0 and neg else got[i]), want[i])
+            parts = [g.exact(g.from_bits(w, g.BINARY64)) for w in want]
+            if neg:
+                parts[0] = -parts[0]
+            err = abs(sum(parts) - g.exact(pi / 4 / {"pio2": mpf(1), "ln2": log(2)}[name]))
+            if err > g.exact(mpf(2) ** (-75 if tag == "final" else -100)):
+                raise SystemExit("%s %s: the pieces miss Q by %s" % (name, tag, float(err)))
+            sets.append(parts)
+        out[name] = (K, sets[0], sets[1], sets[2], wb, wa, wf)
+    return out
+
+
 # ---- main ----------------------------------------------------------------------------------------
 def main():
     L = [g.header(SCRIPT),
@@ -421,6 +526,30 @@ def main():
                    "Row j: b6..b0, the signed centre a.  R(r) = b0 + b1·r + ... + b6·r^6 fits tan(t)/t\n"
                    "(rows 0..7, 24..31) or -t/tan(t) (rows 8..23), t = a + r: %s" % g.approx_comment(
                        -pi / 64 * mpf(1.002), pi / 64 * mpf(1.002), 6, float(log(worst, 2)), SCRIPT))
+    L += g.c_array("const double fouropi_chunks[50]", [d(x) for x in chunks(lambda: 4 / mp.pi)], 2,
+                   "Row i: the 25 bits of 4/pi at the places 2^(-25(i-1)) .. 2^(-25(i-1)-24) times\n"
+                   "2^200 (row 0: the bits above the units place), rows 0..48 and a pad.")
+    for nm, c in (("ln2", 2), ("ln10", 10)):
+        L += g.c_array("const double fo%s_chunks[50]" % nm,
+                       [d(x) for x in chunks(lambda: 4 * mp.log(c) / mp.pi)], 2,
+                       "The same rows of 4·%s/pi." % ("ln 2" if nm == "ln2" else "ln 10"))
+    L += g.c_array("const uint64_t sinf_period_rows[15][2]", sinf_period_rows(), 1,
+                   "Row g, float exponents 0x8e + 8g .. 0x95 + 8g: 128/pi·2^(8(g-1)) modulo 256, scaled\n"
+                   "back, as a head of 29 bits whose 24 low bits hold the top of a 13-bit second part,\n"
+                   "and a third part (bit patterns: the head's low bits matter).")
+    rc = reduction_constants()
+    for nm in ("pio2", "ln2", "ln10"):
+        K, below, above, fin, wb, wa, wf = rc[nm]
+        L += ["// %s: 4c/pi (c = %s); an octant Q = (pi/4)/c as signed pieces of %s bits (below"
+              % (nm, {"pio2": "1", "ln2": "ln 2", "ln10": "ln 10"}[nm], ", ".join(map(str, wb))),
+              "// 2^23), of %s bits (below 2^30), and of %d and 53 bits (the final factor)."
+              % (", ".join(map(str, wa)), wf),
+              "const ReduceConsts reduce_%s = {" % nm,
+              "    %s," % d(K),
+              "    {%s}," % ", ".join(d(x) for x in below),
+              "    {%s}," % ", ".join(d(x) for x in list(above) + [0] * (5 - len(above))),
+              "    {%s}," % ", ".join(d(x) for x in fin),
+              "};", ""]
     L += ["", "}  // namespace tsr::trig"]
     g.write_outputs({"elementary/trig_data.cpp": "\n".join(L) + "\n"})
 
