@@ -189,19 +189,6 @@ inline CD catanh_core(double x, double y) {
     double re = double(catanh_re(X, Y)), i = double(im);
     return mk(rn.finish(re), i);
 }
-
-inline CD rot_in(CD z) { return mk(flip_num(__imag__ z), __real__ z); }
-inline CD rot_out(CD w) { return mk(__imag__ w, flip_num(__real__ w)); }
-inline CF rot_inf(CF z) {
-    float y = __imag__ z;
-    if ((bits(y) & 0x7fffffffu) <= 0x7f800000u) y = -y;
-    return mkf(y, __real__ z);
-}
-inline CF rot_outf(CF w) {
-    float u = __real__ w;
-    if ((bits(u) & 0x7fffffffu) <= 0x7f800000u) u = -u;
-    return mkf(__imag__ w, u);
-}
 }  // namespace
 
 #if TSR_TIER_EX

@@ -25,6 +25,21 @@ using namespace tsr::cplx;
 namespace {
 inline double hyp_tiny_tail(double x) { return x * (x * x) * 0x1.5555555555555p-3; }  // x^3/6
 
+// cosh x = C * 2^n1 and sinh x = S * 2^n2 as double-double pairs, sin y and cos y as pairs.
+// Below 2^-26, sinh x = x + x^3/6 to far beyond double-double.
+inline void hyp_pairs(double x, double y, double C[2], int &n1, double S[2], int &n2, double sn[2],
+                      double cs[2]) {
+    n1 = __libm_cosh_k64(opaque(x), C);
+    if (bexp(x) < 1023 - 26) {
+        S[0] = x;
+        S[1] = hyp_tiny_tail(x);
+        n2 = 0;
+    } else {
+        n2 = __libm_sinh_k64(x, S);
+    }
+    __libm_sincos_k64(y, sn, cs);
+}
+
 template <bool COSH>
 inline CD chyp(double x, double y) {
     if (is_zero(y)) {
@@ -60,15 +75,8 @@ inline CD chyp(double x, double y) {
     }
     RnGuard rn;
     double C[2], S[2], sn[2], cs[2];
-    int n1 = __libm_cosh_k64(opaque(x), C), n2;
-    if (bexp(x) < 1023 - 26) {  // sinh x = x + x^3/6 to far beyond double-double
-        S[0] = x;
-        S[1] = hyp_tiny_tail(x);
-        n2 = 0;
-    } else {
-        n2 = __libm_sinh_k64(x, S);
-    }
-    __libm_sincos_k64(y, sn, cs);
+    int n1, n2;
+    hyp_pairs(x, y, C, n1, S, n2, sn, cs);
     double re, im;
     if (COSH) {
         __libm_mul_k64(n1, C, cs, &re);
@@ -107,15 +115,8 @@ inline CD ctanh_core(double x, double y) {
     RnGuard rn;
     X87Precision p;
     double C[2], S[2], sn[2], cs[2];
-    int n1 = __libm_cosh_k64(opaque(x), C), n2;
-    if (bexp(x) < 1023 - 26) {
-        S[0] = x;
-        S[1] = hyp_tiny_tail(x);
-        n2 = 0;
-    } else {
-        n2 = __libm_sinh_k64(x, S);
-    }
-    __libm_sincos_k64(y, sn, cs);
+    int n1, n2;
+    hyp_pairs(x, y, C, n1, S, n2, sn, cs);
     LD ch = ld(C) * pow2l(n1), sh = ld(S) * pow2l(n2), s = ld(sn), c = ld(cs);
     LD d = sh * sh + c * c;
     LD re = sh * ch / d, im = s * c / d;
@@ -123,20 +124,6 @@ inline CD ctanh_core(double x, double y) {
     return mk(rn.finish(r), i);
 }
 
-// The rotation: (-y + ix), y's sign flipped unless y is NaN.
-inline CD rot_in(CD z) { return mk(flip_num(__imag__ z), __real__ z); }
-// u + iv returned as (v, -u), u's sign flipped unless u is NaN.
-inline CD rot_out(CD w) { return mk(__imag__ w, flip_num(__real__ w)); }
-inline CF rot_inf(CF z) {
-    float y = __imag__ z;
-    if ((bits(y) & 0x7fffffffu) <= 0x7f800000u) y = -y;
-    return mkf(y, __real__ z);
-}
-inline CF rot_outf(CF w) {
-    float u = __real__ w;
-    if ((bits(u) & 0x7fffffffu) <= 0x7f800000u) u = -u;
-    return mkf(__imag__ w, u);
-}
 }  // namespace
 
 #if TSR_TIER_EX

@@ -89,19 +89,9 @@ TSR_BODY(double, log1p, (double x)) {
 }
 
 TSR_BODY(float, log1pf, (float x)) {
-    double u = x;
-    uint32_t b = bits(x);
-    if ((b << 1) > 0xff000000u) return x + x;
-    if (b == 0xbf800000u) return logk::pole(x, code::log1pf_argument_minus_1);
-    if (b > 0xbf800000u) return logk::domain(x, code::log1pf_argument_below_minus_1);
-    if ((b & 0x7fffffffu) < 0x31800000u) {  // |x| < 2^-28
-        if ((b << 1) == 0) return x;
-        if ((b & 0x7fffffffu) < 0x00800000u) return logk::log1pf_tiny(x);
-        // approximation of log(1 + x) on [-0x1p-28, 0x1p-28], degree 2, max relative
-        // error 2^-57.58 (measured by tools/gen/approximations.py)
-        return float(u - u * u * 0.5);
-    }
-    return float(__libm_log_ex_local(1.0 + u));
+    float r;
+    if (logk::log1pf_front(x, &r)) return r;
+    return float(__libm_log_ex_local(1.0 + double(x)));
 }
 // The reproducible log1p is this ex body under a second name (so it stands in rows 1 to 4 of
 // log1p's table); __bwr_log1pf has a body of its own (reproducible/log.cpp).

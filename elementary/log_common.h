@@ -98,6 +98,24 @@ inline float log1pf_tiny(float x) {
     return float(u - __builtin_fabs(u) * 0x1p-60);
 }
 
+// What log1pf's ex body and its reproducible form share before the logarithm of 1 + x: NaNs,
+// the pole at -1, the domain below it, and |x| < 2^-28, where log(1 + x) = x - x^2/2 to within
+// 2^-57 relative (the next term, x^3/3, is below 2^-56 of x).  True with *r set when the
+// answer is known; otherwise 1 + x in double is exact (x's last bit is at least 2^-51) or,
+// above 2^29, off by far less than the float result's ulp.
+inline bool log1pf_front(float x, float *r) {
+    double u = x;
+    uint32_t b = bits(x);
+    if ((b << 1) > 0xff000000u) return *r = x + x, true;
+    if (b == 0xbf800000u) return *r = pole(x, code::log1pf_argument_minus_1), true;
+    if (b > 0xbf800000u) return *r = domain(x, code::log1pf_argument_below_minus_1), true;
+    if ((b & 0x7fffffffu) >= 0x31800000u) return false;  // |x| >= 2^-28
+    if ((b << 1) == 0) *r = x;
+    else if ((b & 0x7fffffffu) < 0x00800000u) *r = log1pf_tiny(x);
+    else *r = float(u - u * u * 0.5);
+    return true;
+}
+
 #ifdef __AVX2__
 // The FMA tiers' reduction of a positive normal double's mantissa, kept in the vector unit
 // (a round trip through the integer registers would sit on the critical path): the float

@@ -20,12 +20,6 @@
 #include "exact/rem_common.h"
 #include "exact/fused_rem.h"
 
-#if TSR_TIER_L9
-#include <immintrin.h>
-#endif
-#if TSR_TIER_Z0 || TSR_TIER_D1
-#include "tsr/avx512.h"
-#endif
 
 using namespace tsr;
 
@@ -98,37 +92,6 @@ inline T fmod_int(T x, T y) {
     return rem::make<T>(r, b.e, (Format<T>::bits(x) & Format<T>::sign) != 0);
 }
 
-#if TSR_TIER_L9
-// Tier l9: the plain operations, run under a control word that rounds toward zero.
-struct OpsL9 {
-    static double div(double a, double b) { return opaque(a) / opaque(b); }
-    static double fnma(double q, double b, double a) {
-        return _mm_cvtsd_f64(_mm_fnmadd_sd(_mm_set_sd(q), _mm_set_sd(b), _mm_set_sd(a)));
-    }
-    static double trunc(double x) {
-        __m128d v = _mm_set_sd(x);
-        return _mm_cvtsd_f64(_mm_round_sd(v, v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC));
-    }
-};
-// Runs f with round-toward-zero and every exception masked; the caller's control and status
-// word (its flags as they were) comes back before the result is used.
-template <class F>
-inline double under_rz(F f) {
-    uint32_t saved = get_mxcsr();
-    set_mxcsr(saved | 0x7f80);
-    double r = opaque(f());
-    set_mxcsr(saved);
-    return opaque(r);
-}
-#endif
-
-#if TSR_TIER_Z0 || TSR_TIER_D1
-struct OpsZ0 {
-    static double div(double a, double b) { return avx512::div_rz(a, b); }
-    static double fnma(double q, double b, double a) { return avx512::fma_rz(-q, b, a); }
-    static double trunc(double x) { return avx512::trunc_sae(x); }
-};
-#endif
 
 }  // namespace
 
@@ -206,14 +169,14 @@ TSR_BODY(double, fmod, (double x, double y)) {
     if ((bits(x) & kAbs64) - (bits(y) & kAbs64) < (kOneDivision << 52))
         return fmod_int(x, y);
     double ax = f64(bits(x) & kAbs64), ay = f64(bits(y) & kAbs64);
-    r = under_rz([&] { return rem::fused_mod<OpsL9>(ax, ay); });
+    r = rem::under_rz([&] { return rem::fused_mod<rem::OpsL9>(ax, ay); });
     return f64(bits(r) | (bits(x) & kSign64));
 }
 TSR_BODY(float, fmodf, (float x, float y)) {
     float r;
     if (fmodf_special(x, y, r)) return r;
     double ax = double(f32(bits(x) & kAbs32)), ay = double(f32(bits(y) & kAbs32));
-    double m = under_rz([&] { return rem::fused_mod<OpsL9>(ax, ay); });
+    double m = rem::under_rz([&] { return rem::fused_mod<rem::OpsL9>(ax, ay); });
     return f32(bits(float(m)) | (bits(x) & kSign32));
 }
 #endif
@@ -223,14 +186,14 @@ TSR_BODY(double, fmod, (double x, double y)) {
     double r;
     if (fmod_special<false>(x, y, r)) return r;
     double ax = f64(bits(x) & kAbs64), ay = f64(bits(y) & kAbs64);
-    r = rem::fused_mod<OpsZ0>(ax, ay);
+    r = rem::fused_mod<rem::OpsZ0>(ax, ay);
     return f64(bits(r) | (bits(x) & kSign64));
 }
 TSR_BODY(float, fmodf, (float x, float y)) {
     float r;
     if (fmodf_special(x, y, r)) return r;
     double ax = double(f32(bits(x) & kAbs32)), ay = double(f32(bits(y) & kAbs32));
-    double m = rem::fused_mod<OpsZ0>(ax, ay);
+    double m = rem::fused_mod<rem::OpsZ0>(ax, ay);
     return f32(bits(float(m)) | (bits(x) & kSign32));
 }
 #endif

@@ -6,12 +6,52 @@
 #pragma once
 #include "tsr/common.h"
 
+#if TSR_TIER_L9
+#include <immintrin.h>
+#endif
+#if TSR_TIER_Z0 || TSR_TIER_D1
+#include "tsr/avx512.h"
+#endif
+
 namespace tsr::rem {
 namespace {
 
 constexpr double kMaxFinite = 0x1.fffffffffffffp1023;  // what a saturated quotient reads
 constexpr double kTwo1023 = 0x1p1023;
 constexpr double kTwo53 = 0x1p53;  // from here on every double is even
+
+#if TSR_TIER_L9
+// Tier l9: the plain operations, run under a control word that rounds toward zero.
+struct OpsL9 {
+    static double div(double a, double b) { return opaque(a) / opaque(b); }
+    static double fnma(double q, double b, double a) {
+        return _mm_cvtsd_f64(_mm_fnmadd_sd(_mm_set_sd(q), _mm_set_sd(b), _mm_set_sd(a)));
+    }
+    static double trunc(double x) {
+        __m128d v = _mm_set_sd(x);
+        return _mm_cvtsd_f64(_mm_round_sd(v, v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC));
+    }
+};
+// Runs f with round-toward-zero and every exception masked; the caller's control and status
+// word (its flags as they were) comes back before the result is used.
+template <class F>
+inline double under_rz(F f) {
+    uint32_t saved = get_mxcsr();
+    set_mxcsr(saved | 0x7f80);
+    double r = opaque(f());
+    set_mxcsr(saved);
+    return opaque(r);
+}
+#endif
+
+#if TSR_TIER_Z0 || TSR_TIER_D1
+// Tiers z0 and d1: each operation rounds toward zero by its own embedded rounding.
+struct OpsZ0 {
+    static double div(double a, double b) { return avx512::div_rz(a, b); }
+    static double fnma(double q, double b, double a) { return avx512::fma_rz(-q, b, a); }
+    static double trunc(double x) { return avx512::trunc_sae(x); }
+};
+#endif
 
 // r mod w for finite r >= 0, w > 0 with r / w inside the range.
 template <class Ops>

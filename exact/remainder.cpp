@@ -23,12 +23,6 @@
 #include "exact/rem_common.h"
 #include "exact/fused_rem.h"
 
-#if TSR_TIER_L9
-#include <immintrin.h>
-#endif
-#if TSR_TIER_Z0 || TSR_TIER_D1
-#include "tsr/avx512.h"
-#endif
 
 using namespace tsr;
 
@@ -87,30 +81,9 @@ inline T remquo_body(T x, T y, int *quo, int zero_code) {
 }
 
 #if TSR_TIER_L9
-struct OpsL9 {
-    static double div(double a, double b) { return opaque(a) / opaque(b); }
-    static double fnma(double q, double b, double a) {
-        return _mm_cvtsd_f64(_mm_fnmadd_sd(_mm_set_sd(q), _mm_set_sd(b), _mm_set_sd(a)));
-    }
-    static double trunc(double x) {
-        __m128d v = _mm_set_sd(x);
-        return _mm_cvtsd_f64(_mm_round_sd(v, v, _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC));
-    }
-};
 inline double nearest_l9(double ax, double ay) {
-    uint32_t saved = get_mxcsr();
-    set_mxcsr(saved | 0x7f80);  // round toward zero, every exception masked
-    double r = opaque(rem::fused_nearest<OpsL9>(opaque(ax), opaque(ay)));
-    set_mxcsr(saved);
-    return opaque(r);
+    return rem::under_rz([&] { return rem::fused_nearest<rem::OpsL9>(opaque(ax), opaque(ay)); });
 }
-#endif
-#if TSR_TIER_Z0 || TSR_TIER_D1
-struct OpsZ0 {
-    static double div(double a, double b) { return avx512::div_rz(a, b); }
-    static double fnma(double q, double b, double a) { return avx512::fma_rz(-q, b, a); }
-    static double trunc(double x) { return avx512::trunc_sae(x); }
-};
 #endif
 
 // The fused tiers share this frame: magnitudes in, the sign of x applied to the signed rest.
@@ -238,11 +211,11 @@ TSR_BODY(float, remainderf, (float x, float y)) {
 TSR_BODY(double, remainder, (double x, double y)) {
     double r;
     if (rem_special(x, y, r, code::remainder_divisor_0)) return r;
-    return rem_fused(x, y, rem::fused_nearest<OpsZ0>);
+    return rem_fused(x, y, rem::fused_nearest<rem::OpsZ0>);
 }
 TSR_BODY(float, remainderf, (float x, float y)) {
     float r;
     if (rem_special(x, y, r, code::remainderf_divisor_0)) return r;
-    return remf_fused(x, y, rem::fused_nearest<OpsZ0>);
+    return remf_fused(x, y, rem::fused_nearest<rem::OpsZ0>);
 }
 #endif

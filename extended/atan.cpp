@@ -22,9 +22,6 @@ using namespace tsr::x80;
 #if TSR_TIER_EX
 namespace {
 
-inline bool is_nan(const Ext &v) { return ((v.se & 0x7fff) == 0x7fff && v.m != kOne64) || invalid_encoding(v); }
-inline bool is_inf(const Ext &v) { return (v.se & 0x7fff) == 0x7fff && v.m == kOne64; }
-inline bool is_zero(const Ext &v) { return (v.se & 0x7fff) == 0 && v.m == 0; }
 inline LD with_sign(LD v, bool s) { return s ? -v : v; }
 inline Pair sgn(Pair p, bool s) { return s ? neg(p) : p; }
 

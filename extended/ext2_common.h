@@ -29,8 +29,6 @@ TSR_HIDDEN void __libm_log1pl_k80(long double out[2], const long double in[2]);
 namespace tsr::x80 {
 namespace {
 
-constexpr uint64_t kOne64 = 0x8000000000000000ull;
-
 // ---- pairs ----------------------------------------------------------------------------------
 struct Pair {
     LD h, l;
@@ -57,10 +55,6 @@ inline Pair divp(Pair a, Pair b) {
     two_prod(q, b.h, p, e);
     LD r = (((a.h - p) - e) + (a.l - q * b.l)) / b.h;
     return norm(q, r);
-}
-inline LD fsqrt(LD x) {
-    asm("fsqrt" : "+t"(x));
-    return x;
 }
 // sqrt(a): the unit's root of the head and the remainder a - s^2 (exact product) over 2s.
 inline Pair sqrtp(Pair a) {

@@ -25,6 +25,8 @@
 namespace tsr::x80 {
 namespace {
 
+constexpr uint64_t kOne64 = 0x8000000000000000ull;  // the integer bit of a significand
+
 // ---- unpacking ------------------------------------------------------------------------------
 // A finite non-zero value as its significand with the leading bit set and its unbiased
 // exponent (subnormals and pseudo-denormals normalised).
@@ -44,6 +46,16 @@ inline Unpacked unpack(const Ext &v) {
 // An encoding the x87 unit refuses as an operand: an unnormal (or pseudo-NaN, or
 // pseudo-infinity) has a non-zero exponent field and a clear integer bit.
 inline bool invalid_encoding(const Ext &v) { return (v.se & 0x7fff) != 0 && !(v.m >> 63); }
+// The classes of an encoding, the invalid ones counted as NaNs (the unit treats them so).
+inline bool is_nan(const Ext &v) { return ((v.se & 0x7fff) == 0x7fff && v.m != kOne64) || invalid_encoding(v); }
+inline bool is_inf(const Ext &v) { return (v.se & 0x7fff) == 0x7fff && v.m == kOne64; }
+inline bool is_zero(const Ext &v) { return (v.se & 0x7fff) == 0 && v.m == 0; }
+
+// The unit's square root, rounded once under the frame's control word.
+inline LD fsqrt(LD x) {
+    asm("fsqrt" : "+t"(x));
+    return x;
+}
 
 // The default quiet NaN of a domain error (the single-precision 0x7fc00000 widened), with
 // invalid raised by arithmetic.

@@ -21,8 +21,6 @@ using namespace tsr::x80;
 #if TSR_TIER_EX
 namespace {
 
-inline bool is_nan(const Ext &v) { return ((v.se & 0x7fff) == 0x7fff && v.m != kOne64) || invalid_encoding(v); }
-inline bool is_inf(const Ext &v) { return (v.se & 0x7fff) == 0x7fff && v.m == kOne64; }
 inline Pair sgn(Pair p, bool s) { return s ? neg(p) : p; }
 
 // sinh (odd) and cosh of |x| for 2^-32 <= |x| < 2^14 with the sign s on sinh; over set when

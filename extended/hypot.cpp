@@ -14,14 +14,6 @@ using namespace tsr;
 using namespace tsr::x80;
 
 #if TSR_TIER_EX
-namespace {
-
-inline LD fsqrt(LD x) {
-    asm("fsqrt" : "+t"(x));
-    return x;
-}
-
-}  // namespace
 
 TSR_BODY(long double, hypotl, (long double x, long double y)) {
     Ext a = ext_in(x), b = ext_in(y);

@@ -19,14 +19,12 @@ using namespace tsr::x80;
 #if TSR_TIER_EX
 namespace {
 
-constexpr uint64_t kOneBit = 0x8000000000000000ull;
-
 // Zero, negative values, infinities, NaNs and refused encodings: true with *r set.
 inline bool log_special(LD x, const Ext &v, int zero_code, int neg_code, LD *r) {
     uint32_t f = v.se & 0x7fff;
     if (f == 0x7fff || invalid_encoding(v)) {
-        if (v.m == kOneBit && !(v.se >> 15)) *r = x;  // +inf
-        else if (v.m == kOneBit) *r = report(x, default_nan(), neg_code);
+        if (v.m == kOne64 && !(v.se >> 15)) *r = x;  // +inf
+        else if (v.m == kOne64) *r = report(x, default_nan(), neg_code);
         else *r = x + x;
         return true;
     }
@@ -52,7 +50,7 @@ TSR_BODY(long double, logl, (long double x)) {
     if (__builtin_expect(!positive_finite(v), 0)) {
         if (log_special(x, v, code::logl_argument_0, code::logl_argument_negative, &r)) return r;
     }
-    if (__builtin_expect(key(v) == 0x3fff8000u && v.m == kOneBit, 0)) return 0.0L;
+    if (__builtin_expect(key(v) == 0x3fff8000u && v.m == kOne64, 0)) return 0.0L;
     X87Frame fr;
     x = opaque(load(x));
     LD hi, lo;
@@ -70,7 +68,7 @@ TSR_DEFINE(long double, log2l, (long double x)) {
         if (log_special(x, v, code::log2l_argument_0, code::log2l_argument_negative, &r)) return r;
     }
     Unpacked u = unpack(v);
-    if (__builtin_expect(u.m == kOneBit, 0)) return LD(u.e);  // powers of two, exactly
+    if (__builtin_expect(u.m == kOne64, 0)) return LD(u.e);  // powers of two, exactly
     X87Frame fr;
     x = opaque(load(x));
     LD hi, lo, h, l;
@@ -85,7 +83,7 @@ TSR_DEFINE(long double, log10l, (long double x)) {
     if (__builtin_expect(!positive_finite(v), 0)) {
         if (log_special(x, v, code::log10l_argument_0, code::log10l_argument_negative, &r)) return r;
     }
-    if (__builtin_expect(key(v) == 0x3fff8000u && v.m == kOneBit, 0)) return 0.0L;
+    if (__builtin_expect(key(v) == 0x3fff8000u && v.m == kOne64, 0)) return 0.0L;
     X87Frame fr;
     x = opaque(load(x));
     LD hi, lo, ph, pl;
@@ -101,12 +99,12 @@ TSR_BODY(long double, log1pl, (long double x)) {
     uint32_t f = v.se & 0x7fff;
     bool neg = v.se >> 15;
     if (__builtin_expect(f >= 0x7fff || invalid_encoding(v) || (neg && f >= 0x3fff), 0)) {
-        if (f == 0x7fff && v.m == kOneBit && !neg) return x;
+        if (f == 0x7fff && v.m == kOne64 && !neg) return x;
         if (f == 0x7fff || invalid_encoding(v)) {
-            if (v.m != kOneBit) return x + x;
+            if (v.m != kOne64) return x + x;
             return report(x, default_nan(), code::log1pl_argument_below_minus_1);
         }
-        if (f == 0x3fff && v.m == kOneBit) {
+        if (f == 0x3fff && v.m == kOne64) {
             LD d = opaque(-1.0L) / opaque(0.0L);
             return report(x, d, code::log1pl_argument_minus_1);
         }

@@ -19,7 +19,6 @@ using namespace tsr::x80;
 #if TSR_TIER_EX
 namespace {
 
-constexpr uint64_t kOneBit = 0x8000000000000000ull;
 enum YType { kNotInt, kOdd, kEven };
 
 // Whether finite non-zero y (field f, significand m) is an integer, and its parity.
@@ -71,8 +70,8 @@ inline void ipow(LD m, int n, LD &h, LD &l) {
 LD special(LD x, LD y, const Ext &vx, const Ext &vy) {
     uint32_t fx = vx.se & 0x7fff, fy = vy.se & 0x7fff;
     bool xneg = vx.se >> 15, yneg = vy.se >> 15;
-    bool xnan = (fx == 0x7fff && vx.m != kOneBit) || invalid_encoding(vx);
-    bool ynan = (fy == 0x7fff && vy.m != kOneBit) || invalid_encoding(vy);
+    bool xnan = (fx == 0x7fff && vx.m != kOne64) || invalid_encoding(vx);
+    bool ynan = (fy == 0x7fff && vy.m != kOne64) || invalid_encoding(vy);
     if (fy == 0 && vy.m == 0) {
         if (xnan) {
             if (is_snan(vx) || invalid_encoding(vx)) force(opaque(x) + opaque(x));
@@ -80,14 +79,14 @@ LD special(LD x, LD y, const Ext &vx, const Ext &vy) {
         }
         return 1.0L;
     }
-    if (!xneg && fx == 0x3fff && vx.m == kOneBit) {
+    if (!xneg && fx == 0x3fff && vx.m == kOne64) {
         if (ynan && (is_snan(vy) || invalid_encoding(vy))) force(opaque(y) + opaque(y));
         return 1.0L;
     }
     if (xnan || ynan) return x + y;
     bool xzero = fx == 0 && vx.m == 0, xinf = fx == 0x7fff;
     if (fy == 0x7fff) {  // y = +-inf
-        if (fx == 0x3fff && vx.m == kOneBit) return 1.0L;  // x = -1
+        if (fx == 0x3fff && vx.m == kOne64) return 1.0L;  // x = -1
         bool big = fx >= 0x3fff;                            // |x| > 1 (|x| = 1 done)
         if (!xzero || !yneg) return (big != yneg) ? __builtin_infl() : 0.0L;
     }
@@ -117,7 +116,7 @@ TSR_BODY(long double, powl, (long double x, long double y)) {
     // Special unless x is finite, non-zero and not +1, and y finite, non-zero, with proper
     // significands.
     bool ordinary = fx != 0x7fff && fy != 0x7fff && (fy != 0 || vy.m != 0) && (fx != 0 || vx.m != 0) &&
-                    !invalid_encoding(vx) && !invalid_encoding(vy) && !(vx.se == 0x3fff && vx.m == kOneBit);
+                    !invalid_encoding(vx) && !invalid_encoding(vy) && !(vx.se == 0x3fff && vx.m == kOne64);
     YType yt = kNotInt;
     if (ordinary) {
         yt = ytype(fy, vy.m);
@@ -130,9 +129,8 @@ TSR_BODY(long double, powl, (long double x, long double y)) {
     X87Frame fr;
     x = opaque(load(x));
     y = opaque(load(y));
-    if (vy.m == kOneBit && fy == 0x3ffe && !yneg) {  // y = 1/2
-        LD r = opaque(from_ext(ux.m, 0x3fff) * (ux.e & 1 ? 2.0L : 1.0L));
-        asm("fsqrt" : "+t"(r));
+    if (vy.m == kOne64 && fy == 0x3ffe && !yneg) {  // y = 1/2
+        LD r = fsqrt(opaque(from_ext(ux.m, 0x3fff) * (ux.e & 1 ? 2.0L : 1.0L)));
         return finish(fr, x, r, y, (ux.e - (ux.e & 1)) / 2);
     }
     if (yt != kNotInt && fy <= 0x4004 && (fy < 0x4004 || (vy.m >> 48) < 0xb800)) {  // |y| < 46

@@ -15,11 +15,6 @@ using namespace tsr::x80;
 #if TSR_TIER_EX
 namespace {
 
-inline LD fsqrt(LD x) {
-    asm("fsqrt" : "+t"(x));
-    return x;
-}
-
 inline LD sqrt_body(LD x) {
     // x goes onto the register stack from its own cell first: rebuilding it from the
     // integer reads would cost a failed store forwarding.

@@ -120,19 +120,9 @@ TSR_DEFINE(double, __bwr_log10, (double x)) {
     return times_const(ln_parts(x), bwr::bwr_log10e);
 }
 
-// log1pf as its ex body, with the reproducible logarithm of 1 + x in double: for |x| >=
-// 2^-28, 1 + x is exact (x's last bit is at least 2^-51) or, above 2^29, off by far less
-// than the float result's ulp; below, x - x^2/2 is the answer.
+// log1pf as its ex body, with the reproducible logarithm of 1 + x in double.
 TSR_DEFINE(float, __bwr_log1pf, (float x)) {
-    double u = x;
-    uint32_t b = bits(x);
-    if ((b << 1) > 0xff000000u) return x + x;
-    if (b == 0xbf800000u) return logk::pole(x, code::log1pf_argument_minus_1);
-    if (b > 0xbf800000u) return logk::domain(x, code::log1pf_argument_below_minus_1);
-    if ((b & 0x7fffffffu) < 0x31800000u) {  // |x| < 2^-28
-        if ((b << 1) == 0) return x;
-        if ((b & 0x7fffffffu) < 0x00800000u) return logk::log1pf_tiny(x);
-        return float(u - u * u * 0.5);  // x - x^2/2: the next term is below 2^-57 relative
-    }
-    return float(__bwr_log_local(1.0 + u));
+    float r;
+    if (logk::log1pf_front(x, &r)) return r;
+    return float(__bwr_log_local(1.0 + double(x)));
 }
