@@ -39,9 +39,10 @@ inline double chain(const double *c, double u) {
     for (int i = N - 2; i >= 0; --i) p = dd::mul_add<Fma>(p, u, c[i]);
     return p;
 }
-template <bool Fma, int NU, int NUE, int NUE2, int NUE3>
+// With Rest, G + u: the first term of chain_u (-u) left out, not subtracted.
+template <bool Fma, int NU, int NUE, int NUE2, int NUE3, bool Rest = false>
 inline double taylor_g(double u, double e) {
-    double p0 = chain<Fma, NU>(chain_u, u);
+    double p0 = Rest ? u * chain<Fma, NU - 1>(chain_u + 1, u) : chain<Fma, NU>(chain_u, u);
     double p1 = chain<Fma, NUE>(chain_ue, u);
     double pe = p1;
     if constexpr (NUE2 > 0) {
@@ -62,14 +63,17 @@ template <bool Fma, bool Sub, int NU, int NUE, int NUE2, int NUE3, bool HasDl = 
 inline DD kernel(const Row &r, double x0, double d, double dl = 0.0) {
     static_assert(NU > 0 && NUE > 0);
     double u = x0 * d, e = d * d;
-    double G = taylor_g<Fma, NU, NUE, NUE2, NUE3>(u, e);
+    // G = -u + rest: the first-order term (up to a tenth) apart, so that the rounding errors
+    // of the chains fall on the small rest only.
+    double rest = taylor_g<Fma, NU, NUE, NUE2, NUE3, true>(u, e);
     // dh has 26 bits: only d is split, so that d = 0 (the stand-in of a flagged argument)
     // raises nothing.
     DD p = dd::two_prod_k<Fma>(d, r.dh, DD{r.dh, 0.0});
     // D (d + dl)(1 + G) - D d, less the exact product's error: D's tail, dl and G.
     // dh is short (26 bits): D d = p + dl d, and G multiplies both.
     double q = r.dl * d;
-    double corr = dd::mul_add<Fma>(p.h + q, G, q);
+    double w = p.h + q;
+    double corr = dd::mul_add<Fma>(w, rest, dd::mul_add<Fma>(-w, u, q));
     if constexpr (HasDl) corr = dd::mul_add<Fma>(r.dh, dl, corr);
     if constexpr (Sub) {
         DD s = dd::fast_two_sum(r.h, -p.h);
