@@ -101,6 +101,8 @@ constexpr Range kRanges[] = {
     {"j0", -100, 100, false, 0, 0, false},        {"j1", -100, 100, false, 0, 0, false},
     {"scalbln", -10, 10, false, -100, 100, false}, {"powr", 1e-3, 100, false, -50, 50, false},
     {"exp2m1", -1000, 1000, false, 0, 0, false},  {"exp2m1f", -125, 127, false, 0, 0, false},
+    // Rates from 10^-6 to 1 over 1 to 1000 periods.
+    {"annuity", 1e-6, 1, true, 1, 1000, false},  {"compound", 1e-6, 1, true, 1, 1000, false},
 };
 
 // Functions the system libm lacks, measured against its radian counterpart: sinpi against
@@ -133,6 +135,30 @@ template <class T> __attribute__((noinline)) T result_over_pi(T x) {
 template <class T> __attribute__((noinline)) T result2_over_pi(T y, T x) {
     return reinterpret_cast<T (*)(T, T)>(counter_fn)(y, x) * T(0x1.45f306dc9c883p-2) /* 1/pi */;
 }
+// The financial functions, which the system libm lacks, against the expressions a program
+// without them would write, through the libm: pow(1 + r, n) and -expm1(-n log1p(r))/r.
+void *naive_pow, *naive_expm1, *naive_log1p;
+template <class T> __attribute__((noinline)) T naive_compound(T r, T n) {
+    return reinterpret_cast<T (*)(T, T)>(naive_pow)(1 + r, n);
+}
+template <class T> __attribute__((noinline)) T naive_annuity(T r, T n) {
+    T l = reinterpret_cast<T (*)(T)>(naive_log1p)(r);
+    return -reinterpret_cast<T (*)(T)>(naive_expm1)(-n * l) / r;
+}
+AnyFn naive_side(void *libm, const char *name, std::string *what) {
+    std::string n = name;
+    bool flt = n == "annuityf" || n == "compoundf";
+    if (n != "annuity" && n != "compound" && !flt) return nullptr;
+    naive_pow = dlsym(libm, flt ? "powf" : "pow");
+    naive_expm1 = dlsym(libm, flt ? "expm1f" : "expm1");
+    naive_log1p = dlsym(libm, flt ? "log1pf" : "log1p");
+    if (!naive_pow || !naive_expm1 || !naive_log1p) return nullptr;
+    bool comp = n[0] == 'c';
+    if (what) *what = comp ? (flt ? "powf(1+r,n)" : "pow(1+r,n)") : (flt ? "-expm1f(-n*log1pf(r))/r" : "-expm1(-n*log1p(r))/r");
+    if (comp) return flt ? reinterpret_cast<AnyFn>(&naive_compound<float>) : reinterpret_cast<AnyFn>(&naive_compound<double>);
+    return flt ? reinterpret_cast<AnyFn>(&naive_annuity<float>) : reinterpret_cast<AnyFn>(&naive_annuity<double>);
+}
+
 // The system libm's function of the same name (a correctly rounded member is compared with
 // the ordinary function it rounds correctly).
 static const char *libm_name(const char *name) {
@@ -144,6 +170,7 @@ static const char *libm_name(const char *name) {
 // The libm side of f: its own name, or the wrapper around its counterpart (null: neither).
 AnyFn libm_side(void *libm, const tsr_gen::Function &f, std::string *what = nullptr) {
     if (void *p = dlsym(libm, libm_name(f.name))) return reinterpret_cast<AnyFn>(p);
+    if (AnyFn naive = naive_side(libm, f.name, what)) return naive;
     const Counterpart *c = counterpart_of(f.name);
     if (!c || !dlsym(libm, c->libm)) return nullptr;
     counter_fn = dlsym(libm, c->libm);
