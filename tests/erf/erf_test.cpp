@@ -45,19 +45,22 @@ int mpfr_cdfnorm(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
     return i;
 }
 
-// erfcx(x) = exp(x^2) erfc(x) at 64 more bits; from 2^20 on its asymptotic series to the
-// x^-6 term (the next is below 2^-120 of it), where erfc alone would leave MPFR's range.
+// erfcx(x) = exp(x^2) erfc(x) at 64 more bits; from 2^10 on its asymptotic series to the
+// x^-8 term (the next is below 2^-95 of it), where exp(x^2) and erfc would soon leave MPFR's
+// exponent range.
 int mpfr_erfcx(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
     mpfr_prec_t p = mpfr_get_prec(r) + 64;
     mpfr_t t, s;
     mpfr_init2(t, p);
     mpfr_init2(s, p);
     int i;
-    if (mpfr_cmp_d(x, 0x1p20) >= 0) {
+    if (mpfr_cmp_d(x, 0x1p10) >= 0) {
         mpfr_sqr(s, x, MPFR_RNDN);
         mpfr_ui_div(s, 1, s, MPFR_RNDN);
         mpfr_div_2ui(s, s, 1, MPFR_RNDN);                    // w = 1/(2x^2)
-        mpfr_mul_ui(t, s, 15, MPFR_RNDN);                    // 1 - w + 3w^2 - 15w^3
+        mpfr_mul_ui(t, s, 105, MPFR_RNDN);                   // 1 - w + 3w^2 - 15w^3 + 105w^4
+        mpfr_ui_sub(t, 15, t, MPFR_RNDN);
+        mpfr_mul(t, t, s, MPFR_RNDN);
         mpfr_ui_sub(t, 3, t, MPFR_RNDN);
         mpfr_mul(t, t, s, MPFR_RNDN);
         mpfr_ui_sub(t, 1, t, MPFR_RNDN);
