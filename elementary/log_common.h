@@ -112,6 +112,8 @@ inline bool log1pf_front(float x, float *r) {
     if ((b & 0x7fffffffu) >= 0x31800000u) return false;  // |x| >= 2^-28
     if ((b << 1) == 0) *r = x;
     else if ((b & 0x7fffffffu) < 0x00800000u) *r = log1pf_tiny(x);
+    // approximation of log(1 + x) on [-0x1p-28, 0x1p-28], degree 2, max relative error
+    // 2^-57.58 (measured by tools/gen/approximations.py)
     else *r = float(u - u * u * 0.5);
     return true;
 }

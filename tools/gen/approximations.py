@@ -318,7 +318,7 @@ ENTRIES = [
     Entry(LOG1P, ["TSR_BODY(double, log1p", "double u = hi + lo"], "log(1 + u)", log1p_over(), rcp256_range(),
           [0, ONE, dec(-0.5), d("3fd555555554d0df"), d("bfcffffffffe169d"), d("3fc999a24cdb6abc"),
            d("bfc5555f7bd1fcd4")], window=(0, 7)),
-    Entry(LOG1P, ["TSR_BODY(float, log1pf", "return float(u - u * u * 0.5)"], "log(1 + x)", log1p_over(),
+    Entry(LOGC, ["inline bool log1pf_front", "else *r = float(u - u * u * 0.5)"], "log(1 + x)", log1p_over(),
           sym(Fraction(1, 2 ** 28)), [0, ONE, dec(-0.5)], window=(0, 0)),
     Entry(LOG1P, ["#if TSR_TIER_E7", "double x2 = x * x"], "log(1 + x)", log1p_over(), sym(Fraction(1, 128)),
           [0, ONE, dec(-0.5), d("3fd5555555555555"), dec(-0.25), dec(0.2), d("bfc5555555555555"),
