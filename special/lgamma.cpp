@@ -56,7 +56,7 @@ template <class T, bool Fast = true> inline T lgamma_core(T x, int *sign) {
         if (__builtin_expect(x >= L::first_over, 0)) return report(x, opaque(L::big) * L::big, L::over);
         if (x == T(1) || x == T(2)) return T(0);
         // Floats: the double core, rounded once in the caller's mode.
-        if constexpr (Fast && sizeof(T) == 4) return T(lgf_pos(double(x)));
+        if constexpr (Fast && sizeof(T) == 4) return T(lgf_pos<true>(double(x)));
         Frame fr;
         Pair p = lg_pos(opaque(LD(x)));
         return round_out<T>(fr, p);
