@@ -13,8 +13,10 @@
 //                    roundings, relative error below 2^-49);
 //   x >= 16          Stirling in double, four terms of the series (truncation below 2^-46).
 // The logarithms come from the double kernel (relative error about 2^-60), so the absolute
-// error is a few units of 2^-52 of the largest term: relative error below 2^-44 on x > 0.
-// Every argument is a float: x, 1 - x, x - n and the products' factors are exact in double.
+// error is a few units of 2^-52 of the largest term: relative error below 2^-44 on x > 0;
+// lgammaf's positive axis takes them from the float kernel instead (log_f, below 2^-34).
+// Every argument is a float: x, x - n and the products' factors are exact in double, and
+// 1 - x is, but for |x| < 2^-29, where its rounding moves ln Gamma(1 - x) by under 2^-53.
 #pragma once
 #include "elementary/log_kernels.h"
 #include "elementary/trig_kernels.h"

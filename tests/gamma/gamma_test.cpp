@@ -344,10 +344,12 @@ TEST(GammaFrame, CallerPrecision) {
         for (LD x : {0.3L, -2.7L, 7.5L, 100.25L, -30.5L}) {
             LD want_l = lgammal(x), want_t = tgammal(x);
             double want_d = lgamma(double(x)), want_td = tgamma(double(x));
+            float want_f = lgammaf(float(x)), want_tf = tgammaf(float(x));
             uint16_t cw = uint16_t((base & ~0x300) | pc);
             set_x87_cw(cw);
             LD got_l = lgammal(x), got_t = tgammal(x);
             double got_d = lgamma(double(x)), got_td = tgamma(double(x));
+            float got_f = lgammaf(float(x)), got_tf = tgammaf(float(x));
             uint16_t after = x87_cw_now();
             set_x87_cw(base);
             EXPECT_EQ(after, cw);
@@ -355,6 +357,8 @@ TEST(GammaFrame, CallerPrecision) {
             EXPECT_EQ(got_t, want_t) << double(x);
             EXPECT_EQ(got_d, want_d) << double(x);
             EXPECT_EQ(got_td, want_td) << double(x);
+            EXPECT_EQ(got_f, want_f) << double(x);
+            EXPECT_EQ(got_tf, want_tf) << double(x);
         }
     }
 }
