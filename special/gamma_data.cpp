@@ -107,4 +107,70 @@ const long double kFactorial[26] = {
     0x1.06c52687a7b9a380p+79L, 0x1.9a940c33f6120f78p+83L,
 };
 
+// The same pieces with double coefficients of t^0..t^11 (the float forms' core).
+const double kLgPieceD[kPieces][kPieceDegreeD + 1] = {
+    // centre 0.75: interval [0x1.6p-1, 0x1.ap-1], degree 11, max rel. error 2^-53.26 (tools/gen/gamma_tables.py)
+    {0x1.a051c372609eep-3, -0x1.15fafa86b04dcp+0, 0x1.455c4ff28f239p+0, -0x1.c47dca479ba6ep-1, 0x1.a59e0998fc10ap-1, -0x1.b69dacdc6a339p-1, 0x1.e2ab4fbd0ea9ep-1, -0x1.12bd2b75f4841p+0, 0x1.3ffa84fe6c1e7p+0, -0x1.7b0b7488fff08p+0, 0x1.cea8db377ae63p+0, -0x1.15452187085acp+1},
+    // centre 0.875: interval [0x1.ap-1, 0x1.ep-1], degree 11, max rel. error 2^-52.45 (tools/gen/gamma_tables.py)
+    {0x1.5fad6139c1203p-4, -0x1.9ba820277232dp-1, 0x1.00bc1ea544861p+0, -0x1.2729daf50f59ep-1, 0x1.cf503480cf399p-2, -0x1.998a24880b9e0p-2, 0x1.8093e3e82cd1bp-2, -0x1.766a8d7e294a5p-2, 0x1.755cfffe76b3ep-2, -0x1.7ae57114fa98cp-2, 0x1.8a660e4ea0294p-2, -0x1.91ff227b9c1a6p-2},
+    // centre 1.0: interval [0x1.ep-1, 0x1.1p+0], degree 11, max rel. error 2^-55.44 (tools/gen/gamma_tables.py)
+    {0x0p+0, -0x1.2788cfc6fb619p-1, 0x1.a51a6625307dbp-1, -0x1.9a4d55beab2a4p-2, 0x1.151322ac6aef1p-2, -0x1.a8b9c17ac4db3p-3, 0x1.5b40cbdfe7d3cp-3, -0x1.2703a1e6d5173p-3, 0x1.01095c7caa5b1p-3, -0x1.c804a43cf4721p-4, 0x1.9db36fe0dadcap-4, -0x1.774f229b1eae7p-4},
+    // centre 1.125: interval [0x1.1p+0, 0x1.3p+0], degree 11, max rel. error 2^-55.30 (tools/gen/gamma_tables.py)
+    {-0x1.ebb5bd9a570d1p-5, -0x1.8dd1054e5dd5ep-2, 0x1.635cb6a4b51a1p-1, -0x1.2b3c82e2d0c8ep-2, 0x1.61925ede7ade9p-3, -0x1.dd5e8fb3a69d3p-4, 0x1.5915f397fb39ep-4, -0x1.03caf4c878771p-4, 0x1.91ae1ccca4c89p-5, -0x1.3c5e59398ac23p-5, 0x1.fd57c9a023573p-6, -0x1.a03ba17ce0710p-6},
+    // centre 1.25: interval [0x1.3p+0, 0x1.5p+0], degree 11, max rel. error 2^-53.31 (tools/gen/gamma_tables.py)
+    {-0x1.92857d38caf41p-4, -0x1.d1d32879af85dp-3, 0x1.328429d927c69p-1, -0x1.c533afa1c0948p-3, 0x1.dad1b9fd7236dp-4, -0x1.1de1433bfad9cp-4, 0x1.71ef36b24ffbep-5, -0x1.f39b6f80c6db3p-6, 0x1.5ae62b5e1d35bp-6, -0x1.eb378348fd02cp-7, 0x1.6311ec4b714ecp-7, -0x1.02f1a5ad03f67p-7},
+    // centre 1.375: interval [0x1.5p+0, 0x1.7p+0], degree 11, max rel. error 2^-55.18 (tools/gen/gamma_tables.py)
+    {-0x1.e25359cc3ba24p-4, -0x1.65b6a3ea07644p-4, 0x1.0cf87b2d7d936p-1, -0x1.61afe371b0cbdp-3, 0x1.4c3c14d623f18p-4, -0x1.68805ee7476bfp-5, 0x1.a5b515683cf3dp-6, -0x1.01f309ad3180ap-6, 0x1.44e812bf92483p-7, -0x1.a1a76f6af14e8p-8, 0x1.11e5d0d4bcab8p-8, -0x1.6a0d55b267923p-9},
+    // centre 1.5: interval [0x1.7p+0, 0x1.9p+0], degree 11, max rel. error 2^-54.65 (tools/gen/gamma_tables.py)
+    {-0x1.eeb95b094c191p-4, 0x1.2aed059bd608ap-5, 0x1.de9e64df22ef3p-2, -0x1.1ae55b180726dp-3, 0x1.e0f840dad3ec9p-5, -0x1.da59d53747998p-6, 0x1.f9ca39fff5c86p-7, -0x1.1a8ba508016cbp-7, 0x1.456e8b5b853b0p-8, -0x1.7edad01f092f1p-9, 0x1.cb6ffc311ce75p-10, -0x1.15c3614d63918p-10},
+    // centre 1.625: interval [0x1.9p+0, 0x1.bp+0], degree 11, max rel. error 2^-54.63 (tools/gen/gamma_tables.py)
+    {-0x1.bf2d6060df805p-4, 0x1.2da706f90c756p-3, 0x1.aeaf8f944ee16p-2, -0x1.cde12aa3e388fp-4, 0x1.6627edfcc8a65p-5, -0x1.436a59904cd63p-6, 0x1.3c8eb7db76908p-7, -0x1.453aa58d80dfcp-8, 0x1.58e35ba7b32dep-9, -0x1.75e15f2e8acfep-10, 0x1.9d65c3599df13p-11, -0x1.cc7d0f0132e0bp-12},
+    // centre 1.75: interval [0x1.bp+0, 0x1.dp+0], degree 11, max rel. error 2^-54.08 (tools/gen/gamma_tables.py)
+    {-0x1.59b4fd6875a6ep-4, 0x1.fad2d675283d3p-3, 0x1.87385c3c034c5p-2, -0x1.7f95d3d17c5a7p-4, 0x1.112f9cdb7fa81p-5, -0x1.c69a305c5700ep-7, 0x1.9aef3271654d4p-8, -0x1.8689d041340d7p-9, 0x1.7f89766d62229p-10, -0x1.815d09861b79dp-11, 0x1.8af1a1d0e9f77p-12, -0x1.977e04d89a939p-13},
+    // centre 1.875: interval [0x1.dp+0, 0x1.fp+0], degree 11, max rel. error 2^-55.20 (tools/gen/gamma_tables.py)
+    {-0x1.8688de1676deap-5, 0x1.5af8e44364bf0p-2, 0x1.663465af31633p-2, -0x1.4342673511897p-4, 0x1.a96aeb1de47fap-6, -0x1.47f370e2ea9bbp-7, 0x1.13392e165a403p-8, -0x1.e664b1ee4080bp-10, 0x1.bc9ce7a750f1ep-11, -0x1.a023fad1cb052p-12, 0x1.8d54ba49322fep-13, -0x1.7c9eea60854afp-14},
+    // centre 2.0: interval [0x1.fp+0, 0x1.08p+1], degree 11, max rel. error 2^-56.05 (tools/gen/gamma_tables.py)
+    {0x0p+0, 0x1.b0ee6072093cep-2, 0x1.4a34cc4a60fa6p-2, -0x1.13e001a557607p-4, 0x1.51322ac7d8359p-6, -0x1.e404fc218eb63p-8, 0x1.7add6eb0f7ea0p-9, -0x1.38ac5c34d931ep-10, 0x1.0b3691d11c308p-11, -0x1.d3fce016acf6dp-13, 0x1.a214e82c65b8dp-14, -0x1.7a0e7e22f882cp-15},
+    // centre 2.125: interval [0x1.08p+1, 0x1.18p+1], degree 11, max rel. error 2^-52.36 (tools/gen/gamma_tables.py)
+    {0x1.d92b302b074fbp-5, 0x1.0033ef1fed86dp-1, 0x1.322e5d7bfb956p-2, -0x1.dc0e76d6d8213p-5, 0x1.0f76214a229e5p-6, -0x1.6c5862ae6ed7dp-8, 0x1.0b179194f8fd2p-9, -0x1.9d63b39827a72p-11, 0x1.4b95f6ddd927fp-12, -0x1.10b7e3f2bdfd4p-13, 0x1.c9df67a7243c6p-15, -0x1.8802174234789p-16},
+    // centre 2.25: interval [0x1.18p+1, 0x1.28p+1], degree 11, max rel. error 2^-54.07 (tools/gen/gamma_tables.py)
+    {0x1.ff797bba88502p-4, 0x1.2524cf7b2db82p-1, 0x1.1d5a3f376e453p-2, -0x1.9eb4cd8bc9996p-5, 0x1.bb1c5a5dbe3d4p-7, -0x1.171c930ca92e2p-8, 0x1.80a7ca01f9dddp-10, -0x1.181e9b549ff9cp-11, 0x1.a73e6972d4013p-13, -0x1.481556c871d0bp-14, 0x1.03a4ebb773cedp-15, -0x1.a1ac795ea61b7p-17},
+    // centre 2.375: interval [0x1.28p+1, 0x1.38p+1], degree 11, max rel. error 2^-55.63 (tools/gen/gamma_tables.py)
+    {0x1.9b07cb5d6e073p-3, 0x1.47a642c89087dp-1, 0x1.0b219f9c915dcp-2, -0x1.6c55832240217p-5, 0x1.6e108f78d4b0fp-7, -0x1.b25980905d655p-9, 0x1.1a42425d9638cp-10, -0x1.8417c960aaf40p-12, 0x1.1501694c3fa83p-13, -0x1.95ff0b6a9c012p-15, 0x1.2fd84cc1d3f6fp-16, -0x1.cde262a94f53ap-18},
+    // centre 2.5: interval [0x1.38p+1, 0x1.48p+1], degree 11, max rel. error 2^-53.38 (tools/gen/gamma_tables.py)
+    {0x1.2383e809a67e8p-2, 0x1.680425af12b5ep-1, 0x1.f62057f7296c9p-3, -0x1.427f4cc53f5f0p-5, 0x1.31b4c4359df96p-7, -0x1.56b48947b36f2p-9, 0x1.a54d1cad2bb76p-11, -0x1.123653dc15309p-12, 0x1.72dff41232341p-14, -0x1.01a8beeb76b81p-15, 0x1.6db846fa9ddd8p-17, -0x1.07910d0c82b18p-18},
+    // centre 2.625: interval [0x1.48p+1, 0x1.58p+1], degree 11, max rel. error 2^-53.91 (tools/gen/gamma_tables.py)
+    {0x1.815d9de2b88ebp-2, 0x1.867d72f956ce9p-1, 0x1.d995a77d71d4fp-3, -0x1.1f64070e0f647p-5, 0x1.01ca3b39d2d7dp-7, -0x1.11cde6a71fac0p-9, 0x1.3f3d568ed1736p-11, -0x1.8a778c28f23e4p-13, 0x1.fac730b85b072p-15, -0x1.4e9ce207f693ap-16, 0x1.c3860ca41d04ep-18, -0x1.35629de9de734p-19},
+    // centre 2.75: interval [0x1.58p+1, 0x1.68p+1], degree 11, max rel. error 2^-56.86 (tools/gen/gamma_tables.py)
+    {0x1.e69eac73eab05p-2, 0x1.a346fec1dc587p-1, 0x1.c012ae051644fp-3, -0x1.01a88b861cc80p-5, 0x1.b696cf9da03e6p-8, -0x1.ba7d3b200e7e8p-10, 0x1.ea8360b868309p-12, -0x1.20595484ff4a9p-13, 0x1.60b2a4f913b25p-15, -0x1.bbab23b372fbdp-17, 0x1.1d3ab77298853p-18, -0x1.74863338dea43p-20},
+    // centre 2.875: interval [0x1.68p+1, 0x1.78p+1], degree 11, max rel. error 2^-54.21 (tools/gen/gamma_tables.py)
+    {0x1.297070a2ffbd0p-1, 0x1.be8d8332c3709p-1, 0x1.a92363d4b6f87p-3, -0x1.d08876525d762p-6, 0x1.78103ba7b8770p-8, -0x1.693ce8b0fc20fp-10, 0x1.7d9555b4eb801p-12, -0x1.abcbfafa4dbccp-14, 0x1.f341d8a494722p-16, -0x1.2bc05a71fab6ep-17, 0x1.7002eda8dc3c6p-19, -0x1.cb0c6b8650fadp-21},
+    // centre 3.0: interval [0x1.78p+1, 0x1.88p+1], degree 11, max rel. error 2^-54.63 (tools/gen/gamma_tables.py)
+    {0x1.62e42fefa39efp-1, 0x1.d8773039049e7p-1, 0x1.94699894c1f4dp-3, -0x1.a4d55beab2d6fp-6, 0x1.44c8ab1f611fcp-8, -0x1.29ad8a1fd70adp-10, 0x1.2c40cac357ebfp-12, -0x1.41a130782bf04p-14, 0x1.66d5e7915ccc7p-16, -0x1.9c1b346f5ce88p-18, 0x1.e408a887f52c6p-20, -0x1.20e1b6608d6e1p-21},
+    // centre 3.125: interval [0x1.88p+1, 0x1.98p+1], degree 11, max rel. error 2^-54.54 (tools/gen/gamma_tables.py)
+    {0x1.9f8113b265769p-1, 0x1.f124e010de77cp-1, 0x1.8198146f8cde8p-3, -0x1.7ef828938c5ffp-6, 0x1.1a5950c767208p-8, -0x1.eed186c178a05p-11, 0x1.dd7bacc9ac55ep-13, -0x1.e99bde537d764p-15, 0x1.05930f5ca5231p-16, -0x1.1fd2e0d038ee6p-18, 0x1.43fc4730116f1p-20, -0x1.72b82e8d7f41fp-22},
+    // centre 3.25: interval [0x1.98p+1, 0x1.a8p+1], degree 11, max rel. error 2^-55.14 (tools/gen/gamma_tables.py)
+    {0x1.df216e434a8ecp-1, 0x1.0459842f5df88p+0, 0x1.706ef688253b6p-3, -0x1.5df43307a7ccdp-6, 0x1.ede2fea1dad37p-9, -0x1.9e80723be7c9ap-11, 0x1.7f549c321bfaep-13, -0x1.78e71c0097981p-15, 0x1.825685911961ap-17, -0x1.97f8879c07db7p-19, 0x1.b8d3c21586bc9p-21, -0x1.e4545fa219ec7p-23},
+    // centre 3.375: interval [0x1.a8p+1, 0x1.b8p+1], degree 11, max rel. error 2^-53.08 (tools/gen/gamma_tables.py)
+    {0x1.10d17244ceb80p+0, 0x1.0f9d3c56cf009p+0, 0x1.60b8f6e409e9ap-3, -0x1.40ffb92b94e05p-6, 0x1.b25b961028aafp-9, -0x1.5dbe0d454a7f3p-11, 0x1.367bad9336504p-13, -0x1.25303f0a8c74dp-15, 0x1.20bfa94b44d0ap-17, -0x1.25124aa4cbedap-19, 0x1.307207ba274d4p-21, -0x1.41a75c200c2a2p-23},
+    // centre 3.5: interval [0x1.b8p+1, 0x1.c8p+1], degree 11, max rel. error 2^-53.89 (tools/gen/gamma_tables.py)
+    {0x1.3373018970a36p+0, 0x1.1a68793defc15p+0, 0x1.52494db9b8c8cp-3, -0x1.27781d4bb093ap-6, 0x1.7ff6b372ef935p-9, -0x1.29143cf153a7ep-11, 0x1.fb1924e5c9eb4p-14, -0x1.cc9177381cc9dp-16, 0x1.b4719c63bbef3p-18, -0x1.aa5f5041c9f47p-20, 0x1.aa6a16a6a35ffp-22, -0x1.b1d5a78ce9c2cp-24},
+    // centre 3.625: interval [0x1.c8p+1, 0x1.d8p+1], degree 11, max rel. error 2^-56.54 (tools/gen/gamma_tables.py)
+    {0x1.5766f21f2e8b6p+0, 0x1.24c4d1de317fbp+0, 0x1.44fa149fb1afdp-3, -0x1.10d92cdb9c755p-6, 0x1.5506ea0ab3cf8p-9, -0x1.fbd3247e41646p-12, 0x1.a14508d903d66p-14, -0x1.6d03572c5a11ap-16, 0x1.4d437eb1b5602p-18, -0x1.39c883dc5b58ap-20, 0x1.2e841edade0ffp-22, -0x1.28c4e2428c795p-24},
+    // centre 3.75: interval [0x1.d8p+1, 0x1.e8p+1], degree 11, max rel. error 2^-53.60 (tools/gen/gamma_tables.py)
+    {0x1.7c9ff21d3df69p+0, 0x1.2ebac53262895p+0, 0x1.38ab02a5e1608p-3, -0x1.f96d28c6319a5p-7, 0x1.3039996d2793ep-9, -0x1.b489d106fbe6cp-12, 0x1.59c9bea8790ddp-14, -0x1.23b552583bf1cp-16, 0x1.00eec7e2d5d99p-18, -0x1.d2e251ec6e724p-21, 0x1.b2720c6bb1e58p-23, -0x1.9b719d1728c35p-25},
+    // centre 3.875: interval [0x1.e8p+1, 0x1.f8p+1], degree 11, max rel. error 2^-55.18 (tools/gen/gamma_tables.py)
+    {0x1.a311b02440ee1p+0, 0x1.3851e2fd8e3dep+0, 0x1.2d406d068f49cp-3, -0x1.d56dcfaf49164p-7, 0x1.10816439106b4p-9, -0x1.7945d5c553d60p-12, 0x1.2071dc28b1e99p-14, -0x1.d5e50f63d8f57p-17, 0x1.8fbc8ac6240aap-19, -0x1.5ee054666d309p-21, 0x1.3b7d7d508cae5p-23, -0x1.20c6667f4bbfbp-25},
+    // centre 4.0: interval [0x1.f8p+1, 0x1.04p+2], degree 11, max rel. error 2^-55.06 (tools/gen/gamma_tables.py)
+    {0x1.cab0bfa2a2002p+0, 0x1.4190ed71d7a49p+0, 0x1.22a27c22fad85p-3, -0x1.b51fa807f70fep-7, 0x1.ea0c8ce2a7474p-10, -0x1.47afa062b49f9p-12, 0x1.e430b5d8c2073p-15, -0x1.7d39f121a6c87p-17, 0x1.3992ae2072078p-19, -0x1.0a33c00171f3ep-21, 0x1.cf11e0dfce7dap-24, -0x1.9a17a3ebbe3ddp-26},
+};
+
+// B_2k / (2k (2k - 1)), k = 1..4, in double; truncation error below 2^-46.21 for x >= 16.
+const double kStirlingD[kStirlingTermsD] = {
+    0x1.5555555555555p-4, -0x1.6c16c16c16c17p-9,
+    0x1.a01a01a01a01ap-11, -0x1.3813813813814p-11,
+};
+const double kHalfLn2PiD = 0x1.d67f1c864beb5p-1;  // ln(2 pi)/2
+const double kLnPiD = 0x1.250d048e7a1bdp+0;  // ln pi
+
 }  // namespace tsr::gamma

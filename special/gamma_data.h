@@ -12,6 +12,11 @@ extern const long double kStirling[kStirlingTerms];
 extern const long double kLnSin[kLnSinDegree + 1];
 extern const long double kHalfLn2Pi[2];
 extern const long double kFactorial[26];
+constexpr int kPieceDegreeD = 11;  // the double pieces
+constexpr int kStirlingTermsD = 4;
+extern const double kLgPieceD[kPieces][kPieceDegreeD + 1];
+extern const double kStirlingD[kStirlingTermsD];
+extern const double kHalfLn2PiD, kLnPiD;
 
 // The least binary64 argument whose result overflows (2.5599833278516387e+305).
 constexpr double k_lgamma_over = 0x1.754d9278b51a8p+1014;

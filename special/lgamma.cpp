@@ -2,7 +2,9 @@
 // lgamma and gamma (one address) store the sign in signgam; lgamma_r and gamma_r (one
 // address, also __libm_lgamma) hand it back through their pointer and touch no shared state.
 //
-// Every form widens its argument to extended and runs the one core of gamma_common.h;
+// The double and extended forms widen their argument to extended and run the one core of
+// gamma_common.h; the float forms run the double core of gamma_float.h, and the extended core
+// only next to the zeros on the negative axis;
 // special arguments are sorted out first with comparisons alone:
 //   NaN        propagates (a signalling one raises invalid);
 //   +-inf      +inf, no flag;
@@ -12,6 +14,7 @@
 //   x = 1, 2   +0 exactly, no flag.
 // Reports come after the caller's control word is back.
 #include "special/gamma_common.h"
+#include "special/gamma_float.h"
 #include "tsr/codes.h"
 #include "tsr/report.h"
 
@@ -39,7 +42,7 @@ template <class T> inline T round_out(Frame &fr, Pair p) {
     return fr.finish<T>(p.h, p.l, [](LD h, LD l) { return h + l; });
 }
 
-template <class T> inline T lgamma_core(T x, int *sign) {
+template <class T, bool Fast = true> inline T lgamma_core(T x, int *sign) {
     using L = Lg<T>;
     *sign = 1;
     if (__builtin_expect(!(x == x), 0)) return x + x;
@@ -52,15 +55,25 @@ template <class T> inline T lgamma_core(T x, int *sign) {
     if (x > 0) {
         if (__builtin_expect(x >= L::first_over, 0)) return report(x, opaque(L::big) * L::big, L::over);
         if (x == T(1) || x == T(2)) return T(0);
+        // Floats: the double core, rounded once in the caller's mode.
+        if constexpr (Fast && sizeof(T) == 4) return T(lgf_pos<true>(double(x)));
         Frame fr;
         Pair p = lg_pos(opaque(LD(x)));
         return round_out<T>(fr, p);
     }
     if (neg_integer(LD(x))) return report(x, T(1) / opaque(T(0)), L::pole);
+    if constexpr (Fast && sizeof(T) == 4) {
+        double r;
+        if (lgf_neg(double(x), sign, &r)) return T(r);
+        // next to a zero: the extended core below
+    }
     Frame fr;
     Pair p = lg_neg(opaque(LD(x)), sign);
     return round_out<T>(fr, p);
 }
+
+// The reproducible float forms keep the extended core (their results are the recorded ones).
+inline float lgammaf_bwr_core(float x, int *sign) { return lgamma_core<float, false>(x, sign); }
 
 // Extended: the same with the encodings the x87 unit refuses (unnormals) taken as NaNs.
 inline LD lgammal_core(LD x, int *sign) {
@@ -113,7 +126,7 @@ TSR_LGAMMA_FORMS(long double, lgammal_core, lgammal, gammal, lgammal_r, gammal_r
 // The reproducible forms: the same algorithm (every step is extended arithmetic in
 // round-to-nearest, the same on every processor).
 TSR_LGAMMA_FORMS(double, lgamma_core, __bwr_lgamma, __bwr_gamma, __bwr_lgamma_r, __bwr_gamma_r, __bwr_libm_lgamma)
-TSR_LGAMMA_FORMS(float, lgamma_core, __bwr_lgammaf, __bwr_gammaf, __bwr_lgammaf_r, __bwr_gammaf_r,
+TSR_LGAMMA_FORMS(float, lgammaf_bwr_core, __bwr_lgammaf, __bwr_gammaf, __bwr_lgammaf_r, __bwr_gammaf_r,
                  __bwr_libm_lgammaf)
 
 // ---- internal: ln Gamma of a positive extended argument in the library's own frame, for

@@ -10,6 +10,11 @@
                   asymptotic series sum B_2k / (2k (2k - 1) x^(2k - 1)), k = 1..8, exact
                   Bernoulli numbers rounded once; its truncation error for x >= 16 is stated.
   ln sin          ln(sin(pi d) / (pi d)) = e Q(e), e = d^2, |d| <= 1/2 (the reflection).
+  double pieces   the same 27 pieces fitted again with double coefficients and a lower
+                  degree, for the float forms' double-precision core (relative error target
+                  2^-42: the float results need about 2^-31).
+  double Stirling the first STIRLING_TERMS_D terms of the series in double, truncation
+                  error stated for x >= 16; ln(2 pi)/2 and ln pi in double.
   factorials      0! .. 25!, exact in extended (and 0! .. 22! in double, 0! .. 13! in float).
   thresholds      the first argument of each precision whose result overflows, from the
                   exact value of ln Gamma (mpmath at 256 bits).
@@ -33,19 +38,22 @@ TARGET = mpf(2) ** -63.5
 STIRLING_TERMS = 8
 STIRLING_FROM = 16
 LNSIN_DEGREE = 17  # of Q, in e = d^2
+DEGREE_D = 11  # the double pieces
+TARGET_D = mpf(2) ** -42
+STIRLING_TERMS_D = 4
 
 
 def x87(v):
     return g.hexfloat(v, g.X87)
 
 
-def lgamma_piece(k):
+def lgamma_piece(k, degree=DEGREE, fmt=g.X87):
     c = FIRST_CENTRE + k * WIDTH
     zero = c in (1, 2)
     f = lambda t: mp.loggamma(c + t)
     a, b = -WIDTH / 2, WIDTH / 2
-    fit = g.least_squares(f, a, b, DEGREE, relative=True, fixed={0: 0} if zero else None,
-                          fmt=g.X87, prec=192, points=120)
+    fit = g.least_squares(f, a, b, degree, relative=True, fixed={0: 0} if zero else None,
+                          fmt=fmt, prec=192, points=120)
     return c, fit
 
 
@@ -125,7 +133,12 @@ def main():
          "extern const long double kStirling[kStirlingTerms];",
          "extern const long double kLnSin[kLnSinDegree + 1];",
          "extern const long double kHalfLn2Pi[2];",
-         "extern const long double kFactorial[26];", ""]
+         "extern const long double kFactorial[26];",
+         "constexpr int kPieceDegreeD = %d;  // the double pieces" % DEGREE_D,
+         "constexpr int kStirlingTermsD = %d;" % STIRLING_TERMS_D,
+         "extern const double kLgPieceD[kPieces][kPieceDegreeD + 1];",
+         "extern const double kStirlingD[kStirlingTermsD];",
+         "extern const double kHalfLn2PiD, kLnPiD;", ""]
 
     th = thresholds()
     for name, (v, fmt) in th.items():
@@ -171,8 +184,29 @@ def main():
     for n, f in enumerate(facts):
         assert g.exact(g.to_format(f, g.X87)) == f, "%d! is not exact" % n
     c += g.c_array("const long double kFactorial[26]", [x87(f) for f in facts], 2, "n!, exact.")
+    c.append("")
+
+    c += ["// The same pieces with double coefficients of t^0..t^%d (the float forms' core)." % DEGREE_D,
+          "const double kLgPieceD[kPieces][kPieceDegreeD + 1] = {"]
+    worst_d = mpf(0)
+    for k in range(PIECES):
+        centre, fit = lgamma_piece(k, DEGREE_D, g.BINARY64)
+        worst_d = max(worst_d, fit.err)
+        if fit.err > TARGET_D:
+            raise SystemExit("double piece %d: error %s above the target" % (k, mp.nstr(fit.err, 5)))
+        c.append("    // centre %s: %s" % (mp.nstr(centre, 6), g.approx_comment(centre - WIDTH / 2, centre + WIDTH / 2,
+                                                                          DEGREE_D, fit.err_log2(), SCRIPT)))
+        c.append("    {" + ", ".join(g.hexfloat(v) for v in fit.coeffs) + "},")
+    c += ["};", ""]
+    nxt = abs(mp.bernoulli(2 * STIRLING_TERMS_D + 2)) / ((2 * STIRLING_TERMS_D + 2) * (2 * STIRLING_TERMS_D + 1))
+    bound_d = nxt / mpf(STIRLING_FROM) ** (2 * STIRLING_TERMS_D + 1)
+    c += ["// B_2k / (2k (2k - 1)), k = 1..%d, in double; truncation error below 2^%.2f for x >= %d."
+          % (STIRLING_TERMS_D, float(mp.log(bound_d, 2)), STIRLING_FROM)]
+    c += g.c_array("const double kStirlingD[kStirlingTermsD]", [g.hexfloat(v) for v in sc[:STIRLING_TERMS_D]], 2)
+    c.append("const double kHalfLn2PiD = %s;  // ln(2 pi)/2" % g.hexfloat(hl))
+    c.append("const double kLnPiD = %s;  // ln pi" % g.hexfloat(mp.log(mp.pi)))
     c += ["", "}  // namespace tsr::gamma", ""]
-    print("worst piece error 2^%.2f" % float(mp.log(worst, 2)))
+    print("worst piece error 2^%.2f, double pieces 2^%.2f" % (float(mp.log(worst, 2)), float(mp.log(worst_d, 2))))
     g.write_outputs({"special/gamma_data.h": "\n".join(h), "special/gamma_data.cpp": "\n".join(c)})
 
 

@@ -1,0 +1,97 @@
+// The float forms' core: ln|Gamma(x)| of a float argument in double arithmetic.
+//
+// A float result needs about 2^-31 relative (0.01 ulp of the float, beside the 0.5 of its
+// own rounding); double arithmetic gives that with room on every region but the narrow bands
+// about the zeros of ln|Gamma| on the negative axis, which the callers hand to the extended
+// core (see lgf_neg).  The regions follow the extended core's:
+//   x < 11/16        ln Gamma(1 + x) - ln x (no cancellation: the first term is below 0.13,
+//                    the second above 0.37);
+//   11/16..65/16     the 27 pieces with double coefficients (relative error below 2^-52,
+//                    gamma_data.cpp); t = x - centre is exact, and the pieces of the zeros 1
+//                    and 2 have no constant term, so t P(t) stays accurate next to them;
+//   65/16..16        ln Gamma(x - n) + ln((x - n)...(x - 1)), the product in double (n <= 12
+//                    roundings, relative error below 2^-49);
+//   x >= 16          Stirling in double, four terms of the series (truncation below 2^-46).
+// The logarithms come from the double kernel (relative error about 2^-60), so the absolute
+// error is a few units of 2^-52 of the largest term: relative error below 2^-44 on x > 0;
+// lgammaf's positive axis takes them from the float kernel instead (log_f, below 2^-34).
+// Every argument is a float: x, x - n and the products' factors are exact in double, and
+// 1 - x is, but for |x| < 2^-29, where its rounding moves ln Gamma(1 - x) by under 2^-53.
+#pragma once
+#include "elementary/log_kernels.h"
+#include "elementary/trig_kernels.h"
+#include "special/gamma_data.h"
+
+namespace tsr::gamma {
+namespace {
+
+inline double log_d(double x) {
+    double o[2];
+    __libm_log_k64(x, 0.0, o);
+    return o[0] + o[1];
+}
+
+// ln x from the float-accuracy kernel: absolute error about 2^-36 (its last polynomial is
+// good to 2^-28 relative on |u| < 2^-8.5); enough where ln Gamma is far from zero and not
+// exponentiated (lgammaf for x > 0, where the result exceeds 0.2 wherever a logarithm enters).
+inline double log_f(double x) { return __libm_log_k32(x); }
+
+inline double piece_d(int k, double t) {
+    const double *c = kLgPieceD[k];
+    double p = c[kPieceDegreeD];
+    for (int i = kPieceDegreeD - 1; i >= 0; --i) p = p * t + c[i];
+    return p;
+}
+
+// ln Gamma(s + x) for s + x in [11/16, 65/16) (s = 0 or 1), as lg_pieces.
+inline double lgf_pieces(double x, int s) {
+    int k = int((x + s - 0.6875) * 8.0);
+    k = k < 0 ? 0 : (k >= kPieces ? kPieces - 1 : k);
+    double c = 0.75 + k * 0.125 - s;
+    return piece_d(k, x - c);
+}
+
+// ln Gamma(x) for x > 0 a float; Coarse: the logarithms from the float kernel (see log_f).
+template <bool Coarse = false> inline double lgf_pos(double x) {
+    auto log_d = [](double v) { return Coarse ? log_f(v) : tsr::gamma::log_d(v); };
+    if (x < 0.6875) {
+        double a = x < 0.0625 ? piece_d(2, x) : lgf_pieces(x, 1);
+        return a - log_d(x);
+    }
+    if (x < 4.0625) return lgf_pieces(x, 0);
+    if (x < 16.0) {
+        int n = int(x - 3.0625);
+        double q = x - 1.0;
+        for (int i = 2; i <= n; ++i) q *= x - i;
+        return lgf_pieces(x - n, 0) + log_d(q);
+    }
+    double L = log_d(x);
+    double r = 1.0 / x, r2 = r * r;
+    double ser = ((kStirlingD[3] * r2 + kStirlingD[2]) * r2 + kStirlingD[1]) * r2 + kStirlingD[0];
+    return (x - 0.5) * L - x + (kHalfLn2PiD + ser * r);
+}
+
+// ln|Gamma(x)| for x < 0 a float, not an integer, by reflection:
+//   ln|Gamma(x)| = ln pi - ln|sin(pi d)| - ln Gamma(1 - x),  d = x - round(x) (exact),
+// with *sign the sign of Gamma(x).  The terms reach about 60 where a zero lies (|x| < 25),
+// so the absolute error is below 2^-45; a result below kFloatNearZero in magnitude is
+// returned as false, and the caller takes the extended core there.
+constexpr double kFloatNearZero = 0x1p-4;  // relative error then below 2^-41
+inline bool lgf_neg(double x, int *sign, double *out) {
+    double y = -x;
+    double n = __builtin_floor(y);
+    *sign = (uint64_t(n) & 1) ? 1 : -1;
+    // m, the integer nearest y (either one at a half): y + 1/2 rounds to an integer only for
+    // a float y within 2^-25 of one above it, in every mode, so m is floor(y) or floor(y) + 1
+    // and m = 0 for y < 1/2; d = y - m is exact (for y >= 1/2 y's ulp is at least 2^-25).
+    double d = y - __builtin_floor(y + 0.5);
+    double s[2], c[2];
+    __libm_sincos_k64(0x1.921fb54442d18p+1 * d, s, c);  // pi (rounded) times d: 2^-53 relative
+    double as = s[0] < 0 ? -s[0] : s[0];
+    double r = kLnPiD - log_d(as) - lgf_pos(1.0 - x);
+    *out = r;
+    return !(r < kFloatNearZero && r > -kFloatNearZero);
+}
+
+}  // namespace
+}  // namespace tsr::gamma
