@@ -48,6 +48,19 @@ using namespace tsr::invtrig;
 
 namespace {
 
+// |x| >= 1 or NaN, for every tier: the ends of the domain (pi, 0, +-pi/2 rounded in the
+// caller's mode), NaNs, and the domain error beyond 1.
+template <bool Acos>
+inline double arc_edge(double x, double ax, uint64_t sign) {
+    if (ax == 1.0) {
+        if (Acos) return sign ? kPiHi + kPiLo : 0.0;
+        return sign ? -kPio2Hi - kPio2Lo : kPio2Hi + kPio2Lo;  // rounded in the mode
+    }
+    if (ax != ax) return x + x;
+    double nan = opaque(0.0) * opaque(__builtin_inf());
+    return report(x, nan, Acos ? code::acos_magnitude_above_1 : code::asin_magnitude_above_1);
+}
+
 #if TSR_TIER_EX
 // The odd series of asin after its linear term, asin(r) - r = r w (c3 + c5 w + c7 w^2) +
 // r w^4 (c9 + c11 w + c13 w^2 [+ w^3 (c15 + c17 w)]), w = r^2, in two lanes (rest_a, rest_b).
@@ -165,13 +178,7 @@ inline double arc_ex(double x) {
         return Acos ? r : with_sign(r, sign);
     }
     // F.
-    if (ax == 1.0) {
-        if (Acos) return sign ? kPiHi + kPiLo : 0.0;
-        return sign ? -kPio2Hi - kPio2Lo : kPio2Hi + kPio2Lo;  // rounded in the mode
-    }
-    if (ax != ax) return x + x;
-    double nan = opaque(0.0) * opaque(__builtin_inf());
-    return report(x, nan, Acos ? code::acos_magnitude_above_1 : code::asin_magnitude_above_1);
+    return arc_edge<Acos>(x, ax, sign);
 }
 #endif
 
@@ -198,13 +205,7 @@ inline double arc(double x) {
     uint32_t H = hi(ax);
     if (H >= 0x3fe6c000u) {
         if (__builtin_expect(H >= 0x3ff00000u, 0)) {
-            if (ax == 1.0) {
-                if (Acos) return sign ? kPiHi + kPiLo : 0.0;
-                return sign ? -kPio2Hi - kPio2Lo : kPio2Hi + kPio2Lo;  // rounded in the mode
-            }
-            if (ax != ax) return x + x;
-            double nan = opaque(0.0) * opaque(__builtin_inf());
-            return report(x, nan, Acos ? code::acos_magnitude_above_1 : code::asin_magnitude_above_1);
+            return arc_edge<Acos>(x, ax, sign);
         }
         // Upper regime.
         double w = __builtin_fma(-0.5, ax, 0.5);  // exact: 0.5 ax is, and the difference by Sterbenz
