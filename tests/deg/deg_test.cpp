@@ -34,15 +34,14 @@ int mp_atan2d(mpfr_ptr o, mpfr_srcptr y, mpfr_srcptr x, mpfr_rnd_t r) { return m
 // An exact result: these bits, no flag, in all four modes.
 template <class T> Row<T> ex(T x, T v) { return {x, v, NONE, 0, NO_CODE, ALL_MODES}; }
 template <class T> Row2<T> ex2(T y, T x, T v) { return {{y, x}, v, NONE, 0, NO_CODE, ALL_MODES}; }
-template <class T> Row<T> cr(T x) { return {x, CR, NX, 0, NO_CODE, RN}; }
 template <class T> Row<T> cr_all(T x) { return {x, CR, NX, 0, NO_CODE, ALL_MODES}; }
 
 // Whole numbers whose residue modulo 360 is known: 360·2^40 + 150 (sin 1/2), 360·2^45 + 270
 // (past 2^53, sin -1), 45·2^60 (a multiple of 360), 45 + 180·2^45 (tan 1).
 const double kBig150 = 395824185999510.0, kBig270 = 12666373951979790.0,
              kBig0 = 0x1.68p+65, kBig45 = 6333186975989805.0;
-const double kS = f64(0x7ff4000000000000), kInf = INFINITY;
-const float fS = f32(0x7fa00000), fInf = INFINITY;
+const double kInf = INFINITY;
+const float fInf = INFINITY;
 
 // What every one-argument function of an angle shares: infinities give NaN with invalid and
 // no code, NaNs pass (signalling ones with invalid), and the ends of the argument range.

@@ -298,6 +298,13 @@ template <class T, int NI = 1, int NO = 1> struct RowN {
 };
 template <class T> using Row = RowN<T, 1, 1>;
 template <class T> using Row2 = RowN<T, 2, 1>;   // two inputs (pow)
+
+// Shorthands the families' rows share: x correctly rounded with inexact, in nearest only
+// (cr) or in every mode (crx); the signalling NaNs of each format.
+template <class T> Row<T> cr(T x) { return {x, CR, NX, 0, NO_CODE, RN}; }
+template <class T> Row<T> crx(T x) { return {x, CR, NX}; }
+inline const double kS = f64(0x7ff4000000000000);
+inline const float fS = f32(0x7fa00000);
 template <class T> using RowSC = RowN<T, 1, 2>;  // two outputs (sincos)
 
 // Checks every row in every variant of f this processor runs and every mode the row names:

@@ -22,11 +22,9 @@ namespace {
 using namespace th;
 namespace code = tsr::code;
 
-const double kInf = INFINITY, kS = f64(0x7ff4000000000000);
-const float fInf = INFINITY, fS = f32(0x7fa00000);
+const double kInf = INFINITY;
+const float fInf = INFINITY;
 
-template <class T> Row<T> cr(T x) { return {x, CR, NX, 0, NO_CODE, RN}; }
-template <class T> Row<T> crx(T x) { return {x, CR, NX}; }  // correctly rounded in every mode
 
 // What every one-argument function shares: NaNs quiet, signalling ones raise invalid.
 template <class T> std::vector<Row<T>> nans(std::vector<Row<T>> own) {

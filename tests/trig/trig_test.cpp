@@ -29,7 +29,6 @@ template <class T> std::vector<Row<T>> common(bool even, std::vector<Row<T>> own
 }
 
 // Hard and boundary arguments, each correctly rounded in nearest.
-template <class T> Row<T> cr(T x) { return {x, CR, NX, 0, NO_CODE, RN}; }
 
 const std::vector<Row<double>> kSin = common<double>(false, {
     {0x1p-1074, 0x1p-1074, UN, 0, NO_CODE, RN},          // the smallest subnormal: itself, underflow
