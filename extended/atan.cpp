@@ -137,13 +137,9 @@ inline bool atan2_special(LD y, LD x, const Ext &vy, const Ext &vx, bool deg, LD
         r = x + y;
         return true;
     }
-    bool sy = vy.se >> 15, sx = vx.se >> 15;
-    int what;  // the angle in multiples of pi/4
-    if (is_zero(vy)) what = sx ? 4 : 0;
-    else if (is_zero(vx)) what = 2;
-    else if (is_inf(vy)) what = is_inf(vx) ? (sx ? 3 : 1) : 2;
-    else if (is_inf(vx)) what = sx ? 4 : 0;
-    else return false;
+    bool sy = vy.se >> 15;
+    int what = axis_octants(vy, vx);  // the angle in multiples of pi/4
+    if (what < 0) return false;
     if (deg) {
         r = with_sign(LD(45 * what), sy);
     } else if (what == 0) {
