@@ -1,20 +1,20 @@
 // Arcsine, arccosine, arctangent and the angle of a point, in radians and in degrees, in
-// extended precision: one core, the arctangent of a fraction at most 1 (ext2_common.h), with
-// 33 breakpoints k/32.
+// extended precision: the arctangent of a fraction at most 1 (ext2_common.h, with 33
+// breakpoints k/32) for atan and atan2, the series of the arcsine for asin and acos.
 //
 //   atan x      atan(|x|/1), or pi/2 - atan(1/|x|) above 1;
 //   asin x      below 3/8: x + x^3/6 + x^5 Q(x^2) (kAsinPoly, fitted up to 1/2, relative
 //               error 2^-71.6) in extended arithmetic: the tail T beyond x is below x/42,
 //               and its few roundings (x^2, x^3, the polynomial) move the result by less
-//               than 0.07 ulp; the one sum x + T rounds in the caller's mode.  From 1/2 on
-//               pi/2 - 2 asin s, s = sqrt(z), z = (1 - |x|)/2 exact, s a pair (one exact
-//               square), asin s = s + s z/6 + s z^2 Q(z) by the same polynomial (s^2 = z
-//               exactly), s z/6 as an exact pair: pi/2 - 2s - 2 s z/6 by two-sums, the rest
-//               (below 0.005 of the result) in the tail.  Between 3/8 and 1/2, the angle of
-//               (sqrt(1 - x^2), |x|) by the arctangent core, 1 - x^2 by an exact square;
-//   acos x      pi/2 - asin x below 3/8 (a two-sum of pi/2 and -x, the tail added); from
-//               1/2 on 2 asin s (no cancellation) or pi - 2 asin s; between, the angle of
-//               (|x|, sqrt(1 - x^2)), and pi less it for a negative x;
+//               than 0.07 ulp; the one sum x + T rounds in the caller's mode.  From 3/8 to
+//               1/2 the same series with x^3/6 as an exact pair (three exact products), the
+//               rest (below 0.005 of the result) in the tail.  From 1/2 on pi/2 - 2 asin s,
+//               s = sqrt(z), z = (1 - |x|)/2 exact, s a pair (one exact square), asin s by
+//               the same series (s^2 = z exactly, two exact products): pi/2 - 2s - 2 s z/6
+//               by two-sums, the rest in the tail;
+//   acos x      pi/2 - asin x below 1/2 (two-sums of pi/2, -x and the exact pair of x^3/6
+//               from 3/8 on, the rest in the tail); from 1/2 on 2 asin s (no cancellation)
+//               or pi - 2 asin s;
 //   atan2(y, x) the angle of (|x|, |y|) on the significands, their exponents' difference
 //               clamped to 71 (beyond it x/y moves pi/2 by less than 2^-70); where |y/x| is
 //               below 2^-69 the angle is the ratio itself (its cube's third is below 2^-138
@@ -22,7 +22,7 @@
 //               the angle for a negative x, and the sign of y;
 //   degrees     the radian pair times 180/pi as a pair.
 // Every result of the arctangent core is a pair rounded once: 0.5 ulp plus about 2^-20 ulp;
-// asin and acos stay within 0.5 ulp and the polynomial tail's share.  Exact angles in degrees
+// asin and acos stay within 0.5 ulp and the share of the tail's roundings (0.07 ulp).  Exact angles in degrees
 // (asind(1/2) = 30, acosd(0) = 90, atand(1) = 45, ...) come without a flag.
 #include "extended/ext2_common.h"
 
@@ -42,7 +42,7 @@ inline LD out(Pair p, bool deg) { return sum(deg ? mulp(p, pc(kRad2Deg)) : p); }
 // Below 3/8 the polynomial's tail T is at most 0.024 of asin x, so that its roundings move
 // the result by less than 0.07 ulp (at 1/2 it would be 0.13).
 constexpr LD kPolyBelow = 0.375L;
-// From 1/2 on the half angle s = sqrt((1 - |x|)/2) is at most 1/2.
+// From 1/2 on the half angle s = sqrt((1 - |x|)/2) is at most 1/2, and the series serves it.
 constexpr LD kHalfAngleFrom = 0.5L;
 
 // Q(t) of asin x = x + x^3/6 + x^5 Q(x^2), |x| <= 1/2, by Estrin's scheme.
@@ -61,43 +61,47 @@ inline LD asin_tail(LD x, LD t) {
     LD xt = x * t;
     return xt * (kSixth[0] + t * asin_q(t)) + xt * kSixth[1];
 }
-// asin s for s = sqrt(z), z = (1 - a)/2 exact, 1/2 <= a < 1 (s <= 1/2): s as a pair (one
-// exact square), and s + s z/6 + s z^2 Q(z) (s^2 = z exactly) with the leading s z/6 as an
-// exact pair (two exact products): the rest is below 0.005 of the result, so that its
-// roundings are far below an ulp even where pi/2 - 2 asin s doubles them.
-struct HalfAngle {
+// asin s = s + s^3/6 + s^5 Q(s^2) for s = sh + sl, s^2 = t + te, |s| <= 1/2, with the
+// leading s^3/6 as an exact pair (sh t and its sixth by exact products): the rest, below
+// 0.005 of asin s, carries every rounding, so that they stay far below an ulp of the
+// result even where pi/2 - 2 asin s doubles them.
+struct Series {
     Pair s;
-    LD q, rest;  // s z/6 = q + part of rest; rest holds every smaller term
+    LD q, rest;  // s^3/6 = q + part of rest; rest holds every smaller term
 };
-inline HalfAngle half_angle(LD a) {
-    LD z = (1.0L - a) * 0.5L;  // exact: a >= 1/2
-    Pair s = sqrtp({z, 0.0L});
+// Out of line: inlined, its exact products made the compiler spill and reload around the
+// short path below 3/8 too (measured: 2.4 times slower there).
+__attribute__((noinline)) Series series(Pair s, LD t, LD te) {
     LD p, pe, q, qe;
-    two_prod(s.h, z, p, pe);
+    two_prod(s.h, t, p, pe);
     two_prod(p, kSixth[0], q, qe);
-    LD rest = qe + (p * kSixth[1] + (pe + s.l * z) * kSixth[0]) + p * z * asin_q(z);
+    LD rest = qe + (p * kSixth[1] + (pe + (s.l * t + s.h * te)) * kSixth[0]) + p * t * asin_q(t);
     return {s, q, rest};
 }
-// c - 2 asin s as a pair (c = pi/2 or pi): two-sums of the heads, the rest in the tail.
-inline Pair less_twice(const LD c[2], const HalfAngle &h) {
-    LD u, ue, v, ve;
-    two_sum(c[0], -2.0L * h.s.h, u, ue);
-    two_sum(u, -2.0L * h.q, v, ve);
-    return {v, (ue + ve) + (c[1] - 2.0L * (h.s.l + h.rest))};
+// 3/8 <= |x| < 1/2: x itself, its square an exact pair.
+inline Series series_of(LD x) {
+    LD t, te;
+    two_prod(x, x, t, te);
+    return series({x, 0.0L}, t, te);
 }
-// 2 asin s as a pair.
-inline Pair twice(const HalfAngle &h) {
+// 1/2 <= a < 1: the half angle s = sqrt(z), z = (1 - a)/2 exact, s a pair (one exact
+// square) whose square is z itself.
+inline Series half_angle(LD a) {
+    LD z = (1.0L - a) * 0.5L;  // exact: a >= 1/2
+    return series(sqrtp({z, 0.0L}), z, 0.0L);
+}
+// k asin s as a pair (k = 1 or 2).
+inline Pair times(const Series &h, LD k) {
     LD v, ve;
     two_sum(h.s.h, h.q, v, ve);
-    return {2.0L * v, 2.0L * (ve + (h.s.l + h.rest))};
+    return {k * v, k * (ve + (h.s.l + h.rest))};
 }
-
-// sqrt(1 - a^2) as a pair, 3/8 <= a < 1/2, by an exact square.
-inline Pair cosine_side(LD a) {
-    LD p, pe, s, se;
-    two_prod(a, a, p, pe);
-    fast_two_sum(1.0L, -p, s, se);
-    return sqrtp(norm(s, se - pe));
+// c - k asin s as a pair (c = pi/2 or pi): two-sums of the heads, the rest in the tail.
+inline Pair less_times(const LD c[2], const Series &h, LD k) {
+    LD u, ue, v, ve;
+    two_sum(c[0], -k * h.s.h, u, ue);
+    two_sum(u, -k * h.q, v, ve);
+    return {v, (ue + ve) + (c[1] - k * (h.s.l + h.rest))};
 }
 
 inline LD asin_body(LD x, bool deg) {
@@ -131,7 +135,7 @@ inline LD asin_body(LD x, bool deg) {
         return fr.finish(out(norm(xx, tail), true));
     }
     LD a = __builtin_fabsl(xx);
-    Pair r = a >= kHalfAngleFrom ? less_twice(kPi2, half_angle(a)) : atan2_pos({a, 0.0L}, cosine_side(a));
+    Pair r = a >= kHalfAngleFrom ? less_times(kPi2, half_angle(a), 2.0L) : times(series_of(a), 1.0L);
     return fr.finish(out(sgn(r, sx), deg));
 }
 
@@ -169,11 +173,10 @@ inline LD acos_body(LD x, bool deg) {
     } else {
         LD a = __builtin_fabsl(xx);
         if (a >= kHalfAngleFrom) {
-            HalfAngle h = half_angle(a);
-            r = sx ? less_twice(kPi, h) : twice(h);
+            Series h = half_angle(a);
+            r = sx ? less_times(kPi, h, 2.0L) : times(h, 2.0L);
         } else {
-            r = atan2_pos(cosine_side(a), {a, 0.0L});
-            if (sx) r = addp(pc(kPi), neg(r));
+            r = less_times(kPi2, series_of(xx), 1.0L);
         }
     }
     return fr.finish(out(r, deg));
