@@ -1,7 +1,7 @@
 // The trigonometric, hyperbolic and angle kernels of the extended family: each pair (with its
 // sign factor or scale) against MPFR to well past 64 bits, on rows in the four rounding
-// modes (the hardest reductions among them) and on 100,000 arguments per kernel; their
-// special values against MPFR's rounded results.
+// modes (the hardest reductions among them; the caller's control word unchanged after) and
+// on 100,000 arguments per kernel; their special values against MPFR's rounded results.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -78,12 +78,14 @@ const LD kTrigRows[] = {
 TEST(Ext2Kernels, TrigRowsFourModes) {
     for (const th::Mode &m : th::kModes) {
         th::ModeGuard g(m.fe);
+        const uint16_t cw = th::x87_cw_now();
         for (const TrigKernel &t : kTrig)
             for (LD x : kTrigRows)
                 for (LD sx : {x, -x}) {
                     // a subnormal x c is no pair to 2^-68 of itself
                     if (t.c != 1 && std::fabs(sx) < 0x1p-16300L) continue;
                     EXPECT_LT(trig_err(t, sx), -68) << t.name << " " << th::detail::text(sx) << " " << m.name;
+                    EXPECT_EQ(th::x87_cw_now(), cw) << t.name << " keeps the caller's control word";
                 }
     }
 }
@@ -135,9 +137,11 @@ TEST(Ext2Kernels, HypRowsFourModes) {
                        700.0L, 11356.5L, 11400.0L, 16384.0L, 32767.5L};
     for (const th::Mode &m : th::kModes) {
         th::ModeGuard g(m.fe);
+        const uint16_t cw = th::x87_cw_now();
         for (const HypKernel &h : kHyp)
             for (LD x : rows)
                 for (LD sx : {x, -x}) EXPECT_LT(hyp_err(h, sx), -70) << h.name << " " << th::detail::text(sx) << " " << m.name;
+        EXPECT_EQ(th::x87_cw_now(), cw) << m.name;
     }
 }
 
@@ -206,7 +210,9 @@ TEST(Ext2Kernels, AngleRowsFourModes) {
     };
     for (const th::Mode &m : th::kModes) {
         th::ModeGuard g(m.fe);
+        const uint16_t cw = th::x87_cw_now();
         for (auto &r : rows) EXPECT_LT(angle_err(r[0], r[1]), -75) << th::detail::text(r[0].hi) << " " << th::detail::text(r[1].hi) << " " << m.name;
+        EXPECT_EQ(th::x87_cw_now(), cw) << m.name;
     }
 }
 
