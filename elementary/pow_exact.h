@@ -76,5 +76,39 @@ inline bool exact_power(T ax, T y, bool neg, T *out) {
     return true;
 }
 
+// The extended-precision counterparts (significands of 64 bits, exponents to +-16383): y an
+// integer with 1 <= |y| < 2^15 (2^32768 and its reciprocal lie outside the range), and ax^y
+// for a positive finite ax when it is exact, built by integer work (nothing is raised).
+inline bool small_integer_l(long double y) {
+    Ext b = ext(y);
+    unsigned e = unsigned(b.se & 0x7fff) - 0x3fffu;
+    if (e > 14u) return false;
+    return (b.m << (e + 1)) == 0;
+}
+inline bool exact_power_l(long double ax, long double y, long double *out) {
+    Ext b = ext(ax);
+    int ef = b.se & 0x7fff;
+    uint64_t m = b.m;
+    if (m == 0) return false;
+    int e = (ef == 0 ? 1 : ef) - 16383 - 63;
+    int tz = 63 - __builtin_clzll(m & -m);
+    m >>= tz;
+    e += tz;
+    int iy = int(y);
+    uint64_t M = 1;
+    if (iy < 0) {
+        if (m != 1) return false;
+    } else if (m != 1) {
+        for (int k = 0; k < iy; ++k)
+            if (__builtin_mul_overflow(M, m, &M)) return false;
+    }
+    int E = e * iy;
+    int top = E + 63 - __builtin_clzll(M);
+    if (E < -16445 || top > 16383) return false;
+    if (top >= -16382) *out = from_ext(M << __builtin_clzll(M), uint16_t(top + 16383));
+    else *out = from_ext(M << (E + 16445), 0);  // subnormal: the field counts 2^-16445
+    return true;
+}
+
 }  // namespace
 }  // namespace tsr::powk

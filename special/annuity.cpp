@@ -5,6 +5,9 @@
 // the caller's mode back before the one operation that rounds the result.  With
 // W = -y log2(1 + x):
 // - y = -1 is -1 exactly and y = 1 is 1/(1 + x), from the exact pair 1 + x.
+// - a value that is a double (1 + x and its integer power exact, the quotient a double:
+//   annuity(1, 3) = 0.875) is found first and returned exactly, without inexact
+//   (exact_annuity).
 // - |W| < 2^-7: 1 - 2^W = y log2(1 + x) (2^W - 1)/W, so the value is y G F(W) with
 //   G = log2(1 + x)/x (the series of the logarithm, or the pair divided by x) and
 //   F(W) = (2^W - 1)/W: no difference is taken and nothing cancels, however small x y is;
@@ -38,6 +41,8 @@ constexpr Codes kCodesL{code::annuityl_rate_at_a_pole, code::annuityl_rate_below
 // x finite, above -1, not zero; y finite, not zero.
 inline double annuity_core(double x, double y) {
     if (y == -1.0) return -1.0;  // (1 - (1 + x))/x
+    double e;
+    if (exact_annuity(x, y, &e)) return e;
     RnGuard g;
     x = opaque(x);
     y = opaque(y);

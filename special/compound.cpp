@@ -7,6 +7,8 @@
 // allows for).  With W = y log2(1 + x) (fin_common.h):
 // - y = 1 is 1 + x and y = -1 is 1/(1 + x), from the exact pair 1 + x: exact wherever the
 //   value is a double.
+// - other integer y with 1 + x a double: the power built exactly where it is a double
+//   (exact_compound), so that it comes back exact and without inexact in every mode.
 // - |W| < 2^-56: 1 + W rounds as 1 plus anything of W's sign below a quarter of its ulp.
 // - |W| < 4096: 2^W = R 2^N as a pair, rounded once with its scale (subnormal results
 //   included).
@@ -40,6 +42,8 @@ inline double compound_core(double x, double y) {
         DD q = dd::div({1.0, 0.0}, scale_dd(p, -ep));
         return round_scaled(q, -ep, nullptr);
     }
+    double e;
+    if (exact_compound(x, y, &e)) return e;
     Log2 L = log2_1p(x);
     Expo W = times_y(L, y, 1.0);
     if (W.ew < -56) return 1.0 + opaque(W.m.h > 0 ? 0x1p-100 : -0x1p-100);

@@ -37,8 +37,12 @@ inline float entry_f(float x, float y, const Codes &kCodesF) {
     }
     r = float(Core(double(x), double(y)));
     uint32_t m = bits(r) & Format<float>::abs;
-    if (__builtin_expect(m < 0x00800000u, 0)) {  // subnormal or zero: underflow, raised here
-        force(opaque(0x1p-100f) * 0x1p-100f);       // as the double result may be exact
+    if (__builtin_expect(m < 0x00800000u, 0)) {
+        // Subnormal or zero: an underflow unless the value is exactly r, raised here as the
+        // double result is a normal double.
+        double e;
+        bool exact = (F == Fn::compound ? exact_compound(x, y, &e) : exact_annuity(x, y, &e)) && double(r) == e;
+        if (!exact) force(opaque(0x1p-100f) * 0x1p-100f);
         return report(x, y, r, kCodesF.under);
     }
     if (__builtin_expect(m == Format<float>::inf, 0)) return report(x, y, r, kCodesF.over);

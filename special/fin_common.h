@@ -33,6 +33,7 @@
 // the pair then the exact scaling, a subnormal one by cutting the head to the subnormal grid
 // so that only the rest is rounded, onto the grid.
 #pragma once
+#include "elementary/pow_exact.h"
 #include "extended/ext_common.h"
 #include "special/fin_data.h"
 #include "tsr/codes.h"
@@ -231,6 +232,45 @@ inline DD expm1_ratio(double w) {
     double q = b[5];
     for (int k = 4; k >= 0; --k) q = q * w + b[k];
     return dd::fast_two_sum(fin_ln2_h, fin_ln2_l + w * q);
+}
+
+// ---- exact values -----------------------------------------------------------------------------
+// The cores carry their result to about 2^-60 of it, so a value that is a double would come
+// back one unit off in a directed mode, with a false inexact.  Those values are found first.
+// (1 + x)^y with y an integer is a double only when 1 + x is one: a sum with bits below the
+// double's last place keeps them in every power, or leaves a factor that is no power of two
+// in the reciprocal.  Then the integer check of the power family decides, and builds the power
+// exactly.  Non-integer y (roots of an exact power) are not looked for.
+//
+// compound: (1 + x)^y when it is exact, under round-to-nearest (g); nothing raised when true.
+inline bool exact_compound(double x, double y, double *out) {
+    if (!powk::small_integer(bits(y))) return false;
+    RnGuard g;
+    DD p = dd::two_sum(1.0, opaque(x));
+    return p.l == 0.0 && powk::exact_power(p.h, y, false, out);
+}
+
+// annuity: with P = (1 + x)^-y exact, D = 1 - P is an exact pair and the value D/x is a double
+// q exactly when q x, an exact pair, is D (both pairs are the head rounded to nearest and the
+// exact rest, so equal values are equal pairs).  The flags raised by the test are taken back
+// when it succeeds.
+inline bool exact_annuity(double x, double y, double *out) {
+    if (!powk::small_integer(bits(y))) return false;
+    const uint32_t before = get_mxcsr();
+    RnGuard g;
+    DD p = dd::two_sum(1.0, opaque(x));
+    double P;
+    if (p.l != 0.0 || !powk::exact_power(p.h, -y, false, &P)) return false;
+    // 1 - P spans more than the 106 bits of a product q x where P lies beyond 2^+-106 (this
+    // also keeps the splits of the products far from overflow).
+    if (P > 0x1p106 || P < 0x1p-106) return false;
+    DD D = dd::two_sum(1.0, -P);
+    double q = dd::div(D, {x, 0.0}).h;
+    DD t = dd::two_prod(q, x);
+    if (t.h != D.h || t.l != D.l) return false;
+    set_mxcsr((get_mxcsr() & ~MXCSR_FLAGS) | (before & MXCSR_FLAGS));
+    *out = q;
+    return true;
 }
 
 // (v.h + v.l) 2^s rounded once, for a normal non-zero v.h.  The caller's rounding mode is

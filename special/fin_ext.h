@@ -12,6 +12,7 @@
 // pairs are formed; the caller's word comes back before the one operation that rounds the
 // result.
 #pragma once
+#include "elementary/pow_exact.h"
 #include "extended/ext2_common.h"
 #include "tsr/x87.h"
 
@@ -160,6 +161,39 @@ inline Pair exp2l_pair(Pair w, int &k) {
     return r;
 }
 
+// ---- exact values (as in double, fin_common.h), under the frame ------------------------------
+inline bool exact_compoundl(LD x, LD y, LD *out) {
+    if (!powk::small_integer_l(y)) return false;
+    Pair p;
+    two_sum(1.0L, x, p.h, p.l);
+    return p.l == 0.0L && powk::exact_power_l(p.h, y, out);
+}
+// The x87 exception flags set to `flags` (the low six bits of the status word), by the
+// environment as it stands with its status word patched: the register tags stay as they are.
+inline void set_x87_flags(uint16_t flags) {
+    uint16_t env[14];
+    asm volatile("fnstenv %0" : "=m"(env));
+    env[2] = uint16_t((env[2] & ~0x3fu) | (flags & 0x3fu));
+    asm volatile("fldenv %0" : : "m"(env));
+}
+inline bool exact_annuityl(LD x, LD y, LD *out) {
+    if (!powk::small_integer_l(y)) return false;
+    const uint16_t before = get_x87_sw();
+    Pair p;
+    two_sum(1.0L, x, p.h, p.l);
+    LD P;
+    if (p.l != 0.0L || !powk::exact_power_l(p.h, -y, &P)) return false;
+    if (P > 0x1p128L || P < 0x1p-128L) return false;  // 1 - P longer than any product q x
+    Pair D, t;
+    two_sum(1.0L, -P, D.h, D.l);
+    LD q = div(D, x).h;
+    two_prod(q, x, t.h, t.l);
+    if (t.h != D.h || t.l != D.l) return false;
+    set_x87_flags(before);
+    *out = q;
+    return true;
+}
+
 // (h + l) 2^k rounded once in the caller's mode (restored here), for h not zero.
 inline LD finish_l(Pair v, int k, ExtFrame &fr) {
     v = norm(v.h, v.l);
@@ -189,6 +223,11 @@ inline LD annuityl_core(LD x, LD y) {
         int ep;
         Pair q = recip_1p(x, ep);
         return finish_l(q, -ep, fr);
+    }
+    LD e;
+    if (exact_annuityl(x, y, &e)) {
+        fr.restore();
+        return e;
     }
     const int ex = expol(x);
     const LD xs = signifl(x, ex);
@@ -250,6 +289,11 @@ inline LD compoundl_core(LD x, LD y) {
         int ep;
         Pair q = recip_1p(x, ep);
         return finish_l(q, -ep, fr);
+    }
+    LD e;
+    if (exact_compoundl(x, y, &e)) {
+        fr.restore();
+        return e;
     }
     LogL L = log2_1pl(x);
     ExpoL W = times_yl(L, y, 1.0L);

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 
 #include "harness/harness.h"
 #include "tessera.h"
@@ -89,12 +90,44 @@ std::vector<Row2<T>> table_rows(bool annuity, Codes c) {
         // exact cases: y = -1 makes annuity -1, y = 1 makes compound 1 + x
         {{T(0.375), T(-1)}, A ? Want<T>(T(-1)) : Want<T>(CR), A ? NONE : NX},
         {{T(3), T(1)}, A ? T(0.25) : T(4), NONE}, {{T(0.5), T(-1)}, A ? Want<T>(T(-1)) : Want<T>(CR), A ? NONE : NX},
-        {{T(1), T(-1)}, A ? T(-1) : T(0.5), NONE}, {{T(1), T(3)}, A ? T(0.875) : T(8), ANY_FLAGS},
+        {{T(1), T(-1)}, A ? T(-1) : T(0.5), NONE}, {{T(1), T(3)}, A ? T(0.875) : T(8), NONE, 0, NO_CODE, ALL_MODES},
     };
     // One period: 1/(1 + x) (annuity) and 1 + x (compound), rounded once in every mode.
     for (T x : {T(1e-20), T(0.1), T(-0.999), T(3e30), T(-1e-7), T(7)})
         r.push_back({{x, T(1)}, CR, ANY_FLAGS});
     return r;
+}
+
+// Values that are exactly representable away from the cases above (an exact 1 + x, an integer
+// y, an exact power and quotient): the value itself, no flag, in every mode.  Beside them
+// neighbours that are not exact (inexact in every mode, correctly rounded).
+template <class T>
+void exact_rows(std::vector<Row2<T>> &a, std::vector<Row2<T>> &c) {
+    for (auto [x, y, v] : std::initializer_list<std::array<T, 3>>{
+             {T(1), T(3), T(0.875)}, {T(3), T(2), T(0.3125)}, {T(-0.5), T(3), T(14)},
+             {T(1), T(-2), T(-3)}, {T(0.5), T(-2), T(-2.5)}, {T(-0.75), T(2), T(20)}})
+        a.push_back({{x, y}, v, NONE, 0, NO_CODE, ALL_MODES});
+    for (auto [x, y, v] : std::initializer_list<std::array<T, 3>>{
+             {T(0.5), T(3), T(3.375)}, {T(-0.5), T(5), T(0.03125)}, {T(2), T(3), T(27)},
+             {T(3), T(-2), T(0.0625)}, {T(-0.75), T(7), T(0x1p-14)}, {T(1.5), T(3), T(15.625)},
+             {T(1), T(100), T(0x1p100)}, {T(-0.5), T(100), T(0x1p-100)}})
+        c.push_back({{x, y}, v, NONE, 0, NO_CODE, ALL_MODES});
+    // Not exact (1 + x not exact, a power with too many bits, roots): inexact in every mode,
+    // correctly rounded in nearest.  (Some lie within 2^-50 ulp of a representable value,
+    // where a directed mode may be one unit off, within the directed bounds.)
+    const T eps = std::numeric_limits<T>::epsilon();
+    for (auto [x, y] : std::initializer_list<std::array<T, 2>>{
+             {eps, T(2)}, {eps / 4, T(3)}, {T(2), T(41)}, {T(0.1), T(12)}, {T(0.5), T(0.5)}, {T(-0.5), T(0.5)}}) {
+        for (auto *v : {&a, &c}) {
+            v->push_back({{x, y}, CR, NX, 0, NO_CODE, RN});
+            v->push_back({{x, y}, ANY, NX, 0, NO_CODE, ALL_MODES});
+        }
+    }
+    // annuity's exact power with 1 - P longer than any product q x
+    for (auto [x, y] : std::initializer_list<std::array<T, 2>>{{T(3), T(-63)}, {T(1), T(-120)}, {T(1), T(130)}}) {
+        a.push_back({{x, y}, CR, NX, 0, NO_CODE, RN});
+        a.push_back({{x, y}, ANY, NX, 0, NO_CODE, ALL_MODES});
+    }
 }
 
 template <class T>
@@ -120,8 +153,11 @@ TEST(FinSpecial, Double) {
     a.push_back({{0x1p-1000, -0x1p1020}, -inf, OV, ERANGE, code::annuity_overflow});
     a.push_back({{0x1p-1074, 0x1p-1074}, 0x1p-1074, UN});
     c.push_back({{1.0, 1024.0}, inf, OV, ERANGE, code::compound_overflow});
-    c.push_back({{1.0, 1023.0}, 0x1p1023, ANY_FLAGS});
-    c.push_back({{1.0, -1074.0}, 0x1p-1074, ANY_FLAGS});
+    c.push_back({{1.0, 1023.0}, 0x1p1023, NONE, 0, NO_CODE, ALL_MODES});
+    c.push_back({{1.0, -1074.0}, 0x1p-1074, NONE, 0, NO_CODE, ALL_MODES});
+    c.push_back({{1.0, -1022.0}, 0x1p-1022, NONE, 0, NO_CODE, ALL_MODES});
+    a.push_back({{0x1p50 - 1, 2.0}, 0x1p-50 + 0x1p-100, NONE, 0, NO_CODE, ALL_MODES});
+    exact_rows(a, c);
     c.push_back({{1.0, -1076.0}, 0.0, UN, ERANGE, code::compound_underflow});
     c.push_back({{0x1p-60, 0x1p70}, inf, OV, ERANGE, code::compound_overflow});
     c.push_back({{-0x1p-60, 0x1p70}, 0.0, UN, ERANGE, code::compound_underflow});
@@ -145,7 +181,12 @@ TEST(FinSpecial, Float) {
     const float inf = INFINITY;
     a.push_back({{1e-30f, 10.0f}, 10.0f, NX});
     c.push_back({{1.0f, 128.0f}, inf, OV, ERANGE, code::compoundf_overflow});
-    c.push_back({{1.0f, -149.0f}, 0x1p-149f, ANY_FLAGS, ANY_ERRNO, code::compoundf_underflow});  // subnormal: reported
+    // subnormal: reported, but no underflow flag where the value is exact
+    c.push_back({{1.0f, -149.0f}, 0x1p-149f, NONE, ANY_ERRNO, code::compoundf_underflow, ALL_MODES});
+    c.push_back({{0.5f, -250.0f}, CR, UN, ANY_ERRNO, code::compoundf_underflow, ALL_MODES});
+    c.push_back({{1.0f, 127.0f}, 0x1p127f, NONE, 0, NO_CODE, ALL_MODES});
+    a.push_back({{0x1p20f - 1, 2.0f}, 0x1p-20f + 0x1p-40f, NONE, 0, NO_CODE, ALL_MODES});
+    exact_rows(a, c);
     c.push_back({{1.0f, -151.0f}, 0.0f, UN, ERANGE, code::compoundf_underflow});
     a.push_back({{0.5f, -400.0f}, -inf, OV, ERANGE, code::annuityf_overflow});
     a.push_back({{0x1p-149f, 0x1p-149f}, 0x1p-149f, UN, ANY_ERRNO, code::annuityf_underflow});
@@ -163,7 +204,10 @@ TEST(FinSpecial, Extended) {
     const LD inf = INFINITY;
     a.push_back({{1e-300L, 10.0L}, 10.0L, NX});
     c.push_back({{1.0L, 16384.0L}, inf, OV, ERANGE, code::compoundl_overflow});
-    c.push_back({{1.0L, 16383.0L}, 0x1p16383L, ANY_FLAGS});
+    c.push_back({{1.0L, 16383.0L}, 0x1p16383L, NONE, 0, NO_CODE, ALL_MODES});
+    c.push_back({{1.0L, -16382.0L}, 0x1p-16382L, NONE, 0, NO_CODE, ALL_MODES});
+    a.push_back({{0x1p62L - 1, 2.0L}, 0x1p-62L + 0x1p-124L, NONE, 0, NO_CODE, ALL_MODES});
+    exact_rows(a, c);
     c.push_back({{1.0L, -16447.0L}, 0.0L, UN, ERANGE, code::compoundl_underflow});
     a.push_back({{0.5L, -40000.0L}, -inf, OV, ERANGE, code::annuityl_overflow});
     fix_nan_wants(a);
