@@ -53,19 +53,19 @@ inline double asin_d(double t) {
 // |x - c| <= 2^-8 and |d| <= 2^-6.4 up to 0.9375; for x < 0 the grid serves on to -1, where
 // c = -1 (cc = 0) leaves |d| <= 0.089.  The series d + d^3/6 + 3 d^5/40 + 5 d^7/112 then
 // leaves 35 d^9/1152, below 2^-37 of the result; the double steps add some 2^-51.
-inline double asin_grid(double u, uint32_t b) {
+inline double asin_grid(double u, uint32_t b, uint32_t sign) {
     uint32_t o = b - 0x3c800000u;  // the bits above 2^-6
     uint32_t k = o >> 23;          // binade 2^(k-6), k + 1 mantissa bits
     uint32_t step = 0x800000u >> (k + 1);
     uint32_t r = (o + step / 2) & ~(step - 1);  // x rounded to the grid (may carry to the next binade)
     const ArcRow &row = arcf_rows[(2u << k) - 2 + ((r - (k << 23)) >> (22 - k))];
-    double c = double(f32(r + 0x3c800000u));
-    if (u < 0) c = -c;  // x is a number here
+    // c and asin(c) signed as x by the bit, not by a branch (a random sign is not predictable)
+    double c = double(f32((r + 0x3c800000u) | sign));
     double d = u * row.cc - c * __builtin_sqrt(1.0 - u * u);
-    double d2 = d * d;
-    double p = d2 * (kSixth + d2 * (kThreeFortieths + d2 * kFiveOver112));
-    double t = u < 0 ? -row.asin_c : row.asin_c;
-    return t + (d + d * p);
+    // d^3 (1/6 + 3 d^2/40 + 5 d^4/112), the cubic and the bracket side by side.
+    double d2 = d * d, d3 = d * d2;
+    double p = (kSixth + d2 * kThreeFortieths) + (d2 * d2) * kFiveOver112;
+    return with_sign(row.asin_c, uint64_t(sign) << 32) + (d + d3 * p);
 }
 
 // 2 asin(m) for m = sqrt((1 - x)/2) <= 2^-2.5 (x >= 0.9375): the series to m^9, which leaves
@@ -83,7 +83,7 @@ inline float arcf_grid(float x) {
     double u = x;
     // 2^-6 <= |x| < 0.9375, and x < 0 on to -1
     if (b - 0x3c800000u < 0x3f700000u - 0x3c800000u || (neg && b - 0x3f700000u < 0x3f800000u - 0x3f700000u)) {
-        double a = asin_grid(u, b);
+        double a = asin_grid(u, b, bits(x) & 0x80000000u);
         return float(Acos ? kPio2Hi - a : a);
     }
     if (b < 0x3c800000u) {  // |x| < 2^-6
