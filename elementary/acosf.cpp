@@ -6,8 +6,11 @@
 //   |x| >  1/2:  t = sqrt((1 - |x|)/2) (1 - |x| exact),
 //                asin x = ±(pi/2 - 2t - 2S(t)), acos x = 2t + 2S(t), or pi minus that for x < 0.
 // Every step is in double, some 2^-50 relative, so one rounding to float gives the correctly
-// rounded result but within 2^-26 ulp of a midpoint.  Tiers ex and e7 evaluate the two chains
-// of S as written.
+// rounded result but within 2^-26 ulp of a midpoint.  Tier ex evaluates the two chains of S
+// as written.
+//
+// Tier e7: a float grid of asin(c) and sqrt(1 - c^2) from 2^-6 to 0.9375 (and on to -1), the
+// series of 2 asin(sqrt((1 - x)/2)) above, the series of x below (see asin_grid).
 //
 // Tier l9: one polynomial for both halves and no branch between them: asin(t) = t Q(t^2),
 // relative error 2^-35.9 on |t| <= 1/2, taken on v = x^2 with the multiplier x below 1/2 and
