@@ -94,33 +94,45 @@ inline Pair ln_pair(LD x) {
     return r;
 }
 
-// Piece k at t as a pair: Horner in extended from the top down to t^kPiecePairs, then the
-// last steps on the coefficients held as pairs.  |t| <= 1/16, so the rounding of the extended
-// part, t^4 Q(t), is below 2^-80 of the result; the step onto t^3 keeps the sum exact and
-// rounds only the product, the last three keep the product exact too (t times a pair by
-// Dekker's product).  The sum is then within about 2^-76 of the piece (its fit error 2^-77.3):
-// relative to the result, also on the pieces of the zeros, whose constant terms are zero.
-inline Pair piece(int k, LD t) {
-    const LD *c = kLgPiece[k];
-    const LD *cl = kLgPieceTail[k];
-    LD q = c[kPieceDegree];
-    for (int i = kPieceDegree - 1; i >= kPiecePairs; --i) q = q * t + c[i];
+// c[0] + c[1] v + ... + c[n] v^n at v = vh + vl as a pair, the coefficients of v^0..v^(m-1)
+// held as pairs (heads c, tails cl): Horner in extended at vh from the top down to v^m, then
+// the last steps on the pairs, the product v times a pair kept exact by Dekker's product (vl
+// joins each of those steps to the first order).  With |v| <= 1/16 (the pieces, m = 4) or
+// v <= 1/4 (the reflection, m = 4) the extended part's rounding stays below 2^-72 of the
+// result, and the pair steps add about 2^-80.
+inline Pair poly_pairs(const LD *c, const LD *cl, int n, int m, LD vh, LD vl) {
+    LD q = c[n];
+    for (int i = n - 1; i >= m; --i) q = q * vh + c[i];
     Pair p;
     LD s, e;
-    two_sum(c[kPiecePairs - 1], t * q, s, e);
-    fast_two_sum(s, e + cl[kPiecePairs - 1], p.h, p.l);
-    for (int i = kPiecePairs - 2; i >= 0; --i) {
-        LD m, me;
-        two_prod(t, p.h, m, me);
-        me += t * p.l;
-        two_sum(c[i], m, s, e);
-        fast_two_sum(s, e + (me + cl[i]), p.h, p.l);
+    two_sum(c[m - 1], vh * q, s, e);
+    fast_two_sum(s, e + cl[m - 1], p.h, p.l);
+    for (int i = m - 2; i >= 0; --i) {
+        LD r, re;
+        two_prod(vh, p.h, r, re);
+        re += vh * p.l + vl * p.h;
+        two_sum(c[i], r, s, e);
+        fast_two_sum(s, e + (re + cl[i]), p.h, p.l);
     }
     return p;
 }
+
+// Piece k at t (exact, |t| <= 1/16) as a pair: within about 2^-76 of ln Gamma (fit error
+// 2^-77.3), relative to the result also on the pieces of the zeros, whose constant terms are
+// zero.
+inline Pair piece(int k, LD t) { return poly_pairs(kLgPiece[k], kLgPieceTail[k], kPieceDegree, kPiecePairs, t, 0.0L); }
 constexpr int kPieceOfOne = 2, kPieceOfTwo = 10;
 constexpr LD kFirstCentre = 0.75L, kPieceWidth = 0.125L;
 constexpr LD kPiecesFrom = 0.6875L, kPiecesTo = 4.0625L;  // 11/16, 65/16
+
+// The piece of s + x in [11/16, 65/16) for the double cores, and t = x - (centre - s) (exact,
+// as below).
+inline int piece_at(double x, int s, double &t) {
+    int k = int((x + s - 0.6875) * 8.0);
+    k = k < 0 ? 0 : (k >= kPieces ? kPieces - 1 : k);
+    t = x - (0.75 + k * 0.125 - s);
+    return k;
+}
 
 // ln Gamma(s + x) for s + x in [11/16, 65/16), s an integer: t = x - (centre - s), exact
 // whenever the centre less s lies within a factor two of x (always for s = 0 and for s = 1
@@ -207,29 +219,16 @@ inline Pair lg_pos(LD x) {
 }
 
 // ln(sin(pi d)/(pi d)) = e Q(e), e = d^2 (|d| <= 1/2), as a pair: e as the exact pair of d
-// times d, Q by Horner in extended down to e^kLnSinPairs at e's head, then pair steps on the
-// coefficients held as pairs (fit error 2^-76 relative; e^4 <= 2^-8 keeps the extended part's
-// rounding below 2^-72 of the result), and the last product by e's pair.
+// times d, Q from its pairs (fit error 2^-76 relative), and the last product by e's pair.
 inline Pair ln_sin_ratio(LD d) {
     LD eh, el;
     two_prod(d, d, eh, el);
-    LD q = kLnSin[kLnSinDegree];
-    for (int i = kLnSinDegree - 1; i >= kLnSinPairs; --i) q = q * eh + kLnSin[i];
+    Pair q = poly_pairs(kLnSin, kLnSinTail, kLnSinDegree, kLnSinPairs, eh, el);
+    LD r, re;
+    two_prod(eh, q.h, r, re);
+    re += eh * q.l + el * q.h;
     Pair p;
-    LD s, e;
-    two_sum(kLnSin[kLnSinPairs - 1], eh * q, s, e);
-    fast_two_sum(s, e + kLnSinTail[kLnSinPairs - 1], p.h, p.l);
-    for (int i = kLnSinPairs - 2; i >= -1; --i) {
-        LD m, me;
-        two_prod(eh, p.h, m, me);
-        me += eh * p.l + el * p.h;
-        if (i < 0) {
-            fast_two_sum(m, me, p.h, p.l);
-            break;
-        }
-        two_sum(kLnSin[i], m, s, e);
-        fast_two_sum(s, e + (me + kLnSinTail[i]), p.h, p.l);
-    }
+    fast_two_sum(r, re, p.h, p.l);
     return p;
 }
 

@@ -62,10 +62,9 @@ inline DD piece_dd(int k, double t) {
 // ln Gamma(s + x) for s + x in [11/16, 65/16), s an integer: t = x - (centre - s) exact
 // (see lg_pieces).
 inline DD lgd_pieces(double x, int s) {
-    int k = int((x + s - 0.6875) * 8.0);
-    k = k < 0 ? 0 : (k >= kPieces ? kPieces - 1 : k);
-    double c = 0.75 + k * 0.125 - s;
-    return piece_dd(k, x - c);
+    double t;
+    int k = piece_at(x, s, t);
+    return piece_dd(k, t);
 }
 
 // Stirling for x >= 16: ln Gamma(x) = (x - 1/2) ln x - x + ln(2 pi)/2 + series, or with

@@ -68,36 +68,21 @@ def lgamma_piece(k, degree=DEGREE, fmt=g.X87):
     return c, fit
 
 
-def lgamma_piece_pairs(k):
-    """The extended piece k: (centre, heads, tails of the first PAIRS, measured error)."""
+def lgamma_piece_pairs(k, degree=DEGREE, pairs=PAIRS, fmt=g.X87, points=140):
+    """Piece k with coefficients in fmt, the first `pairs` as head-and-tail pairs:
+    (centre, heads, tails, measured error of the polynomial with the pairs' sums)."""
     c = FIRST_CENTRE + k * WIDTH
     zero = c in (1, 2)
     f = lambda t: mp.loggamma(c + t)
     a, b = -WIDTH / 2, WIDTH / 2
     with mp.workprec(256):
-        fit = g.least_squares(f, a, b, DEGREE, relative=True, fixed={0: 0} if zero else None,
-                              fmt=FIT, prec=256, points=140)
-        heads = [g.to_format(v, g.X87) for v in fit.coeffs]
-        tails = [g.to_format(v - h, g.X87) for v, h in zip(fit.coeffs[:PAIRS], heads)]
-        used = [h + (tails[i] if i < PAIRS else 0) for i, h in enumerate(heads)]
+        fit = g.least_squares(f, a, b, degree, relative=True, fixed={0: 0} if zero else None,
+                              fmt=FIT, prec=256, points=points)
+        heads = [g.to_format(v, fmt) for v in fit.coeffs]
+        tails = [g.to_format(v - h, fmt) for v, h in zip(fit.coeffs[:pairs], heads)]
+        used = [h + (tails[i] if i < pairs else 0) for i, h in enumerate(heads)]
         err, _ = g.measure(used, f, a, b)
     return c, heads, tails, err
-
-
-def lgamma_piece_dd(k):
-    """The double-double piece k: (heads, tails of the first PAIRS_DD, measured error)."""
-    c = FIRST_CENTRE + k * WIDTH
-    zero = c in (1, 2)
-    f = lambda t: mp.loggamma(c + t)
-    a, b = -WIDTH / 2, WIDTH / 2
-    with mp.workprec(256):
-        fit = g.least_squares(f, a, b, DEGREE_DD, relative=True, fixed={0: 0} if zero else None,
-                              fmt=FIT, prec=256, points=100)
-        heads = [g.to_format(v, g.BINARY64) for v in fit.coeffs]
-        tails = [g.to_format(v - h, g.BINARY64) for v, h in zip(fit.coeffs[:PAIRS_DD], heads)]
-        used = [h + (tails[i] if i < PAIRS_DD else 0) for i, h in enumerate(heads)]
-        err, _ = g.measure(used, f, a, b)
-    return heads, tails, err
 
 
 def stirling():
@@ -284,7 +269,7 @@ def main():
     worst_dd = mpf(0)
     dd_tails = []
     for k in range(PIECES):
-        heads, tails, err = lgamma_piece_dd(k)
+        _, heads, tails, err = lgamma_piece_pairs(k, DEGREE_DD, PAIRS_DD, g.BINARY64, 100)
         worst_dd = max(worst_dd, err)
         if err > TARGET_DD:
             raise SystemExit("double-double piece %d: error %s above the target" % (k, mp.nstr(err, 5)))
