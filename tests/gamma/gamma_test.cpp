@@ -303,6 +303,35 @@ TEST(GammaAccuracy, Tgamma) { sweep(tgamma_plan(tgamma_f(), 171.6, -184.0, 0.9))
 TEST(GammaAccuracy, Tgammaf) { sweep(tgamma_plan(tgammaf_f(), 35.04f, -42.0f, 0.51)); }
 TEST(GammaAccuracy, Tgammal) { sweep(tgamma_plan(tgammal_f(), 1755.5L, -1760.0L, 0.9)); }
 
+// Where the cores change method or an operation stops being exact, densely, every form and
+// mode: (-1/2, 0), where x + 1 rounds (the factor and the piece's t must not); the tiny
+// arguments of both signs about 2^-70, where -ln|x| alone is taken (and the double core's
+// products would underflow); the huge ones from 2^50, where x - 1/2 rounds (2^52 in double,
+// 2^63 in extended) and the double core brings x down for its product (2^60); the far
+// negative axis of Gamma, where the double core hands results below 2^-1016 to the extended
+// one (about -170.6) and the subnormal results begin.
+template <class T> Sweep<T> boundary_plan(Func<T> f, bool gamma) {
+    Sweep<T> s{f,
+               {{8000, {T(-0.5), T(-0x1p-12), Dist::uniform}},
+                {4000, {T(0x1p-80), T(0x1p-60), Dist::log_uniform, true}},
+                {4000, {T(-0.99), T(-0.5), Dist::uniform}}}};
+    if (gamma) {
+        s.regions.push_back({8000, {T(-184), T(-168), Dist::uniform}});
+    } else {
+        s.regions.push_back({8000, {T(0x1p50), T(0x1p70)}});
+        s.regions.push_back({2000, {T(-0x1p51), T(-0x1p40)}});
+    }
+    s.bound[0] = 0.9;
+    s.bound[1] = s.bound[2] = s.bound[3] = 1.9;
+    return s;
+}
+TEST(GammaAccuracy, Boundaries) {
+    sweep(boundary_plan(lgamma_f(), false));
+    sweep(boundary_plan(lgammal_f(), false));
+    sweep(boundary_plan(tgamma_f(), true));
+    sweep(boundary_plan(tgammal_f(), true));
+}
+
 // Within 2^-10 of each zero on the negative axis the error is measured absolutely (the modes
 // taken in turn): below
 // 2^-53 in double and extended (2^-24 in single), or below one ulp of the result where the
