@@ -242,9 +242,20 @@ inline DD expm1_ratio(double w) {
 // in the reciprocal.  Then the integer check of the power family decides, and builds the power
 // exactly.  Non-integer y (roots of an exact power) are not looked for.
 //
+// A test that needs no arithmetic, before the control word is read: 1 + x can be a double
+// only if x has no bit below 2^-53 (1 + x is at least 2^-53 wherever it could be exact, as x
+// has no bit below 2^-53 from -1 to -1/2).  Ordinary rates (0.05) fail here at once.
+inline bool one_plus_may_be_exact(double x) {
+    uint64_t b = bits(x);
+    int ef = int(b >> 52) & 0x7ff;
+    if (ef == 0) return false;  // subnormal x: 1 + x has bits down to 2^-1074
+    uint64_t m = (b & 0x000fffffffffffffull) | 0x0010000000000000ull;
+    return ef - 1075 + __builtin_ctzll(m) >= -53;
+}
+
 // compound: (1 + x)^y when it is exact, under round-to-nearest (g); nothing raised when true.
 inline bool exact_compound(double x, double y, double *out) {
-    if (!powk::small_integer(bits(y))) return false;
+    if (!powk::small_integer(bits(y)) || !one_plus_may_be_exact(x)) return false;
     RnGuard g;
     DD p = dd::two_sum(1.0, opaque(x));
     return p.l == 0.0 && powk::exact_power(p.h, y, false, out);
@@ -255,7 +266,7 @@ inline bool exact_compound(double x, double y, double *out) {
 // exact rest, so equal values are equal pairs).  The flags raised by the test are taken back
 // when it succeeds.
 inline bool exact_annuity(double x, double y, double *out) {
-    if (!powk::small_integer(bits(y))) return false;
+    if (!powk::small_integer(bits(y)) || !one_plus_may_be_exact(x)) return false;
     const uint32_t before = get_mxcsr();
     RnGuard g;
     DD p = dd::two_sum(1.0, opaque(x));
