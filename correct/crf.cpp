@@ -137,15 +137,39 @@ inline double exp_core(int64_t k, double r) {
     return __builtin_fma(t, e, t) * pow2(int(k >> 7));
 }
 
-// e^x, x a float with 2^-25 <= |x| < 105.  t = x 128/ln2 rounds to k; k kLn2d128Hi is exact
-// (38 bits times |k| < 2^15) and x - k kLn2d128Hi is exact (Sterbenz: x and k ln2/128 are
-// within a factor 1.5 of each other when k != 0); the second piece leaves r within 2^-80
-// of x - k ln2/128.
+// x = k ln2/128 + r, x a float with 2^-25 <= |x| < 105.  t = x 128/ln2 rounds to k;
+// k kLn2d128Hi is exact (38 bits times |k| < 2^15) and x - k kLn2d128Hi is exact (Sterbenz:
+// x and k ln2/128 are within a factor 1.5 of each other when k != 0); the second piece
+// leaves r within 2^-80 of x - k ln2/128.
+inline double exp_reduce(double x, int64_t &k) {
+    double kd = nearest_int(x * q::kInvLn2x128, k);
+    return __builtin_fma(-kd, q::kLn2d128Lo, __builtin_fma(-kd, q::kLn2d128Hi, x));
+}
+
+// e^x.
 inline double quick_exp(double x) {
     int64_t k;
-    double kd = nearest_int(x * q::kInvLn2x128, k);
-    double r = __builtin_fma(-kd, q::kLn2d128Lo, __builtin_fma(-kd, q::kLn2d128Hi, x));
+    double r = exp_reduce(x, k);
     return exp_core(k, r);
+}
+
+// e^x - 1 for |x| >= 1/2: e^x within 2^-51, then one rounding.  The subtraction magnifies
+// the relative error by e^x/|e^x - 1| <= 2.55: below 2^-49.5 relative.
+inline double quick_expm1(double x) { return quick_exp(x) - 1.0; }
+
+// cosh a and sinh a (a = |x| from 2^-12 to 90): e^a and e^-a from one reduction (2^(-k/128)
+// e^-r), each within 2^-51, summed or subtracted and halved.  The sum of positive terms
+// keeps the bound (2^-50.5 with its rounding); the difference, for a >= 1/2 only, magnifies
+// it by coth a <= 2.17: below 2^-49.5 relative.
+inline double quick_cosh(double a) {
+    int64_t k;
+    double r = exp_reduce(a, k);
+    return 0.5 * (exp_core(k, r) + exp_core(-k, -r));
+}
+inline double quick_sinh(double a) {
+    int64_t k;
+    double r = exp_reduce(a, k);
+    return 0.5 * (exp_core(k, r) - exp_core(-k, -r));
 }
 
 // 2^x: k = x 128 rounded, x - k/128 exact (the bits of x below 2^-8), times ln 2 within
@@ -165,6 +189,14 @@ inline double quick_exp10(double x) {
     return exp_core(k, r * q::kLn10);
 }
 
+// ln(1 + r) for -2^-9 <= r <= 2^-8: the polynomial (2^-58.12), evaluated within 2^-52.
+inline double log1p_poly(double r) {
+    double r2 = r * r;
+    double p = __builtin_fma(r, q::kLogPoly[4], q::kLogPoly[3]);
+    p = __builtin_fma(r2, p, __builtin_fma(r, q::kLogPoly[2], q::kLogPoly[1]));
+    return __builtin_fma(r2, __builtin_fma(r, p, q::kLogPoly[0]), r);
+}
+
 // ln x, x a positive normal float.  x = 2^e z with z in [0x1.66p-1, 0x1.66p+0) (float bits
 // from 0x3f330000), row i of z's 256; r = z/c - 1 is exact (z 24 bits times 1/c 28 bits,
 // then Sterbenz), |r| <= 2^-8, and ln x = e ln2 + ln c + ln(1 + r).  e kLn2Hi is exact; the
@@ -179,13 +211,28 @@ inline double quick_log(float x) {
     unsigned i = (t >> 15) & 255;
     double z = f32(ix - (t & 0xff800000u));
     double r = __builtin_fma(z, q::kLogInvC[i], -1.0);
-    double r2 = r * r;
-    double p = __builtin_fma(r, q::kLogPoly[4], q::kLogPoly[3]);
-    p = __builtin_fma(r2, p, __builtin_fma(r, q::kLogPoly[2], q::kLogPoly[1]));
-    p = __builtin_fma(r2, __builtin_fma(r, p, q::kLogPoly[0]), r);
     double ed = e;
     double hi = __builtin_fma(ed, q::kLn2Hi, q::kLogC[i]);
-    return hi + __builtin_fma(ed, q::kLn2Lo, p);
+    return hi + __builtin_fma(ed, q::kLn2Lo, log1p_poly(r));
+}
+
+// ln(1 + x), x a float above -1 with |x| >= 2^-24.  Near 0 (-2^-9 <= x < 2^-8) r = x and
+// the polynomial alone, as on the rows next to 1.  Elsewhere w = 1 + x is exact (x has no
+// bit below 2^-33 there; from 2^53 on, w is x rounded, within 2^-53 relative, which moves
+// the logarithm by less than 2^-58 relative) and is split as ln x above, but with a double
+// significand: r = z/c - 1 is rounded once by the fused multiply-add (2^-53 |r| more).
+// Below 2^-49 relative as for ln x.
+inline double quick_log1p(double x) {
+    if (x >= -0x1p-9 && x < 0x1p-8) return log1p_poly(x);
+    double w = 1.0 + x;
+    uint64_t t = bits(w) - 0x3fe6600000000000;  // 0x1.66p-1
+    int e = int(int64_t(t) >> 52);
+    unsigned i = unsigned(t >> 44) & 255;
+    double z = f64(bits(w) - (t & 0xfff0000000000000));
+    double r = __builtin_fma(z, q::kLogInvC[i], -1.0);
+    double ed = e;
+    double hi = __builtin_fma(ed, q::kLn2Hi, q::kLogC[i]);
+    return hi + __builtin_fma(ed, q::kLn2Lo, log1p_poly(r));
 }
 
 // sin and cos of a, 2^-12 <= a < 2^16.  k = a 256/pi rounded (k < 2^22.4); the three
@@ -272,7 +319,7 @@ inline void restore_x87_flags(uint16_t sw) {
     asm volatile("fldenv %0" : : "m"(env));
 }
 
-inline float cr_expm1f(float x) {
+TSR_CRF_CAREFUL float careful_expm1f(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a < 0x33800000) {  // |x| < 2^-24: x(1 + x/2), above x in magnitude for x > 0
         if (a == 0) return x;
@@ -304,7 +351,7 @@ inline float cr_exp2m1f(float x) {
 
 // ---- hyperbolic functions ------------------------------------------------------------------
 
-inline float cr_sinhf(float x) {
+TSR_CRF_CAREFUL float careful_sinhf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a < 0x39800000) return a == 0 ? x : narrow(away_from_zero(x));  // 2^-12: x(1 + x^2/6)
     if (a >= 0x7f800000) return x + x;
@@ -316,7 +363,7 @@ inline float cr_sinhf(float x) {
     }), s));
 }
 
-inline float cr_coshf(float x) {
+TSR_CRF_CAREFUL float careful_coshf(float x) {
     uint32_t a = bits(x) & 0x7fffffff;
     if (a < 0x39800000) return a == 0 ? 1.0f : narrow(away_from_zero(1.0));  // 1 + x^2/2
     if (a >= 0x7f800000) return x * x;
@@ -458,7 +505,7 @@ inline bool log1p_special(float x, float &r) {
     return true;
 }
 
-inline float cr_log1pf(float x) {
+TSR_CRF_CAREFUL float careful_log1pf(float x) {
     float r;
     if (log1p_special(x, r)) return r;
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
@@ -470,7 +517,7 @@ inline float cr_log1pf(float x) {
     return f.finish(f.settle(__libm_log1p_ex_local(x), Member::log1pf, bits(x), [x] { return odd53(__libm_log1pl_ex_local(x)); }));
 }
 
-inline float cr_log2p1f(float x) {
+TSR_CRF_CAREFUL float careful_log2p1f(float x) {
     float r;
     if (log1p_special(x, r)) return r;
     if ((bits(x) & 0x7fffffff) == 0) return x;
@@ -613,6 +660,78 @@ inline float cr_log10f(float x) {
         return r;
 #endif
     return careful_log10f(x);
+}
+
+inline float cr_expm1f(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    // 1/2 <= |x|, x < 88.72284 (overflow), x > -18 (e^x - 1 within 2^-25 of -1)
+    if (__builtin_expect(a >= 0x3f000000 && a < (s ? 0x41900000u : 0x42b17218u), 1)) {
+        Quick qk;
+        double y = quick_expm1(x);
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
+        qk.abandon();
+    }
+#endif
+    return careful_expm1f(x);
+}
+
+inline float cr_coshf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff;
+    if (__builtin_expect(a - 0x39800000u < 0x42b40000u - 0x39800000u, 1)) {  // 2^-12 <= |x| < 90
+        Quick qk;
+        double y = quick_cosh(f32(a));
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
+        qk.abandon();
+    }
+#endif
+    return careful_coshf(x);
+}
+
+inline float cr_sinhf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    if (__builtin_expect(a - 0x3f000000u < 0x42b40000u - 0x3f000000u, 1)) {  // 1/2 <= |x| < 90
+        Quick qk;
+        double y = quick_sinh(f32(a));
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
+        qk.abandon();
+    }
+#endif
+    return careful_sinhf(x);
+}
+
+#if TSR_CRF_QUICK
+// -1 < x < inf, |x| >= 2^-24.
+inline bool log1p_quick_range(uint32_t b) {
+    return b - 0x33800000u < 0x7f800000u - 0x33800000u || b - 0xb3800000u < 0xbf800000u - 0xb3800000u;
+}
+#endif
+
+inline float cr_log1pf(float x) {
+#if TSR_CRF_QUICK
+    if (__builtin_expect(log1p_quick_range(bits(x)), 1)) {  // ln(1 + x) is inexact for x != 0
+        Quick qk;
+        double y = quick_log1p(x);
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
+        qk.abandon();
+    }
+#endif
+    return careful_log1pf(x);
+}
+
+inline float cr_log2p1f(float x) {
+#if TSR_CRF_QUICK
+    // 1 + x a power of 2 (x = 2^k - 1) has an exact base-2 logarithm: the careful route.
+    if (__builtin_expect(log1p_quick_range(bits(x)) && (bits(1.0 + double(x)) << 12) != 0, 1)) {
+        Quick qk;
+        double y = quick_log1p(x) * q::kInvLn2;
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
+        qk.abandon();
+    }
+#endif
+    return careful_log2p1f(x);
 }
 
 // 2^-12 <= |x| < 2^16.

@@ -42,7 +42,9 @@ inline std::vector<Pair> pairs(bool portable = false) {
         return [fn](uint32_t b) -> uint64_t { float s, c; fn(f32(b), &s, &c); return uint64_t(u32(s)) << 32 | u32(c); };
     };
     // Positive and negative quick ranges of the exponentials, every positive float for the
-    // logarithms, [2^-12, 2^16) for sine and cosine (odd and even: evaluated at |x|).
+    // logarithms, [2^-12, 2^16) for sine and cosine, [2^-12, 90) for cosh and [1/2, 90) for
+    // sinh (odd and even: evaluated at |x|), |x| >= 1/2 for expm1, (-1, inf) without
+    // (-2^-24, 2^-24) for log1p and log2p1.
     std::vector<Pair> v = {
         {"expf", {{0x33000000u, 0x42b17217u}, {0xb3000000u, 0xc2cfffffu}}, one(__libm_cr_expf_l9_local), one(__libm_cr_expf_ex_local)},
         {"exp2f", {{0x33000000u, 0x42ffffffu}, {0xb3000000u, 0xc316ffffu}}, one(__libm_cr_exp2f_l9_local), one(__libm_cr_exp2f_ex_local)},
@@ -53,6 +55,11 @@ inline std::vector<Pair> pairs(bool portable = false) {
         {"sinf", {{0x39800000u, 0x477fffffu}}, one(__libm_cr_sinf_l9_local), one(__libm_cr_sinf_ex_local)},
         {"cosf", {{0x39800000u, 0x477fffffu}}, one(__libm_cr_cosf_l9_local), one(__libm_cr_cosf_ex_local)},
         {"sincosf", {{0x39800000u, 0x477fffffu}}, two(__libm_cr_sincosf_l9_local), two(__libm_cr_sincosf_ex_local)},
+        {"expm1f", {{0x3f000000u, 0x42b17217u}, {0xbf000000u, 0xc18fffffu}}, one(__libm_cr_expm1f_l9_local), one(__libm_cr_expm1f_ex_local)},
+        {"coshf", {{0x39800000u, 0x42b3ffffu}}, one(__libm_cr_coshf_l9_local), one(__libm_cr_coshf_ex_local)},
+        {"sinhf", {{0x3f000000u, 0x42b3ffffu}}, one(__libm_cr_sinhf_l9_local), one(__libm_cr_sinhf_ex_local)},
+        {"log1pf", {{0x33800000u, 0x7f7fffffu}, {0xb3800000u, 0xbf7fffffu}}, one(__libm_cr_log1pf_l9_local), one(__libm_cr_log1pf_ex_local)},
+        {"log2p1f", {{0x33800000u, 0x7f7fffffu}, {0xb3800000u, 0xbf7fffffu}}, one(__libm_cr_log2p1f_l9_local), one(__libm_cr_log2p1f_ex_local)},
     };
     if (portable) {  // the z0 build of this processor's instruction set
         v[0].test = one(__libm_cr_expf_z0_portable);
@@ -64,6 +71,11 @@ inline std::vector<Pair> pairs(bool portable = false) {
         v[6].test = one(__libm_cr_sinf_z0_portable);
         v[7].test = one(__libm_cr_cosf_z0_portable);
         v[8].test = two(__libm_cr_sincosf_z0_portable);
+        v[9].test = one(__libm_cr_expm1f_z0_portable);
+        v[10].test = one(__libm_cr_coshf_z0_portable);
+        v[11].test = one(__libm_cr_sinhf_z0_portable);
+        v[12].test = one(__libm_cr_log1pf_z0_portable);
+        v[13].test = one(__libm_cr_log2p1f_z0_portable);
     }
     return v;
 }

@@ -305,6 +305,15 @@ TEST(CrfSample, QuickRangeEdges) {
     check_rows(f_expf(), at({0x32ffffff, 0x33000000, 0x33000001, 0xb3000001, 0x42b17216, 0x42b17217, 0xc2cfffff, 0xc2d00000, 0xc2aeac4f, 0xc2aeac50}));
     check_rows(f_exp2f(), at({0x33000000, 0x42fe0000, 0x42feffff, 0x42ffffff, 0xc2fc0000, 0xc2fc0001, 0xc316ffff, 0xc3160000, 0x3f800001, 0x3f7fffff}));
     check_rows(f_exp10f(), at({0x31ffffff, 0x32000000, 0x40400000, 0xc0400000, 0x421a209a, 0xc235d275, 0xc217b818, 0xc217b819}));
+    // |x| around 1/2 (below it, the careful route), -18, the overflow ends
+    check_rows(f_expm1f(), at({0x3effffff, 0x3f000000, 0xbeffffff, 0xbf000000, 0xc18fffff, 0xc1900000, 0x42b17217}));
+    check_rows(f_coshf(), at({0x397fffff, 0x39800000, 0x42b3ffff, 0xc2b3ffff, 0x3f000000}));
+    check_rows(f_sinhf(), at({0x3effffff, 0x3f000000, 0xbf000000, 0x42b3ffff, 0xc2b3ffff}));
+    // the ends of the polynomial-only range, -1 and 2^k - 1 and their neighbours, the largest
+    auto log1ps = at({0x33800000, 0xb3800000, 0x3b7fffff, 0x3b800000, 0xbb000000, 0xbb000001, 0xbf7fffff,
+                      0x3f800000, 0x3f7fffff, 0x40400000, 0x4b7fffff, 0x4b800000, 0x5a800000, 0x7f7fffff});
+    check_rows(f_log1pf(), log1ps);
+    check_rows(f_log2p1f(), log1ps);
     // the least and largest floats, 1 and its neighbours (the rows where c = 1), their edges
     auto logs = at({0x00000001, 0x007fffff, 0x00800000, 0x7f7fffff, 0x3f7fffff, 0x3f800000, 0x3f800001,
                     0x3f7f8000, 0x3f7f7fff, 0x3f810000, 0x3f80ffff, 0x3f330000, 0x3f32ffff, 0x41200000, 0x42c80000});
@@ -324,7 +333,7 @@ TEST(CrfSample, QuickRangeEdges) {
 TEST(CrfSample, QuickAgainstCareful) {
     for (bool portable : {false, true})
         for (const auto &p : crf_quick::pairs(portable))
-            for (auto &s : crf_quick::differences(p, 2, 1021)) ADD_FAILURE() << (portable ? "z0 " : "l9 ") << s;
+            for (auto &s : crf_quick::differences(p, 2, 4099)) ADD_FAILURE() << (portable ? "z0 " : "l9 ") << s;
 }
 
 // ---- Long: the lists are complete; every float against MPFR --------------------------------
