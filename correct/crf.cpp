@@ -427,7 +427,7 @@ TSR_CRF_CAREFUL void careful_sincosf(float x, float *ps, float *pc) {
     f.finish2(with_sign(f.settle(sv, Member::sinf, a), s), f.settle(cv, Member::cosf, a), ps, pc);
 }
 
-inline float cr_tanf(float x) {
+TSR_CRF_CAREFUL float careful_tanf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a < 0x39800000) return a == 0 ? x : narrow(away_from_zero(x));  // x(1 + x^2/3)
     if (a >= 0x7f800000) return x - x;
@@ -763,6 +763,23 @@ inline float cr_cosf(float x) {
     }
 #endif
     return careful_cosf(x);
+}
+
+// tan a = sin a / cos a, each within 2^-49 relative (their bound holds at their zeros as
+// everywhere), and one rounding of the quotient: below 2^-47.9 relative, inside the margin.
+inline float cr_tanf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    if (__builtin_expect(quick_trig_range(a), 1)) {
+        Quick qk;
+        double sv, cv;
+        quick_sincos(f32(a), &sv, &cv);
+        double y = sv / cv;
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
+        qk.abandon();
+    }
+#endif
+    return careful_tanf(x);
 }
 
 inline void cr_sincosf(float x, float *ps, float *pc) {

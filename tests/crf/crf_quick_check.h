@@ -42,7 +42,7 @@ inline std::vector<Pair> pairs(bool portable = false) {
         return [fn](uint32_t b) -> uint64_t { float s, c; fn(f32(b), &s, &c); return uint64_t(u32(s)) << 32 | u32(c); };
     };
     // Positive and negative quick ranges of the exponentials, every positive float for the
-    // logarithms, [2^-12, 2^16) for sine and cosine, [2^-12, 90) for cosh and [1/2, 90) for
+    // logarithms, [2^-12, 2^16) for sine, cosine and tangent, [2^-12, 90) for cosh and [1/2, 90) for
     // sinh (odd and even: evaluated at |x|), |x| >= 1/2 for expm1, (-1, inf) without
     // (-2^-24, 2^-24) for log1p and log2p1.
     std::vector<Pair> v = {
@@ -60,6 +60,7 @@ inline std::vector<Pair> pairs(bool portable = false) {
         {"sinhf", {{0x3f000000u, 0x42b3ffffu}}, one(__libm_cr_sinhf_l9_local), one(__libm_cr_sinhf_ex_local)},
         {"log1pf", {{0x33800000u, 0x7f7fffffu}, {0xb3800000u, 0xbf7fffffu}}, one(__libm_cr_log1pf_l9_local), one(__libm_cr_log1pf_ex_local)},
         {"log2p1f", {{0x33800000u, 0x7f7fffffu}, {0xb3800000u, 0xbf7fffffu}}, one(__libm_cr_log2p1f_l9_local), one(__libm_cr_log2p1f_ex_local)},
+        {"tanf", {{0x39800000u, 0x477fffffu}}, one(__libm_cr_tanf_l9_local), one(__libm_cr_tanf_ex_local)},
     };
     if (portable) {  // the z0 build of this processor's instruction set
         v[0].test = one(__libm_cr_expf_z0_portable);
@@ -76,6 +77,7 @@ inline std::vector<Pair> pairs(bool portable = false) {
         v[11].test = one(__libm_cr_sinhf_z0_portable);
         v[12].test = one(__libm_cr_log1pf_z0_portable);
         v[13].test = one(__libm_cr_log2p1f_z0_portable);
+        v[14].test = one(__libm_cr_tanf_z0_portable);
     }
     return v;
 }

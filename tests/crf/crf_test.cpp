@@ -324,6 +324,7 @@ TEST(CrfSample, QuickRangeEdges) {
     auto trig = at({0x397fffff, 0x39800000, 0x477fffff, 0x47800000, 0xc77fffff, 0x3c490fdb, 0x40490fdb, 0x3fc90fdb, 0x46c90fdb, 0xc0490fdb});
     check_rows(f_sinf(), trig);
     check_rows(f_cosf(), trig);
+    check_rows(f_tanf(), trig);
     std::vector<RowSC<float>> rows;
     for (const auto &r : trig) rows.push_back({{r.in[0]}, {CR, CR}, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
     check_rows(f_sincosf(), rows);
