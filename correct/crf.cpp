@@ -235,6 +235,25 @@ inline double quick_log1p(double x) {
     return hi + __builtin_fma(ed, q::kLn2Lo, log1p_poly(r));
 }
 
+// atan t, t > 0 a double (finite or +inf).  Above 1, pi/2 - atan u with u = 1/t (2^-53).
+// u in [0, 1] is taken to the nearest c = i/64: v = (u - c)/(1 + u c), u - c exact (u and
+// c within a factor 2 of each other, or c = 0), the denominator and the quotient rounded
+// once each, |v| <= 1/128 (1 + 2^-40); atan u = atan c + atan v with the polynomial
+// (2^-65.89).  atan c >= 2 |atan v| when c != 0: with the table (2^-53) and the sum's
+// rounding, atan u within 2^-51 relative; pi/2 - atan u (>= pi/4 >= atan u) keeps that with
+// one more rounding and pi/2 in two pieces.  Below 2^-50.5 relative.
+inline double quick_atan(double t) {
+    bool big = t > 1.0;
+    double u = big ? 1.0 / t : t;
+    int64_t k;
+    double c = nearest_int(u * 64.0, k) * 0x1p-6;
+    double v = (u - c) / __builtin_fma(u, c, 1.0);
+    double v2 = v * v;
+    double p = __builtin_fma(v2, __builtin_fma(v2, q::kAtanPoly[2], q::kAtanPoly[1]), q::kAtanPoly[0]);
+    double w = q::kAtanC[k] + __builtin_fma(v * v2, p, v);
+    return big ? (q::kPiHalfHi - w) + q::kPiHalfLo : w;
+}
+
 // sin and cos of a, 2^-12 <= a < 2^16.  k = a 256/pi rounded (k < 2^22.4); the three
 // pieces of pi/256 give r = a - k pi/256 within 2^-52 |r| + 2^-96 (k kPid256_1 and the first
 // difference exact, the pieces within 2^-120 of pi/256), |r| <= pi/512 (1 + 2^-40).  With
@@ -437,7 +456,7 @@ TSR_CRF_CAREFUL float careful_tanf(float x) {
 
 // ---- inverse trigonometric functions -------------------------------------------------------
 
-inline float cr_asinf(float x) {
+TSR_CRF_CAREFUL float careful_asinf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a > 0x3f800000) return __libm_asinf_e7_local(x);  // |x| > 1 or NaN: reported there
     if (a < 0x39800000) return a == 0 ? x : narrow(away_from_zero(x));  // x(1 + x^2/6)
@@ -445,19 +464,69 @@ inline float cr_asinf(float x) {
     return f.finish(with_sign(f.settle(__libm_asin_ex_local(f32(a)), Member::asinf, a), s));
 }
 
-inline float cr_acosf(float x) {
+TSR_CRF_CAREFUL float careful_acosf(float x) {
     uint32_t a = bits(x) & 0x7fffffff;
     if (a > 0x3f800000) return __libm_acosf_e7_local(x);
     Frame f;
     return f.finish(f.settle(__libm_acos_ex_local(x), Member::acosf, bits(x)));
 }
 
-inline float cr_atanf(float x) {
+TSR_CRF_CAREFUL float careful_atanf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a > 0x7f800000) return x + x;
     if (a < 0x39800000) return a == 0 ? x : narrow(toward_zero(x));  // x(1 - x^2/3)
     Frame f;
     return f.finish(with_sign(f.settle(__libm_atan_ex_local(f32(a)), Member::atanf, a), s));
+}
+
+// atan |x| for 2^-12 <= |x| < inf.
+inline float cr_atanf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    if (__builtin_expect(a - 0x39800000u < 0x7f800000u - 0x39800000u, 1)) {
+        Quick qk;
+        double y = quick_atan(f32(a));
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
+        qk.abandon();
+    }
+#endif
+    return careful_atanf(x);
+}
+
+// asin |x| = atan t, t = |x|/sqrt((1 - |x|)(1 + |x|)), for 2^-12 <= |x| < 1: 1 - |x| and
+// 1 + |x| are exact (|x| has no bit below 2^-36), the product, root and quotient round once
+// each (t within 2^-51.4 relative), and atan magnifies a relative error of t by at most 1:
+// below 2^-49.5 relative.
+inline float cr_asinf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1)) {
+        Quick qk;
+        double m = f32(a);
+        double y = quick_atan(m / __builtin_sqrt((1.0 - m) * (1.0 + m)));
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
+        qk.abandon();
+    }
+#endif
+    return careful_asinf(x);
+}
+
+// acos x = atan t (x > 0) or pi - atan t (x < 0), t = sqrt((1 - |x|)(1 + |x|))/|x|, for
+// 2^-12 <= |x| < 1: t as for asin, and pi - atan t (>= pi/2 >= atan t) one more rounding
+// with pi in two pieces: below 2^-49 relative.  acos 1 = 0 is exact: the careful route.
+inline float cr_acosf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1)) {
+        Quick qk;
+        double m = f32(a);
+        double w = quick_atan(__builtin_sqrt((1.0 - m) * (1.0 + m)) / m);
+        double y = s ? (q::kPiHi - w) + q::kPiLo : w;
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
+        qk.abandon();
+    }
+#endif
+    return careful_acosf(x);
 }
 
 // ---- logarithms ----------------------------------------------------------------------------

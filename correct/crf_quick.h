@@ -342,4 +342,32 @@ inline constexpr double kSinPoly[] = {-0x1.5555555554448p-3, 0x1.1110fabb36f17p-
 // interval [-0x1.922p-8, 0x1.922p-8], degree 4, max abs. error 2^-58.28 (tools/gen/crf_quick.py)
 inline constexpr double kCosPoly[] = {-0x1.fffffffffc452p-2, 0x1.55552e3f19466p-5};
 
+// atan(i/64), i = 0..64, rounded to nearest.
+inline constexpr double kAtanC[65] = {
+    0x0p+0, 0x1.fff555bbb729bp-7, 0x1.ffd55bba97625p-6, 0x1.7fb818430da2ap-5,
+    0x1.ff55bb72cfdeap-5, 0x1.3f59f0e7c559dp-4, 0x1.7ee182602f10fp-4, 0x1.be39ebe6f07c3p-4,
+    0x1.fd5ba9aac2f6ep-4, 0x1.1e1fafb043727p-3, 0x1.3d6eee8c6626cp-3, 0x1.5c9811e3ec26ap-3,
+    0x1.7b97b4bce5b02p-3, 0x1.9a6a8e96c8626p-3, 0x1.b90d7529260a2p-3, 0x1.d77d5df205736p-3,
+    0x1.f5b75f92c80ddp-3, 0x1.09dc597d86362p-2, 0x1.18bf5a30bf178p-2, 0x1.278372057ef46p-2,
+    0x1.362773707ebccp-2, 0x1.44aa436c2af0ap-2, 0x1.530ad9951cd4ap-2, 0x1.614840309cfe2p-2,
+    0x1.6f61941e4def1p-2, 0x1.7d5604b63b3f7p-2, 0x1.8b24d394a1b25p-2, 0x1.98cd5454d6b18p-2,
+    0x1.a64eec3cc23fdp-2, 0x1.b3a911da65c6cp-2, 0x1.c0db4c94ec9f0p-2, 0x1.cde53432c1351p-2,
+    0x1.dac670561bb4fp-2, 0x1.e77eb7f175a34p-2, 0x1.f40dd0b541418p-2, 0x1.0039c73c1a40cp-1,
+    0x1.0657e94db30d0p-1, 0x1.0c6145b5b43dap-1, 0x1.1255d9bfbd2a9p-1, 0x1.1835a88be7c13p-1,
+    0x1.1e00babdefeb4p-1, 0x1.23b71e2cc9e6ap-1, 0x1.2958e59308e31p-1, 0x1.2ee628406cbcap-1,
+    0x1.345f01cce37bbp-1, 0x1.39c391cd4171ap-1, 0x1.3f13fb89e96f4p-1, 0x1.445065b795b56p-1,
+    0x1.4978fa3269ee1p-1, 0x1.4e8de5bb6ec04p-1, 0x1.538f57b89061fp-1, 0x1.587d81f732fbbp-1,
+    0x1.5d58987169b18p-1, 0x1.6220d115d7b8ep-1, 0x1.66d663923e087p-1, 0x1.6b798920b3d99p-1,
+    0x1.700a7c5784634p-1, 0x1.748978fba8e0fp-1, 0x1.78f6bbd5d315ep-1, 0x1.7d528289fa093p-1,
+    0x1.819d0b7158a4dp-1, 0x1.85d69576cc2c5p-1, 0x1.89ff5ff57f1f8p-1, 0x1.8e17aa99cc05ep-1,
+    0x1.921fb54442d18p-1,
+};
+// atan v = v + a3 v^3 + a5 v^5 + a7 v^7
+// interval [-0x1.001p-7, 0x1.001p-7], degree 7, max rel. error 2^-65.89 (tools/gen/crf_quick.py)
+inline constexpr double kAtanPoly[] = {-0x1.5555555555502p-2, 0x1.99999989c3f11p-3, -0x1.248b74d90951ap-3};
+inline constexpr double kPiHi = 0x1.921fb54442d18p+1;  // pi
+inline constexpr double kPiLo = 0x1.1a62633145c07p-53;  // pi - kPiHi
+inline constexpr double kPiHalfHi = 0x1.921fb54442d18p+0;  // pi/2
+inline constexpr double kPiHalfLo = 0x1.1a62633145c07p-54;  // pi/2 - kPiHalfHi
+
 }  // namespace tsr::crf::quick

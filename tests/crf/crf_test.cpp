@@ -309,6 +309,12 @@ TEST(CrfSample, QuickRangeEdges) {
     check_rows(f_expm1f(), at({0x3effffff, 0x3f000000, 0xbeffffff, 0xbf000000, 0xc18fffff, 0xc1900000, 0x42b17217}));
     check_rows(f_coshf(), at({0x397fffff, 0x39800000, 0x42b3ffff, 0xc2b3ffff, 0x3f000000}));
     check_rows(f_sinhf(), at({0x3effffff, 0x3f000000, 0xbf000000, 0x42b3ffff, 0xc2b3ffff}));
+    // the inverse functions: the ends of their quick ranges, 1/64 steps, the largest float
+    auto inv = at({0x397fffff, 0x39800000, 0x3f7fffff, 0x3f800000, 0x3c800000, 0x3f7c0000, 0x3f000000,
+                   0xbf7fffff, 0xb9800000, 0xbf000000});
+    check_rows(f_asinf(), inv);
+    check_rows(f_acosf(), inv);
+    check_rows(f_atanf(), at({0x39800000, 0x3f800000, 0x3f800001, 0x3f7fffff, 0x7f7fffff, 0xff7fffff, 0x4c800000}));
     // the ends of the polynomial-only range, -1 and 2^k - 1 and their neighbours, the largest
     auto log1ps = at({0x33800000, 0xb3800000, 0x3b7fffff, 0x3b800000, 0xbb000000, 0xbb000001, 0xbf7fffff,
                       0x3f800000, 0x3f7fffff, 0x40400000, 0x4b7fffff, 0x4b800000, 0x5a800000, 0x7f7fffff});

@@ -13,7 +13,8 @@ it covers and its measured error (the polynomial as stored, against mpmath at 25
     float steps, 1/c with 28 bits so that z/c - 1 is exact, and log(1 + r) over the r they
     leave (logf, log2f, log10f);
   - (sin, cos)(i pi/256), i = 0..255, pi/256 in three pieces, and sin r, cos r on
-    |r| <= pi/512 (sinf, cosf, sincosf).
+    |r| <= pi/512 (sinf, cosf, sincosf, tanf);
+  - atan(i/64), i = 0..64, and atan v on |v| <= 1/128 (atanf, asinf, acosf).
 """
 import os
 import sys
@@ -132,6 +133,19 @@ def main():
     a = tsrgen.remez(lambda r: mp.cos(r), -rmax, rmax, 4, fixed={0: 1}, parity="even", relative=False)
     assert a.err < mpf(2) ** -54
     out += ["// cos r = 1 + c2 r^2 + c4 r^4 (absolute error)"] + coeff_lines("kCosPoly", a, (2, 4))
+
+    # ---- inverse tangent -----------------------------------------------------------------
+    out += [""] + tsrgen.c_array("inline constexpr double kAtanC[65]",
+                                 [hx(mp.atan(mpf(i) / 64)) for i in range(65)], 4,
+                                 comment="atan(i/64), i = 0..64, rounded to nearest.")
+    vmax = mpf(1) / 128 * (1 + mpf(2) ** -40)
+    a = tsrgen.remez(lambda v: mp.atan(v), -vmax, vmax, 7, fixed={1: 1}, parity="odd")
+    assert a.err < mpf(2) ** -56
+    out += ["// atan v = v + a3 v^3 + a5 v^5 + a7 v^7"] + coeff_lines("kAtanPoly", a, (3, 5, 7))
+    out += ["inline constexpr double kPiHi = %s;  // pi" % hx(mp.pi),
+            "inline constexpr double kPiLo = %s;  // pi - kPiHi" % hx(mp.pi - dbl(mp.pi)),
+            "inline constexpr double kPiHalfHi = %s;  // pi/2" % hx(mp.pi / 2),
+            "inline constexpr double kPiHalfLo = %s;  // pi/2 - kPiHalfHi" % hx(mp.pi / 2 - dbl(mp.pi / 2))]
     out += ["", "}  // namespace tsr::crf::quick", ""]
     text = "\n".join(out)
     tsrgen.write_outputs({"correct/crf_quick.h": text})
