@@ -235,16 +235,17 @@ inline double quick_log1p(double x) {
     return hi + __builtin_fma(ed, q::kLn2Lo, log1p_poly(r));
 }
 
-// atan t, t > 0 a double (finite or +inf).  Above 1, pi/2 - atan u with u = 1/t (2^-53).
+// atan t for t = n/d, n and d positive doubles (d finite, n finite or +inf).  Above 1,
+// pi/2 - atan u with u = d/n; below, u = n/d (one rounding, 2^-53).
 // u in [0, 1] is taken to the nearest c = i/64: v = (u - c)/(1 + u c), u - c exact (u and
 // c within a factor 2 of each other, or c = 0), the denominator and the quotient rounded
 // once each, |v| <= 1/128 (1 + 2^-40); atan u = atan c + atan v with the polynomial
 // (2^-65.89).  atan c >= 2 |atan v| when c != 0: with the table (2^-53) and the sum's
 // rounding, atan u within 2^-51 relative; pi/2 - atan u (>= pi/4 >= atan u) keeps that with
 // one more rounding and pi/2 in two pieces.  Below 2^-50.5 relative.
-inline double quick_atan(double t) {
-    bool big = t > 1.0;
-    double u = big ? 1.0 / t : t;
+inline double quick_atan(double n, double d) {
+    bool big = n > d;
+    double u = big ? d / n : n / d;
     int64_t k;
     double c = nearest_int(u * 64.0, k) * 0x1p-6;
     double v = (u - c) / __builtin_fma(u, c, 1.0);
@@ -485,7 +486,7 @@ inline float cr_atanf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (__builtin_expect(a - 0x39800000u < 0x7f800000u - 0x39800000u, 1)) {
         Quick qk;
-        double y = quick_atan(f32(a));
+        double y = quick_atan(f32(a), 1.0);
         if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
         qk.abandon();
     }
@@ -494,8 +495,9 @@ inline float cr_atanf(float x) {
 }
 
 // asin |x| = atan t, t = |x|/sqrt((1 - |x|)(1 + |x|)), for 2^-12 <= |x| < 1: 1 - |x| and
-// 1 + |x| are exact (|x| has no bit below 2^-36), the product, root and quotient round once
-// each (t within 2^-51.4 relative), and atan magnifies a relative error of t by at most 1:
+// 1 + |x| are exact (|x| has no bit below 2^-36), the product, root and the quotient of
+// quick_atan round once each (its u within 2^-51.4 relative), and atan magnifies a relative
+// error of its argument by at most 1:
 // below 2^-49.5 relative.
 inline float cr_asinf(float x) {
 #if TSR_CRF_QUICK
@@ -503,7 +505,7 @@ inline float cr_asinf(float x) {
     if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1)) {
         Quick qk;
         double m = f32(a);
-        double y = quick_atan(m / __builtin_sqrt((1.0 - m) * (1.0 + m)));
+        double y = quick_atan(m, __builtin_sqrt((1.0 - m) * (1.0 + m)));
         if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
         qk.abandon();
     }
@@ -520,7 +522,7 @@ inline float cr_acosf(float x) {
     if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1)) {
         Quick qk;
         double m = f32(a);
-        double w = quick_atan(__builtin_sqrt((1.0 - m) * (1.0 + m)) / m);
+        double w = quick_atan(__builtin_sqrt((1.0 - m) * (1.0 + m)), m);
         double y = s ? (q::kPiHi - w) + q::kPiLo : w;
         if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
         qk.abandon();
