@@ -1,10 +1,13 @@
 // The correctly rounded single-precision functions: every member at tiers ex, l9, z0 (and d1
-// where exported), one algorithm written once and compiled for each tier's instruction set.
+// where exported).
 //
-// A member handles its special values and its tiny and saturated ranges by hand (results
-// one double away from x, 1 or -1, overflow and underflow products, the domain errors), and
-// evaluates the rest in double through its kernel, settled by the rounding test of
-// crf_common.h.  Odd and even functions are evaluated at |x|, so their lists hold positive
+// Tier ex runs each member's careful route: the member handles its special values and its
+// tiny and saturated ranges by hand (results one double away from x, 1 or -1, overflow and
+// underflow products, the domain errors), and evaluates the rest in double through this
+// library's double kernel, settled by the rounding test of crf_common.h.  Tiers l9, z0 and
+// d1 first run a quick phase of their own for eighteen members (fused kernels on the tables
+// of crf_quick.h, below) and take the careful route, compiled for their instruction set,
+// only where it cannot settle the value.  Odd and even functions are evaluated at |x|, so their lists hold positive
 // keys; cbrt and the reciprocal square root at the significand scaled into [1, 8) and [1, 4),
 // since scaling by 2^3k (2^2k) only scales their result.
 #include "correct/crf_common.h"
