@@ -595,6 +595,11 @@ TSR_CRF_CAREFUL float careful_log2p1f(float x) {
     float r;
     if (log1p_special(x, r)) return r;
     if ((bits(x) & 0x7fffffff) == 0) return x;
+    // x = 2^k, k >= 24: log2(1 + x) = k + d, 0 < d < 2^-k/ln 2, far inside the grid interval
+    // above k (whose width is at least 2^-20 below 128), while the double kernel and the
+    // careful phase lose d from k = 53 (64) on: the double next above k, inexact.
+    if (bits(x) - 0x4b800000u < 0x7f800000u - 0x4b800000u && (bits(x) & 0x7fffff) == 0)
+        return narrow(away_from_zero(double(int(bits(x) >> 23) - 127)));
     Frame f;
     return f.finish(f.settle(__libm_log2p1_ex_local(x), Member::log2p1f, bits(x),
                               [x] { return odd53(__libm_log1pl_ex_local(x) * kLog2eL); }));

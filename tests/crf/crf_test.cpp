@@ -320,6 +320,11 @@ TEST(CrfSample, QuickRangeEdges) {
                       0x3f800000, 0x3f7fffff, 0x40400000, 0x4b7fffff, 0x4b800000, 0x5a800000, 0x7f7fffff});
     check_rows(f_log1pf(), log1ps);
     check_rows(f_log2p1f(), log1ps);
+    // powers of 2 from 2^23 on: log2(1 + 2^k) just above k, in every mode, inexact
+    std::vector<Row<float>> pow2s;
+    for (uint32_t k = 23; k < 128; k += 13) pow2s.push_back({f32((k + 127) << 23), CR, NX});
+    pow2s.push_back({0x1p127f, CR, NX});
+    check_rows(f_log2p1f(), pow2s);
     // the least and largest floats, 1 and its neighbours (the rows where c = 1), their edges
     auto logs = at({0x00000001, 0x007fffff, 0x00800000, 0x7f7fffff, 0x3f7fffff, 0x3f800000, 0x3f800001,
                     0x3f7f8000, 0x3f7f7fff, 0x3f810000, 0x3f80ffff, 0x3f330000, 0x3f32ffff, 0x41200000, 0x42c80000});
