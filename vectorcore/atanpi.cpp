@@ -1,5 +1,5 @@
 // atanpi: atan(x)/pi, a vector-core member (include/tsr/vectorcore.h), and its float form
-// atanpif, a scalar body on the same core.
+// atanpif, a scalar body of its own.
 //
 // Range test: the high word of |x| plus 0x7ca00000 against 0xfc6fffff flags |x| < 2^-969 and
 // |x| >= 2^1022 (infinities and NaNs among them).  A flagged argument runs the core on 1.0, a
@@ -31,7 +31,8 @@
 // Tiers: ex and l9 hold the same steps, l9 with fused multiply-add in the correction and the
 // sums.  The reproducible form __bwr_atanpi is the ex body with a true single-precision
 // division 1.0f/m in place of the estimate, whose last bits differ between processors.
-// atanpif rounds the double core's result once more: below 0.5 + 2^-28 ulp.
+// atanpif is a scalar body of its own: one quotient on the octant and a short series in
+// double (atan2pi_f, within 2^-49 of the result), rounded once to float.
 #include "elementary/pi_common.h"
 #include "tsr/vectorcore.h"
 
@@ -142,12 +143,24 @@ inline double atanpi_d(double x) {
     double r = atanpi_core<Fma, ExactRecip>(x, flag);
     return finish(flag, x, r, __libm_datanpi_cout_rare);
 }
+
+// atanpif, a scalar body: NaN x + x, an infinity ±1/2, a zero itself; otherwise the octant's
+// quotient and series of atan2pi_f on (|x|, 1), x's sign put on last.
+template <bool Fma>
+inline float atanpi_f(float xf) {
+    double x = xf;
+    uint64_t sx = bits(x) & kSign;
+    double a = f64(bits(x) & kAbs);
+    if (bits(a) >= kInfBits) return bits(a) == kInfBits ? float(with_sign(0.5, sx)) : xf + xf;
+    if (a == 0) return xf;
+    return float(with_sign(atan2pi_f<Fma>(a, 1.0), sx));
+}
 }  // namespace
 
 TSR_BODY(double, atanpi, (double x)) { return atanpi_d<kFma, false>(x); }
-TSR_BODY(float, atanpif, (float x)) { return float(atanpi_d<kFma, false>(double(x))); }
+TSR_BODY(float, atanpif, (float x)) { return atanpi_f<kFma>(x); }
 
 #if TSR_TIER_EX
 TSR_DEFINE(double, __bwr_atanpi, (double x)) { return atanpi_d<false, true>(x); }
-TSR_DEFINE(float, __bwr_atanpif, (float x)) { return float(atanpi_d<false, true>(double(x))); }
+TSR_DEFINE(float, __bwr_atanpif, (float x)) { return atanpi_f<false>(x); }
 #endif

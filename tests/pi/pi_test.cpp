@@ -206,7 +206,8 @@ template <class T> Sweep<T> trig_plan(Func<T> f) {
 template <class T> Sweep<T> arc_plan(Func<T> f) {
     constexpr bool d = sizeof(T) == 8;
     Sweep<T> s{f, {}};
-    s.regions = {{40000, {T(-1), T(1), Dist::uniform}},
+    s.regions = {{50000, {T(-1), T(1), Dist::uniform}},
+                 {10000, {T(0.45), T(0.55), Dist::log_uniform, true}},  // the halves' border
                  {20000, {T(d ? 0x1p-1074 : 0x1p-149), T(1), Dist::log_uniform, true}}};
     s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
         auto e = log_uniform<T>(T(d ? 0x1p-53 : 0x1p-24), T(0.25), n, seed, true);
@@ -233,7 +234,10 @@ template <class T> Sweep<T> atan2pi_plan(Func<T> f) {
     Sweep<T> s{f, {}};
     T lo = d ? T(0x1p-1074) : T(0x1p-149), hi = d ? T(0x1p1023) : T(0x1p127);
     s.regions = {{40000, {lo, hi, Dist::log_uniform, true}, {lo, hi, Dist::log_uniform, true}},
-                 {40000, {T(0x1p-4), T(16), Dist::log_uniform, true}, {T(0x1p-4), T(16), Dist::log_uniform, true}}};
+                 {40000, {T(0x1p-4), T(16), Dist::log_uniform, true}, {T(0x1p-4), T(16), Dist::log_uniform, true}},
+                 // quotients around tan(pi/8) and tan(3 pi/8), where the octants change
+                 {10000, {T(0.38), T(0.45), Dist::log_uniform, true}, {T(0.95), T(1.05), Dist::log_uniform, true}},
+                 {10000, {T(2.3), T(2.55), Dist::log_uniform, true}, {T(0.95), T(1.05), Dist::log_uniform, true}}};
     bounds(s);
     return s;
 }
