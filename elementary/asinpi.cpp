@@ -16,6 +16,7 @@
 #include "elementary/pi_common.h"
 #include "tsr/codes.h"
 #include "tsr/report.h"
+#include "tsr/vectorcore.h"
 
 using namespace tsr;
 using namespace tsr::pi;
@@ -35,7 +36,7 @@ struct Pieces {
     double a, c, t;
 };
 template <bool Fma>
-inline Pieces asin_pieces(double sh, double sl, double v, double vl) {
+__attribute__((always_inline)) inline Pieces asin_pieces(double sh, double sl, double v, double vl) {
     DD a = two_prod<Fma>(sh, inv_pi_hilo[0]);
     DD sv = two_prod<Fma>(sh, v);
     DD c = two_prod<Fma>(sv.h, asinpi_sixth[0]);
@@ -57,8 +58,9 @@ inline double assemble(double base, double sign, const Pieces &p) {
 // 2^-30 <= |x| < 1.  |x| <= 1/2: s = x, v = x^2 (its rounding error vl kept), asinpi = P,
 // acospi = 1/2 - P.  Above: with v = (1 - |x|)/2 (exact), asin|x| = pi/2 - 2 asin(sqrt v):
 // asinpi = ±(1/2 - P(2 s)), acospi = P(2 s) for x > 0 and 1 - P(2 s) below, s = sqrt v in two
-// parts; the low part (v - sh^2)/(2 sh) is formed as (v - sh^2) sh/(2 v) (sh^2 is v within
-// 2^-52), so that 1/v runs beside the square root rather than after it.
+// parts; the low part (v - sh^2)/(2 sh) needs 1/sh to a few bits only (it is 2^-53 of s), so
+// a reciprocal estimate serves (12 bits: an error of 2^-65 of s), no division: the processor's
+// estimate in l9, a single-precision division in ex, whose bits are the same everywhere.
 template <bool Fma, bool Acos>
 inline double arcpi_core(double x) {
     double a = __builtin_fabs(x);
@@ -68,10 +70,9 @@ inline double arcpi_core(double x) {
         return Acos ? assemble(0.5, -1.0, p) : assemble(0.0, 1.0, p);
     }
     double v = (1.0 - a) * 0.5;
-    double inv = 1.0 / v;
     double sh = __builtin_sqrt(v);
     DD sq = two_prod<Fma>(sh, sh);
-    double sl = (((v - sq.h) - sq.l) * sh) * inv;  // 2 (v - sh^2)/(2 sh)
+    double sl = ((v - sq.h) - sq.l) * vc::recip_estimate<!Fma>(sh);  // 2 (v - sh^2)/(2 sh)
     Pieces p = asin_pieces<Fma>(2.0 * sh, sl, v, 0.0);
     if (Acos) return x > 0 ? assemble(0.0, 1.0, p) : assemble(1.0, -1.0, p);
     return x > 0 ? assemble(0.5, -1.0, p) : assemble(-0.5, 1.0, p);

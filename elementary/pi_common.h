@@ -121,14 +121,26 @@ inline double mul_tiny(double x, double H, double L) {
 }
 
 // c[0] + c[1] x + ... + c[N-1] x^(N-1) by Estrin's scheme: pairs, then pairs of pairs on the
-// powers x^2, x^4, ...; the chain is log2(N) steps deep instead of N.
+// powers x^2, x^4, ...; the chain is log2(N) steps deep instead of N.  p[k] = x^(2^k); the
+// split is at the largest power of two below N, unrolled at compile time.
+template <bool Fma, int N>
+inline double estrin_powers(const double *c, const double *p) {
+    if constexpr (N == 1) {
+        return c[0];
+    } else if constexpr (N == 2) {
+        return mul_add<Fma>(c[1], p[0], c[0]);
+    } else {
+        constexpr int L = N > 8 ? 3 : (N > 4 ? 2 : 1), H = 1 << L;
+        return mul_add<Fma>(estrin_powers<Fma, N - H>(c + H, p), p[L], estrin_powers<Fma, H>(c, p));
+    }
+}
 template <bool Fma, int N>
 inline double estrin(const double *c, double x) {
-    double t[N];
-    for (int i = 0; i < N; ++i) t[i] = c[i];
-    for (int n = N; n > 1; n = (n + 1) / 2, x = x * x)
-        for (int i = 0; i < (n + 1) / 2; ++i) t[i] = 2 * i + 1 < n ? mul_add<Fma>(t[2 * i + 1], x, t[2 * i]) : t[2 * i];
-    return t[0];
+    static_assert(N <= 16);
+    double p[4] = {x, x * x, 0.0, 0.0};
+    if constexpr (N > 4) p[2] = p[1] * p[1];
+    if constexpr (N > 8) p[3] = p[2] * p[2];
+    return estrin_powers<Fma, N>(c, p);
 }
 
 // atan2(y, x)/pi for the widened operands of the float forms: y, x >= 0, finite, not both
