@@ -73,8 +73,9 @@ inline double atanpi_core(double x, uint32_t &flag) {
     double e = mul_add<Fma>(Dh, y, -1.0) + Dl * y;
     // N y (-e + e^2 - e^3 + e^4 - e^5 + e^6), on the powers of e times N y.
     double ny = N * y;
-    double q1 = ny * e, q2 = q1 * e, q3 = q2 * e, q4 = q3 * e, q5 = q4 * e, q6 = q5 * e;
-    double corr = ((q6 - q5) + (q4 - q3)) + (q2 - q1);
+    // -(ny e)(1 - e)(1 + e^2 (1 + e^2)): the same six terms, three products deep, not six.
+    double e2 = e * e;
+    double corr = -((ny * e) * (1.0 - e)) * mul_add<Fma>(e2, 1.0 + e2, 1.0);
     double z0 = Nh * y;  // exact: 27 and 21 bits
     double zr = mul_add<Fma>(Nl, y, corr);
     double zs = z0 + zr;
@@ -94,13 +95,9 @@ inline double atanpi_core(double x, uint32_t &flag) {
     DD c3 = two_prod_k<Fma>(z3.h, atanpi_third[0], {atanpi_third_halves[0], atanpi_third_halves[1]});
     double c3l = mul_add<Fma>(atanpi_third[0], z3.l, c3.l) +
                  mul_add<Fma>(atanpi_third[1], z3.h, atanpi_third[0] * (3.0 * zhm * zlm * zm));
-    double v = zm * zm, v2 = v * v;
-    const double *q = atanpi_series;
-    double even = (((q[10] * v2 + q[8]) * v2 + q[6]) * v2 + q[4]) * v2 + q[2];
-    even = mul_add<Fma>(even, v2, q[0]);
-    double odd = (((q[9] * v2 + q[7]) * v2 + q[5]) * v2 + q[3]) * v2 + q[1];
-    double Q = mul_add<Fma>(odd, v, even);
-    double rest = ((ph + pl) * v2) * Q;
+    double v = zm * zm;
+    double Q = estrin<Fma, 11>(atanpi_series, v);
+    double rest = ((ph + pl) * (v * v)) * Q;
     DD h = fast_two_sum(row.t, ph);
     DD g = two_sum(h.h, c3.h);
     double r = g.h + (((g.l + h.l) + (row.tlo + pl)) + (c3l + rest));
