@@ -92,6 +92,24 @@ def atan_h(v):  # atan(z)/pi = z/pi + z v H(v), v = z^2
     return (mp.atan(z) / (z * mp.pi) - 1 / mp.pi) / v
 
 
+# The float sine and cosine on the grid 1/32: sin(pi r)/r and cos(pi r) in w = r^2, three
+# coefficients each, as the design gives them; measured here on |r| <= 1/64 with the margin
+# of a directed rounding of the reduction (one step of 2^-10).
+SINPIF_POLY = [0x400921FB54442AB3, 0xC014ABBCE4CC961A, 0x400466495999BF96]
+COSPIF_POLY = [0x3FEFFFFFFFFFEAA3, 0xC013BD3CC6BD377B, 0x40103B9EDA65280A]
+
+
+def sinpi_over_r(w):
+    if w == 0:
+        return mp.pi
+    r = mp.sqrt(w)
+    return mp.sin(mp.pi * r) / r
+
+
+def cospi_w(w):
+    return mp.cos(mp.pi * mp.sqrt(w))
+
+
 # atanpi's rows by the count of thresholds its high word exceeds: grid point c, whether
 # the row keeps a (mask all ones) or takes -1/a, and T = atan(c)/pi; the design's T words.
 ATANPI_ROWS = [(mpf(0), True, None), (mpf(1) / 2, True, (0x3FC2E4051D9DF308, 0x3C6995A23DB6B8D4)),
@@ -201,6 +219,15 @@ def main():
     assert H.err < mpf(2) ** -45
     out += ["// atan2pi: atan(z)/pi = z/pi + z v H(v), v = z^2: H " + H.comment(SCRIPT, "(atan(z)/(z pi) - 1/pi)/v in v"),
             "const double atan2pi_series[5] = {%s};" % ", ".join(d(v) for v in H.coeffs), ""]
+    wmax = (mpf(1) / 64 + mpf(2) ** -10) ** 2
+    sf = g.evaluate(SINPIF_POLY, sinpi_over_r, 0, wmax)
+    cf = g.evaluate(COSPIF_POLY, cospi_w, 0, wmax)
+    assert sf.err < mpf(2) ** -34 and cf.err < mpf(2) ** -34
+    out += ["// sinpif, cospif on the grid 1/32: sin(pi r) = r S(w), cos(pi r) = C(w), w = r^2,",
+            "// |r| <= 1/64 + 2^-10: max relative error of S 2^%.2f, of C 2^%.2f (measured by tools/gen/%s)"
+            % (sf.err_log2(), cf.err_log2(), SCRIPT),
+            "const double sinpif_poly[3] = {%s};" % ", ".join(d(word(b)) for b in SINPIF_POLY),
+            "const double cospif_poly[3] = {%s};" % ", ".join(d(word(b)) for b in COSPIF_POLY), ""]
     out += ["}  // namespace tsr::pi"]
     g.write_outputs({"elementary/pi_data.cpp": "\n".join(out) + "\n"})
 
