@@ -505,4 +505,44 @@ const double atan2pi_series[5] = {-0x1.b2995e7b7b604p-4, 0x1.04c26be3b06cep-4, -
 const double sinpif_poly[3] = {0x1.921fb54442ab3p+1, -0x1.4abbce4cc961ap+2, 0x1.466495999bf96p+1};
 const double cospif_poly[3] = {0x1.fffffffffeaa3p-1, -0x1.3bd3cc6bd377bp+2, 0x1.03b9eda65280ap+2};
 
+// tanpi: tan(pi j/128), j = 0 .. 63, hi and lo (row 32 exact: 1)
+const double tanpi_rows[64][2] = {
+    {0x0p+0, 0x0p+0}, {0x1.92346247a91f0p-6, -0x1.13b5915a8e316p-64},
+    {0x1.927278a3b1162p-5, 0x1.ada13ceebab9dp-64}, {0x1.2e239ccff3831p-4, 0x1.87a2cb08f812cp-58},
+    {0x1.936bb8c5b2da2p-4, 0x1.87d054f689d7ap-58}, {0x1.f93183a8db9e9p-4, -0x1.12206d2ac3013p-59},
+    {0x1.2fcac73a60640p-3, 0x1.2cfb5a746f62cp-58}, {0x1.635c990ce0d36p-3, -0x1.9debab5988b6bp-58},
+    {0x1.975f5e0553158p-3, 0x1.ef5d367441946p-61}, {0x1.cbe4ceb4b4cf2p-3, 0x1.4a5be32c624f4p-57},
+    {0x1.007fa758626aep-2, 0x1.5a6d6c3c8b6a7p-57}, {0x1.1b6103d3597e9p-2, 0x1.cbda4f63658a0p-57},
+    {0x1.36a08355c63dcp-2, -0x1.d704d1bfdb6e8p-57}, {0x1.5248ae1701b17p-2, 0x1.be976387851c1p-56},
+    {0x1.6e649f7d78649p-2, 0x1.78e945dc3913cp-57}, {0x1.8b00196b3d022p-2, -0x1.7327a64e1229dp-57},
+    {0x1.a827999fcef32p-2, 0x1.08b2fb1366ea9p-56}, {0x1.c5e87185e67b6p-2, 0x1.ff57fa14eec2fp-59},
+    {0x1.e450e0d273e7ap-2, 0x1.41522f15e53c5p-56}, {0x1.01b819b5a7cf7p-1, 0x1.0bfceebbe8797p-55},
+    {0x1.11ab7190834ecp-1, -0x1.e564bcd1e635dp-55}, {0x1.220b5ef047825p-1, 0x1.aed6fb930f332p-58},
+    {0x1.32e1889047ffdp-1, -0x1.10b4421e6a4f8p-55}, {0x1.44386db9ce5dbp-1, -0x1.a7d457cee5076p-55},
+    {0x1.561b82ab7f990p-1, 0x1.7a8c52172b675p-55}, {0x1.6897514751db6p-1, 0x1.439bc2d43ebfcp-56},
+    {0x1.7bb99ed2990cfp-1, -0x1.aa7538e44e996p-55}, {0x1.8f9197bf85eebp-1, -0x1.78bf71a952738p-56},
+    {0x1.a43002ae42850p-1, -0x1.a6db80fe796fep-56}, {0x1.b9a77c18c1af2p-1, 0x1.6fc7e578d57abp-56},
+    {0x1.d00cbc7384d2ep-1, 0x1.8dcad85e60fbep-56}, {0x1.e776eafc91706p-1, 0x1.915eabb7f20cbp-55},
+    {0x1.0000000000000p+0, 0x0p+0}, {0x1.0ce29d0883c99p+0, 0x1.4986267a7063bp-54},
+    {0x1.1a73d55278c4bp+0, 0x1.946cc0b66979fp-54}, {0x1.28c66fdaf8f09p+0, 0x1.0322c95986960p-55},
+    {0x1.37efd8d87607ep+0, -0x1.87e5ad9735569p-56}, {0x1.48089f8bf42ccp+0, 0x1.f86b7ea4ce3dcp-54},
+    {0x1.592d11142fa55p+0, 0x1.6a085e3bc3af6p-55}, {0x1.6b7df86265200p+0, -0x1.50debdd3e20b2p-54},
+    {0x1.7f218e25a7461p+0, 0x1.419fa6954928fp-54}, {0x1.9444a7462122ap+0, 0x1.ccbeeba3801a8p-54},
+    {0x1.ab1c35d8a74eap+0, -0x1.b6fb77846d763p-56}, {0x1.c3e738086bc0fp+0, 0x1.0a392d9ac6a3bp-54},
+    {0x1.def13b73c1406p+0, 0x1.0fb3e75c7098ep-55}, {0x1.fc95abad6cf4ap+0, 0x1.b7127cf34b46cp-55},
+    {0x1.0ea21d716fbf7p+1, 0x1.7ce6cb463c972p-54}, {0x1.20c36c6a7f38ep+1, -0x1.291fd400280bfp-54},
+    {0x1.3504f333f9de6p+1, 0x1.21165f626cdd5p-53}, {0x1.4bd3d87fe0650p+1, -0x1.82c5b9ae77a8bp-53},
+    {0x1.65bc6cc825147p+1, 0x1.aca947bfb1dccp-56}, {0x1.837626d70fdb8p+1, 0x1.b35c6e3b49ecdp-55},
+    {0x1.a5f59e90600ddp+1, -0x1.b7a14d0d691bep-54}, {0x1.ce885653127e7p+1, 0x1.77f638a8d7d8ap-56},
+    {0x1.ff01305ecd8dcp+1, -0x1.89fcd637fbf3bp-55}, {0x1.1d0143e71565fp+2, -0x1.ee737686fd43ep-53},
+    {0x1.41bfee2424771p+2, 0x1.10706fed37f0ep-55}, {0x1.70d751908c1b1p+2, -0x1.10e285b56fe74p-52},
+    {0x1.af73f4ca3310fp+2, -0x1.ae397239c5a0dp-53}, {0x1.0372fb36b87e2p+3, -0x1.d4a376685482fp-52},
+    {0x1.44e6c595afdccp+3, 0x1.351daea79411dp-51}, {0x1.b1d03c03d2f7fp+3, 0x1.67e518f25e3f8p-52},
+    {0x1.45affed201b55p+4, -0x1.b6e6b4de0cd24p-56}, {0x1.45e2455e4aaa7p+5, 0x1.e2447b82ca2f3p-50},
+};
+
+// tanpi: tan(pi r) = pi r + r w U(w), w = r^2, |r| <= 1/256: U approximation of (tan(pi r) - pi r)/(r w) in w on [0, 0x1.001p-16], degree 2, max relative error 2^-44.02 (measured by tools/gen/pi_tables.py)
+// (r w U is below 2^-14 of pi r: U's error reaches 2^-58 of tan(pi r))
+const double tanpi_poly[3] = {0x1.4abbce625bf99p+3, 0x1.466bc65de2db1p+5, 0x1.460a2990a046ep+7};
+
 }  // namespace tsr::pi

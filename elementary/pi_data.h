@@ -33,6 +33,8 @@ extern const double atan2pi_rows[768][2];
 extern const double atan2pi_series[5];
 extern const double sinpif_poly[3];
 extern const double cospif_poly[3];
+extern const double tanpi_rows[64][2];
+extern const double tanpi_poly[3];
 
 }  // namespace tsr::pi
 #pragma GCC visibility pop

@@ -110,6 +110,18 @@ def cospi_w(w):
     return mp.cos(mp.pi * mp.sqrt(w))
 
 
+# tanpi: tan(pi r) = pi r + r w U(w), w = r^2, |r| <= 1/256 (and the margin of the
+# reduction's rounding); the design's three words for U, measured here.
+TANPI_POLY = [0x4024ABBCE625BF99, 0x404466BC65DE2DB1, 0x406460A2990A046E]
+
+
+def tanpi_u(w):
+    if w == 0:
+        return mp.pi ** 3 / 3
+    r = mp.sqrt(w)
+    return (mp.tan(mp.pi * r) - mp.pi * r) / (r * w)
+
+
 # atanpi's rows by the count of thresholds its high word exceeds: grid point c, whether
 # the row keeps a (mask all ones) or takes -1/a, and T = atan(c)/pi; the design's T words.
 ATANPI_ROWS = [(mpf(0), True, None), (mpf(1) / 2, True, (0x3FC2E4051D9DF308, 0x3C6995A23DB6B8D4)),
@@ -228,6 +240,21 @@ def main():
             % (sf.err_log2(), cf.err_log2(), SCRIPT),
             "const double sinpif_poly[3] = {%s};" % ", ".join(d(word(b)) for b in SINPIF_POLY),
             "const double cospif_poly[3] = {%s};" % ", ".join(d(word(b)) for b in COSPIF_POLY), ""]
+    # tanpi's rows: tan(pi j/128), j = 0 .. 63, in two parts; the design's row 1 checked.
+    trows = []
+    for j in range(64):
+        th, tl = split(mp.tan(mp.pi * j / 128)) if j else (mpf(0), mpf(0))
+        if j == 1:
+            assert (bits(th), bits(tl)) == (0x3F992346247A91F0, 0xBBF13B5915A8E316), "tanpi row 1"
+        trows.append("{%s, %s}" % (d(th), d(tl)))
+    out += g.c_array("const double tanpi_rows[64][2]", trows, 2,
+                     "tanpi: tan(pi j/128), j = 0 .. 63, hi and lo (row 32 exact: 1)") + [""]
+    umax = (mpf(1) / 256 * (1 + mpf(2) ** -20)) ** 2
+    U = g.evaluate(TANPI_POLY, tanpi_u, 0, umax)
+    assert U.err < mpf(2) ** -20
+    out += ["// tanpi: tan(pi r) = pi r + r w U(w), w = r^2, |r| <= 1/256: U " + U.comment(SCRIPT, "(tan(pi r) - pi r)/(r w) in w"),
+            "// (r w U is below 2^-14 of pi r: U's error reaches 2^-58 of tan(pi r))",
+            "const double tanpi_poly[3] = {%s};" % ", ".join(d(word(b)) for b in TANPI_POLY), ""]
     out += ["}  // namespace tsr::pi"]
     g.write_outputs({"elementary/pi_data.cpp": "\n".join(out) + "\n"})
 
