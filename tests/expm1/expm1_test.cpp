@@ -161,7 +161,7 @@ const std::vector<Row<float>> kPow2o3f = with_nans<float>({
 });
 const std::vector<Row<double>> kPow3o2 = with_nans<double>({
     {0.0, 0.0}, {-0.0, 0.0}, {INFINITY, INFINITY}, {4.0, 8.0}, {0x1.9p+4, 125.0}, {1.0, 1.0},
-    {0x1p-646, 0x1p-969}, {0x1p+680, 0x1p+1020},
+    {0x1p-646, 0x1p-969}, {0x1p+680, 0x1p+1020}, {0x1.00801p+0, 0x1.00c03004p+0}, {0x1.00020001p+100, 0x1.000300030001p+150},
     {-1.0, NAN, INV, EDOM, code::pow3o2_domain}, {-INFINITY, NAN, INV, EDOM, code::pow3o2_domain},
     {-0x1p-1074, NAN, INV, EDOM, code::pow3o2_domain},
     {0x1.965fea53d6e3cp+682, CR, NX, 0, NO_CODE, RN},
@@ -178,6 +178,9 @@ const std::vector<Row<float>> kPow3o2f = with_nans<float>({
     {0x1.428a2ep+85f, CR, NX, 0, NO_CODE, RN}, {0x1.428a30p+85f, INFINITY, OV, ERANGE, code::pow3o2f_overflow, RN},
     {0x1p-149f, 0.0f, UN, ERANGE, code::pow3o2f_underflow, RN}, {0x1.8p-90f, CR, UN, ANY_ERRNO, code::pow3o2f_underflow, RN},
     {0x1p-68f, 0x1p-102f}, {0x1.fffffep-69f, CR, NX, 0, NO_CODE, RN}, {0x1.fffffep+83f, CR, NX, 0, NO_CODE, RN}, {2.0f, CR, NX},
+    // Squares near 1 and near the core's lower end; 4^k (1 - 2^-24), 2^-48 above a midpoint.
+    {0x1.0404p+0f, 0x1.060c08p+0f}, {0x1.0c24p-50f, 0x1.126cd8p-75f}, {0x1.fffffep-1f, CR, NX, 0, NO_CODE, RN},
+    {0x1.fffffep-51f, CR, NX, 0, NO_CODE, RN}, {0x1.fffffep-49f, CR, NX, 0, NO_CODE, RN},
 });
 
 // ---- plans -------------------------------------------------------------------------------------
