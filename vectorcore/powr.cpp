@@ -29,6 +29,8 @@
 //   y NaN                         x + y
 //   x = +inf or y = +-inf         |x| >= 1: +0 for y < 0, +inf for y > 0; |x| < 1: +0 for
 //                                 y = +inf, +inf for y = -inf
+#include <smmintrin.h>
+
 #include "elementary/exp_data.h"
 #include "elementary/exp_kernels.h"
 #include "elementary/log_kernels.h"
@@ -315,39 +317,50 @@ constexpr double kWBound = 87.0;  // e^87 < 2^126 and e^-87 > 2^-126: a normal f
 template <bool Exact, bool Fma>
 inline float powrf_body(float x, float y) {
     uint32_t ux = bits(x), ay = bits(y) & 0x7fffffffu;
-    // x positive, normal, finite and not 1; y finite and non-zero (x = 1 and y = 0 give 1
-    // exactly there: the rounding of the estimate below raises inexact).
-    uint32_t flag = uint32_t(ux - 0x00800000u >= 0x7f800000u - 0x00800000u) | uint32_t(ay - 1u >= 0x7f800000u - 1u) |
-                    uint32_t(ux == 0x3f800000u);
+    // x positive, normal and finite; y finite and non-zero (y = 0 gives 1 exactly there).
+    // Without the rounding instruction (tier ex) x = 1 too: R + 1/2 truncated raises inexact.
+    uint32_t flag = uint32_t(ux - 0x00800000u >= 0x7f800000u - 0x00800000u) | uint32_t(ay - 1u >= 0x7f800000u - 1u);
+    if constexpr (!Fma) flag |= uint32_t(ux == 0x3f800000u);
     uint32_t fm = mask32_of(flag);
-    ux = bits(select(fm, 1.0f, x));  // a flagged lane runs on (1, 1)
+    ux = bits(select(fm, 1.0f, x));  // a flagged lane runs on (1, 1): no flag raised
     double yd = select(fm, 1.0f, y);
-    float af = f32((ux & 0x007fffffu) | 0x3a800000u);  // 2^-10 1.m
-    float rc;
-    if constexpr (Exact) rc = 1.0f / opaque(af);
-    else rc = _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(af)));
-    rc = select(fm, 1023.5f, rc);  // a flagged lane: R = 1024 with no rounding, no flag
-    int32_t R = _mm_cvttss_si32(_mm_set_ss(rc + 0.5f));
+    __m128 af = _mm_castsi128_ps(_mm_cvtsi32_si128(int((ux & 0x007fffffu) | 0x3a800000u)));  // 2^-10 1.m
+    __m128 rc = Exact ? _mm_div_ss(_mm_set_ss(1.0f), af) : _mm_rcp_ss(af);
+    int32_t R;
+    double Rd;
+    if constexpr (Fma) {
+        // Rounded to nearest by the rounding instruction, which raises nothing.
+        __m128 rr = _mm_round_ss(rc, rc, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+        R = _mm_cvttss_si32(rr);
+        Rd = _mm_cvtsd_f64(_mm_cvtss_sd(_mm_setzero_pd(), rr));
+    } else {
+        rc = _mm_castsi128_ps(_mm_and_si128(_mm_castps_si128(rc), _mm_cvtsi32_si128(int(~fm))));
+        rc = _mm_or_ps(rc, _mm_and_ps(_mm_set_ss(1023.5f), _mm_castsi128_ps(_mm_cvtsi32_si128(int(fm)))));
+        R = _mm_cvttss_si32(_mm_add_ss(rc, _mm_set_ss(0.5f)));  // exact sum; R + 1/2 truncated
+        Rd = double(R);
+    }
     double a = f64((uint64_t(ux & 0x007fffffu) << 29) | 0x3f50000000000000ull);
-    double u = dd::mul_add<Fma>(a, double(R), -1.0);  // exact
+    double u = dd::mul_add<Fma>(a, Rd, -1.0);  // exact
     double n = double(int32_t(ux >> 23) - 126 - int32_t(R > 724));
+    // n ln2 + ln(2^k/R) beside the polynomial: S = that + u + u^2 L(u), the first sum
+    // rounding at 2^-53 of a value that S cancels by a factor 8 at most.
+    double A = dd::mul_add<Fma>(n, kLn2f, powr::powrf_lnr[R - 512]) + u;
     // ln(1 + u) - u = u^2 L(u), the series to u^4 (tools/gen/powr_tables.py).
     double l = dd::mul_add<Fma>(dd::mul_add<Fma>(-0.25, u, 0x1.5555555555555p-2), u, -0.5);
-    double q = dd::mul_add<Fma>(u * u, l, u);
-    double S = dd::mul_add<Fma>(n, kLn2f, q + powr::powrf_lnr[R - 512]);
+    double S = dd::mul_add<Fma>(u * u, l, A);
     __m128d wv = _mm_set_sd(S * yd);
     __m128d big = _mm_cmpgt_sd(_mm_andnot_pd(_mm_set_sd(-0.0), wv), _mm_set_sd(kWBound));
     flag |= uint32_t(_mm_movemask_pd(big) & 1);
     double w = _mm_cvtsd_f64(_mm_andnot_pd(big, wv));  // 0 on a flagged lane
     double t = w * k2048OverLn2;
     double s = t + kShift52;
-    int32_t k = int32_t(uint32_t(bits(s)));
+    uint64_t k = bits(s);
+    // 2^(k/2048): the row with k >> 11 added to its exponent field, by integer, while the
+    // polynomial runs.
+    double T = f64(bits(powr::powrf_exp2048[k & 2047]) + (uint64_t(int64_t(int32_t(k)) >> 11) << 52));
     double r = (t - (s - kShift52)) * kLn2Over2048;  // t - k exact
-    double T = powr::powrf_exp2048[k & 2047];
     double e = dd::mul_add<Fma>(r * r, 0.5, r);
-    double v = dd::mul_add<Fma>(T, e, T);
-    v = f64(bits(v) + (uint64_t(int64_t(k >> 11)) << 52));
-    return finish(flag, x, y, float(v), __libm_spowr_cout_rare);
+    return finish(flag, x, y, float(dd::mul_add<Fma>(T, e, T)), __libm_spowr_cout_rare);
 }
 
 template <bool Exact, bool Fma>
