@@ -231,9 +231,10 @@ constexpr double kLn2 = 0x1.62e42fefa39efp-1;
 template <bool Fma>
 inline double powr_body(double x, double y) {
     uint32_t flag = outside(hi(x), kXShift, kXLimit) | outside(hi(y) & 0x7fffffffu, kYShift, kYLimit);
-    uint64_t fm = mask_of(flag);
-    double xs = select(fm, 1.0, x);  // a flagged lane runs on (1, 1): every step exact
-    double ys = select(fm, 1.0, y);
+    // The arguments' test exits at once (a scalar body gains nothing from running the
+    // core on a stand-in); the result's range is tested branch-free below.
+    if (__builtin_expect(flag, 0)) return rare_exit(x, y, x, __libm_dpowr_cout_rare);
+    double xs = x, ys = y;
     uint64_t ux = bits(xs);
     uint32_t hx = uint32_t(ux >> 32);
     uint32_t i = ((hx & 0xffe00u) + 0x200u) >> 10;
@@ -261,17 +262,25 @@ inline double powr_body(double x, double y) {
     Q = dd::mul_add<Fma>(Q, v, 0x1.9c3a6966457eep-24);
     Q = dd::mul_add<Fma>(Q, v, row.lo + t);
     double L = S2 + Q, q = Q - (L - S2);
-    dd::DD Ls = dd::split_cut(L), yc = dd::split_cut(ys);
-    double Lh = Ls.h, Ll = Ls.l, yh = yc.h, yl = yc.l;
-    // P exact; beyond the bound the lane is flagged and P taken as 0, so that no step below
-    // meets an exponent outside the format (the rest of y L stays below 2^50).
-    __m128d Pv = _mm_set_sd(yh * Lh);
+    // y L = P + tail: P = yh Lh exact from 26-bit halves (ex), or the rounded product and
+    // its error by fma (l9).  Beyond the bound the lane is flagged and P taken as 0, so that
+    // no step below meets an exponent outside the format (the tail stays below 2^50).
+    double P0, tail;
+    if constexpr (Fma) {
+        P0 = L * ys;
+        tail = __builtin_fma(q, ys, __builtin_fma(L, ys, -P0));
+    } else {
+        dd::DD Ls = dd::split_cut(L), yc = dd::split_cut(ys);
+        P0 = yc.h * Ls.h;
+        tail = q * ys + (yc.l * Ls.h + (Ls.l * yc.h + yc.l * Ls.l));
+    }
+    __m128d Pv = _mm_set_sd(P0);
     __m128d big = _mm_cmpgt_sd(_mm_andnot_pd(_mm_set_sd(-0.0), Pv), _mm_set_sd(kPBound));
     flag |= uint32_t(_mm_movemask_pd(big) & 1);
     double P = _mm_cvtsd_f64(_mm_andnot_pd(big, Pv));
     double s = P + kShift45;
     int32_t k = int32_t(uint32_t(bits(s)));
-    double z = (q * ys + (yl * Lh + (Ll * yh + yl * Ll))) + (P - (s - kShift45));
+    double z = tail + (P - (s - kShift45));  // P - k/128 exact
     const expd::MT &tr = expd::frac128[k & 127];
     double T = f64(0x3ff0000000000000ull | tr.m);
     double F = from_words((uint32_t(k << 13) + 0x3ff00000u) & 0xfff00000u, 0);  // 2^(k >> 7)
@@ -308,11 +317,12 @@ inline double powr_d(double x, double y) {
 // 2^-40.2), 2^(k/2048) a row of 2048 and k >> 11 added to the exponent.  The double result
 // errs by about 2^-38 relative at most, 2^-15 of the float's ulp: one rounding to float
 // stays below 0.501 ulp.
-constexpr double kLn2f = 0x1.62e42fefa39efp-1;
 constexpr double k2048OverLn2 = 0x1.71547652b82fep+11;
 constexpr double kLn2Over2048 = 0x1.62e42fefa39efp-12;
 constexpr double kShift52 = 0x1.8p+52;  // rounds to an integer
-constexpr double kWBound = 87.0;  // e^87 < 2^126 and e^-87 > 2^-126: a normal float
+constexpr double kTBound = 87.0 * k2048OverLn2;  // e^87 < 2^126, e^-87 > 2^-126: a normal float
+constexpr double kLnC2 = -0.5 * k2048OverLn2, kLnC3 = k2048OverLn2 / 3, kLnC4 = -0.25 * k2048OverLn2;
+constexpr double kExpC2 = 0.5 * kLn2Over2048 * kLn2Over2048;
 
 template <bool Exact, bool Fma>
 inline float powrf_body(float x, float y) {
@@ -321,9 +331,10 @@ inline float powrf_body(float x, float y) {
     // Without the rounding instruction (tier ex) x = 1 too: R + 1/2 truncated raises inexact.
     uint32_t flag = uint32_t(ux - 0x00800000u >= 0x7f800000u - 0x00800000u) | uint32_t(ay - 1u >= 0x7f800000u - 1u);
     if constexpr (!Fma) flag |= uint32_t(ux == 0x3f800000u);
-    uint32_t fm = mask32_of(flag);
-    ux = bits(select(fm, 1.0f, x));  // a flagged lane runs on (1, 1): no flag raised
-    double yd = select(fm, 1.0f, y);
+    // The arguments' test exits at once (a scalar body gains nothing from running the
+    // core on a stand-in); the result's range is tested branch-free below.
+    if (__builtin_expect(flag, 0)) return rare_exit(x, y, x, __libm_spowr_cout_rare);
+    double yd = y;
     __m128 af = _mm_castsi128_ps(_mm_cvtsi32_si128(int((ux & 0x007fffffu) | 0x3a800000u)));  // 2^-10 1.m
     __m128 rc = Exact ? _mm_div_ss(_mm_set_ss(1.0f), af) : _mm_rcp_ss(af);
     int32_t R;
@@ -334,32 +345,33 @@ inline float powrf_body(float x, float y) {
         R = _mm_cvttss_si32(rr);
         Rd = _mm_cvtsd_f64(_mm_cvtss_sd(_mm_setzero_pd(), rr));
     } else {
-        rc = _mm_castsi128_ps(_mm_and_si128(_mm_castps_si128(rc), _mm_cvtsi32_si128(int(~fm))));
-        rc = _mm_or_ps(rc, _mm_and_ps(_mm_set_ss(1023.5f), _mm_castsi128_ps(_mm_cvtsi32_si128(int(fm)))));
         R = _mm_cvttss_si32(_mm_add_ss(rc, _mm_set_ss(0.5f)));  // exact sum; R + 1/2 truncated
         Rd = double(R);
     }
     double a = f64((uint64_t(ux & 0x007fffffu) << 29) | 0x3f50000000000000ull);
     double u = dd::mul_add<Fma>(a, Rd, -1.0);  // exact
     double n = double(int32_t(ux >> 23) - 126 - int32_t(R > 724));
-    // n ln2 + ln(2^k/R) beside the polynomial: S = that + u + u^2 L(u), the first sum
+    // In units of ln2/2048 (the exponential's step), so that t = S y is the exponential's
+    // argument with no further product: 2048 n exact, the row times 2048/ln2 rounded once
+    // with the sum, beside the polynomial; S = that + c u + u^2 c L(u), the first sum
     // rounding at 2^-53 of a value that S cancels by a factor 8 at most.
-    double A = dd::mul_add<Fma>(n, kLn2f, powr::powrf_lnr[R - 512]) + u;
-    // ln(1 + u) - u = u^2 L(u), the series to u^4 (tools/gen/powr_tables.py).
-    double l = dd::mul_add<Fma>(dd::mul_add<Fma>(-0.25, u, 0x1.5555555555555p-2), u, -0.5);
+    double A = dd::mul_add<Fma>(powr::powrf_lnr[R - 512], k2048OverLn2, 2048.0 * n);
+    A = dd::mul_add<Fma>(k2048OverLn2, u, A);
+    // (2048/ln2)(ln(1 + u) - u) = u^2 c L(u), the series to u^4 (tools/gen/powr_tables.py).
+    double l = dd::mul_add<Fma>(dd::mul_add<Fma>(kLnC4, u, kLnC3), u, kLnC2);
     double S = dd::mul_add<Fma>(u * u, l, A);
-    __m128d wv = _mm_set_sd(S * yd);
-    __m128d big = _mm_cmpgt_sd(_mm_andnot_pd(_mm_set_sd(-0.0), wv), _mm_set_sd(kWBound));
+    __m128d tv = _mm_set_sd(S * yd);
+    __m128d big = _mm_cmpgt_sd(_mm_andnot_pd(_mm_set_sd(-0.0), tv), _mm_set_sd(kTBound));
     flag |= uint32_t(_mm_movemask_pd(big) & 1);
-    double w = _mm_cvtsd_f64(_mm_andnot_pd(big, wv));  // 0 on a flagged lane
-    double t = w * k2048OverLn2;
+    double t = _mm_cvtsd_f64(_mm_andnot_pd(big, tv));  // 0 on a flagged lane
     double s = t + kShift52;
     uint64_t k = bits(s);
     // 2^(k/2048): the row with k >> 11 added to its exponent field, by integer, while the
     // polynomial runs.
     double T = f64(bits(powr::powrf_exp2048[k & 2047]) + (uint64_t(int64_t(int32_t(k)) >> 11) << 52));
-    double r = (t - (s - kShift52)) * kLn2Over2048;  // t - k exact
-    double e = dd::mul_add<Fma>(r * r, 0.5, r);
+    double z = t - (s - kShift52);  // exact, |z| <= 1/2 (1 in a directed mode)
+    // e^r - 1 = r + r^2/2 with r = z ln2/2048 (|r| <= 2^-11.6; error below r^3/6 = 2^-40.2).
+    double e = dd::mul_add<Fma>(z * z, kExpC2, z * kLn2Over2048);
     return finish(flag, x, y, float(dd::mul_add<Fma>(T, e, T)), __libm_spowr_cout_rare);
 }
 
