@@ -37,8 +37,9 @@
 // on the subnormal grid with the underflow code where x < 0x1.965fea53d6e3cp-682 (result
 // below 2^-1022); above the core's range, up to the overflow threshold: the core on x/4,
 // times 8.
-// pow3o2f: in double, x·sqrt(x) rounded to double then to float (below 0.5 + 2^-28 ulp);
-// the flag is set unless 2^-68 <= x <= 2^84; the rare routine as the double's, with the
+// pow3o2f: tier ex in double, x·sqrt(x) rounded to double then to float (below 0.5 + 2^-28
+// ulp), the flag set unless 2^-68 <= x <= 2^84; tiers l9 and d1 by the reciprocal square
+// root in float (below), from 2^-51; the rare routine as the double's, with the
 // float thresholds 0x1.428a3p+85 (overflow), 2^-101 (x·x underflows) and 2^-84 (subnormal
 // result, underflow code).
 #include <emmintrin.h>
@@ -259,38 +260,16 @@ extern "C" int __libm_spow3o2_cout_rare(const float *px, float *result) noexcept
 
 namespace {
 
-// x^(3/2) with fused multiply-add and no divider on the path: x = md 4^J, md in [0.5, 2)
-// (the mantissa under the exponent 0x3fe or 0x3ff by the parity of E, J = (E - 1022) >> 1);
-// y0 = the single-precision reciprocal square root estimate of md (relative error below
-// 1.5 2^-12) times 2^-J.  s = x y0 and h = y0/2 approach sqrt(x) and 1/(2 sqrt x): with
-// e = 1/2 - s h, one step of third order (g = e (1 + 3e/2)) leaves about 2^-32, one Newton
-// step below 2^-60.  Then d = x - s^2 (fused, exact to its rounding) and
-// x^(3/2) = x s + x d/(2s) = fma(x, s, d (h x)), rounded once: the correction is near
-// 2^-53 of the result, so its own error is far below the last rounding's 0.5 ulp.
-// Exact results (x = t^2 with t^3 a double: t of at most 17 bits, x of at most 34) would
-// come out one ulp off in a directed mode, from the last bits of s: x with its low 18
-// mantissa bits zero takes the square-root core, exact for them.
-template <int = 0>
-inline double pow3o2_rsqrt(double x) {
-    uint64_t b = bits(x);
-    uint32_t E = uint32_t(b >> 52);
-    float mf = f32(uint32_t((b & 0x001fffffffffffffull) >> 29) | 0x3f000000u);  // md as a float
-    double y0 = double(_mm_cvtss_f32(_mm_rsqrt_ss(_mm_set_ss(mf))));
-    y0 *= from_words(uint32_t(1023 - ((int32_t(E) - 1022) >> 1)) << 20, 0);  // 2^-J
-    double s = x * y0, h = 0.5 * y0;
-    double e = __builtin_fma(-s, h, 0.5);
-    double g = e * __builtin_fma(1.5, e, 1.0);
-    s = __builtin_fma(g, s, s);
-    h = __builtin_fma(g, h, h);
-    e = __builtin_fma(-s, h, 0.5);
-    s = __builtin_fma(e, s, s);
-    h = __builtin_fma(e, h, h);
-    double d = __builtin_fma(-s, s, x);
-    return __builtin_fma(x, s, d * (h * x));
-}
-// The float form in float arithmetic: the estimate of x itself, one Newton step (2^-22),
-// then the same folded correction, exact to about 2^-44 before its one rounding.  Two kinds
-// of x take the double square root instead: those of at most 16 significant bits (low 7
+// pow3o2f, tiers l9 and d1: x^(3/2) with fused multiply-add and no divider on the path, in
+// float arithmetic.  y0 = the reciprocal square root estimate of x (relative error below
+// 1.5 2^-12); s = x y0 and h = y0/2 approach sqrt(x) and 1/(2 sqrt x): with e = 1/2 - s h,
+// one Newton step leaves about 2^-22.  Then d = x - s^2 (fused, exact to its rounding) and
+// x^(3/2) = x s + x d/(2s) = fma(x, s, d (h x)), rounded once: the correction's own error
+// is near 2^-44 of the result.
+// (The double form keeps the correctly rounded square root: on this processor the divider
+// is fast enough that the estimate and its two refinement steps lengthen the chain, by
+// about 14 ticks of latency, and gain no throughput.)
+// Two kinds of x take the double square root instead: those of at most 16 significant bits (low 7
 // mantissa bits zero: every exact result) and those whose low 7 bits are all ones, among
 // them 4^k (1 - 2^-24), whose power lies 2^-48 above a midpoint of the floats.
 template <int = 0>
@@ -305,8 +284,6 @@ inline float pow3o2f_rsqrt(float x) {
 }
 
 template <int = 0>
-__attribute__((cold, noinline)) double pow3o2_short(double x) { return p32_core<kFma>(x); }
-template <int = 0>
 __attribute__((cold, noinline)) float pow3o2f_short(float x) {
     double d = x;
     return float(d * sqrt_rn(d));
@@ -315,15 +292,15 @@ __attribute__((cold, noinline)) float pow3o2f_short(float x) {
 template <bool Fma>
 inline double pow3o2_d(double x) {
     uint32_t flag = outside(hi(x), k32Shift, k32Limit);
-    double a = select(mask_of(flag), 4.0, x);
-    double r;
     if constexpr (Fma) {
-        if (__builtin_expect((bits(a) & 0x3ffffu) == 0, 0)) r = pow3o2_short(a);
-        else r = pow3o2_rsqrt(a);
+        // The argument's test exits at once (a scalar body gains nothing from running the
+        // core on a stand-in).
+        if (__builtin_expect(flag, 0)) return rare_exit(x, x, __libm_dpow3o2_cout_rare);
+        return p32_core<Fma>(x);
     } else {
-        r = p32_core<Fma>(a);
+        double r = p32_core<Fma>(select(mask_of(flag), 4.0, x));
+        return finish(flag, x, r, __libm_dpow3o2_cout_rare);
     }
-    return finish(flag, x, r, __libm_dpow3o2_cout_rare);
 }
 
 template <bool Fma>
@@ -333,16 +310,14 @@ inline float pow3o2_f(float x) {
     // x flagged).
     constexpr uint32_t lo = Fma ? 0x26000000u : 0x1d800000u;
     uint32_t flag = outside(bits(x), range_shift(lo), range_limit(lo, 0x69800000u));
-    float a = select(mask32_of(flag), 4.0f, x);
-    float r;
     if constexpr (Fma) {
-        if (__builtin_expect(((bits(a) + 1u) & 0x7eu) == 0, 0)) r = pow3o2f_short(a);
-        else r = pow3o2f_rsqrt(a);
+        if (__builtin_expect(flag, 0)) return rare_exit(x, x, __libm_spow3o2_cout_rare);
+        if (__builtin_expect(((bits(x) + 1u) & 0x7eu) == 0, 0)) return pow3o2f_short(x);
+        return pow3o2f_rsqrt(x);
     } else {
-        double d = a;
-        r = float(d * sqrt_rn(d));
+        double d = select(mask32_of(flag), 4.0f, x);
+        return finish(flag, x, float(d * sqrt_rn(d)), __libm_spow3o2_cout_rare);
     }
-    return finish(flag, x, r, __libm_spow3o2_cout_rare);
 }
 
 }  // namespace
