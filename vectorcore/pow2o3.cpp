@@ -1,9 +1,8 @@
 // x^(2/3) and x^(3/2) in double and single precision: vector-core members
 // (include/tsr/vectorcore.h).
 //
-// pow2o3 (even in x).  Range test: zero, subnormal, infinite and NaN x are flagged (a
-// flagged lane runs the core on the row centre 1 + 1/64 with the row's values masked to
-// zero: every step exact, the provisional value +0).  Core: E the biased exponent,
+// pow2o3 (even in x).  Range test: zero, subnormal, infinite and NaN x are flagged and go
+// to the rare routine at once.  Core: E the biased exponent,
 // q = floor(E/3) = (E·5462) >> 14 (exact for every E of a double), rem = E - 3q;
 // x^(2/3) = 2^(2q - 682)·(2^rem c)^(2/3)·(1 + u)^(2/3) with 1023 = 3·341, c = 1 + (i + 1/2)/32
 // the centre of the row of x's top five mantissa bits and u = (m - c)/c, |u| <= 1/65: m - c
@@ -140,10 +139,10 @@ inline double pow2o3_d(double x) {
     uint32_t saved = get_mxcsr();
     uint64_t ax = bits(x) & 0x7fffffffffffffffull;
     uint32_t flag = outside(uint32_t(ax >> 32), k23Shift, k23Limit);
-    uint64_t m = mask_of(flag);
-    double a = select(m, 0x1.04p0, f64(ax));
-    double r = p23_core<Fma>(a, ~m);
-    r = finish(flag, x, r, __libm_dpow2o3_cout_rare);
+    // The argument's test exits at once: a scalar body gains nothing from running the core
+    // on a stand-in (and the exit's frame, kept apart, leaves the usual path without one).
+    if (__builtin_expect(flag, 0)) return rare_exit(x, x, __libm_dpow2o3_cout_rare);
+    double r = p23_core<Fma>(f64(ax), ~0ull);
     if (__builtin_expect(((bits(r) + 2) & 0x1ffff) <= 4, 0)) return p23_exact<Fma>(f64(ax), r, saved);
     return r;
 }
@@ -154,11 +153,11 @@ inline float pow2o3_f(float x) {
     uint32_t ax = bits(x) & 0x7fffffffu;
     // Zeros, infinities and NaNs flagged; the float's subnormals are normal doubles.
     uint32_t flag = uint32_t(ax - 1u >= 0x7f800000u - 1u);
-    float as = select(mask32_of(flag), 0x1.04p0f, f32(ax));
-    double a = as;
-    double r = p23_core<Fma>(a, ~mask_of(flag));
+    if (__builtin_expect(flag, 0)) return rare_exit(x, x, __libm_spow2o3_cout_rare);  // as above
+    double a = f32(ax);
+    double r = p23_core<Fma>(a, ~0ull);
     if (__builtin_expect(((bits(r) + 2) & 0x1ffff) <= 4, 0)) r = p23_exact<Fma>(a, r, saved);
-    return finish(flag, x, float(r), __libm_spow2o3_cout_rare);
+    return float(r);
 }
 
 }  // namespace
