@@ -141,8 +141,10 @@ inline double pow2o3_d(double x) {
     uint32_t flag = outside(uint32_t(ax >> 32), k23Shift, k23Limit);
     // The argument's test exits at once: a scalar body gains nothing from running the core
     // on a stand-in (and the exit's frame, kept apart, leaves the usual path without one).
-    if (__builtin_expect(flag, 0)) return rare_exit(x, x, __libm_dpow2o3_cout_rare);
-    double r = p23_core<Fma>(f64(ax), ~0ull);
+    double r;
+    if (__builtin_expect(flag, 0)) r = rare_exit(x, x, __libm_dpow2o3_cout_rare);
+    else r = p23_core<Fma>(f64(ax), ~0ull);
+    // (A subnormal x = s^3 has its exact result too: the check follows either way.)
     if (__builtin_expect(((bits(r) + 2) & 0x1ffff) <= 4, 0)) return p23_exact<Fma>(f64(ax), r, saved);
     return r;
 }
