@@ -128,7 +128,14 @@ const std::vector<Row2<double>> kPowr = {
     {{2.0, INFINITY}, INFINITY}, {{0.5, -INFINITY}, INFINITY}, {{0.5, INFINITY}, 0.0}, {{2.0, -INFINITY}, 0.0},
     {{INFINITY, 2.0}, INFINITY}, {{INFINITY, -2.0}, 0.0}, {{3.0, 0.0}, 1.0}, {{3.0, -0.0}, 1.0},
     {{2.0, 3.0}, 8.0}, {{0.5, -10.0}, 1024.0}, {{9.0, 0.5}, CR, ANY_FLAGS, 0, NO_CODE, RN},
-    {{1.0, 0.5}, 1.0}, {{1.0, -0x1.8p+60}, 1.0}, {{3.0, 33.0}, 5559060566555523.0}, {{0x1.0000000000001p+0, 0x1p60}, CR, NX, 0, NO_CODE, RN},
+    {{1.0, 0.5}, 1.0}, {{1.0, -0x1.8p+60}, 1.0},
+    // Either side of the core's bounds: |y log2 x| = 1000, |y| = 2^-54 and 2^64.
+    {{2.0, 999.9}, CR, NX, 0, NO_CODE, RN}, {{2.0, 1000.1}, CR, NX, 0, NO_CODE, RN},
+    {{0.5, 999.9}, CR, NX, 0, NO_CODE, RN}, {{0.5, 1000.1}, CR, NX, 0, NO_CODE, RN},
+    {{3.0, 0x1p-54}, CR, NX, 0, NO_CODE, RN}, {{3.0, -0x1p-55}, CR, NX, 0, NO_CODE, RN},
+    {{0x1.0000000000001p+0, 0x1p60}, CR, NX, 0, NO_CODE, RN},
+    {{0x1.0000000000001p+0, 0x1.fffffffffffffp+63}, INFINITY, OV, ERANGE, code::powr_overflow, RN},
+    {{0x1.0000000000001p+0, -0x1p64}, 0.0, UN, ERANGE, code::powr_underflow, RN}, {{3.0, 33.0}, 5559060566555523.0}, {{0x1.0000000000001p+0, 0x1p60}, CR, NX, 0, NO_CODE, RN},
     {{2.0, 1024.0}, INFINITY, OV, ERANGE, code::powr_overflow, RN},
     {{0x1.fffffffffffffp+1023, 1.5}, INFINITY, OV, ERANGE, code::powr_overflow, RN},
     {{2.0, 1023.5}, CR, NX, 0, NO_CODE, RN}, {{0.5, 1075.5}, 0.0, UN, ERANGE, code::powr_underflow, RN},
@@ -143,6 +150,11 @@ const std::vector<Row2<float>> kPowrf = {
     // x = 1 with a fractional y runs the core: 1 exactly, no flag; integer powers exact.
     {{1.0f, 0.5f}, 1.0f}, {{1.0f, -37.25f}, 1.0f}, {{3.0f, 15.0f}, 14348907.0f}, {{0.5f, -126.0f}, 0x1p126f},
     {{4.0f, 0.5f}, 2.0f, ANY_FLAGS}, {{0x1.fffffep-1f, 0x1p30f}, CR, NX, 0, NO_CODE, RN},
+    // Either side of the core's result range, |y ln x| = 87 (2^125.5 and 2^-125.5 in, their
+    // neighbours out, the subnormal side with its code).
+    {{2.0f, 125.5f}, CR, NX, 0, NO_CODE, RN}, {{2.0f, 125.6f}, CR, NX, 0, NO_CODE, RN},
+    {{0.5f, 125.5f}, CR, NX, 0, NO_CODE, RN}, {{0.5f, 125.6f}, CR, NX, 0, NO_CODE, RN},
+    {{0.5f, 126.5f}, CR, UN, 0, code::powrf_underflow, RN},  // ERANGE only for a zero result
     {{2.0f, 128.0f}, INFINITY, OV, ERANGE, code::powrf_overflow, RN},
     {{2.0f, 127.5f}, CR, NX, 0, NO_CODE, RN}, {{0.5f, 150.5f}, 0.0f, UN, ERANGE, code::powrf_underflow, RN},
     {{0x1p-149f, 0.5f}, CR, NX, 0, NO_CODE, RN}, {{3.0f, 80.0f}, CR, NX, 0, NO_CODE, RN},
