@@ -1,9 +1,33 @@
 // MPFR references of the error functions MPFR lacks (erfcx, cdfnorm and the inverses),
-// shared by the double/float and the extended tests.
+// shared by the double/float and the extended tests, and the shorthands of their rows and
+// plans.
 #pragma once
 #include <mpfr.h>
 
+#include <cmath>
+
+#include "harness/harness.h"
+
 namespace erft {
+
+using namespace th;
+
+inline const double kInf = INFINITY;
+inline const float fInf = INFINITY;
+
+template <class T> Row<T> crun(T x) { return {x, CR, UN, ERANGE_IF_ZERO, NO_CODE, RN}; }  // subnormal result
+
+template <class T> std::vector<Row<T>> nans(std::vector<Row<T>> own) {
+    std::vector<Row<T>> r = {{T(NAN), T(NAN)}, {-T(NAN), T(NAN)},
+                             {sizeof(T) == 8 ? T(kS) : T(fS), T(NAN), INV}};
+    r.insert(r.end(), own.begin(), own.end());
+    return r;
+}
+
+template <class T> void bounds(Sweep<T> &s, double rn) {
+    s.bound[0] = rn;
+    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
+}
 
 // cdfnorm(x) = erfc(-x/sqrt(2))/2, at 64 more bits.
 inline int mpfr_cdfnorm(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {

@@ -1,4 +1,5 @@
-// The error-function family: exact results (signed zeros, ±1, 0, 1/2, 2, the saturations)
+// The error-function family (the inverses in tests/erfinv): exact results (signed zeros, ±1,
+// 0, 1/2, 2, the saturations)
 // as rows that hold in every mode and tier with no flag beyond their own; the rare ranges,
 // the thresholds and their neighbours, the deep tails with their subnormal results and the
 // underflows to zero with their codes; accuracy against MPFR in every tier and mode; every
@@ -17,18 +18,6 @@ namespace {
 using namespace th;
 using namespace erft;
 namespace code = tsr::code;
-
-const double kInf = INFINITY;
-const float fInf = INFINITY;
-
-template <class T> Row<T> crun(T x) { return {x, CR, UN, ERANGE_IF_ZERO, NO_CODE, RN}; }  // subnormal result
-
-template <class T> std::vector<Row<T>> nans(std::vector<Row<T>> own) {
-    std::vector<Row<T>> r = {{T(NAN), T(NAN)}, {-T(NAN), T(NAN)},
-                             {sizeof(T) == 8 ? T(kS) : T(fS), T(NAN), INV}};
-    r.insert(r.end(), own.begin(), own.end());
-    return r;
-}
 
 // ---- rows ----------------------------------------------------------------------------------
 // erf: the signed zeros, ±1 at the infinities (exact) and from the last row on (rounded), the
@@ -111,49 +100,7 @@ template <class T> std::vector<Row<T>> erfcx_rows(int over) {
     if constexpr (d) r.push_back(crun(1e308));  // 1/(x sqrt(pi)) is subnormal
     return r;
 }
-// erfinv: the zeros, the poles at ±1, the domain, tiny arguments (subnormal results) and the
-// ends of the central form and of the tail.
-template <class T> std::vector<Row<T>> erfinv_rows(int above, int one) {
-    constexpr bool d = sizeof(T) == 8;
-    T below1 = d ? T(0x1.fffffffffffffp-1) : T(0x1.fffffep-1);
-    return nans<T>({
-        {T(0), T(0)}, {-T(0), -T(0)}, {T(1), T(kInf), DZ, ERANGE, one}, {T(-1), -T(kInf), DZ, ERANGE, one},
-        {T(1.5), T(NAN), INV, EDOM, above}, {T(-2), T(NAN), INV, EDOM, above}, {T(kInf), T(NAN), INV, EDOM, above},
-        {T(d ? 1.0000000000000002 : 1.0000001f), T(NAN), INV, EDOM, above},
-        {T(d ? 0x1p-1074 : 0x1p-149), CR, UN, 0, NO_CODE, RN}, crun(T(d ? 0x1p-1022 : 0x1p-126)),
-        cr(T(0x1p-61)), cr(T(0x1p-60)), cr(T(0.5)), cr(T(-0.5)), cr(T(d ? 0x1.0000000000001p-1 : 0x1.000002p-1f)),
-        cr(below1), cr(-below1), cr(T(0.9)), cr(T(-0.999)), cr(T(0x1p-30)),
-    });
-}
-// erfcinv: 0 at 1 exactly, the poles at 0 and 2, the domain, and the tail to the smallest z.
-template <class T> std::vector<Row<T>> erfcinv_rows(int pole, int outside) {
-    constexpr bool d = sizeof(T) == 8;
-    return nans<T>({
-        {T(1), T(0)}, {T(0), T(kInf), DZ, ERANGE, pole}, {-T(0), T(kInf), DZ, ERANGE, pole},
-        {T(2), -T(kInf), DZ, ERANGE, pole}, {T(3), T(NAN), INV, EDOM, outside}, {T(-1), T(NAN), INV, EDOM, outside},
-        {T(kInf), T(NAN), INV, EDOM, outside}, {-T(kInf), T(NAN), INV, EDOM, outside},
-        cr(T(d ? 0x1p-1074 : 0x1p-149)), cr(T(d ? 0x1p-1022 : 0x1p-126)), cr(T(0.5)), cr(T(1.5)),
-        cr(T(d ? 0x1.fffffffffffffp0 : 0x1.fffffep0f)), cr(T(d ? 0x1.fffffffffffffp-1 : 0x1.fffffep-1f)),
-        cr(T(1e-10)), cr(T(1.9)),
-    });
-}
-// cdfnorminv: 0 at 1/2 exactly, the poles at 0 and 1, the domain, the far tail.
-template <class T> std::vector<Row<T>> cdfnorminv_rows(int pole, int outside, int inf) {
-    constexpr bool d = sizeof(T) == 8;
-    return nans<T>({
-        {T(0.5), T(0)}, {T(0), -T(kInf), DZ, ERANGE, pole}, {-T(0), -T(kInf), DZ, ERANGE, pole},
-        {T(1), T(kInf), DZ, ERANGE, pole}, {T(1.5), T(NAN), INV, EDOM, outside}, {T(-0.5), T(NAN), INV, EDOM, outside},
-        {T(kInf), T(NAN), INV, EDOM, inf}, {-T(kInf), T(NAN), INV, EDOM, inf},
-        cr(T(d ? 0x1p-1074 : 0x1p-149)), cr(T(0.25)), cr(T(0.75)), cr(T(d ? 0x1.fffffffffffffp-1 : 0x1.fffffep-1f)),
-        cr(T(d ? 0x1.0000000000001p-1 : 0x1.000002p-1f)), cr(T(1e-30)),
-    });
-}
-
 // ---- plans ---------------------------------------------------------------------------------
-template <class T> void bounds(Sweep<T> &s, double rn) {
-    s.bound[0] = rn;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
-}
 // erf: every size of argument, the rows uniformly, the grid's half-way points.
 template <class T> Sweep<T> erf_plan(Func<T> f) {
     constexpr bool d = sizeof(T) == 8;
@@ -178,8 +125,8 @@ template <class T> Sweep<T> erfc_plan(Func<T> f) {
 template <class T> Sweep<T> cdfnorm_plan(Func<T> f) {
     constexpr bool d = sizeof(T) == 8;
     Sweep<T> s{f, {}};
-    s.regions.push_back({30000, {T(d ? 0x1p-1074 : 0x1p-149), T(0x1p10), Dist::log_uniform, true}});
-    s.regions.push_back({40000, {T(d ? -39 : -14.5), T(9), Dist::uniform}});
+    s.regions.push_back({35000, {T(d ? 0x1p-1074 : 0x1p-149), T(0x1p10), Dist::log_uniform, true}});
+    s.regions.push_back({45000, {T(d ? -39 : -14.5), T(9), Dist::uniform}});
     s.regions.push_back({20000, {T(d ? -38.6 : -14.3), T(d ? -36.5 : -12.5), Dist::uniform}});
     // The double form reaches 0.5543 ulp in the far tail (x about -36.5), above the 0.55 aimed
     // at: the bound holds what is reached, so that a regression fails.
@@ -190,27 +137,12 @@ template <class T> Sweep<T> cdfnorm_plan(Func<T> f) {
 template <class T> Sweep<T> erfcx_plan(Func<T> f) {
     constexpr bool d = sizeof(T) == 8;
     Sweep<T> s{f, {}};
-    s.regions.push_back({30000, {T(d ? 0x1p-1074 : 0x1p-149), T(d ? 0x1p1000 : 0x1p100), Dist::log_uniform, true}});
-    s.regions.push_back({40000, {T(d ? -26.6 : -9.38), T(40), Dist::uniform}});
-    s.regions.push_back({10000, {T(25), T(27), Dist::uniform}});
+    s.regions.push_back({40000, {T(d ? 0x1p-1074 : 0x1p-149), T(d ? 0x1p1000 : 0x1p100), Dist::log_uniform, true}});
+    s.regions.push_back({45000, {T(d ? -26.6 : -9.38), T(40), Dist::uniform}});
+    s.regions.push_back({15000, {T(25), T(27), Dist::uniform}});
     bounds(s, d ? 1.0 : 0.51);
     return s;
 }
-// The inverses: uniform over the domain, log-uniform towards the poles and zero.
-template <class T> Sweep<T> inverse_plan(Func<T> f, T lo, T hi, T pole_lo, T pole_hi) {
-    constexpr bool d = sizeof(T) == 8;
-    Sweep<T> s{f, {}};
-    s.regions.push_back({30000, {lo, hi, Dist::uniform}});
-    s.regions.push_back({15000, {T(d ? 0x1p-1074 : 0x1p-149), T(0.5), Dist::log_uniform}});
-    s.gen = [=](std::vector<T> &out, size_t n, uint64_t seed) {
-        auto e = log_uniform<T>(T(d ? 0x1p-53 : 0x1p-24), T(0.25), n, seed, true);
-        for (T v : e) out.push_back(v < 0 ? pole_lo - v : pole_hi - v);
-    };
-    s.gen_n = 15000;
-    bounds(s, d ? 1.0 : 0.51);
-    return s;
-}
-
 Sweep<double> erf_plan() {
     return erf_plan(func("erf", mpfr_erf, tsr_tiers_erf).entry(::erf).add("bwr", tsr::Tier::ex, __bwr_erf));
 }
@@ -232,30 +164,6 @@ Sweep<double> erfcx_plan() {
 Sweep<float> erfcxf_plan() {
     return erfcx_plan(func("erfcxf", mpfr_erfcx, tsr_tiers_erfcxf).entry(::erfcxf).add("bwr", tsr::Tier::ex, __bwr_erfcxf));
 }
-Sweep<double> erfinv_plan() {
-    return inverse_plan(func("erfinv", mpfr_erfinv, tsr_tiers_erfinv).entry(::erfinv).add("bwr", tsr::Tier::ex, __bwr_erfinv),
-                        -1.0, 1.0, -1.0, 1.0);
-}
-Sweep<float> erfinvf_plan() {
-    return inverse_plan(func("erfinvf", mpfr_erfinv, tsr_tiers_erfinvf).entry(::erfinvf).add("bwr", tsr::Tier::ex, __bwr_erfinvf),
-                        -1.0f, 1.0f, -1.0f, 1.0f);
-}
-Sweep<double> erfcinv_plan() {
-    Func<double> f{"erfcinv", 1, 1, {mpfr_ref(mpfr_erfcinv)}, {}};
-    return inverse_plan(f.entry(::erfcinv), 0.0, 2.0, 0.0, 2.0);
-}
-Sweep<float> erfcinvf_plan() {
-    return inverse_plan(func("erfcinvf", mpfr_erfcinv, tsr_tiers_erfcinvf).entry(::erfcinvf), 0.0f, 2.0f, 0.0f, 2.0f);
-}
-Sweep<double> cdfnorminv_plan() {
-    return inverse_plan(func("cdfnorminv", mpfr_cdfnorminv, tsr_tiers_cdfnorminv).entry(::cdfnorminv)
-                            .add("bwr", tsr::Tier::ex, __bwr_cdfnorminv), 0.0, 1.0, 0.0, 1.0);
-}
-Sweep<float> cdfnorminvf_plan() {
-    return inverse_plan(func("cdfnorminvf", mpfr_cdfnorminv, tsr_tiers_cdfnorminvf).entry(::cdfnorminvf)
-                            .add("bwr", tsr::Tier::ex, __bwr_cdfnorminvf), 0.0f, 1.0f, 0.0f, 1.0f);
-}
-
 }  // namespace
 
 TEST(ErfSpecial, Erf) {
@@ -275,17 +183,6 @@ TEST(ErfSpecial, Erfcx) {
     check_rows(erfcx_plan().f, erfcx_rows<double>(code::erfcx_overflow));
     check_rows(erfcxf_plan().f, erfcx_rows<float>(code::erfcxf_overflow));
 }
-TEST(ErfSpecial, Inverses) {
-    check_rows(erfinv_plan().f, erfinv_rows<double>(code::erfinv_magnitude_above_1, code::erfinv_magnitude_exactly_1));
-    check_rows(erfinvf_plan().f, erfinv_rows<float>(code::erfinvf_magnitude_above_1, code::erfinvf_magnitude_exactly_1));
-    check_rows(erfcinv_plan().f, erfcinv_rows<double>(code::erfcinv_argument_exactly_0_or_2, code::erfcinv_argument_outside_0_to_2));
-    check_rows(erfcinvf_plan().f, erfcinv_rows<float>(code::erfcinvf_argument_exactly_0_or_2, code::erfcinvf_argument_outside_0_to_2));
-    check_rows(cdfnorminv_plan().f, cdfnorminv_rows<double>(code::cdfnorminv_argument_exactly_0_or_1,
-                                                            code::cdfnorminv_argument_outside_0_to_1, code::cdfnorminv_argument_infinite));
-    check_rows(cdfnorminvf_plan().f, cdfnorminv_rows<float>(code::cdfnorminvf_argument_exactly_0_or_1,
-                                                            code::cdfnorminvf_argument_outside_0_to_1, code::cdfnorminvf_argument_infinite));
-}
-
 TEST(ErfAccuracy, Erf) { sweep(erf_plan()); }
 TEST(ErfAccuracy, Erfc) { sweep(erfc_plan()); }
 TEST(ErfAccuracy, Cdfnorm) { sweep(cdfnorm_plan()); }
@@ -294,22 +191,14 @@ TEST(ErfAccuracy, Erfcf) { sweep(erfcf_plan()); }
 TEST(ErfAccuracy, Cdfnormf) { sweep(cdfnormf_plan()); }
 TEST(ErfAccuracy, Erfcx) { sweep(erfcx_plan()); }
 TEST(ErfAccuracy, Erfcxf) { sweep(erfcxf_plan()); }
-TEST(ErfAccuracy, Erfinv) { sweep(erfinv_plan()); }
-TEST(ErfAccuracy, Erfinvf) { sweep(erfinvf_plan()); }
-TEST(ErfAccuracy, Erfcinv) { sweep(erfcinv_plan()); }
-TEST(ErfAccuracy, Erfcinvf) { sweep(erfcinvf_plan()); }
-TEST(ErfAccuracy, Cdfnorminv) { sweep(cdfnorminv_plan()); }
-TEST(ErfAccuracy, Cdfnorminvf) { sweep(cdfnorminvf_plan()); }
 
 // The Long run: every float, and the double functions on 10 million inputs each.
 TEST(ErfLong, Floats) {
-    for (auto s : {erff_plan(), erfcf_plan(), cdfnormf_plan(), erfcxf_plan(), erfinvf_plan(), erfcinvf_plan(),
-                   cdfnorminvf_plan()})
+    for (auto s : {erff_plan(), erfcf_plan(), cdfnormf_plan(), erfcxf_plan()})
         every_float(s);
 }
 TEST(ErfLong, Doubles) {
-    for (auto s : {erf_plan(), erfc_plan(), cdfnorm_plan(), erfcx_plan(), erfinv_plan(), erfcinv_plan(),
-                   cdfnorminv_plan()}) {
+    for (auto s : {erf_plan(), erfc_plan(), cdfnorm_plan(), erfcx_plan()}) {
         s.scale = 100;
         sweep(s);
     }
