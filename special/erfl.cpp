@@ -65,11 +65,11 @@ template <int N> inline void odd_series(const LD *w, LD x, LD &hi, LD &lo) {
 }
 
 // erfc(a) = 2^k (hi + lo) for a in [1/8, kErfcZeroFrom).
-struct Scaled {
+struct ErfcPair {
     LD hi, lo;
     int k;
 };
-inline Scaled erfc_pair(LD a, const Ext &v) {
+inline ErfcPair erfc_pair(LD a, const Ext &v) {
     LD gh, gl;
     if ((v.se & 0x7fff) < 0x4002) {  // a < 8: erfcx from its row
         const LD *row = row_of(kErfcxRows, v, kField8th);
@@ -92,7 +92,7 @@ inline Scaled erfc_pair(LD a, const Ext &v) {
 }
 
 // 2^k (hi + lo) as two values (k >= -64 here: a < 6.53, so both stay normal).
-inline void unscale(const Scaled &s, LD &hi, LD &lo) {
+inline void unscale(const ErfcPair &s, LD &hi, LD &lo) {
     LD f = pow2l(s.k);
     hi = s.hi * f;
     lo = s.lo * f;
@@ -179,7 +179,7 @@ TSR_DEFINE(long double, erfcl, (long double x)) {
         LD r = fr.finish(opaque(0x1p-16382L) * 0x1p-16382L);
         return report(x, r, code::erfcl_underflow);
     }
-    Scaled p = erfc_pair(x, v);
+    ErfcPair p = erfc_pair(x, v);
     // The pair renormalised (its head the rounded sum), then brought into [1, 2) with the
     // exponent moved to k, so that the scaling sees a normalised head.
     LD s, t;
