@@ -252,6 +252,25 @@ template <class T> std::vector<T> specials() {
     template std::vector<T> specials<T>();
 TH_FORMATS(TH_INST2)
 
+template <> double any_finite<double>(std::mt19937_64 &g) {
+    uint64_t b = g(), e = (b >> 52) % 0x7ff;  // never the NaN/infinity field
+    return std::bit_cast<double>((b & 0x800fffffffffffffull) | (e << 52));
+}
+template <> float any_finite<float>(std::mt19937_64 &g) {
+    uint32_t b = uint32_t(g()), e = (b >> 23) % 0xff;
+    return std::bit_cast<float>((b & 0x807fffffu) | (e << 23));
+}
+template <> long double any_finite<long double>(std::mt19937_64 &g) {
+    uint64_t m = g(), s = g();
+    uint16_t e = uint16_t(s % 0x7fff);
+    m = e ? m | 0x8000000000000000ull : m & 0x7fffffffffffffffull;  // the explicit integer bit
+    uint16_t se = uint16_t(e | ((s >> 20) & 1 ? 0x8000 : 0));
+    long double x = 0;
+    std::memcpy(&x, &m, 8);
+    std::memcpy(reinterpret_cast<char *>(&x) + 8, &se, 2);
+    return x;
+}
+
 uint64_t bits_of(double x) { return std::bit_cast<uint64_t>(x); }
 uint32_t bits_of(float x) { return std::bit_cast<uint32_t>(x); }
 
