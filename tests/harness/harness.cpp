@@ -329,6 +329,40 @@ uint16_t x87_cw_now() { return read_cw(); }
 uint16_t x87_sw_now() { return read_sw(); }
 void set_mxcsr(uint32_t v) { write_mxcsr(v); }
 void set_x87_cw(uint16_t v) { write_cw(v); }
+Units units_now() { return {read_cw(), uint16_t(read_sw() & 0x3f), read_mxcsr()}; }
+void set_units(const Units &u) {
+    struct {
+        uint16_t cw, r1, sw, r2, rest[10];
+    } e;
+    asm volatile("fnstenv %0" : "=m"(e));
+    e.cw = u.cw;
+    e.sw = uint16_t((e.sw & ~0x80ff) | (u.sw & 0x3f));
+    asm volatile("fnclex");
+    asm volatile("fldenv %0" : : "m"(e));
+    write_mxcsr(u.mxcsr);
+}
+static std::string text(const Units &u) {
+    char b[80];
+    std::snprintf(b, sizeof b, "cw %04x flags %02x mxcsr %08x", u.cw, u.sw, u.mxcsr);
+    return b;
+}
+int check_env_rows(const std::vector<EnvRow> &rows) {
+    int bad = 0;
+    for (const auto &r : rows) {
+        Units saved = units_now();
+        set_units(r.before);
+        long ret = r.call();
+        Units got = units_now();
+        set_units(saved);
+        if (ret != r.ret || !(got == r.after)) {
+            ++bad;
+            ADD_FAILURE() << r.what << ": returned " << ret << ", left " << text(got) << "; want " << r.ret << ", "
+                          << text(r.after);
+        }
+    }
+    return bad;
+}
+
 uint64_t rounding_controls() { return (read_mxcsr() & ~0x3fu) | (uint64_t(read_cw()) << 32); }
 
 // ---- the runners ------------------------------------------------------------------------------

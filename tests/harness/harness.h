@@ -178,6 +178,30 @@ void set_x87_cw(uint16_t v);
 // zero): a call under test must leave them as it found them.
 uint64_t rounding_controls();
 
+// ---- environment sequences ---------------------------------------------------------------
+// Both units as a call finds and leaves them: the x87 control word, the x87 flags (the six
+// exception bits of its status word) and MXCSR whole.
+struct Units {
+    uint16_t cw, sw;
+    uint32_t mxcsr;
+    bool operator==(const Units &) const = default;
+};
+Units units_now();
+// Installs a state (flags only on masked exceptions, or nothing pending fires).
+void set_units(const Units &u);
+// A row: the units installed before, a call (or a short sequence of calls) with the value it
+// returns, and the units it must leave.
+struct EnvRow {
+    std::string what;
+    Units before;
+    std::function<long()> call;
+    long ret;
+    Units after;
+};
+// Runs each row from its own state, reads the units before anything else can touch them,
+// and puts the caller's units back; returns the number of mismatches.
+int check_env_rows(const std::vector<EnvRow> &rows);
+
 // =============================================================================================
 // The shared runners.  A family's tests describe each function once (a Func: its name, its
 // MPFR reference and its tier variants from tsr_tiers.inc) and hand the runners rows of
