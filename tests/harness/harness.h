@@ -526,6 +526,7 @@ template <class T> std::string text(const T &z) requires is_complex_v<T> {
     return "(" + text(__real__ z) + ", " + text(__imag__ z) + ")";
 }
 inline std::string text(const char *x) { return x ? '"' + std::string(x) + '"' : "null"; }
+inline std::string text(const std::string &x) { return '"' + x + '"'; }
 template <class T> std::string text(const T &t) requires requires { std::tuple_size<T>::value; } {
     std::string s = "(";
     std::apply([&](const auto &...e) { ((s += text(e) + ", "), ...); }, t);
