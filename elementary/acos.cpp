@@ -201,8 +201,10 @@ template <bool Acos>
 inline double arc(double x) {
     uint64_t b = bits(x);
     uint64_t sign = b & kSign;
-    double ax = f64(b & ~kSign);
-    uint32_t H = hi(ax);
+    // |x| by a mask in the vector register: the data path does not wait for a round trip
+    // through an integer register, only the branches read the high word.
+    double ax = __builtin_fabs(x);
+    uint32_t H = uint32_t(b >> 32) & 0x7fffffffu;
     if (H >= 0x3fe6c000u) {
         if (__builtin_expect(H >= 0x3ff00000u, 0)) {
             return arc_edge<Acos>(x, ax, sign);
@@ -226,21 +228,25 @@ inline double arc(double x) {
             j = row_of(w * y * 64.0);
             t = q - double(j) * 0x1p-6;
         }
-        double e = __builtin_fma(-q, q, w) * y;  // (w - q^2)/q to the estimate's 2^-11
-        // acos: x > 0 gives 2 asin(s), x < 0 pi - 2 asin(s); asin: pi/2 - 2 asin(s), signed.
-        bool neg_m = Acos ? sign != 0 : true;
-        double m = neg_m ? -2.0 * q : 2.0 * q;
-        if (neg_m) e = -e;
-        double Kh = Acos ? (sign ? kPiHi : 0.0) : kPio2Hi;
-        double Kl = Acos ? (sign ? kPiLo : 0.0) : kPio2Lo;
+        // acos: x > 0 gives 2 asin(s), x < 0 pi - 2 asin(s); asin: pi/2 - 2 asin(s), signed,
+        // the sign carried by m, e and K from the start (chosen while the root is under way)
+        // rather than put on the result.
+        // Loaded by the sign bit, not branched on: the sign of a random argument is not
+        // predictable.  Row: the factor of q (±2), its half for e, K hi, K lo.
+        static constexpr double kUpper[2][2][4] = {
+            {{-2.0, -1.0, kPio2Hi, kPio2Lo}, {2.0, 1.0, -kPio2Hi, -kPio2Lo}},  // asin, x > 0 and x < 0
+            {{2.0, 1.0, 0.0, 0.0}, {-2.0, -1.0, kPiHi, kPiLo}}};               // acos
+        const double *c = kUpper[Acos][b >> 63];
+        double e = __builtin_fma(-q, q, w) * (y * c[1]);  // (w - q^2)/q to the estimate's 2^-11
+        double m = c[0] * q;
+        double Kh = c[2], Kl = c[3];
         const HiLo &g = arc_head46[j];
         double G = arc_G(arc_poly46[j], t);
         double head = __builtin_fma(m, g.hi, Kh);
         double rest2 = __builtin_fma(m, g.hi, -(head - Kh));  // head - Kh exact (Sterbenz)
         // The small terms gathered while G is evaluated, so that one fused step follows it.
         double rest = (__builtin_fma(e, g.hi, Kl) + m * g.lo) + rest2;
-        double r = head + __builtin_fma(G, t * m, rest);
-        return Acos ? r : with_sign(r, sign);
+        return head + __builtin_fma(G, t * m, rest);
     }
     if (H >= 0x3f680000u) {
         // Middle regime.

@@ -6,8 +6,11 @@
 //   |x| >  1/2:  t = sqrt((1 - |x|)/2) (1 - |x| exact),
 //                asin x = ±(pi/2 - 2t - 2S(t)), acos x = 2t + 2S(t), or pi minus that for x < 0.
 // Every step is in double, some 2^-50 relative, so one rounding to float gives the correctly
-// rounded result but within 2^-26 ulp of a midpoint.  Tiers ex and e7 evaluate the two chains
-// of S as written.
+// rounded result but within 2^-26 ulp of a midpoint.  Tier ex evaluates the two chains of S
+// as written.
+//
+// Tier e7: a float grid of asin(c) and sqrt(1 - c^2) from 2^-6 to 0.9375 (and on to -1), the
+// series of 2 asin(sqrt((1 - x)/2)) above, the series of x below (see asin_grid).
 //
 // Tier l9: one polynomial for both halves and no branch between them: asin(t) = t Q(t^2),
 // relative error 2^-35.9 on |t| <= 1/2, taken on v = x^2 with the multiplier x below 1/2 and
@@ -21,6 +24,14 @@ using namespace tsr;
 using namespace tsr::invtrig;
 
 namespace {
+
+// The arcsine series' coefficients: 1/6, 3/40, 5/112, 35/1152.
+[[maybe_unused]] constexpr double kSixth = 0x1.5555555555555p-3;
+[[maybe_unused]] constexpr double kThreeFortieths = 0x1.3333333333333p-4;
+[[maybe_unused]] constexpr double kFiveOver112 = 0x1.6db6db6db6db7p-5;
+[[maybe_unused]] constexpr double kThirtyFiveOver1152 = 0x1.f1c71c71c71c7p-6;
+// acosf at 1 and -1: 0 and pi, the latter rounded to float in the caller's mode.
+[[maybe_unused]] constexpr double arcf_one[2] = {0.0, kPiHi};
 
 // X(t) with asin(t) = t + t X(t): X = v A(v) + w B(v), each chain split in two halves joined
 // by v^2 so that the fused tier's path is three multiply-adds deep after v^2.
@@ -37,6 +48,74 @@ template <bool Fma>
 inline double asin_d(double t) {
     return mul_add<Fma>(t, asin_x<Fma>(t), t);
 }
+
+#if TSR_TIER_E7
+// The float grid: asin(x) = asin(c) + asin(d), d = sin(asin x - asin c) = x cc - c s, with
+// cc = sqrt(1 - c^2) from the row and s = sqrt(1 - x^2) (x^2 exact in double).  c keeps
+// k + 1 mantissa bits of x in the binade 2^(k-6), x rounded to the nearest grid point, so
+// |x - c| <= 2^-8 and |d| <= 2^-6.4 up to 0.9375; for x < 0 the grid serves on to -1, where
+// c = -1 (cc = 0) leaves |d| <= 0.089.  The series d + d^3/6 + 3 d^5/40 + 5 d^7/112 then
+// leaves 35 d^9/1152, below 2^-37 of the result; the double steps add some 2^-51.
+inline double asin_grid(double u, uint32_t b, uint32_t sign) {
+    uint32_t o = b - 0x3c800000u;  // the bits above 2^-6
+    uint32_t k = o >> 23;          // binade 2^(k-6), k + 1 mantissa bits
+    uint32_t step = 0x800000u >> (k + 1);
+    uint32_t r = (o + step / 2) & ~(step - 1);  // x rounded to the grid (may carry to the next binade)
+    const ArcRow &row = arcf_rows[(2u << k) - 2 + ((r - (k << 23)) >> (22 - k))];
+    // c and asin(c) signed as x by the bit, not by a branch (a random sign is not predictable)
+    double c = double(f32((r + 0x3c800000u) | sign));
+    double d = u * row.cc - c * __builtin_sqrt(1.0 - u * u);
+    // d^3 (1/6 + 3 d^2/40 + 5 d^4/112), the cubic and the bracket side by side.
+    double d2 = d * d, d3 = d * d2;
+    double p = (kSixth + d2 * kThreeFortieths) + (d2 * d2) * kFiveOver112;
+    return with_sign(row.asin_c, uint64_t(sign) << 32) + (d + d3 * p);
+}
+
+// 2 asin(m) for m = sqrt((1 - x)/2) <= 2^-2.5 (x >= 0.9375): the series to m^9, which leaves
+// 63 m^11/2816, below 2^-30.4 of the result.
+inline double twice_asin_small(double m) {
+    double w = m * m;
+    double p = w * (kSixth + w * (kThreeFortieths + w * (kFiveOver112 + w * kThirtyFiveOver1152)));
+    return 2.0 * (m + m * p);
+}
+
+template <bool Acos>
+inline float arcf_grid(float x) {
+    uint32_t b = bits(x) & 0x7fffffffu;
+    bool neg = bits(x) >> 31;  // by the bit: no comparison raises invalid on a NaN
+    double u = x;
+    // 2^-6 <= |x| < 0.9375, and x < 0 on to -1
+    if (b - 0x3c800000u < 0x3f700000u - 0x3c800000u || (neg && b - 0x3f700000u < 0x3f800000u - 0x3f700000u)) {
+        double a = asin_grid(u, b, bits(x) & 0x80000000u);
+        return float(Acos ? kPio2Hi - a : a);
+    }
+    if (b < 0x3c800000u) {  // |x| < 2^-6
+        if (Acos) {
+            if (b < 0x39800000u) return float(kPio2Hi - u);  // x^3/6 below 2^-37
+            return float(kPio2Hi - (u + u * u * u * kSixth));  // 3 x^5/40 below 2^-33.7
+        }
+        if (b < 0x39800000u) {  // asin x = x (1 + x^2/6 ...), x^2/6 < 2^-26.5
+            if (b != 0 && b < 0x00800000u) raise_underflow();  // the conversion below is exact
+            return float(u + u * 0x1p-60);
+        }
+        // Relative to x, 3 x^4/40 reaches 2^-27.7 (0.08 ulp) at 2^-6 and is kept; 5 x^6/112
+        // stays below 2^-40.
+        double w = u * u;
+        return float(u + u * w * (kSixth + w * kThreeFortieths));
+    }
+    if (b < 0x3f800000u) {  // 0.9375 <= x < 1
+        double s = twice_asin_small(__builtin_sqrt(0.5 - 0.5 * u));
+        return float(Acos ? s : kPio2Hi - s);
+    }
+    if (b == 0x3f800000u) {  // 0 or the float pi, ±pi/2, from a two-row table (rounded in the mode)
+        if (Acos) return float(arcf_one[neg]);
+        return float(neg ? -kPio2Hi : kPio2Hi);
+    }
+    if (b > 0x7f800000u) return x + x;
+    float nan = opaque(0.0f) * opaque(__builtin_inff());
+    return report(x, nan, Acos ? code::acosf_magnitude_above_1 : code::asinf_magnitude_above_1);
+}
+#endif
 
 #if TSR_TIER_L9
 // Q(v) in two lanes joined by v^4, three fused steps deep after v^2.
@@ -123,8 +202,8 @@ TSR_DEFINE(float, __bwr_acosf, (float x)) { return arcf<false, true>(x); }
 TSR_DEFINE(float, __bwr_asinf, (float x)) { return arcf<false, false>(x); }
 #endif
 #if TSR_TIER_E7
-TSR_BODY(float, acosf, (float x)) { return arcf<false, true>(x); }
-TSR_BODY(float, asinf, (float x)) { return arcf<false, false>(x); }
+TSR_BODY(float, acosf, (float x)) { return arcf_grid<true>(x); }
+TSR_BODY(float, asinf, (float x)) { return arcf_grid<false>(x); }
 #endif
 #if TSR_TIER_L9
 TSR_BODY(float, acosf, (float x)) { return arcf_blend<true>(x); }

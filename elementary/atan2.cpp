@@ -15,7 +15,10 @@
 // a c) by fused multiply-adds, and the row comes from the table holding atan(c) for x >= 0,
 // atan(c) - pi for x < 0, so that the signs of x and y, XORed on last, make the quadrant.
 //
-// Single, every tier: zeros, infinities and NaNs by the quadrant rule (both zero: reported),
+// Single, tier ex (and the reproducible form): double arithmetic without a grid, the octant
+// of (x, y) choosing between a series in the smaller ratio and one about pi/4 (below).
+//
+// Single, tiers e7, l9, z0, d1: zeros, infinities and NaNs by the quadrant rule (both zero: reported),
 // then the quotient y/x in double (exact to 2^-53) and atan of it in double, plus or minus pi
 // for x < 0, rounded once to float.  A quotient below 2^-30 is the result (x > 0) or leaves
 // ±pi (x < 0).
@@ -26,6 +29,9 @@ using namespace tsr;
 using namespace tsr::invtrig;
 
 namespace {
+
+constexpr double kPio4 = 0x1.921fb54442d18p-1;   // pi/4, head
+constexpr double k3Pio4 = 0x1.2d97c7f3321d2p+1;  // 3pi/4, head
 
 // The quadrant's angle for the cases decided by signs alone, signed as y.
 // kind 0: y = 0 or x infinite with y finite -> 0 (x > 0) or pi (x < 0);
@@ -38,9 +44,9 @@ inline double quadrant_angle(int kind, uint64_t sy, bool xneg, double y) {
     } else if (kind == 1) {
         h = kPio2Hi, l = kPio2Lo;
     } else if (xneg) {
-        h = 0x1.2d97c7f3321d2p+1, l = 0x1.a79394c9e8a0ap-53;  // 3pi/4
+        h = k3Pio4, l = 0x1.a79394c9e8a0ap-53;  // 3pi/4
     } else {
-        h = 0x1.921fb54442d18p-1, l = 0x1.1a62633145c07p-55;  // pi/4
+        h = kPio4, l = 0x1.1a62633145c07p-55;  // pi/4
     }
     return sy ? -h - l : h + l;  // summed with the result's sign, in the caller's mode
 }
@@ -233,15 +239,67 @@ inline float atan2f_all(float y, float x) {
     return float(v);
 }
 
+#if TSR_TIER_EX
+// ---- single, tier ex: the octant decides ------------------------------------------------------
+// atan(r) = r + r (E(v) + F(v) w) for |r| <= 1/2, w = r^2, v = w^2 (2^-38.5 relative).
+inline double atan2f_series(double r) {
+    double w = r * r, v = w * w;
+    const double *E = atan2f_e, *F = atan2f_f;
+    double e = (((E[0] * v + E[1]) * v + E[2]) * v + E[3]) * v;
+    double f = ((F[0] * v + F[1]) * v + F[2]) * v + F[3];
+    return r + r * (e + f * w);
+}
+
+// The operands' high words as doubles (a float's subnormals are normal there) differ by more
+// than 0x100000 exactly when the smaller is below half the larger: the whole of one binade
+// in the exponent-and-mantissa order.  Then atan of the small ratio r, |r| < 1/2, by the
+// series, from 0 or ±pi (|y| below) or ±pi/2 (|y| above); beyond 0x2000000 (a ratio below
+// 2^-31) the ratio alone.  Within a binade, atan(|y|/|x|) = pi/4 + atan(q) with q = (|y| -
+// |x|)/(|y| + |x|), |q| <= 1/3: both sums are exact in double, and for x < 0 the angle is
+// 3pi/4 - atan(q).  Every step is in double, some 2^-50 of the result with the polynomials'
+// 2^-35.8, so one rounding to float ends it.
+inline float atan2f_octant(float y, float x) {
+    float res;
+    if (__builtin_expect(atan2_special(y, x, res, code::atan2f_both_arguments_0), 0)) return res;
+    double a = y, d = x;
+    uint64_t sy = bits(a) & kSign;
+    bool xneg = (bits(x) >> 31) != 0;
+    int32_t gap = int32_t(hi(a) & 0x7fffffffu) - int32_t(hi(d) & 0x7fffffffu);
+    if (gap > 0x100000) {  // |y| > 2 |x|: pi/2 - atan(x/y), signed as y
+        double r = d / a, base = with_sign(kPio2Hi, sy);
+        if (gap > 0x2000000) return float(base - r);
+        return float(base - atan2f_series(r));
+    }
+    if (gap < -0x100000) {  // |y| < |x|/2: atan(y/x), plus ±pi for x < 0
+        double r = a / d;
+        if (gap < -0x2000000) {
+            // atan r = r (1 - r^2/3), r^2/3 < 2^-62: as in the tiny quotient below.
+            if (!xneg) return float(r - r * 0x1p-51);
+            double lo = kPiLo - 0x1p-80;
+            return float(sy ? -kPiHi - lo : kPiHi + lo);
+        }
+        double v = atan2f_series(r);
+        return float(xneg ? with_sign(kPiHi, sy) + v : v);
+    }
+    double u = f64(bits(a) & ~kSign), t = f64(bits(d) & ~kSign);
+    double q = (xneg ? t - u : u - t) / (t + u);
+    double v = q * q, v2 = v * v;
+    const double *G = atan2f_g;
+    double p = ((G[0] * v2 + G[1]) * v2 + G[2]) * v * q + ((G[3] * v2 + G[4]) * v2 + G[5]) * q;
+    double r = (xneg ? k3Pio4 : kPio4) + p;
+    return float(sy ? -r : r);
+}
+#endif
+
 }  // namespace
 
 #if TSR_TIER_EX
 TSR_BODY(double, atan2, (double y, double x)) { return atan2_grid16<true>(y, x); }
-TSR_BODY(float, atan2f, (float y, float x)) { return atan2f_all(y, x); }
+TSR_BODY(float, atan2f, (float y, float x)) { return atan2f_octant(y, x); }
 // The reproducible forms: atan2 with a true division in place of the reciprocal estimate;
 // atan2f a copy of the ex body.
 TSR_DEFINE(double, __bwr_atan2, (double y, double x)) { return atan2_grid16<false>(y, x); }
-TSR_DEFINE(float, __bwr_atan2f, (float y, float x)) { return atan2f_all(y, x); }
+TSR_DEFINE(float, __bwr_atan2f, (float y, float x)) { return atan2f_octant(y, x); }
 #endif
 #if TSR_TIER_E7
 TSR_BODY(float, atan2f, (float y, float x)) { return atan2f_all(y, x); }

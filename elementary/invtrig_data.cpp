@@ -696,6 +696,75 @@ const HiLo arc_asin[239] = {
     {0x1.0aaf261370000p+0, 0x1.654e5a5fb29dep-45},
 };
 
+// asin(c) and sqrt(1 - c^2), each rounded to double, c on the float grid of 2^-6 <= |x| < 1 that
+// keeps k + 1 mantissa bits in the binade 2^(k-6) (k = 0..5), rows 2^(k+1) - 2 on; row 126 is c = 1.
+const ArcRow arcf_rows[127] = {
+    {0x1.0002aabdde94cp-6, 0x1.ffefffbffdfffp-1}, {0x1.80090091d9024p-6, 0x1.ffdbfebbe9360p-1},
+    {0x1.000aabde0b9c8p-5, 0x1.ffbffbff7fec0p-1}, {0x1.4014d8ffaf8afp-5, 0x1.ff9bf63a1740bp-1},
+    {0x1.8024091fdb0a9p-5, 0x1.ff6febba4bfeap-1}, {0x1.c0393e65c2c93p-5, 0x1.ff3bda6d9c950p-1},
+    {0x1.002abde953619p-4, 0x1.feffbfdfebf1fp-1}, {0x1.203ce2b380cd3p-4, 0x1.febb993aecf99p-1},
+    {0x1.405390240e6fdp-4, 0x1.fe6f634576477p-1}, {0x1.606f49730ccc5p-4, 0x1.fe1b1a62bddadp-1},
+    {0x1.809092913e52ep-4, 0x1.fdbeba917c3f5p-1}, {0x1.a0b7f03ba78acp-4, 0x1.fd5a3f6af6b74p-1},
+    {0x1.c0e5e80f7172dp-4, 0x1.fceda421efdb5p-1}, {0x1.e11b009e269b5p-4, 0x1.fc78e3817e16ep-1},
+    {0x1.00abe0c129e1ep-3, 0x1.fbfbf7ebc755fp-1}, {0x1.10ce59ba4a8c4p-3, 0x1.fb76db58a1299p-1},
+    {0x1.20f530308cc20p-3, 0x1.fae987541497fp-1}, {0x1.3120a9bed2f46p-3, 0x1.fa53f4fcc4b79p-1},
+    {0x1.41510cb011423p-3, 0x1.f9b61d0237250p-1}, {0x1.5186a00ade974p-3, 0x1.f90ff7a2fd4d2p-1},
+    {0x1.61c1ab9d55d30p-3, 0x1.f8617caabd6f6p-1}, {0x1.720278094cd3cp-3, 0x1.f7aaa3701a270p-1},
+    {0x1.82494ed0e78fcp-3, 0x1.f6eb62d27730dp-1}, {0x1.92967a638db38p-3, 0x1.f623b1379a09bp-1},
+    {0x1.a2ea462b4998ep-3, 0x1.f553848924e81p-1}, {0x1.b344fe9a97c4dp-3, 0x1.f47ad231ea746p-1},
+    {0x1.c3a6f13aae84bp-3, 0x1.f3998f1b1886cp-1}, {0x1.d4106cba45b08p-3, 0x1.f2afafa9380f9p-1},
+    {0x1.e481c0fce7134p-3, 0x1.f1bd27b9002c4p-1}, {0x1.f4fb3f2ad079bp-3, 0x1.f0c1ea9bfa45fp-1},
+    {0x1.02be9ce0b87cdp-2, 0x1.efbdeb14f4edap-1}, {0x1.0b04025245cccp-2, 0x1.eeb11b5442ff1p-1},
+    {0x1.134dfa9805147p-2, 0x1.ed9b6cf3c4663p-1}, {0x1.1b9cb12545e62p-2, 0x1.ec7cd0f2b5ae0p-1},
+    {0x1.23f0523c5dc2bp-2, 0x1.eb5537b1434dap-1}, {0x1.2c490af8bde81p-2, 0x1.ea2490ebdd6b8p-1},
+    {0x1.34a709597aab1p-2, 0x1.e8eacbb648910p-1}, {0x1.3d0a7c4c4bd9cp-2, 0x1.e7a7d6766784bp-1},
+    {0x1.457393b90e2aap-2, 0x1.e65b9edeba38ep-1}, {0x1.4de2808dce513p-2, 0x1.e50611e88d6b5p-1},
+    {0x1.565774cb66f02p-2, 0x1.e3a71bcdd63dep-1}, {0x1.5ed2a392bb50fp-2, 0x1.e23ea802b4b1ap-1},
+    {0x1.675441329986ep-2, 0x1.e0cca12e97895p-1}, {0x1.6fdc83364f719p-2, 0x1.df50f124fba75p-1},
+    {0x1.786ba074fef93p-2, 0x1.ddcb80ddc085bp-1}, {0x1.8101d121bed2dp-2, 0x1.dc3c386d0ae09p-1},
+    {0x1.899f4edc962d3p-2, 0x1.daa2fefaae1d8p-1}, {0x1.924454c462cc4p-2, 0x1.d8ffbab9145d4p-1},
+    {0x1.9af11f89ba61cp-2, 0x1.d75250db9c792p-1}, {0x1.a3a5ed82d9537p-2, 0x1.d59aa58c6471cp-1},
+    {0x1.ac62fec0b2a92p-2, 0x1.d3d89be176072p-1}, {0x1.b5289525368abp-2, 0x1.d20c15d14a4e5p-1},
+    {0x1.bdf6f47ae6904p-2, 0x1.d034f42698214p-1}, {0x1.c6ce628dd132cp-2, 0x1.ce5316736032ep-1},
+    {0x1.cfaf27460fe9fp-2, 0x1.cc665b0328622p-1}, {0x1.d8998cc3e6049p-2, 0x1.ca6e9ecc569b9p-1},
+    {0x1.e18ddf7da106bp-2, 0x1.c86bbd609a260p-1}, {0x1.ea8c6e5f5e67fp-2, 0x1.c65d90dc509f4p-1},
+    {0x1.f3958aecddef4p-2, 0x1.c443f1d4d22afp-1}, {0x1.fca989658baafp-2, 0x1.c21eb7458e5ccp-1},
+    {0x1.02e46075785a1p-1, 0x1.bfedb67be13b3p-1}, {0x1.0779c5d4df4b8p-1, 0x1.bdb0c30185485p-1},
+    {0x1.0c152382d7366p-1, 0x1.bb67ae8584caap-1}, {0x1.10b6a9e43942fp-1, 0x1.b91248c38986bp-1},
+    {0x1.155e8b2a00052p-1, 0x1.b6b05f6966b9bp-1}, {0x1.1a0cfb6c3e9ebp-1, 0x1.b441bdfab5580p-1},
+    {0x1.1ec230c714a96p-1, 0x1.b1c62db2564fep-1}, {0x1.237e6379cdfc7p-1, 0x1.af3d7561a9c43p-1},
+    {0x1.2841ce0862975p-1, 0x1.aca7594d44cbdp-1}, {0x1.2d0cad5f90e20p-1, 0x1.aa039b06e926dp-1},
+    {0x1.31df40fbd31cdp-1, 0x1.a751f9447b724p-1}, {0x1.36b9cb13786e1p-1, 0x1.a4922fb3ac8c2p-1},
+    {0x1.3b9c90c43296dp-1, 0x1.a1c3f6ca01f29p-1}, {0x1.4087da4473296p-1, 0x1.9ee70390dec3dp-1},
+    {0x1.457bf318fe517p-1, 0x1.9bfb076d236ebp-1}, {0x1.4a792a4f26152p-1, 0x1.98ffafe1ece2fp-1},
+    {0x1.4f7fd2bc2fb34p-1, 0x1.95f4a64decda8p-1}, {0x1.5490434275b92p-1, 0x1.92d98fa2c355ep-1},
+    {0x1.59aad71ced00fp-1, 0x1.8fae0c15ad38ap-1}, {0x1.5ecfee31c96e7p-1, 0x1.8c71b6c8c49b4p-1},
+    {0x1.63ffed6d198f6p-1, 0x1.8924256bf4545p-1}, {0x1.693b3f244ee17p-1, 0x1.85c4e7d4a0bb1p-1},
+    {0x1.6e825383cc40bp-1, 0x1.8253878ae2e09p-1}, {0x1.73d5a107bde74p-1, 0x1.7ecf874b086dfp-1},
+    {0x1.7935a501afa78p-1, 0x1.7b386279d7bf3p-1}, {0x1.7ea2e42c9027ap-1, 0x1.778d8c89dc27cp-1},
+    {0x1.841deb5114bb4p-1, 0x1.73ce704fb7b23p-1}, {0x1.89a74ffcc34a4p-1, 0x1.6ffa6f4323c0dp-1},
+    {0x1.8f3fb14e496b4p-1, 0x1.6c10e0a9e5d65p-1}, {0x1.94e7b8da3cf7ap-1, 0x1.681110a985d4dp-1},
+    {0x1.9aa01babef75ep-1, 0x1.63fa3f3c02962p-1}, {0x1.a0699b66a8718p-1, 0x1.5fcb9f031317bp-1},
+    {0x1.a645078c6a78cp-1, 0x1.5b8453f4ae294p-1}, {0x1.ac333ef06451ap-1, 0x1.572371da8f26ep-1},
+    {0x1.b235315c680dcp-1, 0x1.52a7fa9d2f8eap-1}, {0x1.b84be172438efp-1, 0x1.4e10dc51235a7p-1},
+    {0x1.be7866d3b6481p-1, 0x1.495ceefbdc28ap-1}, {0x1.c4bbf09e19830p-1, 0x1.448af2027201cp-1},
+    {0x1.cb17c849c7288p-1, 0x1.3f9989320b7f7p-1}, {0x1.d18d55010f295p-1, 0x1.3a87394da947bp-1},
+    {0x1.d81e1f875ea8dp-1, 0x1.355264082fea0p-1}, {0x1.decbd6cf77786p-1, 0x1.2ff9434b34639p-1},
+    {0x1.e5985567b665dp-1, 0x1.2a79e3a2cd2e6p-1}, {0x1.ec85a7ee191dap-1, 0x1.24d21d9bcbd2dp-1},
+    {0x1.f39614cbef7d4p-1, 0x1.1eff8dd34fde3p-1}, {0x1.facc258c4aaf9p-1, 0x1.18ff8b63353dcp-1},
+    {0x1.0115591d29d12p+0, 0x1.12cf1c3c6a213p-1}, {0x1.04da77ac5c9e5p+0, 0x1.0c6ae6dbb479dp-1},
+    {0x1.08b73f9af1058p+0, 0x1.05cf20924c254p-1}, {0x1.0cadc3d4378b1p+0, 0x1.fdeeeea5d2084p-2},
+    {0x1.10c066d3e6932p+0, 0x1.efbdeb14f4edap-2}, {0x1.14f1ec67484edp+0, 0x1.e0ffbbe00c34fp-2},
+    {0x1.194590de7e7f6p+0, 0x1.d1a6f89821641p-2}, {0x1.1dbf27dd2221ap+0, 0x1.c1a3cd9862dfbp-2},
+    {0x1.2263461820ad8p+0, 0x1.b0e35269b38f5p-2}, {0x1.27377b2570a1ep+0, 0x1.9f4e9f1b5859dp-2},
+    {0x1.2c42a3a3c7a87p+0, 0x1.8cc97f2912db6p-2}, {0x1.318d619008ed9p+0, 0x1.79308a1dd964ap-2},
+    {0x1.3722d2feb24c8p+0, 0x1.645640568c1c3p-2}, {0x1.3d11b3fc3b697p+0, 0x1.4dfe7790ba696p-2},
+    {0x1.436e4418e69c0p+0, 0x1.35d6b2ed19148p-2}, {0x1.4a55ae332c7a5p+0, 0x1.1b6867c415166p-2},
+    {0x1.51f4bd13f8591p+0, 0x1.fbfbf7ebc755fp-3}, {0x1.5a96e34bc532bp+0, 0x1.b8cc9d3952a45p-3},
+    {0x1.64cf55148366fp+0, 0x1.689f26c6b01d0p-3}, {0x1.721a5d8718655p+0, 0x1.feffbfdfebf1fp-4},
+    {0x1.921fb54442d18p+0, 0x0p+0},
+};
+
 // g = asin(j/64)/(j/64) in two parts (g = 1 in row 0).
 const HiLo arc_head46[46] = {
     {0x1.0000000000000p+0, 0x0p+0}, {0x1.0002aabdde94cp+0, 0x1.130cd26cdfa37p-56},
@@ -803,6 +872,15 @@ const double asinf_q[8] = {0x1.ffffffffdecd3p-1, 0x1.55555658c07bfp-3, 0x1.33328
 // atanf, atan2f (double arithmetic on the grids above): atan(z) = z + z^3 (Q0 + Q1 z^2);
 // approximation of atan on [0x1p-30, 0x1p-5], degree 5, max relative error 2^-37.51 (measured by tools/gen/invtrig_tables.py)
 const double atanf_poly[2] = {-0x1.555551663ace6p-2, 0x1.9933d9a5794dbp-3};
+
+// atan2f tier ex: atan(r) = r + r (E(v) + F(v) w), w = r^2, v = w^2, E(v) = (((E0 v + E1) v + E2) v
+// + E3) v, F(v) = ((F0 v + F1) v + F2) v + F3; interval [2^-30, 1/2], degree 17, max relative
+// error 2^-38.54 (tools/gen/invtrig_tables.py).
+const double atan2f_e[4] = {0x1.a8eb6a1fbc9d9p-6, 0x1.32474713e98d0p-4, 0x1.c70d3a367efd7p-4, 0x1.999998eac5238p-3};
+const double atan2f_f[4] = {-0x1.c6c7395b6793bp-5, -0x1.73640306ebb4bp-4, -0x1.24920e2eb2ecep-3, -0x1.555555552abffp-2};
+// Within a binade: atan(q) = ((G0 v + G1) v + G2) q^3 + ((G3 v + G4) v + G5) q, v = q^4;
+// interval [2^-30, 1/3], degree 11, max absolute error 2^-35.78 (tools/gen/invtrig_tables.py).
+const double atan2f_g[6] = {-0x1.1c1c0d9d9aa33p-4, -0x1.2448504ba093ep-3, -0x1.55555312dd43cp-2, 0x1.bcbeb947e6edcp-4, 0x1.9997b700fa0b3p-3, 0x1.ffffffff8f7dbp-1};
 
 // The atan2 kernel's series: atan(z) = z + z^3 (K0 + K1 v + ... + K6 v^6), v = z^2, K0 = -1/3
 // taken in two parts; interval [2^-40, 2^-5], degree 15, max relative error 2^-64.81

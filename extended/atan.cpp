@@ -1,18 +1,28 @@
 // Arcsine, arccosine, arctangent and the angle of a point, in radians and in degrees, in
-// extended precision: one core, the arctangent of a fraction at most 1 (ext2_common.h), with
-// 33 breakpoints k/32.
+// extended precision: the arctangent of a fraction at most 1 (ext2_common.h, with 33
+// breakpoints k/32) for atan and atan2, the series of the arcsine for asin and acos.
 //
 //   atan x      atan(|x|/1), or pi/2 - atan(1/|x|) above 1;
-//   asin x      the angle of (sqrt(1 - x^2), |x|), 1 - x^2 as (1 - |x|)(1 + |x|) from 1/2 on
-//               (1 - |x| exact) and by an exact square below;
-//   acos x      the angle of (|x|, sqrt(1 - x^2)), and pi less it for a negative x;
+//   asin x      below 3/8: x + x^3/6 + x^5 Q(x^2) (kAsinPoly, fitted up to 1/2, relative
+//               error 2^-71.6) in extended arithmetic: the tail T beyond x is below x/42,
+//               and its few roundings (x^2, x^3, the polynomial) move the result by less
+//               than 0.07 ulp; the one sum x + T rounds in the caller's mode.  From 3/8 to
+//               1/2 the same series with x^3/6 as an exact pair (three exact products), the
+//               rest (below 0.005 of the result) in the tail.  From 1/2 on pi/2 - 2 asin s,
+//               s = sqrt(z), z = (1 - |x|)/2 exact, s a pair (one exact square), asin s by
+//               the same series (s^2 = z exactly, two exact products): pi/2 - 2s - 2 s z/6
+//               by two-sums, the rest in the tail;
+//   acos x      pi/2 - asin x below 1/2 (two-sums of pi/2, -x and the exact pair of x^3/6
+//               from 3/8 on, the rest in the tail); from 1/2 on 2 asin s (no cancellation)
+//               or pi - 2 asin s;
 //   atan2(y, x) the angle of (|x|, |y|) on the significands, their exponents' difference
 //               clamped to 71 (beyond it x/y moves pi/2 by less than 2^-70); where |y/x| is
 //               below 2^-69 the angle is the ratio itself (its cube's third is below 2^-138
 //               of it), rounded once into a subnormal if need be, or pi less it; then pi less
 //               the angle for a negative x, and the sign of y;
 //   degrees     the radian pair times 180/pi as a pair.
-// Every result is a pair rounded once: 0.5 ulp plus about 2^-20 ulp.  Exact angles in degrees
+// Every result of the arctangent core is a pair rounded once: 0.5 ulp plus about 2^-20 ulp;
+// asin and acos stay within 0.5 ulp and the share of the tail's roundings (0.07 ulp).  Exact angles in degrees
 // (asind(1/2) = 30, acosd(0) = 90, atand(1) = 45, ...) come without a flag.
 #include "extended/ext2_common.h"
 
@@ -29,20 +39,69 @@ inline Pair sgn(Pair p, bool s) { return s ? neg(p) : p; }
 inline LD out(Pair p, bool deg) { return sum(deg ? mulp(p, pc(kRad2Deg)) : p); }
 
 // ---- arcsine and arccosine --------------------------------------------------------------------
-// sqrt(1 - a^2) as a pair, 0 <= a < 1.
-inline Pair cosine_side(LD a) {
-    Pair w;
-    if (a >= 0.5L) {
-        LD b, be;
-        two_sum(1.0L, a, b, be);
-        w = mulp({1.0L - a, 0.0L}, {b, be});
-    } else {
-        LD p, pe, s, se;
-        two_prod(a, a, p, pe);
-        fast_two_sum(1.0L, -p, s, se);
-        w = norm(s, se - pe);
-    }
-    return sqrtp(w);
+// Below 3/8 the polynomial's tail T is at most 0.024 of asin x, so that its roundings move
+// the result by less than 0.07 ulp (at 1/2 it would be 0.13).
+constexpr LD kPolyBelow = 0.375L;
+// From 1/2 on the half angle s = sqrt((1 - |x|)/2) is at most 1/2, and the series serves it.
+constexpr LD kHalfAngleFrom = 0.5L;
+
+// Q(t) of asin x = x + x^3/6 + x^5 Q(x^2), |x| <= 1/2, by Estrin's scheme.
+inline LD asin_q(LD t) {
+    const LD *c = kAsinPoly;
+    LD t2 = t * t, t4 = t2 * t2, t8 = t4 * t4;
+    LD q0 = (c[0] + t * c[1]) + t2 * (c[2] + t * c[3]);
+    LD q1 = (c[4] + t * c[5]) + t2 * (c[6] + t * c[7]);
+    LD q2 = (c[8] + t * c[9]) + t2 * (c[10] + t * c[11]);
+    LD q3 = (c[12] + t * c[13]) + t2 * (c[14] + t * c[15]);
+    return (q0 + t4 * q1) + t8 * (q2 + t4 * q3);
+}
+// asin x - x for |x| < 3/8, t = x^2: x t (1/6 + t Q(t)), 1/6 as a pair (its rounding to
+// extended would be a systematic 2^-69 of the result).
+inline LD asin_tail(LD x, LD t) {
+    LD xt = x * t;
+    return xt * (kSixth[0] + t * asin_q(t)) + xt * kSixth[1];
+}
+// asin s = s + s^3/6 + s^5 Q(s^2) for s = sh + sl, s^2 = t + te, |s| <= 1/2, with the
+// leading s^3/6 as an exact pair (sh t and its sixth by exact products): the rest, below
+// 0.005 of asin s, carries every rounding, so that they stay far below an ulp of the
+// result even where pi/2 - 2 asin s doubles them.
+struct Series {
+    Pair s;
+    LD q, rest;  // s^3/6 = q + part of rest; rest holds every smaller term
+};
+// Out of line: inlined, its exact products made the compiler spill and reload around the
+// short path below 3/8 too (measured: 2.4 times slower there).
+__attribute__((noinline)) Series series(Pair s, LD t, LD te) {
+    LD p, pe, q, qe;
+    two_prod(s.h, t, p, pe);
+    two_prod(p, kSixth[0], q, qe);
+    LD rest = qe + (p * kSixth[1] + (pe + (s.l * t + s.h * te)) * kSixth[0]) + p * t * asin_q(t);
+    return {s, q, rest};
+}
+// 3/8 <= |x| < 1/2: x itself, its square an exact pair.
+inline Series series_of(LD x) {
+    LD t, te;
+    two_prod(x, x, t, te);
+    return series({x, 0.0L}, t, te);
+}
+// 1/2 <= a < 1: the half angle s = sqrt(z), z = (1 - a)/2 exact, s a pair (one exact
+// square) whose square is z itself.
+inline Series half_angle(LD a) {
+    LD z = (1.0L - a) * 0.5L;  // exact: a >= 1/2
+    return series(sqrtp({z, 0.0L}), z, 0.0L);
+}
+// k asin s as a pair (k = 1 or 2).
+inline Pair times(const Series &h, LD k) {
+    LD v, ve;
+    two_sum(h.s.h, h.q, v, ve);
+    return {k * v, k * (ve + (h.s.l + h.rest))};
+}
+// c - k asin s as a pair (c = pi/2 or pi): two-sums of the heads, the rest in the tail.
+inline Pair less_times(const LD c[2], const Series &h, LD k) {
+    LD u, ue, v, ve;
+    two_sum(c[0], -k * h.s.h, u, ue);
+    two_sum(u, -k * h.q, v, ve);
+    return {v, (ue + ve) + (c[1] - k * (h.s.l + h.rest))};
 }
 
 inline LD asin_body(LD x, bool deg) {
@@ -69,8 +128,14 @@ inline LD asin_body(LD x, bool deg) {
     }
     if (deg && f == 0x3ffe && v.m == kOne64) return with_sign(30.0L, sx);
     X87Frame fr;
-    LD a = __builtin_fabsl(opaque(load(x)));
-    Pair r = atan2_pos({a, 0.0L}, cosine_side(a));
+    LD xx = opaque(load(x));
+    if (__builtin_fabsl(xx) < kPolyBelow) {
+        LD tail = asin_tail(xx, xx * xx);
+        if (!deg) return fr.finish(xx + tail);
+        return fr.finish(out(norm(xx, tail), true));
+    }
+    LD a = __builtin_fabsl(xx);
+    Pair r = a >= kHalfAngleFrom ? less_times(kPi2, half_angle(a), 2.0L) : times(series_of(a), 1.0L);
     return fr.finish(out(sgn(r, sx), deg));
 }
 
@@ -99,9 +164,21 @@ inline LD acos_body(LD x, bool deg) {
         if (deg) return fr.finish(90.0L - (sx ? -0x1p-70L : 0x1p-70L));  // x 180/pi below 2^-60 < ulp(90)/8
         return fr.finish(kPi2[0] + (kPi2[1] - xx));
     }
-    LD a = __builtin_fabsl(opaque(load(x)));
-    Pair r = atan2_pos(cosine_side(a), {a, 0.0L});
-    if (sx) r = addp(pc(kPi), neg(r));
+    LD xx = opaque(load(x));
+    Pair r;
+    if (__builtin_fabsl(xx) < kPolyBelow) {  // pi/2 - x - T
+        LD u, ue;
+        two_sum(kPi2[0], -xx, u, ue);
+        r = {u, ue + (kPi2[1] - asin_tail(xx, xx * xx))};
+    } else {
+        LD a = __builtin_fabsl(xx);
+        if (a >= kHalfAngleFrom) {
+            Series h = half_angle(a);
+            r = sx ? less_times(kPi, h, 2.0L) : times(h, 2.0L);
+        } else {
+            r = less_times(kPi2, series_of(xx), 1.0L);
+        }
+    }
     return fr.finish(out(r, deg));
 }
 
@@ -137,13 +214,9 @@ inline bool atan2_special(LD y, LD x, const Ext &vy, const Ext &vx, bool deg, LD
         r = x + y;
         return true;
     }
-    bool sy = vy.se >> 15, sx = vx.se >> 15;
-    int what;  // the angle in multiples of pi/4
-    if (is_zero(vy)) what = sx ? 4 : 0;
-    else if (is_zero(vx)) what = 2;
-    else if (is_inf(vy)) what = is_inf(vx) ? (sx ? 3 : 1) : 2;
-    else if (is_inf(vx)) what = sx ? 4 : 0;
-    else return false;
+    bool sy = vy.se >> 15;
+    int what = axis_octants(vy, vx);  // the angle in multiples of pi/4
+    if (what < 0) return false;
     if (deg) {
         r = with_sign(LD(45 * what), sy);
     } else if (what == 0) {

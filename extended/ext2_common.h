@@ -24,6 +24,7 @@ extern "C" {
 TSR_HIDDEN int __libm_reduce_pi04l(const long double *x, int add, double out[2]);
 TSR_HIDDEN void __libm_expm1l_k80(long double out[2], const long double in[2]);
 TSR_HIDDEN void __libm_log1pl_k80(long double out[2], const long double in[2]);
+TSR_HIDDEN void __libm_normalizel_k80(tsr::x80::Scaled *p);
 }
 
 namespace tsr::x80 {
@@ -216,6 +217,17 @@ inline Pair atan_frac(Pair n, Pair d) {
     LD s, e;
     two_sum(kAtanTab[k][0], t.h, s, e);
     return norm(s, e + (kAtanTab[k][1] + (t.l + t.h * t2 * poly)));
+}
+// The angle of a point on an axis or at an infinity, in multiples of pi/4 before y's sign
+// (0 and pi on the x axis by x's sign, pi/2 on the y axis, pi/4 or 3pi/4 for two
+// infinities); -1 for finite non-zero coordinates.  NaNs are the caller's.
+inline int axis_octants(const Ext &vy, const Ext &vx) {
+    bool sx = vx.se >> 15;
+    if (is_zero(vy)) return sx ? 4 : 0;
+    if (is_zero(vx)) return 2;
+    if (is_inf(vy)) return is_inf(vx) ? (sx ? 3 : 1) : 2;
+    if (is_inf(vx)) return sx ? 4 : 0;
+    return -1;
 }
 // The angle of (x, y) for x, y > 0 (pairs), in [0, pi/2].
 inline Pair atan2_pos(Pair y, Pair x) {

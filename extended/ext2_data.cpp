@@ -91,4 +91,25 @@ const long double kAtanPoly[6] = {
     0x1.3adf7c276c0d3194p-4L,
 };
 
+// approximation of asin x on [-0x1p-1, 0x1p-1], degree 35, max relative error 2^-71.64 (measured by tools/gen/ext2_tables.py)
+// Coefficients of x^5, x^7 .. x^35 (the lower ones are exact: x^1: 1, x^3: 1/6).
+const long double kAsinPoly[16] = {
+    0x1.3333333333333332p-4L,
+    0x1.6db6db6db6db7c72p-5L,
+    0x1.f1c71c71c6f59976p-6L,
+    0x1.6e8ba2e8ce66699cp-6L,
+    0x1.1c4ec4e6ca8689e2p-6L,
+    0x1.c9999b6a9fc42fd6p-7L,
+    0x1.7a8755680f3f57d0p-7L,
+    0x1.3fe209463408c32ap-7L,
+    0x1.12bcfe4bac1123a4p-7L,
+    0x1.e311e7b0ba1c1502p-8L,
+    0x1.8b35738e5ef89286p-8L,
+    0x1.02a0e5c9c455573ap-7L,
+    -0x1.6a5d78d8e055b558p-9L,
+    0x1.92ee5fc945d1f772p-6L,
+    -0x1.c0d525907b4bc684p-6L,
+    0x1.e74598a1ce45d054p-6L,
+};
+
 }  // namespace tsr::x80

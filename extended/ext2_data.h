@@ -13,5 +13,6 @@ extern const long double kAtanTab[33][2];
 extern const long double kSinPoly[9];  // x^5 .. x^21, every second power
 extern const long double kCosPoly[8];  // x^6 .. x^20, every second power
 extern const long double kAtanPoly[6];  // x^3 .. x^13, every second power
+extern const long double kAsinPoly[16];  // x^5 .. x^35, every second power
 
 }  // namespace tsr::x80

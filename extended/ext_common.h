@@ -27,6 +27,13 @@ namespace {
 
 constexpr uint64_t kOne64 = 0x8000000000000000ull;  // the integer bit of a significand
 
+// The scaled pair of the kernels: (hi + lo) 2^e, the exponent in the third 16-byte cell.
+struct Scaled {
+    long double hi, lo;
+    int e;
+};
+static_assert(sizeof(long double) == 16 && __builtin_offsetof(Scaled, e) == 32);
+
 // ---- unpacking ------------------------------------------------------------------------------
 // A finite non-zero value as its significand with the leading bit set and its unbiased
 // exponent (subnormals and pseudo-denormals normalised).

@@ -9,12 +9,6 @@ using namespace tsr::x80;
 
 namespace {
 
-struct Scaled {
-    long double hi, lo;
-    int e;
-};
-static_assert(sizeof(long double) == 16 && __builtin_offsetof(Scaled, e) == 32);
-
 // ln(h + l) as a pair for positive finite h, |l| small beside h.
 inline void log_of_pair(LD h, LD l, LD &rh, LD &rl) {
     LD hi, lo;

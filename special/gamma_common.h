@@ -10,10 +10,11 @@
 //   x < 2^-70          -ln x (the next term, -gamma x, is below 2^-76 of it);
 //   x < 11/16          ln Gamma(1 + x) - ln x, the first from the pieces with t measured
 //                      from the piece's centre less one (exact);
-//   11/16..65/16       27 pieces of width 1/8 (gamma_data.cpp), a degree-14 polynomial in
-//                      t = x - centre each (relative error below 2^-63.5); the pieces
-//                      centred on the zeros 1 and 2 have no constant term, so that t P(t)
-//                      is accurate relative to itself next to the zero;
+//   11/16..65/16       27 pieces of width 1/8 (gamma_data.cpp), a degree-16 polynomial in
+//                      t = x - centre each, its first four coefficients pairs (relative
+//                      error below 2^-77), evaluated to a pair; the pieces centred on the
+//                      zeros 1 and 2 have no constant term, so that t P(t) is accurate
+//                      relative to itself next to the zero;
 //   65/16..16          ln Gamma(x - n) + ln((x - 1)...(x - n)), x - n in [49/16, 65/16), the
 //                      product as a pair;
 //   x >= 16            Stirling: (x - 1/2) ln x - x + ln(2 pi)/2 + sum B_2k/(2k(2k-1)x^(2k-1)),
@@ -22,11 +23,13 @@
 //   x < 0, |x| < 24    with n = floor(-x) and z = x + n + 1 in (0, 1):
 //                      ln|Gamma(x)| = ln Gamma(1 + z) - ln|x (x + 1) ... (x + n + 1)|.
 //                      Every factor is exact, the product is kept as a pair and its
-//                      logarithm taken as a pair, so the absolute error is about 2^-67:
-//                      this is what keeps the result accurate next to the zeros of ln|Gamma|
-//                      on the negative axis, where the two terms cancel.
+//                      logarithm taken as a pair, and the piece is a pair too, so the
+//                      absolute error is about 2^-76: this is what keeps the result accurate
+//                      next to the zeros of ln|Gamma| on the negative axis, where the two
+//                      terms cancel.
 //   x <= -24           reflection: -(ln|d| + ln(sin(pi d)/(pi d)) + ln|x| + ln Gamma(|x|)),
-//                      d = |x| - round(|x|) (exact), the logarithms as pairs, Stirling at |x|.
+//                      d = |x| - round(|x|) (exact), the logarithms as pairs (the second a
+//                      polynomial in d^2 ending in pair steps), Stirling at |x|.
 //                      The result is large there (no double lies near a zero beyond 20), so
 //                      the sum does not cancel.
 // The sign of Gamma(x) for x < 0 between -n-1 and -n is (-1)^(n+1).
@@ -91,20 +94,50 @@ inline Pair ln_pair(LD x) {
     return r;
 }
 
-// Piece k at t (Horner; the last step adds the constant term, zero on the pieces of the zeros).
-inline LD piece(int k, LD t) {
-    const LD *c = kLgPiece[k];
-    LD p = c[kPieceDegree];
-    for (int i = kPieceDegree - 1; i >= 0; --i) p = p * t + c[i];
+// c[0] + c[1] v + ... + c[n] v^n at v = vh + vl as a pair, the coefficients of v^0..v^(m-1)
+// held as pairs (heads c, tails cl): Horner in extended at vh from the top down to v^m, then
+// the last steps on the pairs, the product v times a pair kept exact by Dekker's product (vl
+// joins each of those steps to the first order).  With |v| <= 1/16 (the pieces, m = 4) or
+// v <= 1/4 (the reflection, m = 4) the extended part's rounding stays below 2^-72 of the
+// result, and the pair steps add about 2^-80.
+inline Pair poly_pairs(const LD *c, const LD *cl, int n, int m, LD vh, LD vl) {
+    LD q = c[n];
+    for (int i = n - 1; i >= m; --i) q = q * vh + c[i];
+    Pair p;
+    LD s, e;
+    two_sum(c[m - 1], vh * q, s, e);
+    fast_two_sum(s, e + cl[m - 1], p.h, p.l);
+    for (int i = m - 2; i >= 0; --i) {
+        LD r, re;
+        two_prod(vh, p.h, r, re);
+        re += vh * p.l + vl * p.h;
+        two_sum(c[i], r, s, e);
+        fast_two_sum(s, e + (re + cl[i]), p.h, p.l);
+    }
     return p;
 }
+
+// Piece k at t (exact, |t| <= 1/16) as a pair: within about 2^-76 of ln Gamma (fit error
+// 2^-77.3), relative to the result also on the pieces of the zeros, whose constant terms are
+// zero.
+inline Pair piece(int k, LD t) { return poly_pairs(kLgPiece[k], kLgPieceTail[k], kPieceDegree, kPiecePairs, t, 0.0L); }
 constexpr int kPieceOfOne = 2, kPieceOfTwo = 10;
 constexpr LD kFirstCentre = 0.75L, kPieceWidth = 0.125L;
 constexpr LD kPiecesFrom = 0.6875L, kPiecesTo = 4.0625L;  // 11/16, 65/16
 
-// ln Gamma(s + x) for s + x in [11/16, 65/16): t = x - (centre - s), exact whenever the
-// centre less s lies within a factor two of x (always for s = 0 and for s = 1 with x >= 1/16).
-inline LD lg_pieces(LD x, int s) {
+// The piece of s + x in [11/16, 65/16) for the double cores, and t = x - (centre - s) (exact,
+// as below).
+inline int piece_at(double x, int s, double &t) {
+    int k = int((x + s - 0.6875) * 8.0);
+    k = k < 0 ? 0 : (k >= kPieces ? kPieces - 1 : k);
+    t = x - (0.75 + k * 0.125 - s);
+    return k;
+}
+
+// ln Gamma(s + x) for s + x in [11/16, 65/16), s an integer: t = x - (centre - s), exact
+// whenever the centre less s lies within a factor two of x (always for s = 0 and for s = 1
+// with x >= 1/16), or |t| <= |x| (x < 0).
+inline Pair lg_pieces(LD x, int s) {
     int k = int((x + LD(s) - kPiecesFrom) * 8.0L);
     k = k < 0 ? 0 : (k >= kPieces ? kPieces - 1 : k);
     LD c = kFirstCentre + LD(k) * kPieceWidth - LD(s);
@@ -124,31 +157,40 @@ inline Pair stirling(LD x) {
         ser *= r;
     }
     if (__builtin_expect(x > 0x1p8000L, 0)) {
-        // Only extended arguments come here: the split of the pair product would overflow,
-        // and x (ln x - 1) alone carries the result to the last place.
-        return {x * ((L.h - 1.0L) + L.l) - 0.5L * L.h, 0.0L};
+        // Only extended arguments come here: x (ln x - 1) alone carries the result to the
+        // last place (the rest is below 2^-8000 of it but for -ln(x)/2, added to the tail).
+        // The product as a pair, with x brought down by 2^-64 (exactly) for the split.
+        LD m, me;
+        fast_two_sum(L.h - 1.0L, L.l, m, me);  // L.h - 1 exact (L.h > 5000)
+        LD p, e;
+        two_prod(x * 0x1p-64L, m, p, e);
+        e += x * 0x1p-64L * me;
+        return {p * 0x1p64L, e * 0x1p64L - 0.5L * L.h};
     }
-    LD a = x - 0.5L;  // exact below 2^63; above, its rounding is far below the result's ulp
+    // (x - 1/2) ln x as x ln x - (ln x)/2: x - 1/2 is not exact from 2^63 on.
     LD p, e;
-    two_prod(a, L.h, p, e);
-    e += a * L.l;
+    two_prod(x, L.h, p, e);
+    e += x * L.l;
     Pair s;
     fast_two_sum(p, e, s.h, s.l);
+    s = add(s, {-0.5L * L.h, -0.5L * L.l});
     s = add(s, {-x, 0.0L});
     s = add(s, {kHalfLn2Pi[0], kHalfLn2Pi[1] + ser});
     return s;
 }
 
-// ln|(x + s)(x + s + 1)...(x + s + m - 1)| as a pair: every factor is exact (each lies within
-// the binade of x or below it, on x's grid) and the product is kept as a pair by exact
-// products, so that only the logarithm's own error (about 2^-80 relative) remains.
+// ln|(x + s)(x + s + 1)...(x + s + m - 1)| as a pair: every factor is an exact pair and the
+// product is kept as a pair by exact products, so that only the logarithm's own error (about
+// 2^-80 relative) remains.
 inline Pair ln_product(LD x, int s, int m) {
     LD qh = x + LD(s), ql = 0.0L;
     for (int i = 1; i < m; ++i) {
-        LD f = x + LD(s + i);
+        // The factor as an exact pair: x + 1 rounds for x in (-1/2, 0).
+        LD f, fl;
+        two_sum(x, LD(s + i), f, fl);
         LD p, e;
         two_prod(qh, f, p, e);
-        e += ql * f;
+        e += ql * f + qh * fl;
         fast_two_sum(p, e, qh, ql);
     }
     if (qh < 0) {
@@ -164,16 +206,30 @@ inline Pair ln_product(LD x, int s, int m) {
 inline Pair lg_pos(LD x) {
     if (x < 0x1p-70L) return neg(ln_pair(x));
     if (x < kPiecesFrom) {
-        LD a = x < 0.0625L ? piece(kPieceOfOne, x) : lg_pieces(x, 1);
-        return add({a, 0.0L}, neg(ln_pair(x)));
+        Pair a = x < 0.0625L ? piece(kPieceOfOne, x) : lg_pieces(x, 1);
+        return add(a, neg(ln_pair(x)));
     }
-    if (x < kPiecesTo) return {lg_pieces(x, 0), 0.0L};
+    if (x < kPiecesTo) return lg_pieces(x, 0);
     if (x < 16.0L) {
         // ln Gamma(x - n) + ln((x - n)...(x - 1)), x - n in [49/16, 65/16).
         int n = int(x - 3.0625L);
-        return add({lg_pieces(x - LD(n), 0), 0.0L}, ln_product(x, -n, n));
+        return add(lg_pieces(x - LD(n), 0), ln_product(x, -n, n));
     }
     return stirling(x);
+}
+
+// ln(sin(pi d)/(pi d)) = e Q(e), e = d^2 (|d| <= 1/2), as a pair: e as the exact pair of d
+// times d, Q from its pairs (fit error 2^-76 relative), and the last product by e's pair.
+inline Pair ln_sin_ratio(LD d) {
+    LD eh, el;
+    two_prod(d, d, eh, el);
+    Pair q = poly_pairs(kLnSin, kLnSinTail, kLnSinDegree, kLnSinPairs, eh, el);
+    LD r, re;
+    two_prod(eh, q.h, r, re);
+    re += eh * q.l + el * q.h;
+    Pair p;
+    fast_two_sum(r, re, p.h, p.l);
+    return p;
 }
 
 // ln|Gamma(x)| for a finite negative non-integer x (|x| < 2^63), and the sign of Gamma(x).
@@ -183,21 +239,20 @@ inline Pair lg_neg(LD x, int *sign) {
     *sign = (n & 1) ? 1 : -1;
     if (y < 24.0L) {
         LD z = x + LD(n + 1);  // in (0, 1)
-        LD a;
+        Pair a;
+        // z itself rounds for n = 0 and x above -1/2; t, measured from the piece, does not
+        // (|t| <= 1/16 lies on x's grid below |x|).
         if (z > 0.9375L) a = piece(kPieceOfTwo, x + LD(n));  // ln Gamma(2 + t), t = x + n exact
-        else if (z < 0.0625L) a = piece(kPieceOfOne, z);
-        else a = lg_pieces(z, 1);
+        else if (z < 0.0625L) a = piece(kPieceOfOne, z);      // z exact here
+        else a = lg_pieces(x, int(n) + 2);  // ln Gamma(x + n + 2)
         // minus ln|x (x + 1) ... (x + n + 1)|
-        return add({a, 0.0L}, neg(ln_product(x, 0, int(n) + 2)));
+        return add(a, neg(ln_product(x, 0, int(n) + 2)));
     }
     LD r = LD(int64_t(n));
     LD d = y - r;
     if (d > 0.5L) d -= 1.0L;  // exact: y - round(y)
     LD ad = d < 0 ? -d : d;
-    LD e = d * d;
-    LD q = kLnSin[kLnSinDegree];
-    for (int i = kLnSinDegree - 1; i >= 0; --i) q = q * e + kLnSin[i];
-    Pair s = add(ln_pair(ad), {q * e, 0.0L});
+    Pair s = add(ln_pair(ad), ln_sin_ratio(d));
     s = add(s, ln_pair(y));
     s = add(s, lg_pos(y));
     return neg(s);

@@ -3,63 +3,96 @@
 
 namespace tsr::gamma {
 
-// ln|Gamma(x)| on [centre - 1/16, centre + 1/16), centre = 3/4 + k/8: coefficients of t^0..t^14,
-// t = x - centre (pieces 2 and 10, the zeros at 1 and 2, without a constant term).
+// ln|Gamma(x)| on [centre - 1/16, centre + 1/16), centre = 3/4 + k/8: coefficients of t^0..t^16,
+// t = x - centre (pieces 2 and 10, the zeros at 1 and 2, without a constant term); the
+// coefficients of t^0..t^3 are the heads of pairs whose tails are kLgPieceTail.  The error
+// stated is that of the polynomial with the pairs' exact sums.
 const long double kLgPiece[kPieces][kPieceDegree + 1] = {
-    // centre 0.75: interval [0x1.6p-1, 0x1.ap-1], degree 14, max rel. error 2^-65.22 (tools/gen/gamma_tables.py)
-    {0x1.a051c372609edd82p-3L, -0x1.15fafa86b04db040p+0L, 0x1.455c4ff28f0bf55ap+0L, -0x1.c47dca479e2900aap-1L, 0x1.a59e099b26a23d1cp-1L, -0x1.b69daccfc8db9c40p-1L, 0x1.e2ab46749f99128ep-1L, -0x1.12bd3731908bdcecp+0L, 0x1.40037d46089cf086p+0L, -0x1.7b051e9b1893b42cp+0L, 0x1.c6b185a8c2372a8cp+0L, -0x1.137ba9d65953c6fcp+1L, 0x1.50c3dd4d84c5a7aap+1L, -0x1.a7ec88669ad4e3a2p+1L, 0x1.0377da38db4c2f46p+2L},
-    // centre 0.875: interval [0x1.ap-1, 0x1.ep-1], degree 14, max rel. error 2^-63.90 (tools/gen/gamma_tables.py)
-    {0x1.5fad6139c1202c00p-4L, -0x1.9ba820277232cb0ep-1L, 0x1.00bc1ea54482982ep+0L, -0x1.2729daf51027b64cp-1L, 0x1.cf503481763e31c2p-2L, -0x1.998a247f683d2d38p-2L, 0x1.8093e1126f74ce8ep-2L, -0x1.766a9fcdd9dad620p-2L, 0x1.756289d4b4904d5ep-2L, -0x1.7ad603edb6cdb31ap-2L, 0x1.856f47f612d0df56p-2L, -0x1.9474fd759f044b80p-2L, 0x1.a7ca4fe9e57b996ep-2L, -0x1.c6667b27e115b4dap-2L, 0x1.d904b38240839a20p-2L},
-    // centre 1.0: interval [0x1.ep-1, 0x1.1p+0], degree 14, max rel. error 2^-65.35 (tools/gen/gamma_tables.py)
-    {0x0p+0L, -0x1.2788cfc6fb618f4ap-1L, 0x1.a51a6625307d3230p-1L, -0x1.9a4d55beab2d6e86p-2L, 0x1.151322ac7d848598p-2L, -0x1.a8b9c17aa62f203ep-3L, 0x1.5b40cb100c1a20b4p-3L, -0x1.2703a1dc4b128fb6p-3L, 0x1.010b36af9276bf12p-3L, -0x1.c80673f989f5dbbep-4L, 0x1.9a01e4bfc3701624p-4L, -0x1.748701ac51e82852p-4L, 0x1.5567a55b83a44754p-4L, -0x1.3ee145c762d57038p-4L, 0x1.279a59ebcb19d56cp-4L},
-    // centre 1.125: interval [0x1.1p+0, 0x1.3p+0], degree 14, max rel. error 2^-66.16 (tools/gen/gamma_tables.py)
-    {-0x1.ebb5bd9a570d1296p-5L, -0x1.8dd1054e5dd5e344p-2L, 0x1.635cb6a4b519af62p-1L, -0x1.2b3c82e2d0b71dd0p-2L, 0x1.61925ede8bef1454p-3L, -0x1.dd5e8fb541b019cep-4L, 0x1.5915f30609442450p-4L, -0x1.03caf0e767729e30p-4L, 0x1.91b0504c1cd30722p-5L, -0x1.3c66f6cbbe92f9a6p-5L, 0x1.f96e7d510387ebeep-6L, -0x1.9812331f1c6d7e52p-6L, 0x1.4c515f3808cb9558p-6L, -0x1.136661c6f0d4d9bap-6L, 0x1.cc2e661cfd6da0dcp-7L},
-    // centre 1.25: interval [0x1.3p+0, 0x1.5p+0], degree 14, max rel. error 2^-66.75 (tools/gen/gamma_tables.py)
-    {-0x1.92857d38caf41748p-4L, -0x1.d1d32879af85c88ep-3L, 0x1.328429d927c66f4ep-1L, -0x1.c533afa1c090ab86p-3L, 0x1.dad1b9fd7bfc93dcp-4L, -0x1.1de1433c297fad52p-4L, 0x1.71ef365f26b99af2p-5L, -0x1.f39b6d9e19aa4550p-6L, 0x1.5ae76b3bf6ff3902p-6L, -0x1.eb3c2aaa2099acd6p-7L, 0x1.60db27cee91e34fep-7L, -0x1.004903a1d776dcbap-7L, 0x1.779b678339e5dcc2p-8L, -0x1.178baa1934fe5168p-8L, 0x1.a0f0eddbfe4ca934p-9L},
-    // centre 1.375: interval [0x1.5p+0, 0x1.7p+0], degree 14, max rel. error 2^-67.28 (tools/gen/gamma_tables.py)
-    {-0x1.e25359cc3ba23d2ep-4L, -0x1.65b6a3ea07643a32p-4L, 0x1.0cf87b2d7d935f16p-1L, -0x1.61afe371b0cb43bcp-3L, 0x1.4c3c14d6270ec690p-4L, -0x1.68805ee7558ff6bap-5L, 0x1.a5b515333df2f568p-6L, -0x1.01f3095c27dd1584p-6L, 0x1.44e8de92804da5f6p-7L, -0x1.a1a936e00c292a84p-8L, 0x1.107ca2aa5aa0d210p-8L, -0x1.67a367083bd0d01ap-9L, 0x1.df01162cfc1edbe8p-10L, -0x1.438d20c17216e566p-10L, 0x1.b584313add2b82c0p-11L},
-    // centre 1.5: interval [0x1.7p+0, 0x1.9p+0], degree 14, max rel. error 2^-66.34 (tools/gen/gamma_tables.py)
-    {-0x1.eeb95b094c1914d2p-4L, 0x1.2aed059bd608a074p-5L, 0x1.de9e64df22ef2d26p-2L, -0x1.1ae55b180726c192p-3L, 0x1.e0f840dad61d9a92p-5L, -0x1.da59d5374a551fc4p-6L, 0x1.f9ca39daa92af2a2p-7L, -0x1.1a8ba4f0e177f600p-7L, 0x1.456f1ad65b5e4f26p-8L, -0x1.7edb8186099c536cp-9L, 0x1.c9735b5726ee53bap-10L, -0x1.14894f478aafff3ep-10L, 0x1.517b3dbe1fa51e0ap-11L, -0x1.a15909496e88d6eap-12L, 0x1.023d14ee68013cdap-12L},
-    // centre 1.625: interval [0x1.9p+0, 0x1.bp+0], degree 14, max rel. error 2^-65.18 (tools/gen/gamma_tables.py)
-    {-0x1.bf2d6060df8053f8p-4L, 0x1.2da706f90c75677ep-3L, 0x1.aeaf8f944ee1635cp-2L, -0x1.cde12aa3e3890d92p-4L, 0x1.6627edfcc97cf280p-5L, -0x1.436a59904b245f3ap-6L, 0x1.3c8eb7cd30eae2a8p-7L, -0x1.453aa59570819780p-8L, 0x1.58e3c97d0b0371acp-9L, -0x1.75e17b973562f24cp-10L, 0x1.9be049067ab231e0p-11L, -0x1.cb4e0d5d95e67d06p-12L, 0x1.02923ab264405410p-12L, -0x1.26d012f73e036898p-13L, 0x1.5048663914f41f6ap-14L},
-    // centre 1.75: interval [0x1.bp+0, 0x1.dp+0], degree 14, max rel. error 2^-66.39 (tools/gen/gamma_tables.py)
-    {-0x1.59b4fd6875a6e30cp-4L, 0x1.fad2d675283d28b6p-3L, 0x1.87385c3c034c47c0p-2L, -0x1.7f95d3d17c5a8f68p-4L, 0x1.112f9cdb80001718p-5L, -0x1.c69a305c523b2092p-7L, 0x1.9aef3265ad3a401ep-8L, -0x1.8689d06700204356p-9L, 0x1.7f89d0ae8990c64cp-10L, -0x1.815ca08100185658p-11L, 0x1.89b15ddc95489a6cp-12L, -0x1.974ead81c1f81ad0p-13L, 0x1.a995344865351706p-14L, -0x1.c214ffff645e20aep-15L, 0x1.dbcefa2ab8232cd8p-16L},
-    // centre 1.875: interval [0x1.dp+0, 0x1.fp+0], degree 14, max rel. error 2^-64.69 (tools/gen/gamma_tables.py)
-    {-0x1.8688de1676de9f8ep-5L, 0x1.5af8e44364befc2cp-2L, 0x1.663465af316331d0p-2L, -0x1.434267351189952ap-4L, 0x1.a96aeb1de4cb14dcp-6L, -0x1.47f370e2e45e877cp-7L, 0x1.13392e114b15b00ep-8L, -0x1.e664b25b596efd66p-10L, 0x1.bc9d360220d21672p-11L, -0x1.a0226ce395734c62p-12L, 0x1.8c3d75f37ebb005cp-13L, -0x1.7e3d63c1a69a7102p-14L, 0x1.7483530f6d1a4704p-15L, -0x1.6f4f57138311b07ap-16L, 0x1.68b82f4a476bc534p-17L},
-    // centre 2.0: interval [0x1.fp+0, 0x1.08p+1], degree 14, max rel. error 2^-65.13 (tools/gen/gamma_tables.py)
-    {0x0p+0L, 0x1.b0ee6072093ce16cp-2L, 0x1.4a34cc4a60fa6462p-2L, -0x1.13e001a557606812p-4L, 0x1.51322ac7d84836bep-6L, -0x1.e404fc218f5f1f08p-8L, 0x1.7add6eadb6c31bf4p-9L, -0x1.38ac5c2bf842316cp-10L, 0x1.0b36af86378aeee8p-11L, -0x1.d3fd4c84f0b47b46p-13L, 0x1.a127b11028721c98p-14L, -0x1.78de0924212cbd06p-15L, 0x1.580d49ab671d7d14p-16L, -0x1.3dacc57a52a74140p-17L, 0x1.26bd2ef30863e8acp-18L},
-    // centre 2.125: interval [0x1.08p+1, 0x1.18p+1], degree 14, max rel. error 2^-64.00 (tools/gen/gamma_tables.py)
-    {0x1.d92b302b074faaa6p-5L, 0x1.0033ef1fed86d57ap-1L, 0x1.322e5d7bfb955872p-2L, -0x1.dc0e76d6d8211f9cp-5L, 0x1.0f76214a22aec43ap-6L, -0x1.6c5862ae72b2f1fap-8L, 0x1.0b179192bfe14c14p-9L, -0x1.9d63b34fd97fda94p-11L, 0x1.4b96198a3adbd910p-12L, -0x1.10b913a7a668277cp-13L, 0x1.c8e6d98a2b64b832p-15L, -0x1.840f1011dff0c2f0p-16L, 0x1.4d261ab8698978d4p-17L, -0x1.214b7b56ea3cc3fap-18L, 0x1.fcadd428c824f240p-20L},
-    // centre 2.25: interval [0x1.18p+1, 0x1.28p+1], degree 14, max rel. error 2^-64.74 (tools/gen/gamma_tables.py)
-    {0x1.ff797bba88501e3cp-4L, 0x1.2524cf7b2db82776p-1L, 0x1.1d5a3f376e453088p-2L, -0x1.9eb4cd8bc999619cp-5L, 0x1.bb1c5a5dbe4e62d4p-7L, -0x1.171c930caa33ed52p-8L, 0x1.80a7c9ffae8558b4p-10L, -0x1.181e9b4110f72eb4p-11L, 0x1.a73e8ce90755d638p-13L, -0x1.481601197b419eb8p-14L, 0x1.0326b7ec13ff9612p-15L, -0x1.9f434ebcd804409ap-17L, 0x1.5067db9eecb1bfd6p-18L, -0x1.13a120e00bb6abf2p-19L, 0x1.c795dbb97e723916p-21L},
-    // centre 2.375: interval [0x1.28p+1, 0x1.38p+1], degree 14, max rel. error 2^-65.11 (tools/gen/gamma_tables.py)
-    {0x1.9b07cb5d6e07310ap-3L, 0x1.47a642c89087d5d2p-1L, 0x1.0b219f9c915dc048p-2L, -0x1.6c55832240217468p-5L, 0x1.6e108f78d4b9fc9cp-7L, -0x1.b25980905e291afcp-9L, 0x1.1a42425c612e354cp-10L, -0x1.8417c951d416f8f2p-12L, 0x1.15017bed04b36084p-13L, -0x1.95ff8fe6ce057086p-15L, 0x1.2f53e1e4efd9dfb8p-16L, -0x1.cbe820ab5be80b56p-18L, 0x1.60a2ea32697fc582p-19L, -0x1.11752cd28e3d6462p-20L, 0x1.ab697ac3f27d2e4ap-22L},
-    // centre 2.5: interval [0x1.38p+1, 0x1.48p+1], degree 14, max rel. error 2^-63.86 (tools/gen/gamma_tables.py)
-    {0x1.2383e809a67e79f8p-2L, 0x1.680425af12b5df5cp-1L, 0x1.f62057f7296c932ep-3L, -0x1.427f4cc53f5ef9b2p-5L, 0x1.31b4c4359dfe511ep-7L, -0x1.56b48947b3c37130p-9L, 0x1.a54d1cabdc3cc662p-11L, -0x1.123653d59f3205c4p-12L, 0x1.72e00847c10fb05cp-14L, -0x1.01a8f9b377355b0ep-15L, 0x1.6d28afd3db836752p-17L, -0x1.06a7da7871efb96ep-18L, 0x1.7e46b49318e494eap-20L, -0x1.195924023dc4cee8p-21L, 0x1.a13d29b4754e745ep-23L},
-    // centre 2.625: interval [0x1.48p+1, 0x1.58p+1], degree 14, max rel. error 2^-65.77 (tools/gen/gamma_tables.py)
-    {0x1.815d9de2b88eb638p-2L, 0x1.867d72f956ce94f4p-1L, 0x1.d995a77d71d4f42cp-3L, -0x1.1f64070e0f6472dap-5L, 0x1.01ca3b39d2da932ep-7L, -0x1.11cde6a71fd38268p-9L, 0x1.3f3d568e15e5153ap-11L, -0x1.8a778c22d55979d2p-13L, 0x1.fac7474f605e5cc2p-15L, -0x1.4e9d1a7bb418ffe2p-16L, 0x1.c2e59423074e2408p-18L, -0x1.347c3e54029f0258p-19L, 0x1.ab2b5851bbe18eb0p-21L, -0x1.2b207becc66c00d2p-22L, 0x1.a60d143714caa570p-24L},
-    // centre 2.75: interval [0x1.58p+1, 0x1.68p+1], degree 14, max rel. error 2^-65.63 (tools/gen/gamma_tables.py)
-    {0x1.e69eac73eab04efap-2L, 0x1.a346fec1dc586ec0p-1L, 0x1.c012ae051644f7fep-3L, -0x1.01a88b861cc8072ep-5L, 0x1.b696cf9da0418c10p-8L, -0x1.ba7d3b200ea5db26p-10L, 0x1.ea8360b790b08778p-12L, -0x1.20595481edf0431ep-13L, 0x1.60b2b1f2d7ba6b4ap-15L, -0x1.bbab5d0f536f752cp-17L, 0x1.1cde8d9734ea4396p-18L, -0x1.7396dda327d968c8p-20L, 0x1.eaa81804ca684714p-22L, -0x1.47a563c63cd9f156p-23L, 0x1.b8df4ebc2eb0d826p-25L},
-    // centre 2.875: interval [0x1.68p+1, 0x1.78p+1], degree 14, max rel. error 2^-64.99 (tools/gen/gamma_tables.py)
-    {0x1.297070a2ffbcfc4ep-1L, 0x1.be8d8332c3708f28p-1L, 0x1.a92363d4b6f8738cp-3L, -0x1.d08876525d7626f4p-6L, 0x1.78103ba7b878d6dcp-8L, -0x1.693ce8b0fc3573dep-10L, 0x1.7d9555b46c919e52p-12L, -0x1.abcbfaf71451c7b2p-14L, 0x1.f341e7ed46079566p-16L, -0x1.2bc078e5efc12bbap-17L, 0x1.6f966073f98dac7ap-19L, -0x1.ca09a899403bbb2ep-21L, 0x1.20f353ba8d1a93c8p-22L, -0x1.70c3986203216a14p-24L, 0x1.da36b6183921acf6p-26L},
-    // centre 3.0: interval [0x1.78p+1, 0x1.88p+1], degree 14, max rel. error 2^-65.51 (tools/gen/gamma_tables.py)
-    {0x1.62e42fefa39ef358p-1L, 0x1.d8773039049e70b6p-1L, 0x1.94699894c1f4c8c4p-3L, -0x1.a4d55beab2d6f59ep-6L, 0x1.44c8ab1f6120dafcp-8L, -0x1.29ad8a1fd715fb6ep-10L, 0x1.2c40cac30b6d40dap-12L, -0x1.41a13076696c970ap-14L, 0x1.66d5f0c72d94b3e4p-16L, -0x1.9c1b55f82e60f200p-18L, 0x1.e385d5ff31e8ab1ap-20L, -0x1.20511639ac871e9ap-21L, 0x1.5c3c9c5997a1490ep-23L, -0x1.a97d01276031dcd6p-25L, 0x1.05f57e51d9a39b0ep-26L},
-    // centre 3.125: interval [0x1.88p+1, 0x1.98p+1], degree 14, max rel. error 2^-65.65 (tools/gen/gamma_tables.py)
-    {0x1.9f8113b265769464p-1L, 0x1.f124e010de77c66cp-1L, 0x1.8198146f8cde82d6p-3L, -0x1.7ef828938c5fe9bap-6L, 0x1.1a5950c767212ed6p-8L, -0x1.eed186c178acd7eap-11L, 0x1.dd7bacc94e2ca1b8p-13L, -0x1.e99bde51818bf00ep-15L, 0x1.05931507bfccc856p-16L, -0x1.1fd2f3dc4ef66d66p-18L, 0x1.43abc42a4e11dd2cp-20L, -0x1.7211ca3a9d33e9c4p-22L, 0x1.aca346ca8abf2c3cp-24L, -0x1.f64768e9aa786b8ap-26L, 0x1.289ec62bfe0de20cp-27L},
-    // centre 3.25: interval [0x1.98p+1, 0x1.a8p+1], degree 14, max rel. error 2^-64.81 (tools/gen/gamma_tables.py)
-    {0x1.df216e434a8ec2f4p-1L, 0x1.0459842f5df88582p+0L, 0x1.706ef688253b5de8p-3L, -0x1.5df43307a7ccceb0p-6L, 0x1.ede2fea1dad45496p-9L, -0x1.9e80723be7d0d2a8p-11L, 0x1.7f549c31e0e3ac32p-13L, -0x1.78e71bff711adbb2p-15L, 0x1.82568cae4f7e3a32p-17L, -0x1.97f89dd7f70bc18ep-19L, 0x1.b86eb69a1d49fd5ep-21L, -0x1.e3900240d8e151eep-23L, 0x1.0cfba711e9cab796p-24L, -0x1.2ec5b0bcb2fde302p-26L, 0x1.5790e0f2241f9886p-28L},
-    // centre 3.375: interval [0x1.a8p+1, 0x1.b8p+1], degree 14, max rel. error 2^-69.25 (tools/gen/gamma_tables.py)
-    {0x1.10d17244ceb8075ep+0L, 0x1.0f9d3c56cf008c98p+0L, 0x1.60b8f6e409e998aep-3L, -0x1.40ffb92b94e0505ep-6L, 0x1.b25b961028ab7ecap-9L, -0x1.5dbe0d454a837232p-11L, 0x1.367bad93108f16a4p-13L, -0x1.25303f09dd654db2p-15L, 0x1.20bfadd6dd19e2d8p-17L, -0x1.251257f0505532b2p-19L, 0x1.303178d6bf6f9bf8p-21L, -0x1.4130d23a0bdea216p-23L, 0x1.57b7c10417c9720ep-25L, -0x1.7432868e896edc1ep-27L, 0x1.965e53e7ed66c692p-29L},
-    // centre 3.5: interval [0x1.b8p+1, 0x1.c8p+1], degree 14, max rel. error 2^-66.45 (tools/gen/gamma_tables.py)
-    {0x1.3373018970a35b82p+0L, 0x1.1a68793defc15614p+0L, 0x1.52494db9b8c8bc24p-3L, -0x1.27781d4bb093a01cp-6L, 0x1.7ff6b372ef93afc6p-9L, -0x1.29143cf153aa7382p-11L, 0x1.fb1924e598dce240p-14L, -0x1.cc91773747f0adb8p-16L, 0x1.b471a24b9d2a63c6p-18L, -0x1.aa5f6081b431be4ap-20L, 0x1.aa16351a9b9efd00p-22L, -0x1.b1438e2bde5a6e56p-24L, 0x1.be9b37b274320d68p-26L, -0x1.d1e12d5c6a68f8bap-28L, 0x1.ea1561568696eecap-30L},
-    // centre 3.625: interval [0x1.c8p+1, 0x1.d8p+1], degree 14, max rel. error 2^-66.98 (tools/gen/gamma_tables.py)
-    {0x1.5766f21f2e8b5f48p+0L, 0x1.24c4d1de317fac00p+0L, 0x1.44fa149fb1afcd46p-3L, -0x1.10d92cdb9c754978p-6L, 0x1.5506ea0ab3cfc312p-9L, -0x1.fbd3247e41678cfap-12L, 0x1.a14508d8e3781054p-14L, -0x1.6d03572bd6048832p-16L, 0x1.4d4382974523e068p-18L, -0x1.39c88dfd59f19e7ep-20L, 0x1.2e4cc654a6352f42p-22L, -0x1.2869234af2b758c6p-24L, 0x1.26aeeceb9cbb5cf4p-26L, -0x1.28825c9b5d95ecb0p-28L, 0x1.2ce9745906139d50p-30L},
-    // centre 3.75: interval [0x1.d8p+1, 0x1.e8p+1], degree 14, max rel. error 2^-65.20 (tools/gen/gamma_tables.py)
-    {0x1.7c9ff21d3df6975ep+0L, 0x1.2ebac53262894ea6p+0L, 0x1.38ab02a5e160790cp-3L, -0x1.f96d28c6319a4f60p-7L, 0x1.3039996d2794098ep-9L, -0x1.b489d106fbe8bd58p-12L, 0x1.59c9bea86362a94ep-14L, -0x1.23b55257e87c82aep-16L, 0x1.00eeca7ea1473f76p-18L, -0x1.d2e25ec809124be0p-21L, 0x1.b227f2df2d26e4cep-23L, -0x1.9afc5fc1c9e11a06p-25L, 0x1.8a8bb129cc9debbcp-27L, -0x1.7f6220fad36e48eap-29L, 0x1.77ccd1554dc921e0p-31L},
-    // centre 3.875: interval [0x1.e8p+1, 0x1.f8p+1], degree 14, max rel. error 2^-68.88 (tools/gen/gamma_tables.py)
-    {0x1.a311b02440ee1246p+0L, 0x1.3851e2fd8e3dd846p+0L, 0x1.2d406d068f49c07ep-3L, -0x1.d56dcfaf49163b26p-7L, 0x1.10816439106b575ep-9L, -0x1.7945d5c553d74840p-12L, 0x1.2071dc28a33597e0p-14L, -0x1.d5e50f636da7221ep-17L, 0x1.8fbc8e5062722e3cp-19L, -0x1.5ee05cb2b8fc0846p-21L, 0x1.3b4b35d31c3b4384p-23L, -0x1.207a48d1e49b3d1ap-25L, 0x1.0bb7de249d34f4f2p-27L, -0x1.f70484d29335a83ap-30L, 0x1.dcc65e85a57571dap-32L},
-    // centre 4.0: interval [0x1.f8p+1, 0x1.04p+2], degree 14, max rel. error 2^-66.02 (tools/gen/gamma_tables.py)
-    {0x1.cab0bfa2a2002322p+0L, 0x1.4190ed71d7a48db0p+0L, 0x1.22a27c22fad856fcp-3L, -0x1.b51fa807f70fe4ecp-7L, 0x1.ea0c8ce2a7475f4ep-10L, -0x1.47afa062b4a0684ap-12L, 0x1.e430b5d8add22ae6p-15L, -0x1.7d39f12160b48b62p-17L, 0x1.3992b08f31bd93fep-19L, -0x1.0a33c571ab378536p-21L, 0x1.ceccc6ea5bc7939ap-24L, -0x1.99b354516a6da42cp-26L, 0x1.6ff2363f9584ed8ap-28L, -0x1.4e8b96273438c24ap-30L, 0x1.32ef2610e0b45710p-32L},
+    // centre 0.75: interval [0x1.6p-1, 0x1.ap-1], degree 16, max rel. error 2^-77.55 (tools/gen/gamma_tables.py)
+    {0x1.a051c372609edd82p-3L, -0x1.15fafa86b04db03ep+0L, 0x1.455c4ff28f0bf57ep+0L, -0x1.c47dca479e295872p-1L, 0x1.a59e099b269e04e4p-1L, -0x1.b69daccfc521ed02p-1L, 0x1.e2ab4674b6d5eb16p-1L, -0x1.12bd373a799188c6p+0L, 0x1.40037d294d25dea8p+0L, -0x1.7b0508bfa108e964p+0L, 0x1.c6b1a4e42ae500e4p+0L, -0x1.138a026659c86bb0p+1L, 0x1.50c06e8c9f3613d2p+1L, -0x1.9e56ddc022b57212p+1L, 0x1.0090f5e8dc63d228p+2L, -0x1.47b632b9555fd2aap+2L, 0x1.94f9f523a9e3506ap+2L},
+    // centre 0.875: interval [0x1.ap-1, 0x1.ep-1], degree 16, max rel. error 2^-77.52 (tools/gen/gamma_tables.py)
+    {0x1.5fad6139c1202c00p-4L, -0x1.9ba820277232cb0ep-1L, 0x1.00bc1ea544829836p+0L, -0x1.2729daf51027be7ap-1L, 0x1.cf503481763c7b90p-2L, -0x1.998a247f6788c82ep-2L, 0x1.8093e11279638fcep-2L, -0x1.766a9fd1428c5618p-2L, 0x1.756289b9ccc476eep-2L, -0x1.7ad5fb7d8e37fb7cp-2L, 0x1.856f6bcad48afe86p-2L, -0x1.948026217ce71818p-2L, 0x1.a7b58bfbb9c982e2p-2L, -0x1.bee6193d8c19c1c2p-2L, 0x1.da69d21d361cf828p-2L, -0x1.01d4dab34efd689cp-1L, 0x1.0eef730c004f0364p-1L},
+    // centre 1.0: interval [0x1.ep-1, 0x1.1p+0], degree 16, max rel. error 2^-77.36 (tools/gen/gamma_tables.py)
+    {0x0p+0L, -0x1.2788cfc6fb618f4ap-1L, 0x1.a51a6625307d3230p-1L, -0x1.9a4d55beab2d6f5ap-2L, 0x1.151322ac7d84836cp-2L, -0x1.a8b9c17aa6148850p-3L, 0x1.5b40cb100c306d5ap-3L, -0x1.2703a1dcea8b4664p-3L, 0x1.010b36af861eca84p-3L, -0x1.c806706ae0ec6d4cp-4L, 0x1.9a01e385770126bcp-4L, -0x1.748c385185a9575ep-4L, 0x1.556ad898ada8d934p-4L, -0x1.3b17658c2b617c44p-4L, 0x1.2492ba5bb1eb8d30p-4L, -0x1.14dfac935a059c34p-4L, 0x1.0323355726c9cf56p-4L},
+    // centre 1.125: interval [0x1.1p+0, 0x1.3p+0], degree 16, max rel. error 2^-79.38 (tools/gen/gamma_tables.py)
+    {-0x1.ebb5bd9a570d1296p-5L, -0x1.8dd1054e5dd5e344p-2L, 0x1.635cb6a4b519af62p-1L, -0x1.2b3c82e2d0b71e38p-2L, 0x1.61925ede8bef263cp-3L, -0x1.dd5e8fb5419ecad0p-4L, 0x1.5915f30608674c20p-4L, -0x1.03caf0e7ba0fa4e2p-4L, 0x1.91b05051401b76dcp-5L, -0x1.3c66f53729c9f038p-5L, 0x1.f96e6d341526d5c2p-6L, -0x1.981657b96de01b72p-6L, 0x1.4c5ea0cb4cca980ep-6L, -0x1.10a2ab7bd2330d60p-6L, 0x1.c1f2e1159783ab20p-7L, -0x1.79af9b9447f8e252p-7L, 0x1.3ea43a31f9bf3272p-7L},
+    // centre 1.25: interval [0x1.3p+0, 0x1.5p+0], degree 16, max rel. error 2^-80.45 (tools/gen/gamma_tables.py)
+    {-0x1.92857d38caf41748p-4L, -0x1.d1d32879af85c88ep-3L, 0x1.328429d927c66f4ep-1L, -0x1.c533afa1c090abb0p-3L, 0x1.dad1b9fd7bfc96b2p-4L, -0x1.1de1433c297c1128p-4L, 0x1.71ef365f26953708p-5L, -0x1.f39b6d9e5e4c30bcp-6L, 0x1.5ae76b3cdb3fe232p-6L, -0x1.eb3c295b2baf77b2p-7L, 0x1.60db24cd92aae140p-7L, -0x1.004ab96a8cf767a4p-7L, 0x1.77a0e9dab51368c6p-8L, -0x1.1544d61a2edf4582p-8L, 0x1.9bd69dbe3d9036e4p-9L, -0x1.3664c03eee0a6ec0p-9L, 0x1.d37c585283269ed4p-10L},
+    // centre 1.375: interval [0x1.5p+0, 0x1.7p+0], degree 16, max rel. error 2^-84.88 (tools/gen/gamma_tables.py)
+    {-0x1.e25359cc3ba23d2ep-4L, -0x1.65b6a3ea07643a32p-4L, 0x1.0cf87b2d7d935f16p-1L, -0x1.61afe371b0cb43c8p-3L, 0x1.4c3c14d6270ec6dcp-4L, -0x1.68805ee7558e3c92p-5L, 0x1.a5b515333deab75ap-6L, -0x1.01f3095c384738d0p-6L, 0x1.44e8de92b8495350p-7L, -0x1.a1a9363fdae606dep-8L, 0x1.107ca1daa90d9f58p-8L, -0x1.67a509b56c6929dcp-9L, 0x1.df046f81c86fbaa0p-10L, -0x1.415fceef882f8c52p-10L, 0x1.b1e8297048d37de8p-11L, -0x1.28c6c248314fe86ep-11L, 0x1.954469a110a8e60cp-12L},
+    // centre 1.5: interval [0x1.7p+0, 0x1.9p+0], degree 16, max rel. error 2^-82.85 (tools/gen/gamma_tables.py)
+    {-0x1.eeb95b094c1914d2p-4L, 0x1.2aed059bd608a074p-5L, 0x1.de9e64df22ef2d26p-2L, -0x1.1ae55b180726c196p-3L, 0x1.e0f840dad61d9a9ap-5L, -0x1.da59d5374a543056p-6L, 0x1.f9ca39daa929bfb0p-7L, -0x1.1a8ba4f0ea5ba22cp-7L, 0x1.456f1ad666a6783cp-8L, -0x1.7edb812f473c2b16p-9L, 0x1.c9735ae9b634cdaap-10L, -0x1.148a320c14f9ba60p-10L, 0x1.517c5aa03c765512p-11L, -0x1.9efd47d37e06bee2p-12L, 0x1.00c2f30210b1ae1ap-12L, -0x1.4184f298f38d7a8ep-13L, 0x1.91d95039599fe1f2p-14L},
+    // centre 1.625: interval [0x1.9p+0, 0x1.bp+0], degree 16, max rel. error 2^-82.20 (tools/gen/gamma_tables.py)
+    {-0x1.bf2d6060df8053f8p-4L, 0x1.2da706f90c75677ep-3L, 0x1.aeaf8f944ee1635cp-2L, -0x1.cde12aa3e3890d92p-4L, 0x1.6627edfcc97cf278p-5L, -0x1.436a59904b241744p-6L, 0x1.3c8eb7cd30eb7facp-7L, -0x1.453aa59575d9c9c6p-8L, 0x1.58e3c97d067a2b9ap-9L, -0x1.75e17b630954517ap-10L, 0x1.9be04909031d3970p-11L, -0x1.cb4f1e23cd9766e2p-12L, 0x1.02927cd9873f0674p-12L, -0x1.2564e6e5e3bada1cp-13L, 0x1.4f0dcecfcfe965a2p-14L, -0x1.82d8c9d9bfd23bdap-15L, 0x1.bdb5d748fb42ff44p-16L},
+    // centre 1.75: interval [0x1.bp+0, 0x1.dp+0], degree 16, max rel. error 2^-81.72 (tools/gen/gamma_tables.py)
+    {-0x1.59b4fd6875a6e30cp-4L, 0x1.fad2d675283d28b6p-3L, 0x1.87385c3c034c47c0p-2L, -0x1.7f95d3d17c5a8f68p-4L, 0x1.112f9cdb80001710p-5L, -0x1.c69a305c523af15cp-7L, 0x1.9aef3265ad3b9d58p-8L, -0x1.8689d06703a28c22p-9L, 0x1.7f89d0ae7b80aed6p-10L, -0x1.815ca05eb9e45ff6p-11L, 0x1.89b15e204c2a8e14p-12L, -0x1.974f60cbaabb9a8cp-13L, 0x1.a994c4bfe78adba4p-14L, -0x1.c0376274be5e6488p-15L, 0x1.db2ab07e70e29e96p-16L, -0x1.fcf006ce853df4eep-17L, 0x1.0fc371cdc7625c3ap-17L},
+    // centre 1.875: interval [0x1.dp+0, 0x1.fp+0], degree 16, max rel. error 2^-80.72 (tools/gen/gamma_tables.py)
+    {-0x1.8688de1676de9f8ep-5L, 0x1.5af8e44364befc2cp-2L, 0x1.663465af316331d0p-2L, -0x1.434267351189952ap-4L, 0x1.a96aeb1de4cb14ccp-6L, -0x1.47f370e2e45e770ep-7L, 0x1.13392e114b172198p-8L, -0x1.e664b25b5be3dc56p-10L, 0x1.bc9d360200e2c5dap-11L, -0x1.a0226ccb79dbf202p-12L, 0x1.8c3d76a4d0151a9cp-13L, -0x1.7e3de25b746a3ba0p-14L, 0x1.7481885c60f7f1b4p-15L, -0x1.6dfcf8c23efee880p-16L, 0x1.6a030efcc652e344p-17L, -0x1.6992b471fb7765aap-18L, 0x1.66c3605f068bb442p-19L},
+    // centre 2.0: interval [0x1.fp+0, 0x1.08p+1], degree 16, max rel. error 2^-80.91 (tools/gen/gamma_tables.py)
+    {0x0p+0L, 0x1.b0ee6072093ce16cp-2L, 0x1.4a34cc4a60fa6462p-2L, -0x1.13e001a557606812p-4L, 0x1.51322ac7d84836c0p-6L, -0x1.e404fc218f5f186cp-8L, 0x1.7add6eadb6c2fd46p-9L, -0x1.38ac5c2bf8e090dap-10L, 0x1.0b36af86396ed41ep-11L, -0x1.d3fd4c76d08a9dfep-13L, 0x1.a127b0f177036a7ep-14L, -0x1.78de5bec9f91fbf2p-15L, 0x1.580dcf0f6e82ba9ap-16L, -0x1.3cbc33d3688f7be6p-17L, 0x1.25970de60129798ep-18L, -0x1.12a4cded785784d2p-19L, 0x1.0185b81cc15e4b1ep-20L},
+    // centre 2.125: interval [0x1.08p+1, 0x1.18p+1], degree 16, max rel. error 2^-82.95 (tools/gen/gamma_tables.py)
+    {0x1.d92b302b074faaa6p-5L, 0x1.0033ef1fed86d57ap-1L, 0x1.322e5d7bfb955872p-2L, -0x1.dc0e76d6d8211f9cp-5L, 0x1.0f76214a22aec43cp-6L, -0x1.6c5862ae72b2ed14p-8L, 0x1.0b179192bfe0b002p-9L, -0x1.9d63b34fda3cc632p-11L, 0x1.4b96198a490ee174p-12L, -0x1.10b913a05d0f1e92p-13L, 0x1.c8e6d8de5c1849b6p-15L, -0x1.840f5cfbb3b49a30p-16L, 0x1.4d282cffd1d79feep-17L, -0x1.207d0d6280d3bc4cp-18L, 0x1.f71fa910a2aa4822p-20L, -0x1.babd81d32cb8617ap-21L, 0x1.897d18d50aaa7c9ap-22L},
+    // centre 2.25: interval [0x1.18p+1, 0x1.28p+1], degree 16, max rel. error 2^-83.96 (tools/gen/gamma_tables.py)
+    {0x1.ff797bba88501e3cp-4L, 0x1.2524cf7b2db82776p-1L, 0x1.1d5a3f376e453088p-2L, -0x1.9eb4cd8bc999619cp-5L, 0x1.bb1c5a5dbe4e62d6p-7L, -0x1.171c930caa33eb2ap-8L, 0x1.80a7c9ffae85131cp-10L, -0x1.181e9b41114960a6p-11L, 0x1.a73e8ce90dc288a8p-13L, -0x1.4816011330e8e66ep-14L, 0x1.0326b7c44e195f92p-15L, -0x1.9f4390b4a2129b1cp-17L, 0x1.5068db67aecbb4dcp-18L, -0x1.12f109daf876d3bap-19L, 0x1.c4a55033ab56a50ep-21L, -0x1.77ec90dabcd65c5ap-22L, 0x1.3a204bea9a36c9b2p-23L},
+    // centre 2.375: interval [0x1.28p+1, 0x1.38p+1], degree 16, max rel. error 2^-84.82 (tools/gen/gamma_tables.py)
+    {0x1.9b07cb5d6e07310ap-3L, 0x1.47a642c89087d5d2p-1L, 0x1.0b219f9c915dc048p-2L, -0x1.6c55832240217468p-5L, 0x1.6e108f78d4b9fc9ep-7L, -0x1.b25980905e291910p-9L, 0x1.1a42425c612e1f38p-10L, -0x1.8417c951d4606c70p-12L, 0x1.15017bed06c2d518p-13L, -0x1.95ff8fe13111de7cp-15L, 0x1.2f53e1cb01659566p-16L, -0x1.cbe85b769eecbdb0p-18L, 0x1.60a3959c9e59ae0ep-19L, -0x1.10d864d6e93d1454p-20L, 0x1.a95455de41f7ee30p-22L, -0x1.4e69b475cc9d8ef6p-23L, 0x1.084c71cd1b8b08b8p-24L},
+    // centre 2.5: interval [0x1.38p+1, 0x1.48p+1], degree 16, max rel. error 2^-85.52 (tools/gen/gamma_tables.py)
+    {0x1.2383e809a67e79f8p-2L, 0x1.680425af12b5df5cp-1L, 0x1.f62057f7296c932ep-3L, -0x1.427f4cc53f5ef9b2p-5L, 0x1.31b4c4359dfe511ep-7L, -0x1.56b48947b3c3704ap-9L, 0x1.a54d1cabdc3cb620p-11L, -0x1.123653d59f54259ap-12L, 0x1.72e00847c2978c0cp-14L, -0x1.01a8f9b0dbfc900cp-15L, 0x1.6d28afc0593ade08p-17L, -0x1.06a7f5c20a326ad4p-18L, 0x1.7e47382de7be25b4p-20L, -0x1.18c7aa7c22cb8386p-21L, 0x1.9f93e4575e75f48ap-23L, -0x1.3631ba473f579f40p-24L, 0x1.d1548743e189c0ccp-26L},
+    // centre 2.625: interval [0x1.48p+1, 0x1.58p+1], degree 16, max rel. error 2^-85.58 (tools/gen/gamma_tables.py)
+    {0x1.815d9de2b88eb638p-2L, 0x1.867d72f956ce94f4p-1L, 0x1.d995a77d71d4f42cp-3L, -0x1.1f64070e0f6472dap-5L, 0x1.01ca3b39d2da932ep-7L, -0x1.11cde6a71fd381fap-9L, 0x1.3f3d568e15e50ea8p-11L, -0x1.8a778c22d57a6018p-13L, 0x1.fac7474f619d3a00p-15L, -0x1.4e9d1a7931000a92p-16L, 0x1.c2e59412fe1b5088p-18L, -0x1.347c589f813a3e1ap-19L, 0x1.ab2bc638331bb884p-21L, -0x1.2a9453ee34d55f1ap-22L, 0x1.a49fc355ace46546p-24L, -0x1.2ace0206cc02cf44p-25L, 0x1.aa9189dcc7061126p-27L},
+    // centre 2.75: interval [0x1.58p+1, 0x1.68p+1], degree 16, max rel. error 2^-87.14 (tools/gen/gamma_tables.py)
+    {0x1.e69eac73eab04efap-2L, 0x1.a346fec1dc586ec0p-1L, 0x1.c012ae051644f7fep-3L, -0x1.01a88b861cc8072ep-5L, 0x1.b696cf9da0418c10p-8L, -0x1.ba7d3b200ea5dab8p-10L, 0x1.ea8360b790b081cap-12L, -0x1.20595481ee00ab24p-13L, 0x1.60b2b1f2d8450a1ep-15L, -0x1.bbab5d0cd222ca24p-17L, 0x1.1cde8d902d4c48e4p-18L, -0x1.7396f7daf32f14fap-20L, 0x1.eaa8799c8922c426p-22L, -0x1.4719a8bffa70ffb8p-23L, 0x1.b793b57d4e0f2c22p-25L, -0x1.29de7448ceb9258cp-26L, 0x1.95a1b1ea7950957ep-28L},
+    // centre 2.875: interval [0x1.68p+1, 0x1.78p+1], degree 16, max rel. error 2^-87.99 (tools/gen/gamma_tables.py)
+    {0x1.297070a2ffbcfc4ep-1L, 0x1.be8d8332c3708f28p-1L, 0x1.a92363d4b6f8738cp-3L, -0x1.d08876525d7626f4p-6L, 0x1.78103ba7b878d6dcp-8L, -0x1.693ce8b0fc3573a6p-10L, 0x1.7d9555b46c919bbcp-12L, -0x1.abcbfaf71462a8cap-14L, 0x1.f341e7ed46869b7ep-16L, -0x1.2bc078e4a5e51e1cp-17L, 0x1.6f96606d7cd07eaap-19L, -0x1.ca09c3913fb5c1f8p-21L, 0x1.20f3813d0101d486p-22L, -0x1.7033df961d9b954ap-24L, 0x1.d8fbf3f80fc8f2e4p-26L, -0x1.325bdf3cee7baa68p-27L, 0x1.8ece8984ac6e8178p-29L},
+    // centre 3.0: interval [0x1.78p+1, 0x1.88p+1], degree 16, max rel. error 2^-88.28 (tools/gen/gamma_tables.py)
+    {0x1.62e42fefa39ef358p-1L, 0x1.d8773039049e70b6p-1L, 0x1.94699894c1f4c8c4p-3L, -0x1.a4d55beab2d6f59ep-6L, 0x1.44c8ab1f6120dafcp-8L, -0x1.29ad8a1fd715fb50p-10L, 0x1.2c40cac30b6d3f9ep-12L, -0x1.41a130766975861cp-14L, 0x1.66d5f0c72dd18130p-16L, -0x1.9c1b55f6d139c07ap-18L, 0x1.e385d5f8f25c3db0p-20L, -0x1.2051247f5fc09abcp-21L, 0x1.5c3cc8939d459fb0p-23L, -0x1.a8e4e4684cba65aep-25L, 0x1.055a50976072ba66p-26L, -0x1.443b10213812f744p-28L, 0x1.943ea0df2f4b3a20p-30L},
+    // centre 3.125: interval [0x1.88p+1, 0x1.98p+1], degree 16, max rel. error 2^-88.64 (tools/gen/gamma_tables.py)
+    {0x1.9f8113b265769464p-1L, 0x1.f124e010de77c66cp-1L, 0x1.8198146f8cde82d6p-3L, -0x1.7ef828938c5fe9bap-6L, 0x1.1a5950c767212ed6p-8L, -0x1.eed186c178acd7cap-11L, 0x1.dd7bacc94e2ca07ep-13L, -0x1.e99bde518195a55cp-15L, 0x1.05931507bfeb00b0p-16L, -0x1.1fd2f3db91438fd2p-18L, 0x1.43abc4272ed726d2p-20L, -0x1.7211d9bca505f3b8p-22L, 0x1.aca3735429ffabcap-24L, -0x1.f5a22230b7fd0c34p-26L, 0x1.280095ea1d94dbcep-27L, -0x1.60479cad646fdee2p-29L, 0x1.a56697e13c7ce4b0p-31L},
+    // centre 3.25: interval [0x1.98p+1, 0x1.a8p+1], degree 16, max rel. error 2^-89.13 (tools/gen/gamma_tables.py)
+    {0x1.df216e434a8ec2f4p-1L, 0x1.0459842f5df88582p+0L, 0x1.706ef688253b5de8p-3L, -0x1.5df43307a7ccceb0p-6L, 0x1.ede2fea1dad45496p-9L, -0x1.9e80723be7d0d296p-11L, 0x1.7f549c31e0e3ab92p-13L, -0x1.78e71bff7120431ap-15L, 0x1.82568cae4f9d471ap-17L, -0x1.97f89dd723ddf830p-19L, 0x1.b86eb696e44437f0p-21L, -0x1.e390138448f5dcbcp-23L, 0x1.0cfbbe3638a2ded6p-24L, -0x1.2e69b32e998f8d42p-26L, 0x1.56eac3d4fff2a720p-28L, -0x1.8823b4fa0fa79688p-30L, 0x1.c2c730b3610b4658p-32L},
+    // centre 3.375: interval [0x1.a8p+1, 0x1.b8p+1], degree 16, max rel. error 2^-89.90 (tools/gen/gamma_tables.py)
+    {0x1.10d17244ceb8075ep+0L, 0x1.0f9d3c56cf008c98p+0L, 0x1.60b8f6e409e998aep-3L, -0x1.40ffb92b94e0505ep-6L, 0x1.b25b961028ab7ecap-9L, -0x1.5dbe0d454a837228p-11L, 0x1.367bad93108f1650p-13L, -0x1.25303f09dd68612cp-15L, 0x1.20bfadd6dd2a50c4p-17L, -0x1.251257efd820560cp-19L, 0x1.303178d5091694e4p-21L, -0x1.4130dc0d9b446166p-23L, 0x1.57b7d9c0a4234988p-25L, -0x1.73c9ce156bd98e10p-27L, 0x1.95ab27fb0d6c0870p-29L, -0x1.be660b11e572e56ep-31L, 0x1.eddbbeb896a0e474p-33L},
+    // centre 3.5: interval [0x1.b8p+1, 0x1.c8p+1], degree 16, max rel. error 2^-95.01 (tools/gen/gamma_tables.py)
+    {0x1.3373018970a35b82p+0L, 0x1.1a68793defc15614p+0L, 0x1.52494db9b8c8bc24p-3L, -0x1.27781d4bb093a01cp-6L, 0x1.7ff6b372ef93afc6p-9L, -0x1.29143cf153aa737cp-11L, 0x1.fb1924e598dce1e6p-14L, -0x1.cc91773747f4410cp-16L, 0x1.b471a24b9d3c3eacp-18L, -0x1.aa5f60812879ba1cp-20L, 0x1.aa163518bd762a4ep-22L, -0x1.b1439997b6213170p-24L, 0x1.be9b52d25d5ea810p-26L, -0x1.d1677642284fa102p-28L, 0x1.e94f59c91cc6a934p-30L, -0x1.036b0417847a823cp-31L, 0x1.14965988f9d03934p-33L},
+    // centre 3.625: interval [0x1.c8p+1, 0x1.d8p+1], degree 16, max rel. error 2^-90.87 (tools/gen/gamma_tables.py)
+    {0x1.5766f21f2e8b5f48p+0L, 0x1.24c4d1de317fac00p+0L, 0x1.44fa149fb1afcd46p-3L, -0x1.10d92cdb9c754978p-6L, 0x1.5506ea0ab3cfc312p-9L, -0x1.fbd3247e41678cf2p-12L, 0x1.a14508d8e3781022p-14L, -0x1.6d03572bd606a688p-16L, 0x1.4d438297452dd10ep-18L, -0x1.39c88dfd07291d62p-20L, 0x1.2e4cc6539b1e9a70p-22L, -0x1.28692a0f4c0ef4dcp-24L, 0x1.26aefc248366e054p-26L, -0x1.283a3f5aaf4ebc18p-28L, 0x1.2c798a88fb9cd992p-30L, -0x1.33660f2e11c36876p-32L, 0x1.3c41a861dcdd5788p-34L},
+    // centre 3.75: interval [0x1.d8p+1, 0x1.e8p+1], degree 16, max rel. error 2^-91.90 (tools/gen/gamma_tables.py)
+    {0x1.7c9ff21d3df6975ep+0L, 0x1.2ebac53262894ea6p+0L, 0x1.38ab02a5e160790cp-3L, -0x1.f96d28c6319a4f60p-7L, 0x1.3039996d2794098ep-9L, -0x1.b489d106fbe8bd54p-12L, 0x1.59c9bea86362a930p-14L, -0x1.23b55257e87dc9dcp-16L, 0x1.00eeca7ea14ce7d8p-18L, -0x1.d2e25ec7a530abaep-21L, 0x1.b227f2ddfc2d23aep-23L, -0x1.9afc67ebea45f630p-25L, 0x1.8a8bc29e4d656a10p-27L, -0x1.7f0b1f2f5cb03390p-29L, 0x1.774bafc574a8a134p-31L, -0x1.72e0db75e656ea0ep-33L, 0x1.70a105eb7f491caap-35L},
+    // centre 3.875: interval [0x1.e8p+1, 0x1.f8p+1], degree 16, max rel. error 2^-89.76 (tools/gen/gamma_tables.py)
+    {0x1.a311b02440ee1246p+0L, 0x1.3851e2fd8e3dd846p+0L, 0x1.2d406d068f49c07ep-3L, -0x1.d56dcfaf49163b26p-7L, 0x1.10816439106b575ep-9L, -0x1.7945d5c553d7483ep-12L, 0x1.2071dc28a33597cep-14L, -0x1.d5e50f636da8b396p-17L, 0x1.8fbc8e506278c116p-19L, -0x1.5ee05cb27bb4a6dep-21L, 0x1.3b4b35d26a90e1c6p-23L, -0x1.207a4dd4352c3a3ap-25L, 0x1.0bb7e859bec85802p-27L, -0x1.f699c29e8c016f78p-30L, 0x1.dc2e7e45b93f7adcp-32L, -0x1.c711a7d21ab84fdep-34L, 0x1.b57578d0b473d174p-36L},
+    // centre 4.0: interval [0x1.f8p+1, 0x1.04p+2], degree 16, max rel. error 2^-92.99 (tools/gen/gamma_tables.py)
+    {0x1.cab0bfa2a2002322p+0L, 0x1.4190ed71d7a48db0p+0L, 0x1.22a27c22fad856fcp-3L, -0x1.b51fa807f70fe4ecp-7L, 0x1.ea0c8ce2a7475f4ep-10L, -0x1.47afa062b4a0684ap-12L, 0x1.e430b5d8add22ad2p-15L, -0x1.7d39f12160b5859ap-17L, 0x1.3992b08f31c17848p-19L, -0x1.0a33c571850604b4p-21L, 0x1.ceccc6e988e06128p-24L, -0x1.99b35a8fdd5d7eb4p-26L, 0x1.6ff24268689d5d3cp-28L, -0x1.4e490c3fb3ed54ecp-30L, 0x1.32943b3f556e474ap-32L, -0x1.1ba04645b7090af2p-34L, 0x1.07f90865ee5b6d34p-36L},
+};
+
+// The tails of the pieces' first 4 coefficients.
+const long double kLgPieceTail[kPieces][kPiecePairs] = {
+    {-0x1.28c3a97ca6e5f980p-68L, -0x1.4aafc08138a191acp-65L, 0x1.1055455a47b9ead0p-66L, 0x1.56ed30931a655226p-66L},
+    {-0x1.e95558a7ea2a6a9cp-70L, -0x1.b5b9b72caaa2e066p-68L, -0x1.9f4cc774b4098d34p-65L, 0x1.6e3546c3cbbf8c8cp-71L},
+    {0x0p+0L, 0x1.720ef94aa7e6feeep-67L, 0x1.cf68abbb28948a6cp-66L, -0x1.4f3e86d141195b72p-69L},
+    {-0x1.446425bd62c99aa2p-71L, -0x1.3bb964b82c40a792p-67L, 0x1.f09a5de726b78196p-67L, 0x1.afe7c11a38850712p-67L},
+    {0x1.a5f9c4f78e31f932p-71L, 0x1.c279a11e0fcd120ap-70L, 0x1.e39b9c2ad8437170p-67L, -0x1.678d6f1e4fe6a390p-74L},
+    {-0x1.1a57686b656bb7ccp-71L, 0x1.a3a70f22563b54c8p-70L, -0x1.29e387f7338432e0p-66L, 0x1.aa02464fee02421cp-68L},
+    {0x1.79c0a74f8e6b7a2cp-70L, -0x1.61699b4c149394c6p-70L, -0x1.23b266598981de80p-67L, 0x1.92aeee2ca8d7a55ap-69L},
+    {-0x1.619e0fd082efddf2p-69L, -0x1.28af4ea4caad140ap-70L, 0x1.c699ce0f14b8e326p-67L, -0x1.5bd66c6b3459b998p-69L},
+    {-0x1.1cf72ebf7d9f1206p-71L, -0x1.0873fd7d055c65e2p-68L, -0x1.cc2ca63e970161b8p-70L, -0x1.64186327a5bf6c2ap-70L},
+    {0x1.442bfdc4a18f06acp-72L, 0x1.6e008277da5f192cp-67L, -0x1.053ff3c0105a3e02p-67L, -0x1.430f1688cfb6be06p-69L},
+    {0x0p+0L, 0x1.720e03f86f35be62p-67L, -0x1.84eddbdd5c3c1006p-69L, -0x1.741eee4a001199b6p-70L},
+    {0x1.ffcde1ae0d313becp-70L, 0x1.16c3f2e70b9599b2p-68L, 0x1.985bd7f026fd666cp-67L, 0x1.a558f7d643c242a4p-70L},
+    {0x1.df862ddf2a50803ap-69L, 0x1.3d6ad6ccefd6c776p-68L, 0x1.dbba06beccf67ab8p-68L, 0x1.19d8a96c67869f8ap-71L},
+    {0x1.7705ff80f7b3b460p-69L, -0x1.da22aafd0b8b68cep-66L, 0x1.d3287a1df503e764p-68L, -0x1.7dd13212f53de496p-70L},
+    {-0x1.ff191d2e0452b4f8p-67L, 0x1.14940fe6915e3882p-66L, 0x1.aa19faf1b3bab90ap-69L, -0x1.33c957dddcd7a70cp-73L},
+    {-0x1.8fe2c320f27fbe6ap-68L, -0x1.b014cdcd408c6884p-66L, -0x1.3ac04db1e71370d2p-68L, 0x1.8ab3332a5e38d0f4p-70L},
+    {0x1.049a0a0d00215940p-67L, -0x1.5fa7b5c11a0c5022p-67L, -0x1.ac835979881c3b44p-68L, -0x1.e8081284d7fdafbep-72L},
+    {-0x1.2356f17ce7e31878p-66L, -0x1.26dd9ca7c55cac0cp-66L, 0x1.8cd3220b42ef4176p-68L, 0x1.a335e62a4fabe52ap-74L},
+    {-0x1.b0e2633fe06832d4p-67L, 0x1.720e03f7f6774eaep-67L, -0x1.84eddbc01952c518p-69L, -0x1.92e4bccf24fb0ccep-71L},
+    {-0x1.fdc2e14e72c4142ap-67L, -0x1.d86d2165042ca358p-66L, -0x1.65df74ff21b55064p-69L, 0x1.fe8c5b863dae5afcp-71L},
+    {-0x1.f2606c5c1085be36p-66L, 0x1.8243a4497dc5684ep-67L, -0x1.4214bb4cf1d3a822p-70L, -0x1.1181faccf3a81e8ep-73L},
+    {-0x1.50042ed904adb294p-71L, -0x1.387382915cf26182p-66L, -0x1.71a0eb3ef10c4becp-68L, 0x1.d65ff8f5afc272acp-72L},
+    {-0x1.5279913de9248382p-67L, 0x1.5716d4c00fb5a1a2p-65L, 0x1.68aed739fc3a1abep-70L, 0x1.ca43dda101772da4p-71L},
+    {0x1.2026e95082b2957ap-67L, -0x1.4e8eb56bbf807d12p-66L, 0x1.565f9fbc00649a04p-68L, -0x1.d0ba6c01d37225d4p-74L},
+    {0x1.30c7a74d2b884366p-65L, -0x1.6a026683780b0bacp-66L, -0x1.babb94ade6a8ff04p-73L, 0x1.fe114b98397752b4p-72L},
+    {0x1.47e8e4833701eddap-69L, -0x1.9ba4f68733d5b3b6p-67L, 0x1.7b6737567d279af0p-68L, -0x1.7ba9820b13c781eap-72L},
+    {0x1.b7f503b424b9cda0p-66L, 0x1.072e2ba8a80597dcp-65L, 0x1.04a583e728044be0p-68L, 0x1.32b4f81bba790558p-72L},
 };
 
 // B_2k / (2k (2k - 1)), k = 1..8: ln Gamma(x) = (x - 1/2) ln x - x + ln(2 pi)/2 + sum c_k x^(1-2k),
@@ -71,18 +104,24 @@ const long double kStirling[kStirlingTerms] = {
     0x1.a41a41a41a41a41ap-8L, -0x1.e4286cb0f5397dc2p-6L,
 };
 
-// ln(sin(pi d)/(pi d)) = e Q(e), e = d^2: coefficients of Q, e^0..e^17;
-// approximation of ln(sin(pi d)/(pi d)) in d^2 on [0, 0x1p-2], degree 18, max relative error 2^-64.86 (measured by tools/gen/gamma_tables.py)
+// ln(sin(pi d)/(pi d)) = e Q(e), e = d^2: coefficients of Q, e^0..e^19, those of e^0..e^3
+// the heads of pairs whose tails follow (the error stated is that with the pairs' sums);
+// approximation of ln(sin(pi d)/(pi d)) in d^2 on [0, 0x1p-2], degree 20, max relative error 2^-76.26 (measured by tools/gen/gamma_tables.py)
 const long double kLnSin[kLnSinDegree + 1] = {
-    -0x1.a51a6625307d3230p+0L, -0x1.151322ac7d848382p-1L,
-    -0x1.5b40cb100c301526p-2L, -0x1.010b36af866c4fb8p-2L,
-    -0x1.9a01e385b24a5d48p-3L, -0x1.556ad639da390350p-3L,
-    -0x1.2496de72770a7c6cp-3L, -0x1.00011b0eb0ac7712p-3L,
-    -0x1.c7191fec560fd0d0p-4L, -0x1.99cbf659169bd2fcp-4L,
-    -0x1.72665d2b2a0f413ap-4L, -0x1.6423341a529c6d0ep-4L,
-    -0x1.ce42e6c452c464bcp-5L, -0x1.435c76d1868d61cap-3L,
-    0x1.964c27f7c1fbfa68p-3L, -0x1.412109749b811a70p-1L,
-    0x1.6a03a9bac5961b62p-1L, -0x1.2daea9e511283484p-1L,
+    -0x1.a51a6625307d3230p+0L, -0x1.151322ac7d84836cp-1L,
+    -0x1.5b40cb100c3060c0p-2L, -0x1.010b36af8639e140p-2L,
+    -0x1.9a01e385d59501c6p-3L, -0x1.556ad6325e44c5ccp-3L,
+    -0x1.2496df7e72bf85c8p-3L, -0x1.000100f93db8cf8ep-3L,
+    -0x1.c71cc8cbe731f7b6p-4L, -0x1.999b8448d35f6acep-4L,
+    -0x1.74451e030af29808p-4L, -0x1.564997cc661381acp-4L,
+    -0x1.338dcf4e454f88bap-4L, -0x1.527f60d6a42fe52ap-4L,
+    -0x1.cbbb7769c1726056p-7L, -0x1.ff626e663ae05b0ap-3L,
+    0x1.ba7ef7d620b0f552p-2L, -0x1.ebe873515ef2e114p-1L,
+    0x1.048e7c6c82e9f334p+0L, -0x1.660b17d3d3049860p-1L,
+};
+const long double kLnSinTail[kLnSinPairs] = {
+    -0x1.cf5fdc241f45c146p-65L, -0x1.30a708bfdeff8bc0p-69L,
+    0x1.61d516966a2d45a4p-69L, 0x1.a2ac769cdf805d78p-70L,
 };
 
 // ln(2 pi)/2 as a pair.
@@ -165,12 +204,105 @@ const double kLgPieceD[kPieces][kPieceDegreeD + 1] = {
     {0x1.cab0bfa2a2002p+0, 0x1.4190ed71d7a49p+0, 0x1.22a27c22fad85p-3, -0x1.b51fa807f70fep-7, 0x1.ea0c8ce2a7474p-10, -0x1.47afa062b49f9p-12, 0x1.e430b5d8c2073p-15, -0x1.7d39f121a6c87p-17, 0x1.3992ae2072078p-19, -0x1.0a33c00171f3ep-21, 0x1.cf11e0dfce7dap-24, -0x1.9a17a3ebbe3ddp-26},
 };
 
-// B_2k / (2k (2k - 1)), k = 1..4, in double; truncation error below 2^-46.21 for x >= 16.
+// B_2k / (2k (2k - 1)), k = 1..8, in double; truncation error below 2^-70.48 for x >= 16.
 const double kStirlingD[kStirlingTermsD] = {
     0x1.5555555555555p-4, -0x1.6c16c16c16c17p-9,
     0x1.a01a01a01a01ap-11, -0x1.3813813813814p-11,
+    0x1.b951e2b18ff23p-11, -0x1.f6ab0d9993c7dp-10,
+    0x1.a41a41a41a41ap-8, -0x1.e4286cb0f5398p-6,
 };
 const double kHalfLn2PiD = 0x1.d67f1c864beb5p-1;  // ln(2 pi)/2
 const double kLnPiD = 0x1.250d048e7a1bdp+0;  // ln pi
+const double kHalfLn2PiDD[2] = {0x1.d67f1c864beb5p-1, -0x1.65b5a1b7ff5dfp-55};  // ln(2 pi)/2 as a pair
+const double kLnPiDD[2] = {0x1.250d048e7a1bdp+0, 0x1.7abf2ad8d5088p-57};  // ln pi as a pair
+const double kPiDD[2] = {0x1.921fb54442d18p+1, 0x1.1a62633145c07p-53};  // pi as a pair
+
+// The pieces for the double forms: double coefficients of t^0..t^13, those of t^0..t^2 the
+// heads of pairs whose tails are kLgPieceDDTail (the error stated is with the pairs' sums).
+const double kLgPieceDD[kPieces][kPieceDegreeDD + 1] = {
+    // centre 0.75: interval [0x1.6p-1, 0x1.ap-1], degree 13, max rel. error 2^-63.42 (tools/gen/gamma_tables.py)
+    {0x1.a051c372609eep-3, -0x1.15fafa86b04dbp+0, 0x1.455c4ff28f0bfp+0, -0x1.c47dca479e2afp-1, 0x1.a59e099b28295p-1, -0x1.b69daccfb93cep-1, 0x1.e2ab466b68dd1p-1, -0x1.12bd374c54b1ap+0, 0x1.40038a7cabf29p+0, -0x1.7b04f205e46aep+0, 0x1.c69e1608c6936p+0, -0x1.138d7ba31afa1p+1, 0x1.57d9271482570p+1, -0x1.a2722079edeb6p+1},
+    // centre 0.875: interval [0x1.ap-1, 0x1.ep-1], degree 13, max rel. error 2^-63.78 (tools/gen/gamma_tables.py)
+    {0x1.5fad6139c1203p-4, -0x1.9ba820277232dp-1, 0x1.00bc1ea544829p+0, -0x1.2729daf510282p-1, 0x1.cf50348176937p-2, -0x1.998a247f61b63p-2, 0x1.8093e110668a3p-2, -0x1.766a9fe43d86dp-2, 0x1.75628fba69eb6p-2, -0x1.7ad5de9c5415dp-2, 0x1.856688a676a3bp-2, -0x1.9492d6982a4e2p-2, 0x1.ae35b55cad0eap-2, -0x1.bd38521a2e258p-2},
+    // centre 1.0: interval [0x1.ep-1, 0x1.1p+0], degree 13, max rel. error 2^-65.64 (tools/gen/gamma_tables.py)
+    {0x0p+0, -0x1.2788cfc6fb619p-1, 0x1.a51a6625307d3p-1, -0x1.9a4d55beab2d7p-2, 0x1.151322ac7d8b2p-2, -0x1.a8b9c17aa603bp-3, 0x1.5b40cb0fa2974p-3, -0x1.2703a1dd04250p-3, 0x1.010b3818ff047p-3, -0x1.c8067130ba952p-4, 0x1.99fd31364bcddp-4, -0x1.74897a5779949p-4, 0x1.592970cd49306p-4, -0x1.3e0eb352cf0aap-4},
+    // centre 1.125: interval [0x1.1p+0, 0x1.3p+0], degree 13, max rel. error 2^-62.30 (tools/gen/gamma_tables.py)
+    {-0x1.ebb5bd9a570d1p-5, -0x1.8dd1054e5dd5ep-2, 0x1.635cb6a4b519bp-1, -0x1.2b3c82e2d0b72p-2, 0x1.61925ede8bf49p-3, -0x1.dd5e8fb54241ap-4, 0x1.5915f305c77a2p-4, -0x1.03caf0e575ecbp-4, 0x1.91b051c4b3738p-5, -0x1.3c66fd41c27d1p-5, 0x1.f96a2b5a83e70p-6, -0x1.9807e31a13da3p-6, 0x1.4f765385f7256p-6, -0x1.1690deb4ba318p-6},
+    // centre 1.25: interval [0x1.3p+0, 0x1.5p+0], degree 13, max rel. error 2^-64.96 (tools/gen/gamma_tables.py)
+    {-0x1.92857d38caf41p-4, -0x1.d1d32879af85dp-3, 0x1.328429d927c67p-1, -0x1.c533afa1c090bp-3, 0x1.dad1b9fd7bff2p-4, -0x1.1de1433c298acp-4, 0x1.71ef365f0891dp-5, -0x1.f39b6d9d81d6bp-6, 0x1.5ae76be7ebff0p-6, -0x1.eb3c2ca33df6dp-7, 0x1.60d930610602ep-7, -0x1.00477046b1328p-7, 0x1.7a76537aec423p-8, -0x1.1883735da92c0p-8},
+    // centre 1.375: interval [0x1.5p+0, 0x1.7p+0], degree 13, max rel. error 2^-65.94 (tools/gen/gamma_tables.py)
+    {-0x1.e25359cc3ba24p-4, -0x1.65b6a3ea07644p-4, 0x1.0cf87b2d7d936p-1, -0x1.61afe371b0cb4p-3, 0x1.4c3c14d6270f7p-4, -0x1.68805ee75591dp-5, 0x1.a5b515332e1e1p-6, -0x1.01f3095c1b30ep-6, 0x1.44e8deecc2a57p-7, -0x1.a1a9373466763p-8, 0x1.107b9a764783fp-8, -0x1.67a2e045d1dc7p-9, 0x1.e2002ae21abf6p-10, -0x1.43dfef1537207p-10},
+    // centre 1.5: interval [0x1.7p+0, 0x1.9p+0], degree 13, max rel. error 2^-67.22 (tools/gen/gamma_tables.py)
+    {-0x1.eeb95b094c191p-4, 0x1.2aed059bd608ap-5, 0x1.de9e64df22ef3p-2, -0x1.1ae55b180726cp-3, 0x1.e0f840dad61e0p-5, -0x1.da59d5374a54bp-6, 0x1.f9ca39da9fd37p-7, -0x1.1a8ba4f0e473fp-7, 0x1.456f1b0b9f1c8p-8, -0x1.7edb817230d05p-9, 0x1.c972237d4545ep-10, -0x1.14896ef635088p-10, 0x1.533ffa6d11691p-11, -0x1.a13220a716a06p-12},
+    // centre 1.625: interval [0x1.9p+0, 0x1.bp+0], degree 13, max rel. error 2^-67.32 (tools/gen/gamma_tables.py)
+    {-0x1.bf2d6060df805p-4, 0x1.2da706f90c756p-3, 0x1.aeaf8f944ee16p-2, -0x1.cde12aa3e3891p-4, 0x1.6627edfcc97d1p-5, -0x1.436a59904b23cp-6, 0x1.3c8eb7cd2de0dp-7, -0x1.453aa59579488p-8, 0x1.58e3c99fb5620p-9, -0x1.75e17b5cced50p-10, 0x1.9bdf7e08134bbp-11, -0x1.cb4ec7e72439ap-12, 0x1.03b8f93cc22b8p-12, -0x1.265d7c5c309c2p-13},
+    // centre 1.75: interval [0x1.bp+0, 0x1.dp+0], degree 13, max rel. error 2^-68.71 (tools/gen/gamma_tables.py)
+    {-0x1.59b4fd6875a6ep-4, 0x1.fad2d675283d3p-3, 0x1.87385c3c034c4p-2, -0x1.7f95d3d17c5a9p-4, 0x1.112f9cdb80002p-5, -0x1.c69a305c523a2p-7, 0x1.9aef3265ab150p-8, -0x1.8689d0670dc32p-9, 0x1.7f89d0c706d97p-10, -0x1.815ca026450b5p-11, 0x1.89b0ce60726acp-12, -0x1.974fcf4eefaebp-13, 0x1.ab36133849608p-14, -0x1.c0b0f460f2213p-15},
+    // centre 1.875: interval [0x1.dp+0, 0x1.fp+0], degree 13, max rel. error 2^-64.30 (tools/gen/gamma_tables.py)
+    {-0x1.8688de1676deap-5, 0x1.5af8e44364bf0p-2, 0x1.663465af31633p-2, -0x1.4342673511899p-4, 0x1.a96aeb1de4cb2p-6, -0x1.47f370e2e45d9p-7, 0x1.13392e114a48ep-8, -0x1.e664b25b73f9cp-10, 0x1.bc9d36147dd4fp-11, -0x1.a0226c330a03bp-12, 0x1.8c3d09e440b68p-13, -0x1.7e3f978103f58p-14, 0x1.75be67a1b7691p-15, -0x1.6c9ae1f2603dfp-16},
+    // centre 2.0: interval [0x1.fp+0, 0x1.08p+1], degree 13, max rel. error 2^-63.68 (tools/gen/gamma_tables.py)
+    {0x0p+0, 0x1.b0ee6072093cep-2, 0x1.4a34cc4a60fa6p-2, -0x1.13e001a557607p-4, 0x1.51322ac7d8484p-6, -0x1.e404fc218f5f3p-8, 0x1.7add6eadb659cp-9, -0x1.38ac5c2bf77c4p-10, 0x1.0b36af8bda43bp-11, -0x1.d3fd4c90da22dp-13, 0x1.a1276605dbae9p-14, -0x1.78ddded96f44cp-15, 0x1.58fd1720fbe12p-16, -0x1.3de51420bb3dbp-17},
+    // centre 2.125: interval [0x1.08p+1, 0x1.18p+1], degree 13, max rel. error 2^-69.97 (tools/gen/gamma_tables.py)
+    {0x1.d92b302b074fbp-5, 0x1.0033ef1fed86dp-1, 0x1.322e5d7bfb956p-2, -0x1.dc0e76d6d8212p-5, 0x1.0f76214a22aecp-6, -0x1.6c5862ae72b36p-8, 0x1.0b179192bf9a9p-9, -0x1.9d63b34fce48fp-11, 0x1.4b9619909dcc1p-12, -0x1.10b913f25b281p-13, 0x1.c8e68df801f55p-15, -0x1.840d326003099p-16, 0x1.4e037016be9bfp-17, -0x1.2396d7d58002cp-18},
+    // centre 2.25: interval [0x1.18p+1, 0x1.28p+1], degree 13, max rel. error 2^-68.79 (tools/gen/gamma_tables.py)
+    {0x1.ff797bba88502p-4, 0x1.2524cf7b2db82p-1, 0x1.1d5a3f376e453p-2, -0x1.9eb4cd8bc9996p-5, 0x1.bb1c5a5dbe4e6p-7, -0x1.171c930caa340p-8, 0x1.80a7c9ffae444p-10, -0x1.181e9b410e6f7p-11, 0x1.a73e8ceeda17ep-13, -0x1.4816013b2debbp-14, 0x1.032695b6aa13cp-15, -0x1.9f42775324f87p-17, 0x1.512f1121cf21ap-18, -0x1.14a9ee4cf8b8ep-19},
+    // centre 2.375: interval [0x1.28p+1, 0x1.38p+1], degree 13, max rel. error 2^-68.25 (tools/gen/gamma_tables.py)
+    {0x1.9b07cb5d6e073p-3, 0x1.47a642c89087dp-1, 0x1.0b219f9c915dcp-2, -0x1.6c55832240217p-5, 0x1.6e108f78d4ba0p-7, -0x1.b25980905e293p-9, 0x1.1a42425c610f8p-10, -0x1.8417c951d273bp-12, 0x1.15017befc2539p-13, -0x1.95ff8ffc9de9ap-15, 0x1.2f53c1bc757f3p-16, -0x1.cbe7953f6776bp-18, 0x1.615dfa49457eap-19, -0x1.12208d3a2955fp-20},
+    // centre 2.5: interval [0x1.38p+1, 0x1.48p+1], degree 13, max rel. error 2^-68.30 (tools/gen/gamma_tables.py)
+    {0x1.2383e809a67e8p-2, 0x1.680425af12b5ep-1, 0x1.f62057f7296c9p-3, -0x1.427f4cc53f5f0p-5, 0x1.31b4c4359dfe5p-7, -0x1.56b48947b3c37p-9, 0x1.a54d1cabdc1ecp-11, -0x1.123653d59e93ep-12, 0x1.72e0084a6edb1p-14, -0x1.01a8f9bbb1014p-15, 0x1.6d289069286d7p-17, -0x1.06a7a5e4c876bp-18, 0x1.7efd6145bf6c7p-20, -0x1.19da6427f83c6p-21},
+    // centre 2.625: interval [0x1.48p+1, 0x1.58p+1], degree 13, max rel. error 2^-69.86 (tools/gen/gamma_tables.py)
+    {0x1.815d9de2b88ebp-2, 0x1.867d72f956ce9p-1, 0x1.d995a77d71d4fp-3, -0x1.1f64070e0f647p-5, 0x1.01ca3b39d2da9p-7, -0x1.11cde6a71fd38p-9, 0x1.3f3d568e15d5ep-11, -0x1.8a778c22d4d66p-13, 0x1.fac747521682ep-15, -0x1.4e9d1a8285d4bp-16, 0x1.c2e57458748e8p-18, -0x1.347c12bdfbf21p-19, 0x1.abe428aa08d51p-21, -0x1.2b8ba17e50411p-22},
+    // centre 2.75: interval [0x1.58p+1, 0x1.68p+1], degree 13, max rel. error 2^-68.93 (tools/gen/gamma_tables.py)
+    {0x1.e69eac73eab05p-2, 0x1.a346fec1dc587p-1, 0x1.c012ae051644fp-3, -0x1.01a88b861cc80p-5, 0x1.b696cf9da0419p-8, -0x1.ba7d3b200ea5ep-10, 0x1.ea8360b790a0ap-12, -0x1.20595481edb61p-13, 0x1.60b2b1f44268ep-15, -0x1.bbab5d15611e4p-17, 0x1.1cde7cfb8288cp-18, -0x1.7396b6f250858p-20, 0x1.eb692b416cc97p-22, -0x1.4804807246de7p-23},
+    // centre 2.875: interval [0x1.68p+1, 0x1.78p+1], degree 13, max rel. error 2^-70.26 (tools/gen/gamma_tables.py)
+    {0x1.297070a2ffbd0p-1, 0x1.be8d8332c3709p-1, 0x1.a92363d4b6f87p-3, -0x1.d08876525d762p-6, 0x1.78103ba7b878dp-8, -0x1.693ce8b0fc357p-10, 0x1.7d9555b46c891p-12, -0x1.abcbfaf7141b4p-14, 0x1.f341e7eecc3aep-16, -0x1.2bc078e8c59f8p-17, 0x1.6f964e9618324p-19, -0x1.ca09845a7f576p-21, 0x1.215b2c0e66d5ap-22, -0x1.711cb1d8dea55p-24},
+    // centre 3.0: interval [0x1.78p+1, 0x1.88p+1], degree 13, max rel. error 2^-70.88 (tools/gen/gamma_tables.py)
+    {0x1.62e42fefa39efp-1, 0x1.d8773039049e7p-1, 0x1.94699894c1f4dp-3, -0x1.a4d55beab2d6fp-6, 0x1.44c8ab1f6120ep-8, -0x1.29ad8a1fd7160p-10, 0x1.2c40cac30b689p-12, -0x1.41a130766951ep-14, 0x1.66d5f0c8052a1p-16, -0x1.9c1b55faf55a7p-18, 0x1.e385c2416cc0ep-20, -0x1.2051047982c61p-21, 0x1.5caf585f66e62p-23, -0x1.a9d4466d4e92dp-25},
+    // centre 3.125: interval [0x1.88p+1, 0x1.98p+1], degree 13, max rel. error 2^-70.93 (tools/gen/gamma_tables.py)
+    {0x1.9f8113b265769p-1, 0x1.f124e010de77cp-1, 0x1.8198146f8cde8p-3, -0x1.7ef828938c5ffp-6, 0x1.1a5950c767213p-8, -0x1.eed186c178acep-11, 0x1.dd7bacc94e275p-13, -0x1.e99bde518170cp-15, 0x1.0593150839de3p-16, -0x1.1fd2f3ddb8ac9p-18, 0x1.43abb8fce0f11p-20, -0x1.7211b82ae6d41p-22, 0x1.ad25323a76578p-24, -0x1.f6a0353dc958fp-26},
+    // centre 3.25: interval [0x1.98p+1, 0x1.a8p+1], degree 13, max rel. error 2^-73.45 (tools/gen/gamma_tables.py)
+    {0x1.df216e434a8ecp-1, 0x1.0459842f5df88p+0, 0x1.706ef688253b6p-3, -0x1.5df43307a7ccdp-6, 0x1.ede2fea1dad45p-9, -0x1.9e80723be7d0dp-11, 0x1.7f549c31e0e09p-13, -0x1.78e71bff710c9p-15, 0x1.82568caedce47p-17, -0x1.97f89dd9738c0p-19, 0x1.b86ea9a7a598bp-21, -0x1.e38fef40f5b45p-23, 0x1.0d46e532b7920p-24, -0x1.2ef4654ae3c0ap-26},
+    // centre 3.375: interval [0x1.a8p+1, 0x1.b8p+1], degree 13, max rel. error 2^-75.49 (tools/gen/gamma_tables.py)
+    {0x1.10d17244ceb80p+0, 0x1.0f9d3c56cf009p+0, 0x1.60b8f6e409e9ap-3, -0x1.40ffb92b94e05p-6, 0x1.b25b961028ab8p-9, -0x1.5dbe0d454a837p-11, 0x1.367bad93108d4p-13, -0x1.25303f09dd5d9p-15, 0x1.20bfadd730badp-17, -0x1.251257f11e77cp-19, 0x1.3031712e80c5dp-21, -0x1.4130c7ef0e31fp-23, 0x1.5810c0963be73p-25, -0x1.746521605909fp-27},
+    // centre 3.5: interval [0x1.b8p+1, 0x1.c8p+1], degree 13, max rel. error 2^-77.44 (tools/gen/gamma_tables.py)
+    {0x1.3373018970a36p+0, 0x1.1a68793defc15p+0, 0x1.52494db9b8c8cp-3, -0x1.27781d4bb093ap-6, 0x1.7ff6b372ef93bp-9, -0x1.29143cf153aa7p-11, 0x1.fb1924e598dabp-14, -0x1.cc91773747e81p-16, 0x1.b471a24c02070p-18, -0x1.aa5f6082998c2p-20, 0x1.aa162bde7791ap-22, -0x1.b14382b8160c1p-24, 0x1.bf068d3c2d7d3p-26, -0x1.d2197b5686b66p-28},
+    // centre 3.625: interval [0x1.c8p+1, 0x1.d8p+1], degree 13, max rel. error 2^-71.64 (tools/gen/gamma_tables.py)
+    {0x1.5766f21f2e8b6p+0, 0x1.24c4d1de317fbp+0, 0x1.44fa149fb1afdp-3, -0x1.10d92cdb9c755p-6, 0x1.5506ea0ab3cfcp-9, -0x1.fbd3247e41679p-12, 0x1.a14508d8e376bp-14, -0x1.6d03572bd5ffap-16, 0x1.4d43829783126p-18, -0x1.39c88dfddca4ep-20, 0x1.2e4cc0a9077e9p-22, -0x1.28691cc43b10ap-24, 0x1.26f0d45926315p-26, -0x1.28a2729cef393p-28},
+    // centre 3.75: interval [0x1.d8p+1, 0x1.e8p+1], degree 13, max rel. error 2^-75.95 (tools/gen/gamma_tables.py)
+    {0x1.7c9ff21d3df69p+0, 0x1.2ebac53262895p+0, 0x1.38ab02a5e1608p-3, -0x1.f96d28c6319a5p-7, 0x1.3039996d27941p-9, -0x1.b489d106fbe8cp-12, 0x1.59c9bea86361dp-14, -0x1.23b55257e879ap-16, 0x1.00eeca7ec7f3bp-18, -0x1.d2e25ec8a157bp-21, 0x1.b227ebca41961p-23, -0x1.9afc58275578cp-25, 0x1.8addff940d098p-27, -0x1.7f8782a2ed330p-29},
+    // centre 3.875: interval [0x1.e8p+1, 0x1.f8p+1], degree 13, max rel. error 2^-73.40 (tools/gen/gamma_tables.py)
+    {0x1.a311b02440ee1p+0, 0x1.3851e2fd8e3dep+0, 0x1.2d406d068f49cp-3, -0x1.d56dcfaf49164p-7, 0x1.10816439106b5p-9, -0x1.7945d5c553d75p-12, 0x1.2071dc28a3351p-14, -0x1.d5e50f636da3cp-17, 0x1.8fbc8e5093831p-19, -0x1.5ee05cb3137e5p-21, 0x1.3b4b315512a2cp-23, -0x1.207a444cef1dbp-25, 0x1.0bec142e90a62p-27, -0x1.f730f518e4313p-30},
+    // centre 4.0: interval [0x1.f8p+1, 0x1.04p+2], degree 13, max rel. error 2^-73.48 (tools/gen/gamma_tables.py)
+    {0x1.cab0bfa2a2002p+0, 0x1.4190ed71d7a49p+0, 0x1.22a27c22fad85p-3, -0x1.b51fa807f70fep-7, 0x1.ea0c8ce2a7476p-10, -0x1.47afa062b4a07p-12, 0x1.e430b5d8add18p-15, -0x1.7d39f12160b28p-17, 0x1.3992b08f51542p-19, -0x1.0a33c571e206ap-21, 0x1.ceccc1219dba0p-24, -0x1.99b34ed82f66cp-26, 0x1.70356fb4b3f8ep-28, -0x1.4ea67f3e2be44p-30},
+};
+const double kLgPieceDDTail[kPieces][kPiecePairsDD] = {
+    {-0x1.3ecb2028c82a3p-58, -0x1.b71a24f7b271dp-59, -0x1.b209e278d26d9p-54},
+    {-0x1.00112d392aa14p-58, 0x1.3d52bd0646d8ap-55, 0x1.b8657f435f633p-54},
+    {0x0p+0, 0x1.6cbd7e5c5455dp-58, 0x1.0955bf1e9739ep-56},
+    {-0x1.4b26cd01ecc9dp-60, -0x1.a2653e4c1df1ep-57, -0x1.66138560265cdp-58},
+    {-0x1.d1f2b5d594126p-58, 0x1.dc8c3270e28f2p-57, -0x1.6d1d421f12e2dp-58},
+    {0x1.68ee686ce1037p-59, 0x1.7399d33943848p-58, -0x1.d7cffa6dd2e14p-58},
+    {-0x1.346861e887ca4p-58, 0x1.cd3cfc3af8db5p-63, -0x1.6dad139370ef1p-57},
+    {-0x1.fc58662e4afdep-59, 0x1.df76befab4301p-57, 0x1.ae510bf6d108fp-57},
+    {-0x1.8611cefa88e51p-59, -0x1.d2a10a6421025p-57, 0x1.eff30ea8e0df0p-56},
+    {0x1.c8a218bd58181p-63, -0x1.e9a47b9244c1bp-57, 0x1.cf74e2ba09ef6p-58},
+    {0x0p+0, 0x1.6cb906ef765b4p-58, 0x1.18739c45283aep-56},
+    {-0x1.5640063c97393p-59, 0x1.5e88b5e236fd4p-55, -0x1.e34d4f0bad9eap-56},
+    {-0x1.c3103ce217f9ep-60, 0x1.dd89eb48804a2p-55, 0x1.10ec8586e8795p-59},
+    {0x1.0a5dc18188e98p-59, 0x1.7444bba5f054dp-55, 0x1.21d1e2a977fd8p-60},
+    {-0x1.823fe3238bb1fp-56, -0x1.46eb6bfe76346p-58, 0x1.97351b514e0c3p-58},
+    {0x1.8de701d3db286p-56, 0x1.3cc9fd6585554p-55, 0x1.0ad89dd7870e4p-57},
+    {-0x1.057db2faddd70p-58, -0x1.4057e9eecad93p-57, 0x1.ff4a6a49ddd62p-57},
+    {-0x1.d948d5bc5b80ep-56, -0x1.b126dd9defb27p-58, 0x1.c6632f15d2aefp-58},
+    {0x1.abc9e3b39a12ep-56, 0x1.6cb9070159f1fp-58, -0x1.cf185070dfaa1p-57},
+    {0x1.18e023d1ebae1p-55, 0x1.9ac4f25bc8fc4p-55, 0x1.6ad34248b1384p-58},
+    {0x1.798367e4e9a8dp-56, 0x1.608c121d1f8b8p-54, -0x1.0c142254469b5p-58},
+    {0x1.d77f57fde8ad1p-54, -0x1.b4270e70552c0p-55, -0x1.d4ae346ba8b80p-57},
+    {-0x1.1f8a93cc89dfep-54, 0x1.852ae2da972afp-54, -0x1.ede97570f1267p-58},
+    {-0x1.6fb7f645ab939p-57, -0x1.0014e8eb57373p-54, -0x1.5caa685208b0bp-58},
+    {0x1.d7a618f4e9ab6p-54, -0x1.5a5a8099a1febp-56, -0x1.bd01bacdae881p-57},
+    {0x1.23051fa392146p-55, -0x1.ee8cdd27b464cp-54, 0x1.faf6cdb6f016cp-61},
+    {0x1.9136fea076897p-55, -0x1.27be3475160a7p-55, 0x1.bf2094a91825cp-57},
+};
 
 }  // namespace tsr::gamma

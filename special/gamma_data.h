@@ -4,19 +4,28 @@
 namespace tsr::gamma {
 
 constexpr int kPieces = 27;        // lgamma pieces of width 1/8 from centre 3/4
-constexpr int kPieceDegree = 14;   // the degree of every piece
+constexpr int kPieceDegree = 16;   // the degree of every piece
+constexpr int kPiecePairs = 4;    // t^0.. t^3 as pairs
 constexpr int kStirlingTerms = 8;
-constexpr int kLnSinDegree = 17;   // of Q in ln(sin(pi d)/(pi d)) = e Q(e)
+constexpr int kLnSinDegree = 19;   // of Q in ln(sin(pi d)/(pi d)) = e Q(e)
+constexpr int kLnSinPairs = 4;    // Q's e^0.. e^3 as pairs
 extern const long double kLgPiece[kPieces][kPieceDegree + 1];
+extern const long double kLgPieceTail[kPieces][kPiecePairs];
 extern const long double kStirling[kStirlingTerms];
 extern const long double kLnSin[kLnSinDegree + 1];
+extern const long double kLnSinTail[kLnSinPairs];
 extern const long double kHalfLn2Pi[2];
 extern const long double kFactorial[26];
 constexpr int kPieceDegreeD = 11;  // the double pieces
-constexpr int kStirlingTermsD = 4;
+constexpr int kStirlingTermsD = 8;
 extern const double kLgPieceD[kPieces][kPieceDegreeD + 1];
 extern const double kStirlingD[kStirlingTermsD];
 extern const double kHalfLn2PiD, kLnPiD;
+constexpr int kPieceDegreeDD = 13;  // the double-double pieces
+constexpr int kPiecePairsDD = 3;   // t^0.. t^2 as pairs
+extern const double kLgPieceDD[kPieces][kPieceDegreeDD + 1];
+extern const double kLgPieceDDTail[kPieces][kPiecePairsDD];
+extern const double kHalfLn2PiDD[2], kLnPiDD[2], kPiDD[2];
 
 // The least binary64 argument whose result overflows (2.5599833278516387e+305).
 constexpr double k_lgamma_over = 0x1.754d9278b51a8p+1014;

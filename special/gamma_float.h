@@ -20,7 +20,7 @@
 #pragma once
 #include "elementary/log_kernels.h"
 #include "elementary/trig_kernels.h"
-#include "special/gamma_data.h"
+#include "special/gamma_common.h"
 
 namespace tsr::gamma {
 namespace {
@@ -45,10 +45,9 @@ inline double piece_d(int k, double t) {
 
 // ln Gamma(s + x) for s + x in [11/16, 65/16) (s = 0 or 1), as lg_pieces.
 inline double lgf_pieces(double x, int s) {
-    int k = int((x + s - 0.6875) * 8.0);
-    k = k < 0 ? 0 : (k >= kPieces ? kPieces - 1 : k);
-    double c = 0.75 + k * 0.125 - s;
-    return piece_d(k, x - c);
+    double t;
+    int k = piece_at(x, s, t);
+    return piece_d(k, t);
 }
 
 // ln Gamma(x) for x > 0 a float; Coarse: the logarithms from the float kernel (see log_f).

@@ -2,9 +2,10 @@
 // lgamma and gamma (one address) store the sign in signgam; lgamma_r and gamma_r (one
 // address, also __libm_lgamma) hand it back through their pointer and touch no shared state.
 //
-// The double and extended forms widen their argument to extended and run the one core of
-// gamma_common.h; the float forms run the double core of gamma_float.h, and the extended core
-// only next to the zeros on the negative axis;
+// The extended forms run the one core of gamma_common.h on the x87 unit; the double forms run
+// the double-double core of gamma_double.h and the float forms the double core of
+// gamma_float.h, both handing the bands next to the zeros on the negative axis to the
+// extended core (the reproducible forms run the extended core throughout);
 // special arguments are sorted out first with comparisons alone:
 //   NaN        propagates (a signalling one raises invalid);
 //   +-inf      +inf, no flag;
@@ -14,7 +15,9 @@
 //   x = 1, 2   +0 exactly, no flag.
 // Reports come after the caller's control word is back.
 #include "special/gamma_common.h"
+#include "special/gamma_double.h"
 #include "special/gamma_float.h"
+#include "tsr/guard.h"
 #include "tsr/codes.h"
 #include "tsr/report.h"
 
@@ -42,6 +45,15 @@ template <class T> inline T round_out(Frame &fr, Pair p) {
     return fr.finish<T>(p.h, p.l, [](LD h, LD l) { return h + l; });
 }
 
+// The double core's pair rounded once in the caller's mode: the guard's mode comes back
+// before the one addition.
+inline double round_dd(RnGuardInexact &g, DD p) {
+    double h = opaque(p.h), l = opaque(p.l);
+    g.restore();
+    return opaque(h) + opaque(l);
+}
+constexpr double kDoubleNearZero = 0.5;
+
 template <class T, bool Fast = true> inline T lgamma_core(T x, int *sign) {
     using L = Lg<T>;
     *sign = 1;
@@ -57,6 +69,11 @@ template <class T, bool Fast = true> inline T lgamma_core(T x, int *sign) {
         if (x == T(1) || x == T(2)) return T(0);
         // Floats: the double core, rounded once in the caller's mode.
         if constexpr (Fast && sizeof(T) == 4) return T(lgf_pos<true>(double(x)));
+        // Doubles: the double-double core, its pair rounded once in the caller's mode.
+        if constexpr (Fast && sizeof(T) == 8) {
+            RnGuardInexact g;
+            return round_dd(g, lgd_pos(opaque(x)));
+        }
         Frame fr;
         Pair p = lg_pos(opaque(LD(x)));
         return round_out<T>(fr, p);
@@ -67,6 +84,13 @@ template <class T, bool Fast = true> inline T lgamma_core(T x, int *sign) {
         if (lgf_neg(double(x), sign, &r)) return T(r);
         // next to a zero: the extended core below
     }
+    if constexpr (Fast && sizeof(T) == 8) {
+        // Where the result is below 1/2 in magnitude its terms have cancelled and the pair's
+        // absolute error (2^-65 to 2^-62) is too large beside it: the extended core.
+        RnGuardInexact g;
+        DD p = lgd_neg(opaque(x), sign);
+        if (!(p.h < kDoubleNearZero && p.h > -kDoubleNearZero)) return round_dd(g, p);
+    }
     Frame fr;
     Pair p = lg_neg(opaque(LD(x)), sign);
     return round_out<T>(fr, p);
@@ -74,6 +98,7 @@ template <class T, bool Fast = true> inline T lgamma_core(T x, int *sign) {
 
 // The reproducible float forms keep the extended core (their results are the recorded ones).
 inline float lgammaf_bwr_core(float x, int *sign) { return lgamma_core<float, false>(x, sign); }
+inline double lgamma_bwr_core(double x, int *sign) { return lgamma_core<double, false>(x, sign); }
 
 // Extended: the same with the encodings the x87 unit refuses (unnormals) taken as NaNs.
 inline LD lgammal_core(LD x, int *sign) {
@@ -123,9 +148,9 @@ extern "C" {
 TSR_LGAMMA_FORMS(double, lgamma_core, lgamma, gamma, lgamma_r, gamma_r, __libm_lgamma)
 TSR_LGAMMA_FORMS(float, lgamma_core, lgammaf, gammaf, lgammaf_r, gammaf_r, __libm_lgammaf)
 TSR_LGAMMA_FORMS(long double, lgammal_core, lgammal, gammal, lgammal_r, gammal_r, __libm_lgammal)
-// The reproducible forms: the same algorithm (every step is extended arithmetic in
+// The reproducible forms: the extended core alone (every step is extended arithmetic in
 // round-to-nearest, the same on every processor).
-TSR_LGAMMA_FORMS(double, lgamma_core, __bwr_lgamma, __bwr_gamma, __bwr_lgamma_r, __bwr_gamma_r, __bwr_libm_lgamma)
+TSR_LGAMMA_FORMS(double, lgamma_bwr_core, __bwr_lgamma, __bwr_gamma, __bwr_lgamma_r, __bwr_gamma_r, __bwr_libm_lgamma)
 TSR_LGAMMA_FORMS(float, lgammaf_bwr_core, __bwr_lgammaf, __bwr_gammaf, __bwr_lgammaf_r, __bwr_gammaf_r,
                  __bwr_libm_lgammaf)
 

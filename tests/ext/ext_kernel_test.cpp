@@ -7,25 +7,10 @@
 
 #include "ext_funcs.h"
 
-namespace {
-struct Scaled {
-    long double hi, lo;
-    int e;
-};
-}  // namespace
+#include "ext_pair_error.h"
+#include "extended/ext_kernels.h"
 
-extern "C" {
-void __libm_normalizel_k80(Scaled *);
-long double *__libm_scalbl_k80(long double *, const long double *, const long double *, int);
-int __libm_expl_k80(long double *, const long double *);
-int __libm_exp2l_k80(long double *, const long double *, int);
-int __libm_exp10l_k80(long double *, const long double *, int);
-void __libm_expm1l_k80(long double *, const long double *);
-long double __libm_logl_k80(const long double *, const long double *, long double *);
-void __libm_log1pl_k80(long double *, const long double *);
-void __libm_log_k80(Scaled *, const Scaled *);
-void __libm_hypot2l_k80(const long double *, const long double *, Scaled *);
-}
+using Scaled = tsr_scaled_pair;
 
 namespace {
 
@@ -33,17 +18,10 @@ using extt::LD;
 
 // log2 of the relative error of (h + l) 2^e against MPFR's f(x).
 double rel_err_log2(LD h, LD l, long e, th::MpFn1 f, LD x) {
-    th::Mp ref(256), a(256), got(256), t(256);
+    th::Mp ref(256), a(256);
     th::set(a, x);
     f(ref, a, MPFR_RNDN);
-    th::set(got, h);
-    th::set(t, l);
-    mpfr_add(got, got, t, MPFR_RNDN);
-    mpfr_mul_2si(got, got, e, MPFR_RNDN);
-    mpfr_sub(got, got, ref, MPFR_RNDN);
-    mpfr_div(got, got, ref, MPFR_RNDN);
-    double d = std::fabs(mpfr_get_d(got, MPFR_RNDN));
-    return d == 0 ? -300 : std::log2(d);
+    return extt::pair_rel_err_log2(h, l, e, ref);
 }
 
 TEST(ExtKernels, Exp) {
@@ -135,10 +113,6 @@ TEST(ExtKernels, Hypot2) {
 }
 
 }  // namespace
-
-extern "C" int __libm_reduce_pi04l(const long double *, int, double *);
-extern "C" int __libm_reduce_pi04ln2l(const long double *, double *);
-extern "C" int __libm_reduce_pi04ln10l(const long double *, double *);
 
 namespace {
 

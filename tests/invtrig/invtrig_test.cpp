@@ -47,8 +47,13 @@ template <class T> std::vector<Row<T>> arc_rows(std::vector<Row<T>> own) {
     } else {
         r.push_back({fS, NAN, INV});
         r.push_back({f32(0xff800001), NAN, INV});
-        for (float x : {0x1.fffffep-1f, 0x1.000002p-1f, 0x1p-12f, 0x1p-27f, 0x1.fffffep-28f})
+        // tier e7: the ends of the float grid (2^-6, 0.9375), where it carries into the next
+        // binade and on to c = 1 (x < 0 only), and of the series below it
+        for (float x : {0x1.fffffep-1f, 0x1.000002p-1f, 0x1p-12f, 0x1p-27f, 0x1.fffffep-28f, 0x1p-6f, 0x1.fffffep-7f,
+                        0x1.ep-1f, 0x1.dffffep-1f, 0x1.fdp-2f, 0x1.fep-1f})
             r.push_back({x, CR, NX});
+        for (float x : {-0x1.ep-1f, -0x1.dffffep-1f, -0x1.fep-1f, -0x1.fdfffep-1f, -0x1p-6f})
+            r.push_back({x, CR, NX, 0, NO_CODE, RN});
         r.push_back({-0x1.fffffep-1f, CR, NX, 0, NO_CODE, RN});
     }
     r.insert(r.end(), own.begin(), own.end());
@@ -142,6 +147,11 @@ const std::vector<Row2<float>> kAtan2f = {
     {{0x1p-149f, -1.0f}, CR, NX}, {{0x1.fffffep+127f, 0x1p-149f}, CR, NX},
     {{0x1.fffffep+127f, -0x1p-149f}, CR, NX}, {{0x1p-126f, 0x1.fffffep+127f}, CR, UN, 0, NO_CODE, RN},
     {{1.0f, 1.0f}, CR, NX}, {{0x1.000002p+0f, -1.0f}, CR, NX, 0, NO_CODE, RN},
+    // tier ex's octants: ratios at and beside 1/2, 2 and 2^+-31, both signs of x
+    {{1.0f, 2.0f}, CR, NX}, {{0x1.000002p+0f, 2.0f}, CR, NX}, {{2.0f, 0x1.fffffep-1f}, CR, NX},
+    {{2.0f, 1.0f}, CR, NX}, {{-2.0f, -1.0f}, CR, NX, 0, NO_CODE, RN}, {{1.0f, -0x1.fffffep+0f}, CR, NX, 0, NO_CODE, RN},
+    {{0x1p31f, 1.0f}, CR, NX}, {{0x1.000002p31f, 1.0f}, CR, NX}, {{1.0f, 0x1p31f}, CR, NX, 0, NO_CODE, RN},
+    {{1.0f, 0x1.000002p31f}, CR, NX, 0, NO_CODE, RN}, {{0x1p-31f, -1.0f}, CR, NX, 0, NO_CODE, RN},
 };
 
 // ---- accuracy -------------------------------------------------------------------------------
@@ -154,6 +164,11 @@ template <class T> void arc_regions(Sweep<T> &s) {
                  {8000, {T(0x1.f8p-10), T(0x1.04p-9), Dist::uniform}},
                  {8000, {T(0.69), T(0.73), Dist::uniform}},
                  {4000, {T(0.49), T(0.51), Dist::uniform}}};
+    if constexpr (!d) {
+        // tier e7's grid ends: 2^-6 and 0.9375
+        s.regions.push_back({4000, {0x1.f8p-7f, 0x1.04p-6f, Dist::uniform, true}});
+        s.regions.push_back({6000, {0.93f, 0.945f, Dist::uniform, true}});
+    }
     if constexpr (d) {
         // tier ex's regime ends: 0.0625, 0.865, 0.9921875 and 0.99609375
         s.regions.push_back({4000, {0.06, 0.065, Dist::uniform}});
@@ -225,6 +240,8 @@ template <class T> void atan2_regions(Sweep<T> &s) {
         for (size_t i = 0; i < n; ++i) {
             T x = g() % 3 ? m[i] : -m[i];
             T y = i % 5 ? x * r[i] : x * (1 + r[i] * T(d ? 0x1p-40 : 0x1p-20));
+            // a tenth next to the octant ends of atan2f's ex body: ratios 1/2, 2, 2^-31, 2^31
+            if (i % 10 == 3) y = x * T(std::ldexp(1.0, int(g() % 2 ? 1 : 31) * (g() % 2 ? 1 : -1))) * (1 + (r[i] - 1) * T(0x1p-12));
             out.push_back(y);
             out.push_back(x);
         }

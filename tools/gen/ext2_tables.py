@@ -7,6 +7,7 @@ Run: python3 tools/gen/ext2_tables.py [--out DIR]
   kSinPoly, kCosPoly  sin r = r - r^3/6 + r^5 S(r^2) and cos r = 1 - r^2/2 + r^4/24 + r^6 C(r^2) on
                       |r| <= 0.7855 (pi/4 and the margin of a reduction in a directed mode);
   kAtanPoly           atan t = t + t^3 A(t^2) on |t| <= 1/64 plus a margin;
+  kAsinPoly           asin x = x + x^3/6 + x^5 Q(x^2) on |x| <= 1/2;
   kAtanTab[33]        atan(k/32), k = 0..32, the breakpoints of atanl, as extended pairs;
   constants           pi/2, pi, 1/6, 1/24, 180/pi as extended pairs (head nearest, tail nearest the
                       rest), and pi/180 with a head of 32 bits (its product with a 32-bit half
@@ -15,7 +16,7 @@ Fits are Remez exchanges with extended coefficients; each states its interval an
 measured with the coefficients as rounded (the fixed low terms exact)."""
 from fractions import Fraction
 
-from mpmath import mp, mpf, sin, cos, atan
+from mpmath import mp, mpf, sin, cos, atan, asin
 
 import tsrgen as g
 
@@ -91,6 +92,7 @@ fit("kSinPoly", sin, -R, R, 21, {1: Fraction(1), 3: Fraction(-1, 6)}, "odd", "si
 fit("kCosPoly", cos, -R, R, 20, {0: Fraction(1), 2: Fraction(-1, 2), 4: Fraction(1, 24)}, "even", "cos r", -75)
 T = mpf(1) / 64 * mpf("1.01")
 fit("kAtanPoly", atan, -T, T, 13, {1: Fraction(1)}, "odd", "atan t", -78)
+fit("kAsinPoly", asin, -mpf(1) / 2, mpf(1) / 2, 35, {1: Fraction(1), 3: Fraction(1, 6)}, "odd", "asin x", -71)
 
 out.append("}  // namespace tsr::x80")
 hdr.append("")

@@ -3,9 +3,13 @@
 
   lgamma pieces   ln|Gamma| on 27 pieces of width 1/8 centred at 3/4 + k/8 (k = 0..26, so
                   [11/16, 65/16)), each a polynomial in t = x - centre with extended
-                  coefficients; the pieces centred at 1 and 2 (the zeros) have no constant
-                  term, so that t P(t) keeps its relative accuracy next to the zero.
-                  Least-squares fits, relative error measured on a dense grid of each piece.
+                  coefficients, the first PAIRS of them as head-and-tail pairs (the core
+                  evaluates the last steps as pairs, so that the piece reaches about 2^-75
+                  relative: what keeps the extended results within an ulp where ln|Gamma|
+                  is small beside its terms); the pieces centred at 1 and 2 (the zeros) have
+                  no constant term, so that t P(t) keeps its relative accuracy next to the
+                  zero.  Least-squares fits at 140 bits, then cut; the relative error of the
+                  cut polynomial is measured on a dense grid of each piece.
   Stirling        the tail of ln Gamma(x) - ((x - 1/2) ln x - x + ln(2 pi)/2) as the
                   asymptotic series sum B_2k / (2k (2k - 1) x^(2k - 1)), k = 1..8, exact
                   Bernoulli numbers rounded once; its truncation error for x >= 16 is stated.
@@ -33,14 +37,21 @@ SCRIPT = "gamma_tables.py"
 PIECES = 27
 WIDTH = mpf(1) / 8
 FIRST_CENTRE = mpf(3) / 4
-DEGREE = 14  # every piece; the measured error of each is stated beside its row
-TARGET = mpf(2) ** -63.5
+DEGREE = 16  # every piece; the measured error of each is stated beside its row
+PAIRS = 4  # the coefficients of t^0..t^3 held as pairs (head + tail) of extended values
+TARGET = mpf(2) ** -75
+# The fit runs at this precision; the coefficients are then cut to pairs or single values.
+FIT = g.Format("fit", 140, -16382, 160, "")
 STIRLING_TERMS = 8
 STIRLING_FROM = 16
-LNSIN_DEGREE = 17  # of Q, in e = d^2
+LNSIN_DEGREE = 19  # of Q, in e = d^2
+LNSIN_PAIRS = 4  # Q's coefficients of e^0..e^3 as pairs
 DEGREE_D = 11  # the double pieces
 TARGET_D = mpf(2) ** -42
-STIRLING_TERMS_D = 4
+STIRLING_TERMS_D = 8
+DEGREE_DD = 13  # the double-double pieces of the double forms' core
+PAIRS_DD = 3  # their coefficients of t^0..t^2 as pairs of doubles
+TARGET_DD = mpf(2) ** -62
 
 
 def x87(v):
@@ -55,6 +66,23 @@ def lgamma_piece(k, degree=DEGREE, fmt=g.X87):
     fit = g.least_squares(f, a, b, degree, relative=True, fixed={0: 0} if zero else None,
                           fmt=fmt, prec=192, points=120)
     return c, fit
+
+
+def lgamma_piece_pairs(k, degree=DEGREE, pairs=PAIRS, fmt=g.X87, points=140):
+    """Piece k with coefficients in fmt, the first `pairs` as head-and-tail pairs:
+    (centre, heads, tails, measured error of the polynomial with the pairs' sums)."""
+    c = FIRST_CENTRE + k * WIDTH
+    zero = c in (1, 2)
+    f = lambda t: mp.loggamma(c + t)
+    a, b = -WIDTH / 2, WIDTH / 2
+    with mp.workprec(256):
+        fit = g.least_squares(f, a, b, degree, relative=True, fixed={0: 0} if zero else None,
+                              fmt=FIT, prec=256, points=points)
+        heads = [g.to_format(v, fmt) for v in fit.coeffs]
+        tails = [g.to_format(v - h, fmt) for v, h in zip(fit.coeffs[:pairs], heads)]
+        used = [h + (tails[i] if i < pairs else 0) for i, h in enumerate(heads)]
+        err, _ = g.measure(used, f, a, b)
+    return c, heads, tails, err
 
 
 def stirling():
@@ -72,8 +100,15 @@ def lnsin():
             return mpf(0)
         d = mp.sqrt(e)
         return mp.log(mp.sin(mp.pi * d) / (mp.pi * d))
-    return g.least_squares(f, 0, mpf(1) / 4, LNSIN_DEGREE + 1, relative=True, fixed={0: 0},
-                           fmt=g.X87, prec=192, points=120)
+    with mp.workprec(256):
+        fit = g.least_squares(f, 0, mpf(1) / 4, LNSIN_DEGREE + 1, relative=True, fixed={0: 0},
+                              fmt=FIT, prec=256, points=140)
+        q = fit.coeffs[1:]
+        heads = [g.to_format(v, g.X87) for v in q]
+        tails = [g.to_format(v - h, g.X87) for v, h in zip(q[:LNSIN_PAIRS], heads)]
+        used = [mpf(0)] + [h + (tails[i] if i < LNSIN_PAIRS else 0) for i, h in enumerate(heads)]
+        err, _ = g.measure(used, f, 0, mpf(1) / 4)
+    return heads, tails, err
 
 
 def first_over(fmt, f, lo, hi):
@@ -127,18 +162,27 @@ def main():
     h = [g.header(SCRIPT), "#pragma once", "", "namespace tsr::gamma {", "",
          "constexpr int kPieces = %d;        // lgamma pieces of width 1/8 from centre 3/4" % PIECES,
          "constexpr int kPieceDegree = %d;   // the degree of every piece" % DEGREE,
+         "constexpr int kPiecePairs = %d;    // t^0.. t^%d as pairs" % (PAIRS, PAIRS - 1),
          "constexpr int kStirlingTerms = %d;" % STIRLING_TERMS,
          "constexpr int kLnSinDegree = %d;   // of Q in ln(sin(pi d)/(pi d)) = e Q(e)" % LNSIN_DEGREE,
+         "constexpr int kLnSinPairs = %d;    // Q's e^0.. e^%d as pairs" % (LNSIN_PAIRS, LNSIN_PAIRS - 1),
          "extern const long double kLgPiece[kPieces][kPieceDegree + 1];",
+         "extern const long double kLgPieceTail[kPieces][kPiecePairs];",
          "extern const long double kStirling[kStirlingTerms];",
          "extern const long double kLnSin[kLnSinDegree + 1];",
+         "extern const long double kLnSinTail[kLnSinPairs];",
          "extern const long double kHalfLn2Pi[2];",
          "extern const long double kFactorial[26];",
          "constexpr int kPieceDegreeD = %d;  // the double pieces" % DEGREE_D,
          "constexpr int kStirlingTermsD = %d;" % STIRLING_TERMS_D,
          "extern const double kLgPieceD[kPieces][kPieceDegreeD + 1];",
          "extern const double kStirlingD[kStirlingTermsD];",
-         "extern const double kHalfLn2PiD, kLnPiD;", ""]
+         "extern const double kHalfLn2PiD, kLnPiD;",
+         "constexpr int kPieceDegreeDD = %d;  // the double-double pieces" % DEGREE_DD,
+         "constexpr int kPiecePairsDD = %d;   // t^0.. t^%d as pairs" % (PAIRS_DD, PAIRS_DD - 1),
+         "extern const double kLgPieceDD[kPieces][kPieceDegreeDD + 1];",
+         "extern const double kLgPieceDDTail[kPieces][kPiecePairsDD];",
+         "extern const double kHalfLn2PiDD[2], kLnPiDD[2], kPiDD[2];", ""]
 
     th = thresholds()
     for name, (v, fmt) in th.items():
@@ -150,18 +194,23 @@ def main():
 
     c = [g.header(SCRIPT), '#include "special/gamma_data.h"', "", "namespace tsr::gamma {", ""]
     c += ["// ln|Gamma(x)| on [centre - 1/16, centre + 1/16), centre = 3/4 + k/8: coefficients of t^0..t^%d," % DEGREE,
-          "// t = x - centre (pieces 2 and 10, the zeros at 1 and 2, without a constant term).",
+          "// t = x - centre (pieces 2 and 10, the zeros at 1 and 2, without a constant term); the",
+          "// coefficients of t^0..t^%d are the heads of pairs whose tails are kLgPieceTail.  The error" % (PAIRS - 1),
+          "// stated is that of the polynomial with the pairs' exact sums.",
           "const long double kLgPiece[kPieces][kPieceDegree + 1] = {"]
     worst = mpf(0)
+    tails_rows = []
     for k in range(PIECES):
-        centre, fit = lgamma_piece(k)
-        worst = max(worst, fit.err)
-        if fit.err > TARGET:
-            raise SystemExit("piece %d: error %s above the target" % (k, mp.nstr(fit.err, 5)))
+        centre, heads, tails, err = lgamma_piece_pairs(k)
+        worst = max(worst, err)
+        if err > TARGET:
+            raise SystemExit("piece %d: error %s above the target" % (k, mp.nstr(err, 5)))
         c.append("    // centre %s: %s" % (mp.nstr(centre, 6), g.approx_comment(centre - WIDTH / 2, centre + WIDTH / 2,
-                                                                          DEGREE, fit.err_log2(), SCRIPT)))
-        c.append("    {" + ", ".join(x87(v) for v in fit.coeffs) + "},")
-    c += ["};", ""]
+                                                                          DEGREE, float(mp.log(err, 2)), SCRIPT)))
+        c.append("    {" + ", ".join(x87(v) for v in heads) + "},")
+        tails_rows.append("    {" + ", ".join(x87(v) for v in tails) + "},")
+    c += ["};", "", "// The tails of the pieces' first %d coefficients." % PAIRS,
+          "const long double kLgPieceTail[kPieces][kPiecePairs] = {"] + tails_rows + ["};", ""]
 
     sc, bound = stirling()
     c += ["// B_2k / (2k (2k - 1)), k = 1..%d: ln Gamma(x) = (x - 1/2) ln x - x + ln(2 pi)/2 + sum c_k x^(1-2k)," % STIRLING_TERMS,
@@ -169,10 +218,14 @@ def main():
     c += g.c_array("const long double kStirling[kStirlingTerms]", [x87(v) for v in sc], 2)
     c.append("")
 
-    ls = lnsin()
-    c += ["// ln(sin(pi d)/(pi d)) = e Q(e), e = d^2: coefficients of Q, e^0..e^%d;" % LNSIN_DEGREE,
-          "// " + g.approx_comment(0, mpf(1) / 4, LNSIN_DEGREE + 1, ls.err_log2(), SCRIPT, "ln(sin(pi d)/(pi d)) in d^2")]
-    c += g.c_array("const long double kLnSin[kLnSinDegree + 1]", [x87(v) for v in ls.coeffs[1:]], 2)
+    ls, ls_tails, ls_err = lnsin()
+    c += ["// ln(sin(pi d)/(pi d)) = e Q(e), e = d^2: coefficients of Q, e^0..e^%d, those of e^0..e^%d"
+          % (LNSIN_DEGREE, LNSIN_PAIRS - 1),
+          "// the heads of pairs whose tails follow (the error stated is that with the pairs' sums);",
+          "// " + g.approx_comment(0, mpf(1) / 4, LNSIN_DEGREE + 1, float(mp.log(ls_err, 2)), SCRIPT,
+                                   "ln(sin(pi d)/(pi d)) in d^2")]
+    c += g.c_array("const long double kLnSin[kLnSinDegree + 1]", [x87(v) for v in ls], 2)
+    c += g.c_array("const long double kLnSinTail[kLnSinPairs]", [x87(v) for v in ls_tails], 2)
     c.append("")
 
     hl = mp.log(2 * mp.pi) / 2
@@ -205,8 +258,30 @@ def main():
     c += g.c_array("const double kStirlingD[kStirlingTermsD]", [g.hexfloat(v) for v in sc[:STIRLING_TERMS_D]], 2)
     c.append("const double kHalfLn2PiD = %s;  // ln(2 pi)/2" % g.hexfloat(hl))
     c.append("const double kLnPiD = %s;  // ln pi" % g.hexfloat(mp.log(mp.pi)))
+    for name, v, what in (("kHalfLn2PiDD", hl, "ln(2 pi)/2"), ("kLnPiDD", mp.log(mp.pi), "ln pi"), ("kPiDD", mp.pi, "pi")):
+        head = g.to_format(v, g.BINARY64)
+        c.append("const double %s[2] = {%s, %s};  // %s as a pair" % (name, g.hexfloat(head), g.hexfloat(v - head), what))
+    c.append("")
+    c += ["// The pieces for the double forms: double coefficients of t^0..t^%d, those of t^0..t^%d the"
+          % (DEGREE_DD, PAIRS_DD - 1),
+          "// heads of pairs whose tails are kLgPieceDDTail (the error stated is with the pairs' sums).",
+          "const double kLgPieceDD[kPieces][kPieceDegreeDD + 1] = {"]
+    worst_dd = mpf(0)
+    dd_tails = []
+    for k in range(PIECES):
+        _, heads, tails, err = lgamma_piece_pairs(k, DEGREE_DD, PAIRS_DD, g.BINARY64, 100)
+        worst_dd = max(worst_dd, err)
+        if err > TARGET_DD:
+            raise SystemExit("double-double piece %d: error %s above the target" % (k, mp.nstr(err, 5)))
+        centre = FIRST_CENTRE + k * WIDTH
+        c.append("    // centre %s: %s" % (mp.nstr(centre, 6), g.approx_comment(centre - WIDTH / 2, centre + WIDTH / 2,
+                                                                          DEGREE_DD, float(mp.log(err, 2)), SCRIPT)))
+        c.append("    {" + ", ".join(g.hexfloat(v) for v in heads) + "},")
+        dd_tails.append("    {" + ", ".join(g.hexfloat(v) for v in tails) + "},")
+    c += ["};", "const double kLgPieceDDTail[kPieces][kPiecePairsDD] = {"] + dd_tails + ["};"]
     c += ["", "}  // namespace tsr::gamma", ""]
-    print("worst piece error 2^%.2f, double pieces 2^%.2f" % (float(mp.log(worst, 2)), float(mp.log(worst_d, 2))))
+    print("worst piece error 2^%.2f, double pieces 2^%.2f, double-double 2^%.2f" % (
+        float(mp.log(worst, 2)), float(mp.log(worst_d, 2)), float(mp.log(worst_dd, 2))))
     g.write_outputs({"special/gamma_data.h": "\n".join(h), "special/gamma_data.cpp": "\n".join(c)})
 
 

@@ -67,6 +67,22 @@ def arc_pair(v):
     return hi, g.to_format(v - hi, g.BINARY64)
 
 
+# ---- the arcsine grid of the float tier e7 ---------------------------------------------------
+ARCF_ROWS = 127  # binades 2^-6 .. 2^-1 with 1 .. 6 mantissa bits (2 + 4 + ... + 64), then c = 1
+
+
+def arcf_c(i):
+    """Row i: in binade k = 0..5 (from 2^-6) the grid has k + 1 mantissa bits and starts at row
+    2^(k+1) - 2; the last row is c = 1, where rounding up out of the top binade lands."""
+    k = 0
+    while i >= 2 ** (k + 2) - 2 and k < 6:
+        k += 1
+    if k == 6:
+        return mpf(1)
+    j = i - (2 ** (k + 1) - 2)
+    return mpf(2) ** (k - 6) * (1 + mpf(j) / 2 ** (k + 1))
+
+
 # ---- the arcsine rows on j/64 ---------------------------------------------------------------
 ARC_HALF = mpf(1) / 128 * mpf("1.08")  # |t| reach: half a step and the row estimate's margin
 
@@ -162,6 +178,15 @@ def main():
                      "asin(c) in two parts on the same grid, the head cut to 45 bits (toward zero): a multiple of\n"
                      "2^-48, so that pi/2 or pi plus or minus it is exact.")
     out += [""]
+    arcf = []
+    for i in range(ARCF_ROWS):
+        c = arcf_c(i)
+        assert g.to_format(c, g.BINARY32) == c  # a float
+        arcf.append("{%s, %s}" % (d(g.to_format(mp.asin(c), g.BINARY64)), d(g.to_format(mp.sqrt(1 - c * c), g.BINARY64))))
+    out += g.c_array("const ArcRow arcf_rows[%d]" % ARCF_ROWS, arcf, 2,
+                     "asin(c) and sqrt(1 - c^2), each rounded to double, c on the float grid of 2^-6 <= |x| < 1 that\n"
+                     "keeps k + 1 mantissa bits in the binade 2^(k-6) (k = 0..5), rows 2^(k+1) - 2 on; row 126 is c = 1.")
+    out += [""]
     heads, polys, errs = [], [], []
     for j in range(46):
         hi, lo = split(arc_g(j))
@@ -240,6 +265,25 @@ def main():
     out += ["// atanf, atan2f (double arithmetic on the grids above): atan(z) = z + z^3 (Q0 + Q1 z^2);",
             "// " + q.comment(SCRIPT, "atan"),
             "const double atanf_poly[2] = {%s, %s};" % (d(q.coeffs[3]), d(q.coeffs[5])), ""]
+    # atan2f tier ex, by octants: atan(r) = r + r (E(v) + F(v) w), w = r^2, v = w^2, |r| <= 1/2
+    # (the operands a binade apart or more), and pi/4 + atan(q), |q| <= 1/3 (within a binade).
+    Ew = [word(w) for w in (0x3F9A8EB6A1FBC9D9, 0x3FB32474713E98D0, 0x3FBC70D3A367EFD7, 0x3FC999998EAC5238)]
+    Fw = [word(w) for w in (0xBFAC6C7395B6793B, 0xBFB73640306EBB4B, 0xBFC24920E2EB2ECE, 0xBFD555555552ABFF)]
+    oc = [0, 1, 0, Fw[3], 0, Ew[3], 0, Fw[2], 0, Ew[2], 0, Fw[1], 0, Ew[1], 0, Fw[0], 0, Ew[0]]
+    o_err = g.measure(oc, fa, mpf(2) ** -30, mpf(1) / 2)
+    Gw = [word(w) for w in (0xBFB1C1C0D9D9AA33, 0xBFC2448504BA093E, 0xBFD55555312DD43C, 0x3FBBCBEB947E6EDC,
+                            0x3FC9997B700FA0B3, 0x3FEFFFFFFFF8F7DB)]
+    qc2 = [0, Gw[5], 0, Gw[2], 0, Gw[4], 0, Gw[1], 0, Gw[3], 0, Gw[0]]
+    q2_err = g.measure(qc2, fa, mpf(2) ** -30, mpf(1) / 3, relative=False)
+    out += ["// atan2f tier ex: atan(r) = r + r (E(v) + F(v) w), w = r^2, v = w^2, E(v) = (((E0 v + E1) v + E2) v",
+            "// + E3) v, F(v) = ((F0 v + F1) v + F2) v + F3; interval [2^-30, 1/2], degree 17, max relative",
+            "// error 2^%.2f (tools/gen/%s)." % (float(mp.log(o_err[0], 2)), SCRIPT),
+            "const double atan2f_e[4] = {%s};" % ", ".join(d(v) for v in Ew),
+            "const double atan2f_f[4] = {%s};" % ", ".join(d(v) for v in Fw),
+            "// Within a binade: atan(q) = ((G0 v + G1) v + G2) q^3 + ((G3 v + G4) v + G5) q, v = q^4;",
+            "// interval [2^-30, 1/3], degree 11, max absolute error 2^%.2f (tools/gen/%s)."
+            % (float(mp.log(q2_err[0], 2)), SCRIPT),
+            "const double atan2f_g[6] = {%s};" % ", ".join(d(v) for v in Gw), ""]
     # The atan2 kernel in double-double: atan(z) = z + z^3 (K0 + K1 v + ... + K6 v^6), |z| <= 2^-6.9.
     K = [mpf(-1) / 3] + [word(w) for w in (0x3FC99999999991BB, 0xBFC2492492382A27, 0x3FBC71C6F9B157D3,
                                             0xBFB745BE69CCA475, 0x3FB3AB7C1048AFD1, 0xBFB029BD34239994)]

@@ -1,0 +1,38 @@
+// The interface of the extended-precision kernels, for the code that calls them from outside
+// the extended sources (and their tests): pairs are two 16-byte cells, hi then lo; a scaled
+// pair has its binary exponent in a third cell.
+#pragma once
+
+extern "C" {
+struct tsr_scaled_pair {
+    long double hi, lo;
+    int e;
+};
+
+void __libm_normalizel_k80(tsr_scaled_pair *);
+long double *__libm_scalbl_k80(long double *, const long double *, const long double *, int);
+int __libm_expl_k80(long double *, const long double *);
+int __libm_exp2l_k80(long double *, const long double *, int);
+int __libm_exp10l_k80(long double *, const long double *, int);
+void __libm_expm1l_k80(long double *, const long double *);
+long double __libm_logl_k80(const long double *, const long double *, long double *);
+void __libm_log1pl_k80(long double *, const long double *);
+void __libm_log_k80(tsr_scaled_pair *, const tsr_scaled_pair *);
+void __libm_log1p_k80(tsr_scaled_pair *, const tsr_scaled_pair *);
+void __libm_hypot2l_k80(const long double *, const long double *, tsr_scaled_pair *);
+int __libm_reduce_pi04l(const long double *, int, double *);
+int __libm_reduce_pi04ln2l(const long double *, double *);
+int __libm_reduce_pi04ln10l(const long double *, double *);
+// sin x = factor (out[0] + out[1]), the factor returned; likewise of x ln2 and x ln10
+long double __libm_sinl_k80(const long double *, long double *);
+long double __libm_cosl_k80(const long double *, long double *);
+long double __libm_sinln2l_k80(const long double *, long double *);
+long double __libm_cosln2l_k80(const long double *, long double *);
+long double __libm_sinln10l_k80(const long double *, long double *);
+long double __libm_cosln10l_k80(const long double *, long double *);
+// sinh x = (out[0] + out[1]) 2^k, k returned
+int __libm_sinhl_k80(const long double *, long double *);
+int __libm_coshl_k80(const long double *, long double *);
+// atan2(y, x) of two scaled pairs as a pair in out (returned)
+long double *__libm_atan2l_k80(long double *out, const tsr_scaled_pair *y, const tsr_scaled_pair *x);
+}

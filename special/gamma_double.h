@@ -1,0 +1,142 @@
+// The double forms' core: ln|Gamma(x)| of a double argument as a double-double pair, in SSE
+// arithmetic at round-to-nearest (the callers hold a guard), for lgamma and tgamma.
+//
+// A double result within about 0.501 ulp needs ln|Gamma| to about 2^-62 relative (lgamma) or
+// absolute (tgamma, which exponentiates it).  The regions are the extended core's:
+//   x < 2^-70        -ln x;
+//   x < 11/16        ln Gamma(1 + x) - ln x;
+//   11/16..65/16     the 27 pieces of width 1/8, degree 13 with double coefficients, those of
+//                    t^0..t^2 as pairs (fit error below 2^-62 relative, gamma_data.cpp); the
+//                    last steps run on pairs, so that the rounding adds about 2^-64;
+//   65/16..16        ln Gamma(x - n) + ln((x - n)...(x - 1)), the product an exact pair to
+//                    2^-100 and its logarithm from the double-double kernel;
+//   x >= 16          Stirling with eight terms of the series (truncation below 2^-70), the
+//                    main terms as pairs;
+//   x < 0, |x| < 24  ln Gamma(1 + z) - ln|x (x + 1) ... (x + n + 1)| as the extended core
+//                    does; where the result is below 1/4 in magnitude (the bands about the
+//                    zeros) the terms cancel and lgamma hands over to the extended core
+//                    (its absolute error 2^-65 here is enough for tgamma);
+//   x <= -24         reflection: ln pi - ln|sin(pi d)| - ln Gamma(1 - x), d = x - round(x),
+//                    the last by Stirling at y = -x (1 - x itself is not always exact);
+//                    lgamma hands results below 1/2 to the extended core (sin(pi d) comes to
+//                    about 2^-62 relative from the sine kernel).
+// The logarithm kernel's error is about 2^-70 absolute (its polynomial is good to 2^-62.9
+// relative on |r| < 2^-7), so on Stirling's range the relative error of the pair stays below
+// 2^-70 / ln x and tgamma's absolute error below 171 * 2^-70 = 2^-62.6.
+#pragma once
+#include "elementary/log_kernels.h"
+#include "elementary/trig_kernels.h"
+#include "special/gamma_common.h"
+#include "tsr/dd.h"
+
+namespace tsr::gamma {
+namespace {
+
+using dd::DD;
+
+inline DD log_dd(DD v) {
+    double o[2];
+    __libm_log_k64(v.h, v.l, o);
+    return dd::fast_two_sum(o[0], o[1]);
+}
+
+// Piece k at t (|t| <= 1/16) as a pair: Horner in double down to t^kPiecePairsDD, then the
+// steps on the pairs (the product t times a pair by Dekker's product).  The rounding of the
+// double part, t^3 Q(t), stays below 2^-64 of the result, also on the pieces of the zeros.
+inline DD piece_dd(int k, double t) {
+    const double *c = kLgPieceDD[k];
+    const double *cl = kLgPieceDDTail[k];
+    double q = c[kPieceDegreeDD];
+    for (int i = kPieceDegreeDD - 1; i >= kPiecePairsDD; --i) q = q * t + c[i];
+    DD p = dd::two_sum(c[kPiecePairsDD - 1], t * q);
+    p = dd::fast_two_sum(p.h, p.l + cl[kPiecePairsDD - 1]);
+    for (int i = kPiecePairsDD - 2; i >= 0; --i) {
+        DD m = dd::two_prod(t, p.h);
+        m.l += t * p.l;
+        DD s = dd::two_sum(c[i], m.h);
+        p = dd::fast_two_sum(s.h, s.l + (m.l + cl[i]));
+    }
+    return p;
+}
+
+// ln Gamma(s + x) for s + x in [11/16, 65/16), s an integer: t = x - (centre - s) exact
+// (see lg_pieces).
+inline DD lgd_pieces(double x, int s) {
+    double t;
+    int k = piece_at(x, s, t);
+    return piece_dd(k, t);
+}
+
+// Stirling for x >= 16: ln Gamma(x) = (x - 1/2) ln x - x + ln(2 pi)/2 + series, or with
+// `next` ln Gamma(x + 1) = (x + 1/2) ln x - x + ..., the same terms (x + 1 need not be exact).
+inline DD lgd_stirling(double x, bool next) {
+    DD L = log_dd({x, 0.0});
+    DD half = {(next ? 0.5 : -0.5) * L.h, (next ? 0.5 : -0.5) * L.l};
+    if (x >= 0x1p60) {
+        // x (ln x - 1) +- ln(x)/2, the series and the constant far below the last place; x is
+        // brought down by 2^-64 (exactly) for the split of the product.
+        DD p = dd::mul(dd::add(L, -1.0), x * 0x1p-64);
+        return {p.h * 0x1p64, p.l * 0x1p64 + half.h};
+    }
+    double r = 1.0 / x, r2 = r * r;
+    double ser = kStirlingD[kStirlingTermsD - 1];
+    for (int i = kStirlingTermsD - 2; i >= 0; --i) ser = ser * r2 + kStirlingD[i];
+    // x ln x +- (ln x)/2: x -+ 1/2 is not exact from 2^52 on.
+    DD s = dd::add(dd::mul(L, x), half);
+    s = dd::add(s, -x);
+    return dd::add(s, DD{kHalfLn2PiDD[0], kHalfLn2PiDD[1] + ser * r});
+}
+
+// ln Gamma(x) for a finite x > 0, as a pair.
+inline DD lgd_pos(double x) {
+    if (x < 0x1p-70) return dd::neg(log_dd({x, 0.0}));
+    if (x < 0.6875) {
+        DD a = x < 0.0625 ? piece_dd(kPieceOfOne, x) : lgd_pieces(x, 1);
+        return dd::add(a, dd::neg(log_dd({x, 0.0})));
+    }
+    if (x < 4.0625) return lgd_pieces(x, 0);
+    if (x < 16.0) {
+        // ln Gamma(x - n) + ln((x - 1)...(x - n)), x - n in [49/16, 65/16): each factor exact.
+        int n = int(x - 3.0625);
+        DD q = {x - 1.0, 0.0};
+        for (int i = 2; i <= n; ++i) q = dd::mul(q, x - i);
+        return dd::add(lgd_pieces(x - n, 0), log_dd(q));
+    }
+    return lgd_stirling(x, false);
+}
+
+// ln|Gamma(x)| for x < 0 not an integer (|x| < 2^52), as a pair, and the sign of Gamma(x).
+inline DD lgd_neg(double x, int *sign) {
+    double y = -x;
+    double fl = __builtin_floor(y);
+    *sign = (uint64_t(fl) & 1) ? 1 : -1;
+    // -ln|x| alone (the next term, -gamma x, is below 2^-76 of it); the products below
+    // would lose their tails to underflow.
+    if (y < 0x1p-70) return dd::neg(log_dd({y, 0.0}));
+    if (y < 24.0) {
+        int n = int(fl);
+        double z = x + (n + 1);  // in (0, 1); rounds for n = 0 and x above -1/2
+        DD a;
+        // t measured from the piece is exact where z is not (|t| <= 1/16 on x's grid).
+        if (z > 0.9375) a = piece_dd(kPieceOfTwo, x + n);  // ln Gamma(2 + t), t = x + n exact
+        else if (z < 0.0625) a = piece_dd(kPieceOfOne, z);
+        else a = lgd_pieces(x, n + 2);  // ln Gamma(x + n + 2)
+        // |x (x + 1) ... (x + n + 1)|: every factor but the last exact and negative; the last,
+        // z, as the exact pair x + (n + 1) (z itself rounds for |x| < 2^-52).
+        DD q = {-x, 0.0};
+        for (int i = 1; i <= n; ++i) q = dd::mul(q, -(x + i));
+        q = dd::mul(q, dd::two_sum(x, double(n + 1)));
+        return dd::add(a, dd::neg(log_dd(q)));
+    }
+    // d = y - round(y), exact; sin(pi d) from pi d as a pair: sin(h + l) = sin h + l cos h.
+    double d = y - __builtin_floor(y + 0.5);
+    DD pd = dd::mul_raw(d < 0 ? -d : d, DD{kPiDD[0], kPiDD[1]});
+    double s[2], c[2];
+    __libm_sincos_k64(pd.h, s, c);
+    DD sn = dd::fast_two_sum(s[0], s[1] + c[0] * pd.l);
+    DD r = dd::add(DD{kLnPiDD[0], kLnPiDD[1]}, dd::neg(log_dd(sn)));
+    return dd::add(r, dd::neg(lgd_stirling(y, true)));  // ln Gamma(1 - x) = ln Gamma(y + 1)
+}
+
+}  // namespace
+}  // namespace tsr::gamma
