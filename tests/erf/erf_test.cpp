@@ -16,8 +16,6 @@ namespace {
 using namespace th;
 namespace code = tsr::code;
 
-const double kInf = INFINITY;
-const float fInf = INFINITY;
 
 template <class T> Row<T> crun(T x) { return {x, CR, UN, ERANGE_IF_ZERO, NO_CODE, RN}; }  // subnormal result
 

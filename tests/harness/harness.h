@@ -329,6 +329,14 @@ template <class T> Row<T> cr(T x) { return {x, CR, NX, 0, NO_CODE, RN}; }
 template <class T> Row<T> crx(T x) { return {x, CR, NX}; }
 inline const double kS = f64(0x7ff4000000000000);
 inline const float fS = f32(0x7fa00000);
+// The values rows name most: infinity, the default quiet NaN, the largest finite value and
+// the least subnormal of each format.
+inline constexpr double kInf = __builtin_inf(), kMax = 0x1.fffffffffffffp1023, kTiny = 0x1p-1074;
+inline constexpr float fInf = __builtin_inff(), fMax = 0x1.fffffep127f, fTiny = 0x1p-149f;
+inline constexpr long double lInf = __builtin_infl();
+inline const double kNaN = f64(0x7ff8000000000000);
+inline const float fNaN = f32(0x7fc00000);
+inline const long double lNaN = __builtin_nanl("");
 template <class T> using RowSC = RowN<T, 1, 2>;  // two outputs (sincos)
 
 // Checks every row in every variant of f this processor runs and every mode the row names:
