@@ -12,9 +12,6 @@ namespace erft {
 
 using namespace th;
 
-inline const double kInf = INFINITY;
-inline const float fInf = INFINITY;
-
 template <class T> Row<T> crun(T x) { return {x, CR, UN, ERANGE_IF_ZERO, NO_CODE, RN}; }  // subnormal result
 
 template <class T> std::vector<Row<T>> nans(std::vector<Row<T>> own) {

@@ -22,8 +22,6 @@ namespace {
 using namespace th;
 namespace code = tsr::code;
 
-const double kInf = INFINITY;
-const float fInf = INFINITY;
 
 
 // What every one-argument function shares: NaNs quiet, signalling ones raise invalid.
