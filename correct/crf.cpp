@@ -1,13 +1,17 @@
 // The correctly rounded single-precision functions: every member at tiers ex, l9, z0 (and d1
-// where exported), one algorithm written once and compiled for each tier's instruction set.
+// where exported).
 //
-// A member handles its special values and its tiny and saturated ranges by hand (results
-// one double away from x, 1 or -1, overflow and underflow products, the domain errors), and
-// evaluates the rest in double through its kernel, settled by the rounding test of
-// crf_common.h.  Odd and even functions are evaluated at |x|, so their lists hold positive
+// Tier ex runs each member's careful route: the member handles its special values and its
+// tiny and saturated ranges by hand (results one double away from x, 1 or -1, overflow and
+// underflow products, the domain errors), and evaluates the rest in double through this
+// library's double kernel, settled by the rounding test of crf_common.h.  Tiers l9, z0 and
+// d1 first run a quick phase of their own for eighteen members (fused kernels on the tables
+// of crf_quick.h, below) and take the careful route, compiled for their instruction set,
+// only where it cannot settle the value.  Odd and even functions are evaluated at |x|, so their lists hold positive
 // keys; cbrt and the reciprocal square root at the significand scaled into [1, 8) and [1, 4),
 // since scaling by 2^3k (2^2k) only scales their result.
 #include "correct/crf_common.h"
+#include "correct/crf_quick.h"
 
 using namespace tsr;
 using namespace tsr::crf;
@@ -47,9 +51,243 @@ inline float scaled(uint32_t a, int width, int &e) {
 }
 inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 
+// ---- the quick phase (tiers l9, z0, d1) ----------------------------------------------------
+//
+// The exponentials, logarithms, sine and cosine first run a short kernel of their own in
+// double (tables and polynomials of correct/crf_quick.h, fused multiply-adds), whose error
+// is below 2^-49 relative (each kernel's bound is worked out beside it).  kQuickMargin units
+// of y's last place are at least 2^-47 |f(x)| (|f(x)| < 2^(B+1) in y's binade [2^B, 2^(B+1))
+// and a unit is 2^(B-52)), well beyond that bound: a value more than kQuickMargin units away
+// from every point of its 25-bit grid has the exact value in the same grid interval, and
+// narrowing it is correct in every mode, flags included (crf_common.h).  A value the test
+// cannot settle (about one argument in 2^21, and the exact results, which sit on the grid)
+// goes to the careful route, tier ex's: the double kernel of this library, the rows and the
+// careful phase.  The kernel always runs in round-to-nearest, so the value it settles does
+// not depend on the caller's mode and one run of every float in one mode checks them all.
+#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
+#define TSR_CRF_QUICK 1
+#else
+#define TSR_CRF_QUICK 0
+#endif
+
+// The careful route of a member with a quick phase stays out of line there, so that the
+// quick phase keeps its registers.
+#if TSR_CRF_QUICK
+#define TSR_CRF_CAREFUL __attribute__((noinline))
+#else
+#define TSR_CRF_CAREFUL inline
+#endif
+
+#if TSR_CRF_QUICK
+namespace q = tsr::crf::quick;
+
+constexpr uint64_t kQuickMargin = 64;
+inline bool quick_settles(double y) { return ((bits(y) + kQuickMargin) & kBelowGrid) > 2 * kQuickMargin; }
+
+// The control word around the quick kernel.  Reading the control and status word waits for
+// every floating-point operation in flight (it holds their flags), which would cost more than
+// the kernel; the caller's rounding direction is told instead by two additions, 1 + 1.5 2^-53
+// and -1 - 1.5 2^-53, which round away from 1 in magnitude only to nearest.  In that mode the
+// kernel runs in the caller's word as it is: it raises inexact alone, and the arguments with
+// an exact result go to the careful route before it runs (each member says which), so every
+// argument it sees has an inexact result, whether the test settles it or the careful route
+// does.  Flush to zero and denormals-are-zero leave it alone (no subnormal double arises in
+// it, and subnormal arguments of the logarithms go to the careful route).  With inexact
+// unmasked, its trap comes from the kernel rather than from the final narrowing: the result
+// is inexact either way.  In a directed mode the kernel runs under kBodyCsr and the caller's
+// word comes back before the narrowing (or before the careful route).
+inline bool nearest_mode() {
+    double up = opaque(1.0) + 0x1.8p-53, down = opaque(-1.0) - 0x1.8p-53;
+    return up == 0x1.0000000000001p+0 && down == -0x1.0000000000001p+0;
+}
+
+struct Quick {
+    uint32_t saved = 0;
+    bool plain;
+    Quick() : plain(nearest_mode()) {
+        if (__builtin_expect(!plain, 0)) {
+            saved = get_mxcsr();
+            set_mxcsr(kBodyCsr);
+        }
+    }
+    float done(double y) {
+        y = opaque(y);
+        if (__builtin_expect(!plain, 0)) set_mxcsr(saved);
+        return narrow(y);
+    }
+    void abandon() {
+        if (!plain) set_mxcsr(saved);
+    }
+};
+
+// Round to the nearest integer by the 1.5 2^52 shifter: valid for |t| < 2^51.
+constexpr double kShifter = 0x1.8p52;
+inline double nearest_int(double t, int64_t &k) {
+    double s = t + kShifter;
+    k = int64_t(bits(s) - bits(kShifter));
+    return s - kShifter;
+}
+
+// 2^(k/128) e^r for |r| <= ln2/256 (1 + 2^-20), k from -19500 to 16400.  T = 2^(j/128) is
+// within 2^-53 of its value, the polynomial within 2^-52.48, q = e^r - 1 (|q| < 2^-8.5) is
+// computed within 2^-60 and T + T q rounds once (2^-53): below 2^-51 relative in all, and
+// the scaling by 2^(k >> 7) is exact (the result stays a normal double).
+inline double exp_core(int64_t k, double r) {
+    double r2 = r * r;
+    double p = __builtin_fma(r, q::kExpPoly[2], q::kExpPoly[1]);
+    double e = __builtin_fma(r2, __builtin_fma(r, p, q::kExpPoly[0]), r);
+    double t = q::kExp2J[k & 127];
+    return __builtin_fma(t, e, t) * pow2(int(k >> 7));
+}
+
+// x = k ln2/128 + r, x a float with 2^-25 <= |x| < 105.  t = x 128/ln2 rounds to k;
+// k kLn2d128Hi is exact (38 bits times |k| < 2^15) and x - k kLn2d128Hi is exact (Sterbenz:
+// x and k ln2/128 are within a factor 1.5 of each other when k != 0); the second piece
+// leaves r within 2^-80 of x - k ln2/128.
+inline double exp_reduce(double x, int64_t &k) {
+    double kd = nearest_int(x * q::kInvLn2x128, k);
+    return __builtin_fma(-kd, q::kLn2d128Lo, __builtin_fma(-kd, q::kLn2d128Hi, x));
+}
+
+// e^x.
+inline double quick_exp(double x) {
+    int64_t k;
+    double r = exp_reduce(x, k);
+    return exp_core(k, r);
+}
+
+// e^x - 1 for |x| >= 1/2: e^x within 2^-51, then one rounding.  The subtraction magnifies
+// the relative error by e^x/|e^x - 1| <= 2.55: below 2^-49.5 relative.
+inline double quick_expm1(double x) { return quick_exp(x) - 1.0; }
+
+// cosh a and sinh a (a = |x| from 2^-12 to 90): e^a and e^-a from one reduction (2^(-k/128)
+// e^-r), each within 2^-51, summed or subtracted and halved.  The sum of positive terms
+// keeps the bound (2^-50.5 with its rounding); the difference, for a >= 1/2 only, magnifies
+// it by coth a <= 2.17: below 2^-49.5 relative.
+inline double quick_cosh(double a) {
+    int64_t k;
+    double r = exp_reduce(a, k);
+    return 0.5 * (exp_core(k, r) + exp_core(-k, -r));
+}
+inline double quick_sinh(double a) {
+    int64_t k;
+    double r = exp_reduce(a, k);
+    return 0.5 * (exp_core(k, r) - exp_core(-k, -r));
+}
+
+// 2^x: k = x 128 rounded, x - k/128 exact (the bits of x below 2^-8), times ln 2 within
+// 2^-52 relative.
+inline double quick_exp2(double x) {
+    int64_t k;
+    double kd = nearest_int(x * 128.0, k);
+    return exp_core(k, (x - kd * 0x1p-7) * q::kLn2);
+}
+
+// 10^x: as e^x with log10(2)/128 in two pieces (the reduced r in decimal units within 2^-80
+// of x - k log10(2)/128), then times ln 10 (2^-52 relative).
+inline double quick_exp10(double x) {
+    int64_t k;
+    double kd = nearest_int(x * q::kLog2_10x128, k);
+    double r = __builtin_fma(-kd, q::kLg2d128Lo, __builtin_fma(-kd, q::kLg2d128Hi, x));
+    return exp_core(k, r * q::kLn10);
+}
+
+// ln(1 + r) for -2^-9 <= r <= 2^-8: the polynomial (2^-58.12), evaluated within 2^-52.
+inline double log1p_poly(double r) {
+    double r2 = r * r;
+    double p = __builtin_fma(r, q::kLogPoly[4], q::kLogPoly[3]);
+    p = __builtin_fma(r2, p, __builtin_fma(r, q::kLogPoly[2], q::kLogPoly[1]));
+    return __builtin_fma(r2, __builtin_fma(r, p, q::kLogPoly[0]), r);
+}
+
+// ln x, x a positive normal float.  x = 2^e z with z in [0x1.66p-1, 0x1.66p+0) (float bits
+// from 0x3f330000), row i of z's 256; r = z/c - 1 is exact (z 24 bits times 1/c 28 bits,
+// then Sterbenz), |r| <= 2^-8, and ln x = e ln2 + ln c + ln(1 + r).  e kLn2Hi is exact; the
+// rows next to 1 have c = 1 (ln x = ln(1 + r), relative error that of the polynomial and its
+// evaluation, below 2^-51).  Elsewhere |ln x| >= 2^-9 and the terms summed are at most three
+// times |ln x|: with the table (2^-53), two roundings of the sum and the polynomial
+// (2^-58.12, evaluated within 2^-52 of ln(1 + r)), below 2^-49.5 relative.
+inline double quick_log(float x) {
+    uint32_t ix = bits(x);
+    uint32_t t = ix - 0x3f330000;
+    int e = int32_t(t) >> 23;
+    unsigned i = (t >> 15) & 255;
+    double z = f32(ix - (t & 0xff800000u));
+    double r = __builtin_fma(z, q::kLogInvC[i], -1.0);
+    double ed = e;
+    double hi = __builtin_fma(ed, q::kLn2Hi, q::kLogC[i]);
+    return hi + __builtin_fma(ed, q::kLn2Lo, log1p_poly(r));
+}
+
+// ln(1 + x), x a float above -1 with |x| >= 2^-24.  Near 0 (-2^-9 <= x < 2^-8) r = x and
+// the polynomial alone, as on the rows next to 1.  Elsewhere w = 1 + x is exact (x has no
+// bit below 2^-33 there; from 2^53 on, w is x rounded, within 2^-53 relative, which moves
+// the logarithm by less than 2^-58 relative) and is split as ln x above, but with a double
+// significand: r = z/c - 1 is rounded once by the fused multiply-add (2^-53 |r| more).
+// Below 2^-49 relative as for ln x.
+inline double quick_log1p(double x) {
+    if (x >= -0x1p-9 && x < 0x1p-8) return log1p_poly(x);
+    double w = 1.0 + x;
+    uint64_t t = bits(w) - 0x3fe6600000000000;  // 0x1.66p-1
+    int e = int(int64_t(t) >> 52);
+    unsigned i = unsigned(t >> 44) & 255;
+    double z = f64(bits(w) - (t & 0xfff0000000000000));
+    double r = __builtin_fma(z, q::kLogInvC[i], -1.0);
+    double ed = e;
+    double hi = __builtin_fma(ed, q::kLn2Hi, q::kLogC[i]);
+    return hi + __builtin_fma(ed, q::kLn2Lo, log1p_poly(r));
+}
+
+// atan t for t = n/d, n and d positive doubles (d finite, n finite or +inf).  Above 1,
+// pi/2 - atan u with u = d/n; below, u = n/d (one rounding, 2^-53).
+// u in [0, 1] is taken to the nearest c = i/64: v = (u - c)/(1 + u c), u - c exact (u and
+// c within a factor 2 of each other, or c = 0), the denominator and the quotient rounded
+// once each, |v| <= 1/128 (1 + 2^-40); atan u = atan c + atan v with the polynomial
+// (2^-65.89).  atan c >= 2 |atan v| when c != 0: with the table (2^-53) and the sum's
+// rounding, atan u within 2^-51 relative; pi/2 - atan u (>= pi/4 >= atan u) keeps that with
+// one more rounding and pi/2 in two pieces.  Below 2^-50.5 relative.
+inline double quick_atan(double n, double d) {
+    bool big = n > d;
+    double u = big ? d / n : n / d;
+    int64_t k;
+    double c = nearest_int(u * 64.0, k) * 0x1p-6;
+    double v = (u - c) / __builtin_fma(u, c, 1.0);
+    double v2 = v * v;
+    double p = __builtin_fma(v2, __builtin_fma(v2, q::kAtanPoly[2], q::kAtanPoly[1]), q::kAtanPoly[0]);
+    double w = q::kAtanC[k] + __builtin_fma(v * v2, p, v);
+    return big ? (q::kPiHalfHi - w) + q::kPiHalfLo : w;
+}
+
+// sin and cos of a, 2^-12 <= a < 2^16.  k = a 256/pi rounded (k < 2^22.4); the three
+// pieces of pi/256 give r = a - k pi/256 within 2^-52 |r| + 2^-96 (k kPid256_1 and the first
+// difference exact, the pieces within 2^-120 of pi/256), |r| <= pi/512 (1 + 2^-40).  With
+// i = k mod 256 and (S, C) = (sin, cos)(i pi/256) negated when k mod 512 >= 256:
+//     sin a = S + C sin r + S (cos r - 1),    cos a = C - S sin r + C (cos r - 1).
+// The terms summed are at most three times the result (|S| or |C| of the row at the
+// result's zero is 0 or at least sin(pi/256), twice the largest |r|), each within 2^-52 of
+// its value (the table 2^-53, the polynomials 2^-58), and two roundings: below 2^-49
+// relative, as long as |r| is far above 2^-96 (no float below 2^16 comes within 2^-40 of a
+// multiple of pi/512, by the run of every one of them).
+inline void quick_sincos(double a, double *ps, double *pc) {
+    int64_t k;
+    double kd = nearest_int(a * q::k256dPi, k);
+    double r = __builtin_fma(-kd, q::kPid256_1, a);
+    r = __builtin_fma(-kd, q::kPid256_2, r);
+    r = __builtin_fma(-kd, q::kPid256_3, r);
+    double r2 = r * r;
+    double sr = __builtin_fma(r * r2, __builtin_fma(r2, q::kSinPoly[1], q::kSinPoly[0]), r);
+    double cm = r2 * __builtin_fma(r2, q::kCosPoly[1], q::kCosPoly[0]);
+    unsigned i = unsigned(k) & 255;
+    uint64_t flip = uint64_t(k & 256) << 55;  // the sign bit when k mod 512 >= 256
+    double s = f64(bits(q::kSinCos[2 * i]) ^ flip), c = f64(bits(q::kSinCos[2 * i + 1]) ^ flip);
+    *ps = __builtin_fma(s, cm, __builtin_fma(c, sr, s));
+    *pc = __builtin_fma(c, cm, __builtin_fma(-s, sr, c));
+}
+#endif
+
 // ---- exponentials --------------------------------------------------------------------------
 
-inline float cr_expf(float x) {
+TSR_CRF_CAREFUL float careful_expf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a < 0x33000000) {  // |x| < 2^-25: 1 + x, the side of x
         if (a == 0) return 1.0f;
@@ -64,7 +302,7 @@ inline float cr_expf(float x) {
     return r;
 }
 
-inline float cr_exp2f(float x) {
+TSR_CRF_CAREFUL float careful_exp2f(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a < 0x33000000) {  // |x| < 2^-25: |x ln 2| below 2^-25 as well
         if (a == 0) return 1.0f;
@@ -80,7 +318,7 @@ inline float cr_exp2f(float x) {
     return r;
 }
 
-inline float cr_exp10f(float x) {
+TSR_CRF_CAREFUL float careful_exp10f(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a < 0x32000000) {  // |x| < 2^-27: |x ln 10| below 2^-25
         if (a == 0) return 1.0f;
@@ -104,7 +342,7 @@ inline void restore_x87_flags(uint16_t sw) {
     asm volatile("fldenv %0" : : "m"(env));
 }
 
-inline float cr_expm1f(float x) {
+TSR_CRF_CAREFUL float careful_expm1f(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a < 0x33800000) {  // |x| < 2^-24: x(1 + x/2), above x in magnitude for x > 0
         if (a == 0) return x;
@@ -136,7 +374,7 @@ inline float cr_exp2m1f(float x) {
 
 // ---- hyperbolic functions ------------------------------------------------------------------
 
-inline float cr_sinhf(float x) {
+TSR_CRF_CAREFUL float careful_sinhf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a < 0x39800000) return a == 0 ? x : narrow(away_from_zero(x));  // 2^-12: x(1 + x^2/6)
     if (a >= 0x7f800000) return x + x;
@@ -148,7 +386,7 @@ inline float cr_sinhf(float x) {
     }), s));
 }
 
-inline float cr_coshf(float x) {
+TSR_CRF_CAREFUL float careful_coshf(float x) {
     uint32_t a = bits(x) & 0x7fffffff;
     if (a < 0x39800000) return a == 0 ? 1.0f : narrow(away_from_zero(1.0));  // 1 + x^2/2
     if (a >= 0x7f800000) return x * x;
@@ -175,7 +413,7 @@ inline float cr_tanhf(float x) {
 
 // ---- trigonometric functions ---------------------------------------------------------------
 
-inline float cr_sinf(float x) {
+TSR_CRF_CAREFUL float careful_sinf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a < 0x39800000) return a == 0 ? x : narrow(toward_zero(x));  // x(1 - x^2/6)
     if (a >= 0x7f800000) return x - x;  // NaN; invalid for an infinity
@@ -185,7 +423,7 @@ inline float cr_sinf(float x) {
     return f.finish(with_sign(f.settle(sv, Member::sinf, a), s));
 }
 
-inline float cr_cosf(float x) {
+TSR_CRF_CAREFUL float careful_cosf(float x) {
     uint32_t a = bits(x) & 0x7fffffff;
     if (a < 0x39800000) return a == 0 ? 1.0f : narrow(toward_zero(1.0));  // 1 - x^2/2
     if (a >= 0x7f800000) return x - x;
@@ -195,7 +433,7 @@ inline float cr_cosf(float x) {
     return f.finish(f.settle(cv, Member::cosf, a));
 }
 
-inline void cr_sincosf(float x, float *ps, float *pc) {
+TSR_CRF_CAREFUL void careful_sincosf(float x, float *ps, float *pc) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a < 0x39800000) {
         *ps = a == 0 ? x : narrow(toward_zero(x));
@@ -212,7 +450,7 @@ inline void cr_sincosf(float x, float *ps, float *pc) {
     f.finish2(with_sign(f.settle(sv, Member::sinf, a), s), f.settle(cv, Member::cosf, a), ps, pc);
 }
 
-inline float cr_tanf(float x) {
+TSR_CRF_CAREFUL float careful_tanf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a < 0x39800000) return a == 0 ? x : narrow(away_from_zero(x));  // x(1 + x^2/3)
     if (a >= 0x7f800000) return x - x;
@@ -222,7 +460,7 @@ inline float cr_tanf(float x) {
 
 // ---- inverse trigonometric functions -------------------------------------------------------
 
-inline float cr_asinf(float x) {
+TSR_CRF_CAREFUL float careful_asinf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a > 0x3f800000) return __libm_asinf_e7_local(x);  // |x| > 1 or NaN: reported there
     if (a < 0x39800000) return a == 0 ? x : narrow(away_from_zero(x));  // x(1 + x^2/6)
@@ -230,19 +468,70 @@ inline float cr_asinf(float x) {
     return f.finish(with_sign(f.settle(__libm_asin_ex_local(f32(a)), Member::asinf, a), s));
 }
 
-inline float cr_acosf(float x) {
+TSR_CRF_CAREFUL float careful_acosf(float x) {
     uint32_t a = bits(x) & 0x7fffffff;
     if (a > 0x3f800000) return __libm_acosf_e7_local(x);
     Frame f;
     return f.finish(f.settle(__libm_acos_ex_local(x), Member::acosf, bits(x)));
 }
 
-inline float cr_atanf(float x) {
+TSR_CRF_CAREFUL float careful_atanf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a > 0x7f800000) return x + x;
     if (a < 0x39800000) return a == 0 ? x : narrow(toward_zero(x));  // x(1 - x^2/3)
     Frame f;
     return f.finish(with_sign(f.settle(__libm_atan_ex_local(f32(a)), Member::atanf, a), s));
+}
+
+// atan |x| for 2^-12 <= |x| < inf.
+inline float cr_atanf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    if (__builtin_expect(a - 0x39800000u < 0x7f800000u - 0x39800000u, 1)) {
+        Quick qk;
+        double y = quick_atan(f32(a), 1.0);
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
+        qk.abandon();
+    }
+#endif
+    return careful_atanf(x);
+}
+
+// asin |x| = atan t, t = |x|/sqrt((1 - |x|)(1 + |x|)), for 2^-12 <= |x| < 1: 1 - |x| and
+// 1 + |x| are exact (|x| has no bit below 2^-36), the product, root and the quotient of
+// quick_atan round once each (its u within 2^-51.4 relative), and atan magnifies a relative
+// error of its argument by at most 1:
+// below 2^-49.5 relative.
+inline float cr_asinf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1)) {
+        Quick qk;
+        double m = f32(a);
+        double y = quick_atan(m, __builtin_sqrt((1.0 - m) * (1.0 + m)));
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
+        qk.abandon();
+    }
+#endif
+    return careful_asinf(x);
+}
+
+// acos x = atan t (x > 0) or pi - atan t (x < 0), t = sqrt((1 - |x|)(1 + |x|))/|x|, for
+// 2^-12 <= |x| < 1: t as for asin, and pi - atan t (>= pi/2 >= atan t) one more rounding
+// with pi in two pieces: below 2^-49 relative.  acos 1 = 0 is exact: the careful route.
+inline float cr_acosf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1)) {
+        Quick qk;
+        double m = f32(a);
+        double w = quick_atan(__builtin_sqrt((1.0 - m) * (1.0 + m)), m);
+        double y = s ? (q::kPiHi - w) + q::kPiLo : w;
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
+        qk.abandon();
+    }
+#endif
+    return careful_acosf(x);
 }
 
 // ---- logarithms ----------------------------------------------------------------------------
@@ -258,21 +547,21 @@ inline bool log_special(float x, float &r) {
     return true;
 }
 
-inline float cr_logf(float x) {
+TSR_CRF_CAREFUL float careful_logf(float x) {
     float r;
     if (log_special(x, r)) return r;
     Frame f;
     return f.finish(f.settle(__libm_log_ex_local(x), Member::logf, bits(x), [x] { return odd53(__libm_logl_ex_local(x)); }));
 }
 
-inline float cr_log2f(float x) {
+TSR_CRF_CAREFUL float careful_log2f(float x) {
     float r;
     if (log_special(x, r)) return r;
     Frame f;
     return f.finish(f.settle(__libm_log2_ex_local(x), Member::log2f, bits(x), [x] { return odd53(log2l_local(x)); }));
 }
 
-inline float cr_log10f(float x) {
+TSR_CRF_CAREFUL float careful_log10f(float x) {
     float r;
     if (log_special(x, r)) return r;
     Frame f;
@@ -290,7 +579,7 @@ inline bool log1p_special(float x, float &r) {
     return true;
 }
 
-inline float cr_log1pf(float x) {
+TSR_CRF_CAREFUL float careful_log1pf(float x) {
     float r;
     if (log1p_special(x, r)) return r;
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
@@ -302,10 +591,15 @@ inline float cr_log1pf(float x) {
     return f.finish(f.settle(__libm_log1p_ex_local(x), Member::log1pf, bits(x), [x] { return odd53(__libm_log1pl_ex_local(x)); }));
 }
 
-inline float cr_log2p1f(float x) {
+TSR_CRF_CAREFUL float careful_log2p1f(float x) {
     float r;
     if (log1p_special(x, r)) return r;
     if ((bits(x) & 0x7fffffff) == 0) return x;
+    // x = 2^k, k >= 24: log2(1 + x) = k + d, 0 < d < 2^-k/ln 2, far inside the grid interval
+    // above k (whose width is at least 2^-20 below 128), while the double kernel and the
+    // careful phase lose d from k = 53 (64) on: the double next above k, inexact.
+    if (bits(x) - 0x4b800000u < 0x7f800000u - 0x4b800000u && (bits(x) & 0x7fffff) == 0)
+        return narrow(away_from_zero(double(int(bits(x) >> 23) - 127)));
     Frame f;
     return f.finish(f.settle(__libm_log2p1_ex_local(x), Member::log2p1f, bits(x),
                               [x] { return odd53(__libm_log1pl_ex_local(x) * kLog2eL); }));
@@ -335,6 +629,257 @@ inline float cr_invsqrtf(float x) {
     // One correctly rounded root and one correctly rounded quotient: within 1.5 units.
     double y = opaque(1.0) / __builtin_sqrt(double(m));
     return f.finish(f.settle(y, Member::invsqrtf, bits(m), [m] { return odd53(__libm_invsqrtl_ex_local(m)); }) * pow2(-e));
+}
+
+// ---- the members with a quick phase -------------------------------------------------------
+// The quick phase takes the arguments of the main range (their special values, tiny and
+// saturated ranges and everything else go to the careful route, as at tier ex).
+
+inline float cr_expf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    // 2^-25 <= |x|, x < 88.72284 (overflow), x > -104 (below the least subnormal)
+    if (__builtin_expect(a >= 0x33000000 && a < (s ? 0x42d00000u : 0x42b17218u), 1)) {
+        Quick qk;
+        double y = quick_exp(x);
+        if (__builtin_expect(quick_settles(y), 1)) {
+            float r = qk.done(y);
+            return s && a >= 0x42aeac50 ? report(x, r, code::expf_underflow) : r;  // below 2^-126
+        }
+        qk.abandon();
+    }
+#endif
+    return careful_expf(x);
+}
+
+#if TSR_CRF_QUICK
+// |x| (bits a, below 2^8) is an integer: no bit of its significand below 2^0.
+inline bool is_integer(uint32_t a) { return a >= 0x3f800000 && (a << ((a >> 23) - 118)) == 0; }
+#endif
+
+inline float cr_exp2f(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    // 2^-25 <= |x|, x < 128, x > -151; not an integer (2^n is exact).
+    if (__builtin_expect(a >= 0x33000000 && a < (s ? 0x43170000u : 0x43000000u) && !is_integer(a), 1)) {
+        Quick qk;
+        double y = quick_exp2(x);
+        if (__builtin_expect(quick_settles(y), 1)) {
+            float r = qk.done(y);
+            return s && a > 0x42fc0000 ? report(x, r, code::exp2f_underflow) : r;  // below -126
+        }
+        qk.abandon();
+    }
+#endif
+    return careful_exp2f(x);
+}
+
+inline float cr_exp10f(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    // 2^-27 <= |x|, x < 38.53184, x > -45.45553; not an integer (10^n is exact for n <= 10)
+    if (__builtin_expect(a >= 0x32000000 && a < (s ? 0x4235d276u : 0x421a209bu) && !is_integer(a), 1)) {
+        Quick qk;
+        double y = quick_exp10(x);
+        if (__builtin_expect(quick_settles(y), 1)) {
+            float r = qk.done(y);
+            return s && a >= 0x4217b819 ? report(x, r, code::exp10f_underflow) : r;
+        }
+        qk.abandon();
+    }
+#endif
+    return careful_exp10f(x);
+}
+
+#if TSR_CRF_QUICK
+// The logarithm of x times `scale` (1, 1/ln 2, 1/ln 10: two more roundings, 2^-52), x a
+// positive normal float whose logarithm is inexact.
+inline bool quick_log_settles(float x, double scale, float &r) {
+    Quick qk;
+    double y = quick_log(x) * scale;
+    if (__builtin_expect(quick_settles(y), 1)) {
+        r = qk.done(y);
+        return true;
+    }
+    qk.abandon();
+    return false;
+}
+// x positive, normal, finite.
+inline bool log_quick_range(uint32_t b) { return b - 0x00800000u < 0x7f000000u; }
+// The float 10^k of each exponent 0..33 of [1, 2^34) that has one (k = 0..10), else 0.
+constexpr uint32_t kPow10ByExp[34] = {
+    0x3f800000, 0, 0, 0x41200000, 0, 0, 0x42c80000, 0, 0, 0x447a0000, 0, 0, 0, 0x461c4000, 0, 0,
+    0x47c35000, 0, 0, 0x49742400, 0, 0, 0, 0x4b189680, 0, 0, 0x4cbebc20, 0, 0, 0x4e6e6b28, 0, 0,
+    0, 0x501502f9};
+#endif
+
+inline float cr_logf(float x) {
+#if TSR_CRF_QUICK
+    float r;
+    if (__builtin_expect(log_quick_range(bits(x)) && bits(x) != 0x3f800000, 1) && quick_log_settles(x, 1.0, r)) return r;
+#endif
+    return careful_logf(x);
+}
+
+inline float cr_log2f(float x) {
+#if TSR_CRF_QUICK
+    float r;  // a power of 2 has an exact logarithm
+    if (__builtin_expect(log_quick_range(bits(x)) && (bits(x) & 0x7fffff) != 0, 1) && quick_log_settles(x, q::kInvLn2, r))
+        return r;
+#endif
+    return careful_log2f(x);
+}
+
+inline float cr_log10f(float x) {
+#if TSR_CRF_QUICK
+    float r;  // 10^k, k = 0..10, has an exact logarithm
+    uint32_t e = (bits(x) >> 23) - 127;
+    if (__builtin_expect(log_quick_range(bits(x)) && (e >= 34 || bits(x) != kPow10ByExp[e]), 1) &&
+        quick_log_settles(x, q::kInvLn10, r))
+        return r;
+#endif
+    return careful_log10f(x);
+}
+
+inline float cr_expm1f(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    // 1/2 <= |x|, x < 88.72284 (overflow), x > -18 (e^x - 1 within 2^-25 of -1)
+    if (__builtin_expect(a >= 0x3f000000 && a < (s ? 0x41900000u : 0x42b17218u), 1)) {
+        Quick qk;
+        double y = quick_expm1(x);
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
+        qk.abandon();
+    }
+#endif
+    return careful_expm1f(x);
+}
+
+inline float cr_coshf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff;
+    if (__builtin_expect(a - 0x39800000u < 0x42b40000u - 0x39800000u, 1)) {  // 2^-12 <= |x| < 90
+        Quick qk;
+        double y = quick_cosh(f32(a));
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
+        qk.abandon();
+    }
+#endif
+    return careful_coshf(x);
+}
+
+inline float cr_sinhf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    if (__builtin_expect(a - 0x3f000000u < 0x42b40000u - 0x3f000000u, 1)) {  // 1/2 <= |x| < 90
+        Quick qk;
+        double y = quick_sinh(f32(a));
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
+        qk.abandon();
+    }
+#endif
+    return careful_sinhf(x);
+}
+
+#if TSR_CRF_QUICK
+// -1 < x < inf, |x| >= 2^-24.
+inline bool log1p_quick_range(uint32_t b) {
+    return b - 0x33800000u < 0x7f800000u - 0x33800000u || b - 0xb3800000u < 0xbf800000u - 0xb3800000u;
+}
+#endif
+
+inline float cr_log1pf(float x) {
+#if TSR_CRF_QUICK
+    if (__builtin_expect(log1p_quick_range(bits(x)), 1)) {  // ln(1 + x) is inexact for x != 0
+        Quick qk;
+        double y = quick_log1p(x);
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
+        qk.abandon();
+    }
+#endif
+    return careful_log1pf(x);
+}
+
+inline float cr_log2p1f(float x) {
+#if TSR_CRF_QUICK
+    // 1 + x a power of 2 (x = 2^k - 1) has an exact base-2 logarithm: the careful route.
+    if (__builtin_expect(log1p_quick_range(bits(x)) && (bits(1.0 + double(x)) << 12) != 0, 1)) {
+        Quick qk;
+        double y = quick_log1p(x) * q::kInvLn2;
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
+        qk.abandon();
+    }
+#endif
+    return careful_log2p1f(x);
+}
+
+// 2^-12 <= |x| < 2^16.
+inline bool quick_trig_range(uint32_t a) { return a - 0x39800000u < 0x47800000u - 0x39800000u; }
+
+inline float cr_sinf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    if (__builtin_expect(quick_trig_range(a), 1)) {
+        Quick qk;
+        double sv, cv;
+        quick_sincos(f32(a), &sv, &cv);
+        if (__builtin_expect(quick_settles(sv), 1)) return qk.done(with_sign(sv, s));
+        qk.abandon();
+    }
+#endif
+    return careful_sinf(x);
+}
+
+inline float cr_cosf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff;
+    if (__builtin_expect(quick_trig_range(a), 1)) {
+        Quick qk;
+        double sv, cv;
+        quick_sincos(f32(a), &sv, &cv);
+        if (__builtin_expect(quick_settles(cv), 1)) return qk.done(cv);
+        qk.abandon();
+    }
+#endif
+    return careful_cosf(x);
+}
+
+// tan a = sin a / cos a, each within 2^-49 relative (their bound holds at their zeros as
+// everywhere), and one rounding of the quotient: below 2^-47.9 relative, inside the margin.
+inline float cr_tanf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    if (__builtin_expect(quick_trig_range(a), 1)) {
+        Quick qk;
+        double sv, cv;
+        quick_sincos(f32(a), &sv, &cv);
+        double y = sv / cv;
+        if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
+        qk.abandon();
+    }
+#endif
+    return careful_tanf(x);
+}
+
+inline void cr_sincosf(float x, float *ps, float *pc) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    if (__builtin_expect(quick_trig_range(a), 1)) {
+        Quick qk;
+        double sv, cv;
+        quick_sincos(f32(a), &sv, &cv);
+        if (__builtin_expect(quick_settles(sv) && quick_settles(cv), 1)) {
+            sv = opaque(with_sign(sv, s));
+            cv = opaque(cv);
+            if (__builtin_expect(!qk.plain, 0)) set_mxcsr(qk.saved);
+            *ps = narrow(sv);
+            *pc = narrow(cv);
+            return;
+        }
+        qk.abandon();
+    }
+#endif
+    careful_sincosf(x, ps, pc);
 }
 
 }  // namespace

@@ -1,23 +1,22 @@
 // asinpi, acospi and their float forms: asin(x)/pi and acos(x)/pi.
 //
-// Both are the angle of a point over pi: asin x = atan2(x, sqrt(1 - x^2)) and
-// acos x = atan2(sqrt(1 - x^2), x), taken by the double-double arctangent kernel of the inverse
-// trigonometric family (relative error near 2^-64) and multiplied by 1/pi in two parts, so
-// that the result carries one rounding: below 0.51 ulp.  1 - x^2 is exact in two parts (x^2 as
-// an exact product, 1 - its head exact by Sterbenz from |x| >= 2^-1/2 on, by an exact sum
-// below), its square root in two parts by one correction of the rounded root.
+// One series serves both, s F(v) = asin(s)/pi with v = s^2 on [0, 1/2]: for |x| <= 1/2 on x
+// itself, above on s = sqrt((1 - |x|)/2), since asin|x| = pi/2 - 2 asin(s); acos is pi/2 less
+// asin.  No division in the lower half; a square root and a reciprocal beside it in the upper.
+// The double forms keep s/pi and the cubic term in two parts (arcpi_core): below 0.51 ulp.
 //
 // Exact results, with no flag: asinpi(±0) = ±0, asinpi(±1) = ±1/2, acospi(1) = +0,
 // acospi(-1) = 1, acospi(±0) = 1/2.  |x| < 2^-30: asinpi is x/pi rounded once (x^3/6 lies
 // below 2^-61 of x), subnormal results included.  |x| > 1 and the infinities: NaN with
 // invalid, reported with the function's code; NaN: x + x.
 //
-// The float forms round the double result (below 0.51 ulp of double) once more: below 0.5 +
-// 2^-28 ulp.  ex without fused multiply-add, l9 with it; the reproducible forms are the ex
+// The float forms run one polynomial in double (arcpif_core) and round once: below 0.5 +
+// 2^-13 ulp.  ex without fused multiply-add, l9 with it; the reproducible forms are the ex
 // bodies.
 #include "elementary/pi_common.h"
 #include "tsr/codes.h"
 #include "tsr/report.h"
+#include "tsr/vectorcore.h"
 
 using namespace tsr;
 using namespace tsr::pi;
@@ -27,24 +26,72 @@ namespace {
 constexpr bool kFma = !TSR_TIER_EX;
 constexpr double kTiny = 0x1p-30;
 
-// sqrt(1 - x^2) in two parts, 0 < |x| < 1.
+// The pieces of P = s/pi + s v/(6 pi) + s v^2 R(v) = asin(s)/pi (times m, the caller's s
+// being m·s, m = 1 or 2), with s = sh + sl and v = s^2 = v + vl: the head of s/pi (an exact
+// product), the head of the cubic term (an exact product of the exact product sh v and the
+// constant's head), and every tail together.  The cubic term is up to 4.5% of the result and
+// is kept in two parts, for a rounded one would cost 0.1 ulp; the rest is below 1% and its
+// own error (R's 2^-48.6 and the roundings) below 2^-58 of the result.
+struct Pieces {
+    double a, c, t;
+};
 template <bool Fma>
-inline DD cos_of_asin(double x) {
-    DD sq = two_prod<Fma>(x, x);
-    DD d = two_sum(1.0, -sq.h);
-    d = fast_two_sum(d.h, d.l - sq.l);
-    double r = __builtin_sqrt(d.h);
-    DD rr = two_prod<Fma>(r, r);
-    double c = (((d.h - rr.h) - rr.l) + d.l) / (2.0 * r);
-    return {r, c};
+__attribute__((always_inline)) inline Pieces asin_pieces(double sh, double sl, double v, double vl) {
+    DD a = two_prod<Fma>(sh, inv_pi_hilo[0]);
+    DD sv = two_prod<Fma>(sh, v);
+    DD c = two_prod<Fma>(sv.h, asinpi_sixth[0]);
+    double R = estrin<Fma, 14>(asinpi_series, v);
+    double ta = a.l + mul_add<Fma>(sl, inv_pi_hilo[0], sh * inv_pi_hilo[1]);
+    double tc = c.l + mul_add<Fma>(sv.h, asinpi_sixth[1], (sv.l + mul_add<Fma>(sl, v, sh * vl)) * asinpi_sixth[0]);
+    double rest = sv.h * (v * R);
+    return {a.h, c.h, ta + (tc + rest)};
 }
 
-// Acos: acospi, else asinpi; the special cases have been taken.
+// base + sign·P rounded once: base 0, 1/2 or 1 exceeds P's head (or is 0, where the exact sum
+// is P's head itself), and P's head exceeds the cubic term's: two exact sums, then the tails.
+inline double assemble(double base, double sign, const Pieces &p) {
+    DD h = fast_two_sum(base, sign * p.a);
+    DD g = fast_two_sum(h.h, sign * p.c);
+    return g.h + ((h.l + g.l) + sign * p.t);
+}
+
+// 2^-30 <= |x| < 1.  |x| <= 1/2: s = x, v = x^2 (its rounding error vl kept), asinpi = P,
+// acospi = 1/2 - P.  Above: with v = (1 - |x|)/2 (exact), asin|x| = pi/2 - 2 asin(sqrt v):
+// asinpi = ±(1/2 - P(2 s)), acospi = P(2 s) for x > 0 and 1 - P(2 s) below, s = sqrt v in two
+// parts; the low part (v - sh^2)/(2 sh) needs 1/sh to a few bits only (it is 2^-53 of s), so
+// a reciprocal estimate serves (12 bits: an error of 2^-65 of s), no division: the processor's
+// estimate in l9, a single-precision division in ex, whose bits are the same everywhere.
 template <bool Fma, bool Acos>
 inline double arcpi_core(double x) {
-    DD c = cos_of_asin<Fma>(x);
-    if (Acos) return atan2_over_pi<Fma>(c.h, c.l, x, 0.0);
-    return atan2_over_pi<Fma>(x, 0.0, c.h, c.l);
+    double a = __builtin_fabs(x);
+    if (a <= 0.5) {
+        DD v = two_prod<Fma>(x, x);
+        Pieces p = asin_pieces<Fma>(x, 0.0, v.h, v.l);
+        return Acos ? assemble(0.5, -1.0, p) : assemble(0.0, 1.0, p);
+    }
+    double v = (1.0 - a) * 0.5;
+    double sh = __builtin_sqrt(v);
+    DD sq = two_prod<Fma>(sh, sh);
+    double sl = ((v - sq.h) - sq.l) * vc::recip_estimate<!Fma>(sh);  // 2 (v - sh^2)/(2 sh)
+    Pieces p = asin_pieces<Fma>(2.0 * sh, sl, v, 0.0);
+    if (Acos) return x > 0 ? assemble(0.0, 1.0, p) : assemble(1.0, -1.0, p);
+    return x > 0 ? assemble(0.5, -1.0, p) : assemble(-0.5, 1.0, p);
+}
+
+// The float forms in double: the same two halves with one polynomial, s F(v) = asin(s)/pi
+// (F's error 2^-40; the upper half's difference from 1/2 loses at most a factor 3), within
+// 2^-37 of the result before its one rounding to float.
+template <bool Fma, bool Acos>
+inline double arcpif_core(double x) {
+    double a = __builtin_fabs(x);
+    if (a <= 0.5) {
+        double p = x * estrin<Fma, 9>(asinpif_series, x * x);
+        return Acos ? 0.5 - p : p;
+    }
+    double v = (1.0 - a) * 0.5;
+    double p = 2.0 * __builtin_sqrt(v) * estrin<Fma, 9>(asinpif_series, v);
+    if (Acos) return x > 0 ? p : 1.0 - p;
+    return x > 0 ? 0.5 - p : p - 0.5;
 }
 
 template <bool Fma, bool Acos, class T>
@@ -66,6 +113,7 @@ inline T arcpi(T xt, int code_above_1) {
         if constexpr (sizeof(T) == 4) return T(x * inv_pi_hilo[0]);  // normal in double
         return T(mul_tiny<Fma>(x, inv_pi_hilo[0], inv_pi_hilo[1]));
     }
+    if constexpr (sizeof(T) == 4) return T(arcpif_core<Fma, Acos>(x));
     return T(arcpi_core<Fma, Acos>(x));
 }
 

@@ -5,17 +5,20 @@
 // angles, all with the sign of y; |y| = |x| gives ±1/4 or ±3/4.  Both zero is no error here:
 // the quadrant's value comes back at once.  NaN: x + y.
 //
-// Otherwise the operands are scaled by one power of two (exactly) so that the larger is near
-// 1, and the double-double arctangent kernel gives the angle, multiplied by 1/pi in two parts
-// and rounded once: below 0.51 ulp.  Where the quotient is below 2^-60 the angle is the
-// quotient itself (its cube lies below 2^-120 of it): for x > 0, (y/x)/pi in two parts scaled
-// by the exponent difference and rounded once, subnormal results included; for x < 0 the
-// result is ±1 less a part far below its ulp, which a stand-in quotient of 2^-80 rounds the
-// same way in every mode.  |x| below 2^-60 of |y| is the same at ±1/2.
+// Otherwise the operands are scaled by one power of two (exactly) so that the larger lies in
+// [1, 2), and atan2pi_core takes one quotient, a table row of atan(c)/pi on a grid of 32
+// points a binade from 2^-6 to 2^6 and a short series on the rest: below 0.51 ulp.  Where the
+// exponents lie more than 60 apart the angle is the quotient itself (its cube lies below
+// 2^-120 of it): for x > 0, (y/x)/pi in two parts scaled by the exponent difference and
+// rounded once, subnormal results included; for x < 0 the result is ±1 less a part far below
+// its ulp, which a stand-in quotient of 2^-80 (through the double-double arctangent kernel)
+// rounds the same way in every mode.  |x| below 2^-60 of |y| is the same at ±1/2.
 //
-// The float form runs the double steps on its exact widening and rounds once more (the
-// double result lies above the float range's subnormal grid): below 0.5 + 2^-28 ulp.  ex
-// without fused multiply-add, l9 and z0 with it; the reproducible forms are the ex bodies.
+// The float form takes the quadrant steps on its exact widening, then one quotient on the
+// octant and a short series in double (atan2pi_f, within 2^-49 of the result), x < 0 as 1 less
+// it, rounded once more to float (the double result lies above the float range's subnormal
+// grid): below 0.5 + 2^-24 ulp.  ex without fused multiply-add, l9 and z0 with it; the
+// reproducible forms are the ex bodies.
 #include "elementary/pi_common.h"
 
 using namespace tsr;
@@ -29,7 +32,73 @@ constexpr int kFarApart = 60;  // exponents further apart: the smaller part is a
 // sign·v for the exact quadrant values.
 inline double signed_value(double v, uint64_t sign) { return with_sign(v, sign); }
 
+constexpr uint64_t kGridLow = 0x3f90000000000000ull;   // 2^-6: the first grid binade
+constexpr uint64_t kGridHigh = 0x4050000000000000ull;  // 2^6: beyond it the complement
+constexpr uint64_t kGridCut = 0xffff800000000000ull;   // sign, exponent, 5 mantissa bits
+constexpr uint64_t kGridMid = 0x0000400000000000ull;   // the midpoint bit
+constexpr uint64_t kCut46 = 0xffffffffffffff80ull;     // 46 significant bits: times c (7), exact
+
+// atan(w)/pi as p.h + t for 0 <= w <= 2^-6 (margin included): w/pi as an exact product,
+// w v H(v) and the constant's rest in the tail; w's own rounding error wl enters by wl/pi.
 template <bool Fma>
+inline double atan_small(double w, double wl, double &t) {
+    DD p = two_prod<Fma>(w, inv_pi_hilo[0]);
+    double v = w * w;
+    t = p.l + (mul_add<Fma>(wl, inv_pi_hilo[0], w * inv_pi_hilo[1]) + (w * v) * estrin<Fma, 5>(atan2pi_series, v));
+    return p.h;
+}
+
+// atan2(a, d)/pi for a, d > 0 with the larger in [1, 2) and the smaller above 2^-61, x < 0
+// when xneg.  The quotient q = a/d picks the way:
+// - 2^-6 <= q < 2^6: the grid point c (q's top 5 mantissa bits and the midpoint), the row
+//   T = atan(c)/pi (x > 0) or atan(c)/pi - 1 (x < 0, whose angle is then -(T + atan(z)/pi)),
+//   and z = (a - c d)/(d + c a) = tan(atan q - atan c), |z| <= 2^-7: the numerator rounds
+//   once (with fused multiply-add, or d cut to 46 bits so that c d is two exact products and
+//   a - c dh exact by Sterbenz), so z carries three roundings, which reach the result at
+//   2^-6 of their size: below 0.51 ulp after the final addition;
+// - q < 2^-6: atan(q)/pi with q's rounding error found by the residual a - q d (for x > 0 the
+//   result is q/pi itself to 2^-12), and 1 less it for x < 0;
+// - q >= 2^6: 1/2 -/+ atan(d/a)/pi, where the quotient's rounding is far below 1/2's ulp.
+template <bool Fma>
+inline double atan2pi_core(double a, double d, bool xneg) {
+    double q = a / d;
+    uint64_t qb = bits(q);
+    double t;
+    if (qb < kGridLow) {
+        double ql;
+        if constexpr (Fma) {
+            ql = mul_add<true>(-q, d, a) / d;
+        } else {
+            DD p = two_prod<false>(q, d);
+            ql = ((a - p.h) - p.l) / d;
+        }
+        double h = atan_small<Fma>(q, ql, t);
+        if (!xneg) return h + t;
+        DD r = fast_two_sum(1.0, -h);
+        return r.h + (r.l - t);
+    }
+    if (qb >= kGridHigh) {
+        double h = atan_small<Fma>(d / a, 0.0, t);
+        DD r = fast_two_sum(0.5, xneg ? h : -h);
+        return r.h + (r.l + (xneg ? t : -t));
+    }
+    double c = f64((qb & kGridCut) | kGridMid);
+    const double *T = atan2pi_rows[((qb - kGridLow) >> 47) + (xneg ? 384 : 0)];
+    double num;
+    if constexpr (Fma) {
+        num = mul_add<true>(-c, d, a);
+    } else {
+        double dh = f64(bits(d) & kCut46);
+        num = (a - c * dh) - c * (d - dh);
+    }
+    double z = num / mul_add<Fma>(c, a, d);
+    double h = atan_small<Fma>(z, 0.0, t);
+    DD r = fast_two_sum(T[0], h);
+    double res = r.h + ((r.l + T[1]) + t);
+    return xneg ? -res : res;
+}
+
+template <bool Fma, bool Float = false>
 inline double atan2pi_d(double y, double x) {
     uint64_t sy = bits(y) & kSign;
     bool xneg = bits(x) >> 63;
@@ -43,6 +112,10 @@ inline double atan2pi_d(double y, double x) {
         return signed_value(xneg ? 1.0 : 0.0, sy);
     }
     if (ay == ax) return signed_value(xneg ? 0.75 : 0.25, sy);
+    if constexpr (Float) {
+        double r = atan2pi_f<Fma>(ay, ax);
+        return with_sign(xneg ? 1.0 - r : r, sy);
+    }
     int ey = exponent_of(y), ex = exponent_of(x);
     if (ey - ex < -kFarApart) {
         if (xneg) return atan2_over_pi<Fma>(with_sign(0x1p-80, sy), 0.0, -1.0, 0.0);
@@ -56,15 +129,15 @@ inline double atan2pi_d(double y, double x) {
     }
     if (ey - ex > kFarApart) return atan2_over_pi<Fma>(with_sign(1.0, sy), 0.0, xneg ? -0x1p-80 : 0x1p-80, 0.0);
     int s = -(ey > ex ? ey : ex);
-    return atan2_over_pi<Fma>(scale2(y, s), 0.0, scale2(x, s), 0.0);
+    return with_sign(atan2pi_core<Fma>(scale2(ay, s), scale2(ax, s), xneg), sy);
 }
 
 }  // namespace
 
 TSR_BODY(double, atan2pi, (double y, double x)) { return atan2pi_d<kFma>(y, x); }
-TSR_BODY(float, atan2pif, (float y, float x)) { return float(atan2pi_d<kFma>(double(y), double(x))); }
+TSR_BODY(float, atan2pif, (float y, float x)) { return float(atan2pi_d<kFma, true>(double(y), double(x))); }
 
 #if TSR_TIER_EX
 TSR_DEFINE(double, __bwr_atan2pi, (double y, double x)) { return atan2pi_d<false>(y, x); }
-TSR_DEFINE(float, __bwr_atan2pif, (float y, float x)) { return float(atan2pi_d<false>(double(y), double(x))); }
+TSR_DEFINE(float, __bwr_atan2pif, (float y, float x)) { return float(atan2pi_d<false, true>(double(y), double(x))); }
 #endif

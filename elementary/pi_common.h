@@ -120,6 +120,50 @@ inline double mul_tiny(double x, double H, double L) {
     return h + rest * 0x1p-200;
 }
 
+// c[0] + c[1] x + ... + c[N-1] x^(N-1) by Estrin's scheme: pairs, then pairs of pairs on the
+// powers x^2, x^4, ...; the chain is log2(N) steps deep instead of N.  p[k] = x^(2^k); the
+// split is at the largest power of two below N, unrolled at compile time.
+template <bool Fma, int N>
+inline double estrin_powers(const double *c, const double *p) {
+    if constexpr (N == 1) {
+        return c[0];
+    } else if constexpr (N == 2) {
+        return mul_add<Fma>(c[1], p[0], c[0]);
+    } else {
+        constexpr int L = N > 8 ? 3 : (N > 4 ? 2 : 1), H = 1 << L;
+        return mul_add<Fma>(estrin_powers<Fma, N - H>(c + H, p), p[L], estrin_powers<Fma, H>(c, p));
+    }
+}
+template <bool Fma, int N>
+inline double estrin(const double *c, double x) {
+    static_assert(N <= 16);
+    double p[4] = {x, x * x, 0.0, 0.0};
+    if constexpr (N > 4) p[2] = p[1] * p[1];
+    if constexpr (N > 8) p[3] = p[2] * p[2];
+    return estrin_powers<Fma, N>(c, p);
+}
+
+// atan2(y, x)/pi for the widened operands of the float forms: y, x >= 0, finite, not both
+// zero, within 2^-300 .. 2^300 of each other's scale.  One quotient z = (y - c x)/(x + c y)
+// with c = 0, 1 or the complement -x/y (tan(pi/8) and tan(3 pi/8) divide the cases), so that
+// |z| <= tan(pi/8), and atan(z)/pi = z G(z^2) added to 0, 1/4 or 1/2.  The numerator and
+// denominator are exact (for c = 1 the operands lie within a factor 2.5 of each other, and
+// their 24-bit significands sum in 27 bits), the quotient rounds once, G's error is 2^-40:
+// the result lies within 2^-49 of its size, ready for one more rounding to float.
+template <bool Fma>
+inline double atan2pi_f(double y, double x) {
+    constexpr double kTan1_8 = 0x1.a827999fcef32p-2;  // tan(pi/8) = sqrt(2) - 1
+    constexpr double kTan3_8 = 0x1.3504f333f9de6p+1;  // tan(3 pi/8) = sqrt(2) + 1
+    bool low = y <= x * kTan1_8, high = y >= x * kTan3_8;
+    double n = low ? y : (high ? -x : y - x);
+    double d = low ? x : (high ? y : y + x);
+    double base = low ? 0.0 : (high ? 0.5 : 0.25);
+    double z = n / d, v = z * z;
+    // Below 2^-60 the series is G(0) = 1/pi alone; the powers of v could underflow.
+    v = v < 0x1p-60 ? 0.0 : v;
+    return mul_add<Fma>(z, estrin<Fma, 8>(atanpif_series, v), base);
+}
+
 // ---- angles in units of pi ----------------------------------------------------------------------------
 // An angle in two parts (relative error near 2^-64, as the arctangent kernel gives it) over
 // pi, rounded once: its product with 1/pi in two parts.  For results of at least 2^-1000.

@@ -25,6 +25,16 @@ extern const AtanpiRow atanpi_rows[5];
 extern const double atanpi_series[11];
 extern const double atanpi_third[2];
 extern const double atanpi_third_halves[2];
+extern const double asinpi_series[14];
+extern const double asinpi_sixth[2];
+extern const double asinpif_series[9];
+extern const double atanpif_series[8];
+extern const double atan2pi_rows[768][2];
+extern const double atan2pi_series[5];
+extern const double sinpif_poly[3];
+extern const double cospif_poly[3];
+extern const double tanpi_rows[64][2];
+extern const double tanpi_poly[3];
 
 }  // namespace tsr::pi
 #pragma GCC visibility pop

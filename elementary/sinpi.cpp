@@ -12,8 +12,8 @@
 // ±1 by the last bit (1 from 2^53 on).  NaN: x - x, quiet; an infinity: invalid and NaN.
 //
 // Tiers: ex forms the exact product of the head by Dekker's halves, l9, z0 and d1 by fused
-// multiply-add; the float forms run the same steps in double without the low parts and round
-// once at the end (error below 2^-50 before that rounding).  The reproducible forms are the ex
+// multiply-add; the float forms reduce on the grid 1/32 by a shifter and run short series of
+// three terms in double without the low parts (error below 2^-33 before the one rounding).  The reproducible forms are the ex
 // bodies.
 #include "elementary/pi_common.h"
 
@@ -25,6 +25,7 @@ namespace {
 constexpr bool kFma = !TSR_TIER_EX;
 constexpr double kTiny = 0x1p-30;          // below: sin(pi x) = pi x, cos(pi x) rounds as 1 - 0
 constexpr double kOneBelow = 0x1p-60;      // 1 - this rounds as 1 - (pi x)^2/2 for |x| < 2^-30
+constexpr double kShift32 = 0x1.8p42;      // a + this: a in units of 2^-10 (a < 2^23)
 
 enum Part { kSin = 1, kCos = 2 };
 
@@ -93,18 +94,31 @@ inline void sincospi_f(float x, float *s, float *c) {
         if (Want & kCos) *c = a == 0 ? 1.0f : float(1.0 - kOneBelow);
         return;
     }
-    Red d = reduce64(a);
+    // The nearest point of the grid 1/32 (rows pi j/32, every other row of the table): the
+    // shifter puts a in units of 2^-10, whose count is rounded to a multiple of 32 on the bits
+    // (half up).  gf is exact and so is r = a - gf: |r| <= 1/64 (plus a unit of 2^-10 where a
+    // directed mode rounded the sum the other way).
+    double g = a + kShift32;
+    uint64_t gb = (bits(g) + 0x10) & ~uint64_t(0x1f);
+    double r = a - (f64(gb) - kShift32);
+    unsigned k = unsigned(gb >> 5) & 63;  // the count of 1/32 steps modulo 2
+    const PiRow &w = pi_rows64[(k & 31) * 2];
+    double ms = w.s, mc = w.c;  // on the grid: the row alone (exact in rows 0 and 16)
+    if (r != 0) {
+        double w2 = r * r;
+        double sr = r * mul_add<Fma>(mul_add<Fma>(sinpif_poly[2], w2, sinpif_poly[1]), w2, sinpif_poly[0]);
+        double cr = mul_add<Fma>(mul_add<Fma>(cospif_poly[2], w2, cospif_poly[1]), w2, cospif_poly[0]);
+        ms = mul_add<Fma>(w.s, cr, w.c * sr);
+        mc = mul_add<Fma>(w.c, cr, -(w.s * sr));
+    }
+    if (k & 32) ms = -ms, mc = -mc;
     if (Want & kSin) {
-        double m = sincos_rows_f<Fma, false>(d);
-        if (d.k & 64) m = -m;
-        if (m == 0) m = 0.0;
-        *s = f32(bits(float(m)) ^ sx);
+        if (ms == 0) ms = 0.0;  // whole numbers: +0 before x's sign
+        *s = f32(bits(float(ms)) ^ sx);
     }
     if (Want & kCos) {
-        double m = sincos_rows_f<Fma, true>(d);
-        if (d.k & 64) m = -m;
-        if (m == 0) m = 0.0;
-        *c = float(m);
+        if (mc == 0) mc = 0.0;  // half-odd numbers: +0
+        *c = float(mc);
     }
 }
 

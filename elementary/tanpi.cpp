@@ -1,11 +1,12 @@
 // tanpi, cotpi and their float forms: tan(pi x) and its reciprocal; cotpi is not exported
 // and is reached through its own dispatch.
 //
-// One body for both: the reduction and the rows of sinpi (elementary/pi_common.h) give the
-// sine and the cosine of pi·x, each as a head and a tail (relative error near 2^-60), and the
-// quotient is their division with one correction by the residual: q = s/c, then
-// q + ((s - q c) + s_tail - q c_tail)/c, the residual s - q c exact.  The period is 1: the
-// sign that k >= 64 puts on both cancels.
+// One body for both: the reduction of sinpi (elementary/pi_common.h) carried to the grid
+// 1/128, x = J/128 + r with |r| <= 1/256, the row T = tan(pi j/128) (j = J mod 64) in two
+// parts and t = tan(pi r) by a short series, then tan(pi x) = (T + t)/(1 - T t), or -(1 - T t)/
+// (T + t) a quarter period on; cotpi takes the reciprocal.  The numerator and denominator are
+// formed with their tails (relative error near 2^-60), and the quotient with one reciprocal
+// and one correction by the exact residual: below 0.51 ulp.
 //
 // Exact cases, from the grid alone with r = 0, in every mode and with no flag but
 // divide-by-zero at the poles: tanpi(n) = ±0 (+0 for even +n, -0 for odd +n, the reverse for
@@ -45,6 +46,24 @@ inline T exact_value(unsigned q, bool cot, uint64_t sign) {
     return T(with_sign(m, sign));
 }
 
+// The reduction of sinpi (x = k/64 + r, |r| <= 1/128) carried to the grid 1/128 of the
+// tangent's rows: J = 2k, or its neighbour with r moved by 1/128 (exact: Sterbenz), so that
+// |r| <= 1/256; the period is 1 (J modulo 128), and J >= 64 is the quarter past the pole,
+// tan(pi/2 + u) = -cot(u), with row J - 64.
+struct Oct {
+    double r;
+    unsigned j;  // the row, 0 .. 63
+    bool cot;    // the angle is pi/2 past the row's
+};
+inline Oct octant(const Red &d) {
+    double r = d.r;
+    unsigned J = 2 * d.k;
+    if (r > 0x1p-8) r -= 0x1p-7, J += 1;
+    else if (r < -0x1p-8) r += 0x1p-7, J -= 1;
+    J &= 127;
+    return {r, J & 63, J >= 64};
+}
+
 template <bool Fma, bool Cot>
 inline double tanpi_d(double x) {
     uint64_t sx = bits(x) & kSign;
@@ -67,23 +86,32 @@ inline double tanpi_d(double x) {
     }
     Red d = reduce64(a);
     if (d.r == 0 && (d.k & 15) == 0) return exact_value<double>(d.k >> 4, Cot, sx);
-    double st, sh = sincos_rows<Fma, false>(d, st);
-    double ct, ch = sincos_rows<Fma, true>(d, ct);
-    if (Cot) {
-        double t = sh;
-        sh = ch, ch = t;
-        t = st;
-        st = ct, ct = t;
-    }
-    // The tails hold the series (up to 2^-11 of the heads): renormalized first, so that one
-    // correction of the quotient suffices.
-    DD sn = fast_two_sum(sh, st), cn = fast_two_sum(ch, ct);
-    sh = sn.h, st = sn.l, ch = cn.h, ct = cn.l;
-    double q = sh / ch;
-    DD p = two_prod<Fma>(q, ch);
-    double res = ((sh - p.h) - p.l) + (st - q * ct);
-    double m = q + res / ch;
-    return with_sign(m, sx);
+    Oct o = octant(d);
+    const double *T = tanpi_rows[o.j];
+    // t = tan(pi r): pi r exact in two parts, the rest (below 2^-14 of it) by the series.
+    double r = o.r, w = r * r;
+    DD pr = two_prod<Fma>(r, pi_hilo[0]);
+    double tl = mul_add<Fma>(r, pi_hilo[1], (r * w) * mul_add<Fma>(mul_add<Fma>(tanpi_poly[2], w, tanpi_poly[1]), w, tanpi_poly[0]));
+    // N = T + t and D = 1 - T t, each as an exact sum of the heads and the tails.
+    DD n = two_sum(T[0], pr.h);
+    double nl = n.l + (T[1] + (pr.l + tl));
+    DD tt = two_prod<Fma>(T[0], pr.h);
+    DD dd = two_sum(1.0, -tt.h);
+    double dl = dd.l - (tt.l + mul_add<Fma>(T[0], pr.l + tl, T[1] * pr.h));
+    // tan = N/D, or -D/N past the quarter period; cot the reciprocal.  One division for the
+    // reciprocal of the divisor's head: the quotient's head q = num y is within two ulps, and
+    // the exact residual num - q den (with the tails) times y corrects it.
+    // The tails hold the series (up to 2^-14 of the heads): renormalized first, so that one
+    // correction suffices.
+    bool swap = o.cot != Cot;
+    DD nn = fast_two_sum(n.h, nl), dn = fast_two_sum(dd.h, dl);
+    double uh = swap ? dn.h : nn.h, ul = swap ? dn.l : nn.l;
+    double vh = swap ? nn.h : dn.h, vl = swap ? nn.l : dn.l;
+    double y = 1.0 / vh;
+    double q = uh * y;
+    DD p = two_prod<Fma>(q, vh);
+    double m = mul_add<Fma>(((uh - p.h) - p.l) + (ul - q * vl), y, q);
+    return with_sign(o.cot ? -m : m, sx);
 }
 
 template <bool Fma, bool Cot>
@@ -102,9 +130,13 @@ inline float tanpi_f(float x) {
     }
     Red d = reduce64(a);
     if (d.r == 0 && (d.k & 15) == 0) return exact_value<float>(d.k >> 4, Cot, sx);
-    double s = sincos_rows_f<Fma, false>(d), c = sincos_rows_f<Fma, true>(d);
-    double m = Cot ? c / s : s / c;
-    return float(with_sign(m, sx));
+    // The same steps in double without the tails: below 2^-50 before the one rounding.
+    Oct o = octant(d);
+    double T = tanpi_rows[o.j][0], r = o.r, w = r * r;
+    double t = r * mul_add<Fma>(w, mul_add<Fma>(mul_add<Fma>(tanpi_poly[2], w, tanpi_poly[1]), w, tanpi_poly[0]), pi_hilo[0]);
+    double n = T + t, dn = mul_add<Fma>(-T, t, 1.0);
+    double m = o.cot != Cot ? dn / n : n / dn;
+    return float(with_sign(o.cot ? -m : m, sx));
 }
 
 }  // namespace

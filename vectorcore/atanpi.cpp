@@ -1,5 +1,5 @@
 // atanpi: atan(x)/pi, a vector-core member (include/tsr/vectorcore.h), and its float form
-// atanpif, a scalar body on the same core.
+// atanpif, a scalar body of its own.
 //
 // Range test: the high word of |x| plus 0x7ca00000 against 0xfc6fffff flags |x| < 2^-969 and
 // |x| >= 2^1022 (infinities and NaNs among them).  A flagged argument runs the core on 1.0, a
@@ -31,7 +31,8 @@
 // Tiers: ex and l9 hold the same steps, l9 with fused multiply-add in the correction and the
 // sums.  The reproducible form __bwr_atanpi is the ex body with a true single-precision
 // division 1.0f/m in place of the estimate, whose last bits differ between processors.
-// atanpif rounds the double core's result once more: below 0.5 + 2^-28 ulp.
+// atanpif is a scalar body of its own: one quotient on the octant and a short series in
+// double (atan2pi_f, within 2^-49 of the result), rounded once to float.
 #include "elementary/pi_common.h"
 #include "tsr/vectorcore.h"
 
@@ -72,8 +73,9 @@ inline double atanpi_core(double x, uint32_t &flag) {
     double e = mul_add<Fma>(Dh, y, -1.0) + Dl * y;
     // N y (-e + e^2 - e^3 + e^4 - e^5 + e^6), on the powers of e times N y.
     double ny = N * y;
-    double q1 = ny * e, q2 = q1 * e, q3 = q2 * e, q4 = q3 * e, q5 = q4 * e, q6 = q5 * e;
-    double corr = ((q6 - q5) + (q4 - q3)) + (q2 - q1);
+    // -(ny e)(1 - e)(1 + e^2 (1 + e^2)): the same six terms, three products deep, not six.
+    double e2 = e * e;
+    double corr = -((ny * e) * (1.0 - e)) * mul_add<Fma>(e2, 1.0 + e2, 1.0);
     double z0 = Nh * y;  // exact: 27 and 21 bits
     double zr = mul_add<Fma>(Nl, y, corr);
     double zs = z0 + zr;
@@ -93,13 +95,9 @@ inline double atanpi_core(double x, uint32_t &flag) {
     DD c3 = two_prod_k<Fma>(z3.h, atanpi_third[0], {atanpi_third_halves[0], atanpi_third_halves[1]});
     double c3l = mul_add<Fma>(atanpi_third[0], z3.l, c3.l) +
                  mul_add<Fma>(atanpi_third[1], z3.h, atanpi_third[0] * (3.0 * zhm * zlm * zm));
-    double v = zm * zm, v2 = v * v;
-    const double *q = atanpi_series;
-    double even = (((q[10] * v2 + q[8]) * v2 + q[6]) * v2 + q[4]) * v2 + q[2];
-    even = mul_add<Fma>(even, v2, q[0]);
-    double odd = (((q[9] * v2 + q[7]) * v2 + q[5]) * v2 + q[3]) * v2 + q[1];
-    double Q = mul_add<Fma>(odd, v, even);
-    double rest = ((ph + pl) * v2) * Q;
+    double v = zm * zm;
+    double Q = estrin<Fma, 11>(atanpi_series, v);
+    double rest = ((ph + pl) * (v * v)) * Q;
     DD h = fast_two_sum(row.t, ph);
     DD g = two_sum(h.h, c3.h);
     double r = g.h + (((g.l + h.l) + (row.tlo + pl)) + (c3l + rest));
@@ -142,12 +140,24 @@ inline double atanpi_d(double x) {
     double r = atanpi_core<Fma, ExactRecip>(x, flag);
     return finish(flag, x, r, __libm_datanpi_cout_rare);
 }
+
+// atanpif, a scalar body: NaN x + x, an infinity ±1/2, a zero itself; otherwise the octant's
+// quotient and series of atan2pi_f on (|x|, 1), x's sign put on last.
+template <bool Fma>
+inline float atanpi_f(float xf) {
+    double x = xf;
+    uint64_t sx = bits(x) & kSign;
+    double a = f64(bits(x) & kAbs);
+    if (bits(a) >= kInfBits) return bits(a) == kInfBits ? float(with_sign(0.5, sx)) : xf + xf;
+    if (a == 0) return xf;
+    return float(with_sign(atan2pi_f<Fma>(a, 1.0), sx));
+}
 }  // namespace
 
 TSR_BODY(double, atanpi, (double x)) { return atanpi_d<kFma, false>(x); }
-TSR_BODY(float, atanpif, (float x)) { return float(atanpi_d<kFma, false>(double(x))); }
+TSR_BODY(float, atanpif, (float x)) { return atanpi_f<kFma>(x); }
 
 #if TSR_TIER_EX
 TSR_DEFINE(double, __bwr_atanpi, (double x)) { return atanpi_d<false, true>(x); }
-TSR_DEFINE(float, __bwr_atanpif, (float x)) { return float(atanpi_d<false, true>(double(x))); }
+TSR_DEFINE(float, __bwr_atanpif, (float x)) { return atanpi_f<false>(x); }
 #endif

@@ -1,9 +1,8 @@
 // x^(2/3) and x^(3/2) in double and single precision: vector-core members
 // (include/tsr/vectorcore.h).
 //
-// pow2o3 (even in x).  Range test: zero, subnormal, infinite and NaN x are flagged (a
-// flagged lane runs the core on the row centre 1 + 1/64 with the row's values masked to
-// zero: every step exact, the provisional value +0).  Core: E the biased exponent,
+// pow2o3 (even in x).  Range test: zero, subnormal, infinite and NaN x are flagged and go
+// to the rare routine at once.  Core: E the biased exponent,
 // q = floor(E/3) = (E·5462) >> 14 (exact for every E of a double), rem = E - 3q;
 // x^(2/3) = 2^(2q - 682)·(2^rem c)^(2/3)·(1 + u)^(2/3) with 1023 = 3·341, c = 1 + (i + 1/2)/32
 // the centre of the row of x's top five mantissa bits and u = (m - c)/c, |u| <= 1/65: m - c
@@ -37,8 +36,9 @@
 // on the subnormal grid with the underflow code where x < 0x1.965fea53d6e3cp-682 (result
 // below 2^-1022); above the core's range, up to the overflow threshold: the core on x/4,
 // times 8.
-// pow3o2f: in double, x·sqrt(x) rounded to double then to float (below 0.5 + 2^-28 ulp);
-// the flag is set unless 2^-68 <= x <= 2^84; the rare routine as the double's, with the
+// pow3o2f: tier ex in double, x·sqrt(x) rounded to double then to float (below 0.5 + 2^-28
+// ulp), the flag set unless 2^-68 <= x <= 2^84; tiers l9 and d1 by the reciprocal square
+// root in float (below), from 2^-51; the rare routine as the double's, with the
 // float thresholds 0x1.428a3p+85 (overflow), 2^-101 (x·x underflows) and 2^-84 (subnormal
 // result, underflow code).
 #include <emmintrin.h>
@@ -139,10 +139,12 @@ inline double pow2o3_d(double x) {
     uint32_t saved = get_mxcsr();
     uint64_t ax = bits(x) & 0x7fffffffffffffffull;
     uint32_t flag = outside(uint32_t(ax >> 32), k23Shift, k23Limit);
-    uint64_t m = mask_of(flag);
-    double a = select(m, 0x1.04p0, f64(ax));
-    double r = p23_core<Fma>(a, ~m);
-    r = finish(flag, x, r, __libm_dpow2o3_cout_rare);
+    // The argument's test exits at once: a scalar body gains nothing from running the core
+    // on a stand-in (and the exit's frame, kept apart, leaves the usual path without one).
+    double r;
+    if (__builtin_expect(flag, 0)) r = rare_exit(x, x, __libm_dpow2o3_cout_rare);
+    else r = p23_core<Fma>(f64(ax), ~0ull);
+    // (A subnormal x = s^3 has its exact result too: the check follows either way.)
     if (__builtin_expect(((bits(r) + 2) & 0x1ffff) <= 4, 0)) return p23_exact<Fma>(f64(ax), r, saved);
     return r;
 }
@@ -153,11 +155,11 @@ inline float pow2o3_f(float x) {
     uint32_t ax = bits(x) & 0x7fffffffu;
     // Zeros, infinities and NaNs flagged; the float's subnormals are normal doubles.
     uint32_t flag = uint32_t(ax - 1u >= 0x7f800000u - 1u);
-    float as = select(mask32_of(flag), 0x1.04p0f, f32(ax));
-    double a = as;
-    double r = p23_core<Fma>(a, ~mask_of(flag));
+    if (__builtin_expect(flag, 0)) return rare_exit(x, x, __libm_spow2o3_cout_rare);  // as above
+    double a = f32(ax);
+    double r = p23_core<Fma>(a, ~0ull);
     if (__builtin_expect(((bits(r) + 2) & 0x1ffff) <= 4, 0)) r = p23_exact<Fma>(a, r, saved);
-    return finish(flag, x, float(r), __libm_spow2o3_cout_rare);
+    return float(r);
 }
 
 }  // namespace
@@ -186,7 +188,10 @@ inline dd::DD p32_parts(double x) {
         dd::DD q = dd::two_prod<false>(s, s);
         e = (x - q.h) - q.l;  // x - q.h exact (Sterbenz), q.l and the rest exact
     }
-    dd::DD p = dd::two_prod<Fma>(x, s);
+    // Without fma: x s from truncated halves (no multiplication by the splitter, which would
+    // round and raise inexact for an exact square of more than 26 bits); its last partial
+    // product rounds only when both low halves are long, far below the result's ulp.
+    dd::DD p = Fma ? dd::two_prod<true>(x, s) : dd::two_prod_cut(x, s);
     return {p.h, dd::mul_add<Fma>(0.5 * e, s, p.l)};
 }
 template <bool Fma>
@@ -256,20 +261,64 @@ extern "C" int __libm_spow3o2_cout_rare(const float *px, float *result) noexcept
 
 namespace {
 
+// pow3o2f, tiers l9 and d1: x^(3/2) with fused multiply-add and no divider on the path, in
+// float arithmetic.  y0 = the reciprocal square root estimate of x (relative error below
+// 1.5 2^-12); s = x y0 and h = y0/2 approach sqrt(x) and 1/(2 sqrt x): with e = 1/2 - s h,
+// one Newton step leaves about 2^-22.  Then d = x - s^2 (fused, exact to its rounding) and
+// x^(3/2) = x s + x d/(2s) = fma(x, s, d (h x)), rounded once: the correction's own error
+// is near 2^-44 of the result.
+// (The double form keeps the correctly rounded square root: on this processor the divider
+// is fast enough that the estimate and its two refinement steps lengthen the chain, by
+// about 14 ticks of latency, and gain no throughput.)
+// Two kinds of x take the double square root instead: those of at most 16 significant bits (low 7
+// mantissa bits zero: every exact result) and those whose low 7 bits are all ones, among
+// them 4^k (1 - 2^-24), whose power lies 2^-48 above a midpoint of the floats.
+template <int = 0>
+inline float pow3o2f_rsqrt(float x) {
+    float y0 = _mm_cvtss_f32(_mm_rsqrt_ss(_mm_set_ss(x)));
+    float s = x * y0, h = 0.5f * y0;
+    float e = __builtin_fmaf(-s, h, 0.5f);
+    s = __builtin_fmaf(s, e, s);
+    h = __builtin_fmaf(e, h, h);
+    float d = __builtin_fmaf(-s, s, x);
+    return __builtin_fmaf(x, s, d * (h * x));
+}
+
+template <int = 0>
+__attribute__((cold, noinline)) float pow3o2f_short(float x) {
+    double d = x;
+    return float(d * sqrt_rn(d));
+}
+
 template <bool Fma>
 inline double pow3o2_d(double x) {
     uint32_t flag = outside(hi(x), k32Shift, k32Limit);
-    double r = p32_core<Fma>(select(mask_of(flag), 4.0, x));
-    return finish(flag, x, r, __libm_dpow3o2_cout_rare);
+    if constexpr (Fma) {
+        // The argument's test exits at once (a scalar body gains nothing from running the
+        // core on a stand-in).
+        if (__builtin_expect(flag, 0)) return rare_exit(x, x, __libm_dpow3o2_cout_rare);
+        return p32_core<Fma>(x);
+    } else {
+        double r = p32_core<Fma>(select(mask_of(flag), 4.0, x));
+        return finish(flag, x, r, __libm_dpow3o2_cout_rare);
+    }
 }
 
 template <bool Fma>
 inline float pow3o2_f(float x) {
-    // 2^-68 <= x <= 2^84 as bits, a signed compare (negative x flagged).
-    uint32_t flag = outside(bits(x), range_shift(0x1d800000u), range_limit(0x1d800000u, 0x69800000u));
-    double d = select(mask32_of(flag), 4.0f, x);
-    double s = sqrt_rn(d);
-    return finish(flag, x, float(d * s), __libm_spow3o2_cout_rare);
+    // 2^-68 <= x <= 2^84 (2^-51 with the folded correction, which stays normal only from
+    // there: it can be as small as 2^-49 of the result) as bits, a signed compare (negative
+    // x flagged).
+    constexpr uint32_t lo = Fma ? 0x26000000u : 0x1d800000u;
+    uint32_t flag = outside(bits(x), range_shift(lo), range_limit(lo, 0x69800000u));
+    if constexpr (Fma) {
+        if (__builtin_expect(flag, 0)) return rare_exit(x, x, __libm_spow3o2_cout_rare);
+        if (__builtin_expect(((bits(x) + 1u) & 0x7eu) == 0, 0)) return pow3o2f_short(x);
+        return pow3o2f_rsqrt(x);
+    } else {
+        double d = select(mask32_of(flag), 4.0f, x);
+        return finish(flag, x, float(d * sqrt_rn(d)), __libm_spow3o2_cout_rare);
+    }
 }
 
 }  // namespace

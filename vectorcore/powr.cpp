@@ -2,19 +2,13 @@
 // domain error, 0^0, inf^0 and 1^inf are invalid), and its float form: vector-core members
 // (include/tsr/vectorcore.h).
 //
-// Range test: the flag is set unless x is a positive normal finite number, y is finite, and
-// an exact bound of |y log2 x| stays at or below 1022 (125 in float), so
-// that the result is a normal number of the format and no step of the core can overflow,
-// underflow or report.  The bound is |y| rounded up to 8 significant bits (by integer work,
-// |y| clamped at 2^20 first) times |E - 1023| + 1 (E the biased exponent of x, so that
-// |log2 x| < |E - 1023| + 1): a product of an 8-bit and an 11-bit number, exact, which
-// raises nothing, so that exact powers (powr(2, 3) = 8, powr(4, 0.5) = 2) stay exact.
-// A flagged argument runs the core on (1, 1), whose steps are exact.
-//
-// Core: for a positive x and a finite y the power is pow's, and the core is pow's body of
-// the same tier (the reduction of log2 x on its tables in two words, y·log2 x split, the
-// exponential on the shared tables): below 0.55 ulp in round to nearest; powrf's core is powf's body
-// (double arithmetic inside, one rounding to float).
+// Each has a core of its own (below): the double on a 1025-row table of log2 and the shared
+// 128-row table of 2^(j/128), the float in double arithmetic on an integer reciprocal, a
+// 513-row table of ln and a 2048-row table of 2^(j/2048) (vectorcore/powr_data.cpp, from
+// tools/gen/powr_tables.py).  Range test: a flagged lane (x not positive normal finite, y out
+// of the core's range, |y log x| beyond what keeps the result a normal number) runs the core
+// on (1, 1) and goes to the rare routine.  An integer y takes a branch first to the exact
+// power built by integer work (powr(2, 3) = 8 with no flag, in every mode), as pow does.
 //
 // Rare routines: the special values, in the order of the table below, and the finite
 // arguments the bound sent here (subnormal x, results near or beyond the format's range):
@@ -35,12 +29,17 @@
 //   y NaN                         x + y
 //   x = +inf or y = +-inf         |x| >= 1: +0 for y < 0, +inf for y > 0; |x| < 1: +0 for
 //                                 y = +inf, +inf for y = -inf
+#include <smmintrin.h>
+
+#include "elementary/exp_data.h"
 #include "elementary/exp_kernels.h"
 #include "elementary/log_kernels.h"
 #include "elementary/pow_common.h"
+#include "elementary/pow_exact.h"
 #include "tsr/dd.h"
 #include "tsr/guard.h"
 #include "tsr/vectorcore.h"
+#include "vectorcore/powr_data.h"
 
 using namespace tsr;
 using namespace tsr::vc;
@@ -54,29 +53,10 @@ int __libm_spowr_cout_rare(const float *px, const float *py, float *result) noex
 namespace {
 
 constexpr bool kFma = !TSR_TIER_EX;
-constexpr uint32_t kLowWord = 0x00100000u, kHighWord = 0x7fefffffu;  // positive normal x
-constexpr uint32_t kShift = range_shift(kLowWord), kLimit = range_limit(kLowWord, kHighWord);
-
 // log2 x to within 1/8 from the high word of a positive double: the exponent plus the 20
 // mantissa bits of the word as a fraction (log2(1 + f) - f lies in [0, 0.0861]); exact.
 inline double log2_word(uint32_t hx) {
     return double(int(hx >> 20) - 1023) + double(hx & 0xfffffu) * 0x1p-20;
-}
-// The exact bound of |y log2 x| (see above): yr, |y| rounded up to 8 significant bits, times
-// |log2_word| + 1/8 (at most 31 bits): a product exact and far from overflow.
-inline double log_bound(double lx, double yr) { return yr * (__builtin_fabs(lx) + 0.125); }
-// |y| clamped at 2^20 and rounded up to 8 significant bits, on the bits alone.
-inline double round_up8(uint64_t ay) {
-    ay = ay < 0x4130000000000000ull ? ay : 0x4130000000000000ull;
-    return f64((ay | 0x00000fffffffffffull) + 1);
-}
-inline double round_up8(uint32_t ay) {
-    ay = ay < 0x49800000u ? ay : 0x49800000u;
-    return double(f32((ay | 0x7fffu) + 1));
-}
-// log2 x to within 1/8 from the bits of a positive float, exact as log2_word.
-inline double log2_bits(uint32_t ux) {
-    return double(int((ux >> 23) & 0xff) - 127) + double(ux & 0x7fffffu) * 0x1p-23;
 }
 // The same rounded down (a lower bound of |y|, which may be 0).
 inline double round_down8(uint64_t ay) { return f64(ay & ~0x00000fffffffffffull); }
@@ -210,39 +190,211 @@ extern "C" int __libm_spowr_cout_rare(const float *px, const float *py, float *r
 
 namespace {
 
-// pow's and powf's bodies of this tier on positive arguments.
-#if TSR_TIER_EX
-#define TSR_POWR_CORE(f) __libm_##f##_ex_local
-#else
-#define TSR_POWR_CORE(f) __libm_##f##_l9_local
-#endif
+// An exact power (integer y) built by integer work: no rounding, no flag.
+template <class T>
+__attribute__((cold, noinline)) bool powr_exact(T x, T y, T *out) {
+    using F = Format<T>;
+    auto ux = F::bits(x);
+    if (ux - F::bits(F::min_normal) >= F::inf - F::bits(F::min_normal)) return false;
+    return powk::exact_power(x, y, false, out);
+}
 
-inline double powr_d(double x, double y) {
-    uint32_t hx = hi(x);
-    uint64_t ay = bits(y) & 0x7fffffffffffffffull;
-    uint32_t flag = outside(hx, kShift, kLimit) | uint32_t(ay >= 0x7ff0000000000000ull);
-    flag |= uint32_t(log_bound(log2_word(hx), round_up8(ay)) > 1022.0);
-    uint64_t m = mask_of(flag);
-    double r = TSR_POWR_CORE(pow)(select(m, 1.0, x), select(m, 1.0, y));
+// ---- powr ---------------------------------------------------------------------------------
+// log2 x = n + log2 m, m in [1, 2); row i of the mantissa's top ten bits (rounded) holds a
+// multiplier c of 24 bits near C/(1 + i/1024), C = 0x1.71547p+0 (log2 e cut to 23 bits), and
+// log2(C/c) as hi + lo (hi on the grid 2^-42, less 1 from row 512 on, where n counts one
+// more: m >= 1.4995 is taken as m/2 of the next binade, so that log2 x near 0 never comes
+// from a cancellation).  p = m c lies within 7.05e-4 of C: v = p - C is exact, and
+// log2 m = hi + lo + log2(1 + v/C), with log2(1 + v/C) = v + v Q(v) (error 2^-75.9, the
+// bound beside the table).  m c is formed exactly: m cut to 26 bits (mh) times c is exact,
+// the rest ml c is exact too (27 + 24 bits), and r1 = p - C is exact by Sterbenz.
+//   A = n + hi exact (hi on the grid 2^-42, |n| < 2^11); S1 = A + r1 and S2 = S1 + e by
+//   compensated sums, their errors t; L + q = S2 + (Q + lo + t) renormalised: log2 x in two
+//   words to about 2^-70 relative.
+// y log2 x: y and L cut to 26 bits, P = yh Lh exact; P rounded to 1/128 by the shifter
+// 1.5 2^45 gives k, and z = P - k/128 + (the partial products and q y) below 2^-8 in
+// magnitude (2^-7 in a directed mode).  2^z = 1 + z ln2 + z^2 E(z) (error 2^-60.7);
+// 2^(k/128) = 2^(k >> 7) (T + t) from the shared 128-row table.  The result
+// (z ln2 T + D + T) F rounds once: below 0.51 ulp before the directed modes' one rounding.
+constexpr uint32_t kXLow = 0x00100000u, kXHigh = 0x7fefffffu;  // positive normal x
+constexpr uint32_t kXShift = range_shift(kXLow), kXLimit = range_limit(kXLow, kXHigh);
+// 2^-54 <= |y| < 2^64: below, y log2 x rounds the result to 1 (the rare routine gives the
+// directed modes' neighbour); from 2^64 on, |y log2 x| > 1000 for every x != 1.  Within,
+// no partial product of y and L can overflow or underflow.
+constexpr uint32_t kYLow = 0x3c900000u, kYHigh = 0x43efffffu;
+constexpr uint32_t kYShift = range_shift(kYLow), kYLimit = range_limit(kYLow, kYHigh);
+constexpr double kC = 0x1.7154740000000p+0;        // log2 e cut to 23 bits
+constexpr double kShift45 = 0x1.8p+45;              // rounds to 1/128
+constexpr double kPBound = 0x1.f3ffe00000000p+9;    // |y log2 x| beyond ~1000: the rare routine
+constexpr double kLn2 = 0x1.62e42fefa39efp-1;
+
+template <bool Fma>
+inline double powr_body(double x, double y) {
+    uint32_t flag = outside(hi(x), kXShift, kXLimit) | outside(hi(y) & 0x7fffffffu, kYShift, kYLimit);
+    // The arguments' test exits at once (a scalar body gains nothing from running the
+    // core on a stand-in); the result's range is tested branch-free below.
+    if (__builtin_expect(flag, 0)) return rare_exit(x, y, x, __libm_dpowr_cout_rare);
+    double xs = x, ys = y;
+    uint64_t ux = bits(xs);
+    uint32_t hx = uint32_t(ux >> 32);
+    uint32_t i = ((hx & 0xffe00u) + 0x200u) >> 10;
+    int32_t n = int32_t(hx + 0xc0180200u) >> 20;  // E - 1023, one more from m >= 1.4995
+    const powr::LogRow &row = powr::powr_log1024[i];
+    double m = f64((ux & 0x000fffffffffffffull) | 0x3ff0000000000000ull);
+    double p = m * row.c;
+    double r1 = p - kC;  // exact
+    double e;
+    if constexpr (Fma) {
+        e = __builtin_fma(m, row.c, -p);
+    } else {
+        dd::DD mc = dd::split_cut(m);  // 26 + 27 bits
+        e = mc.l * row.c + (mc.h * row.c - p);  // both products exact
+    }
+    double A = double(n) + row.hi;  // exact
+    double S1 = A + r1, S2 = S1 + e;
+    double t = ((S1 - S2) + e) + ((A - S1) + r1);
+    double v = e + r1;
+    // log2(1 + v/C) - v = v Q(v), |v| <= 7.05e-4: error 2^-75.9 (tools/gen/powr_tables.py).
+    double Q = dd::mul_add<Fma>(-0x1.b4ea0e9419f52p-6, v, 0x1.7a334ddfc9f86p-5);
+    Q = dd::mul_add<Fma>(Q, v, -0x1.550472a8bb463p-4);
+    Q = dd::mul_add<Fma>(Q, v, 0x1.47fd462b3b816p-3);
+    Q = dd::mul_add<Fma>(Q, v, -0x1.62e4346694107p-2);
+    Q = dd::mul_add<Fma>(Q, v, 0x1.9c3a6966457eep-24);
+    Q = dd::mul_add<Fma>(Q, v, row.lo + t);
+    double L = S2 + Q, q = Q - (L - S2);
+    // y L = P + tail: P = yh Lh exact from 26-bit halves (ex), or the rounded product and
+    // its error by fma (l9).  Beyond the bound the lane is flagged and P taken as 0, so that
+    // no step below meets an exponent outside the format (the tail stays below 2^50).
+    double P0, tail;
+    if constexpr (Fma) {
+        P0 = L * ys;
+        tail = __builtin_fma(q, ys, __builtin_fma(L, ys, -P0));
+    } else {
+        dd::DD Ls = dd::split_cut(L), yc = dd::split_cut(ys);
+        P0 = yc.h * Ls.h;
+        tail = q * ys + (yc.l * Ls.h + (Ls.l * yc.h + yc.l * Ls.l));
+    }
+    __m128d Pv = _mm_set_sd(P0);
+    __m128d big = _mm_cmpgt_sd(_mm_andnot_pd(_mm_set_sd(-0.0), Pv), _mm_set_sd(kPBound));
+    flag |= uint32_t(_mm_movemask_pd(big) & 1);
+    double P = _mm_cvtsd_f64(_mm_andnot_pd(big, Pv));
+    double s = P + kShift45;
+    int32_t k = int32_t(uint32_t(bits(s)));
+    double z = tail + (P - (s - kShift45));  // P - k/128 exact
+    const expd::MT &tr = expd::frac128[k & 127];
+    double T = f64(0x3ff0000000000000ull | tr.m);
+    double F = from_words((uint32_t(k << 13) + 0x3ff00000u) & 0xfff00000u, 0);  // 2^(k >> 7)
+    // 2^z - 1 - z ln2 = z^2 E(z), |z| <= 2^-8: error 2^-60.7 (tools/gen/powr_tables.py).
+    double w = z * z;
+    double D = dd::mul_add<Fma>(dd::mul_add<Fma>(0x1.c6b08d704a0bfp-5, z, 0x1.ebfbdff82c58ep-3) * w, T,
+                                dd::mul_add<Fma>(dd::mul_add<Fma>(0x1.5d87fe78a6731p-10, z, 0x1.3b2ab6fba4e77p-7) * (w * w), T, tr.t));
+    double r = (dd::mul_add<Fma>(z * kLn2, T, D) + T) * F;
     return finish(flag, x, y, r, __libm_dpowr_cout_rare);
 }
 
-inline float powr_f(float x, float y) {
+template <bool Fma>
+__attribute__((cold, noinline)) double powr_integer(double x, double y) {
+    double out;
+    if (powr_exact(x, y, &out)) return out;
+    return powr_body<Fma>(x, y);
+}
+
+template <bool Fma>
+inline double powr_d(double x, double y) {
+    if (__builtin_expect(powk::small_integer(bits(y)), 0)) return powr_integer<Fma>(x, y);
+    return powr_body<Fma>(x, y);
+}
+
+// ---- powrf --------------------------------------------------------------------------------
+// In double.  a = 2^-10 1.m (m the float's 23 bits); R = the reciprocal estimate of a,
+// rounded to an integer by truncating R + 1/2 (in any mode): R lies in 512 .. 1024 and
+// within 0.875 of 1/a, so that u = a R - 1 is exact (24 + 11 bits; Sterbenz) and
+// |u| <= 0.875 2^-9.  ln x = n ln2 + ln(2^k/R) + ln(1 + u), k = 9 for R <= 724 (1.m above
+// 1.414 counts in the next binade, n one more) and 10 above, from the 513-row table; ln(1 + u)
+// = u + u^2 L(u) to u^4 (error 2^-48.3).  w = y ln x; beyond |w| > 87 the result leaves the
+// normal floats and the lane goes to the rare routine.  e^w = 2^(k/2048) e^r with k the
+// nearest integer to w 2048/ln2, |r| <= ln2/4096: e^r = 1 + r + r^2/2 (error below r^3/6 =
+// 2^-40.2), 2^(k/2048) a row of 2048 and k >> 11 added to the exponent.  The double result
+// errs by about 2^-38 relative at most, 2^-15 of the float's ulp: one rounding to float
+// stays below 0.501 ulp.
+constexpr double k2048OverLn2 = 0x1.71547652b82fep+11;
+constexpr double kLn2Over2048 = 0x1.62e42fefa39efp-12;
+constexpr double kShift52 = 0x1.8p+52;  // rounds to an integer
+constexpr double kTBound = 87.0 * k2048OverLn2;  // e^87 < 2^126, e^-87 > 2^-126: a normal float
+constexpr double kLnC2 = -0.5 * k2048OverLn2, kLnC3 = k2048OverLn2 / 3, kLnC4 = -0.25 * k2048OverLn2;
+constexpr double kExpC2 = 0.5 * kLn2Over2048 * kLn2Over2048;
+
+template <bool Exact, bool Fma>
+inline float powrf_body(float x, float y) {
     uint32_t ux = bits(x), ay = bits(y) & 0x7fffffffu;
-    // y = 0 goes to the rare routine too: powf's l9 body raises inexact for x^0.
+    // x positive, normal and finite; y finite and non-zero (y = 0 gives 1 exactly there).
+    // Without the rounding instruction (tier ex) x = 1 too: R + 1/2 truncated raises inexact.
     uint32_t flag = uint32_t(ux - 0x00800000u >= 0x7f800000u - 0x00800000u) | uint32_t(ay - 1u >= 0x7f800000u - 1u);
-    flag |= uint32_t(log_bound(log2_bits(ux), round_up8(ay)) > 125.0);
-    uint32_t m = mask32_of(flag);
-    float r = TSR_POWR_CORE(powf)(select(m, 1.0f, x), select(m, 1.0f, y));
-    return finish(flag, x, y, r, __libm_spowr_cout_rare);
+    if constexpr (!Fma) flag |= uint32_t(ux == 0x3f800000u);
+    // The arguments' test exits at once (a scalar body gains nothing from running the
+    // core on a stand-in); the result's range is tested branch-free below.
+    if (__builtin_expect(flag, 0)) return rare_exit(x, y, x, __libm_spowr_cout_rare);
+    double yd = y;
+    __m128 af = _mm_castsi128_ps(_mm_cvtsi32_si128(int((ux & 0x007fffffu) | 0x3a800000u)));  // 2^-10 1.m
+    __m128 rc = Exact ? _mm_div_ss(_mm_set_ss(1.0f), af) : _mm_rcp_ss(af);
+    int32_t R;
+    double Rd;
+    if constexpr (Fma) {
+        // Rounded to nearest by the rounding instruction, which raises nothing.
+        __m128 rr = _mm_round_ss(rc, rc, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+        R = _mm_cvttss_si32(rr);
+        Rd = _mm_cvtsd_f64(_mm_cvtss_sd(_mm_setzero_pd(), rr));
+    } else {
+        R = _mm_cvttss_si32(_mm_add_ss(rc, _mm_set_ss(0.5f)));  // exact sum; R + 1/2 truncated
+        Rd = double(R);
+    }
+    double a = f64((uint64_t(ux & 0x007fffffu) << 29) | 0x3f50000000000000ull);
+    double u = dd::mul_add<Fma>(a, Rd, -1.0);  // exact
+    double n = double(int32_t(ux >> 23) - 126 - int32_t(R > 724));
+    // In units of ln2/2048 (the exponential's step), so that t = S y is the exponential's
+    // argument with no further product: 2048 n exact, the row times 2048/ln2 rounded once
+    // with the sum, beside the polynomial; S = that + c u + u^2 c L(u), the first sum
+    // rounding at 2^-53 of a value that S cancels by a factor 8 at most.
+    double A = dd::mul_add<Fma>(powr::powrf_lnr[R - 512], k2048OverLn2, 2048.0 * n);
+    A = dd::mul_add<Fma>(k2048OverLn2, u, A);
+    // (2048/ln2)(ln(1 + u) - u) = u^2 c L(u), the series to u^4 (tools/gen/powr_tables.py).
+    double l = dd::mul_add<Fma>(dd::mul_add<Fma>(kLnC4, u, kLnC3), u, kLnC2);
+    double S = dd::mul_add<Fma>(u * u, l, A);
+    __m128d tv = _mm_set_sd(S * yd);
+    __m128d big = _mm_cmpgt_sd(_mm_andnot_pd(_mm_set_sd(-0.0), tv), _mm_set_sd(kTBound));
+    flag |= uint32_t(_mm_movemask_pd(big) & 1);
+    double t = _mm_cvtsd_f64(_mm_andnot_pd(big, tv));  // 0 on a flagged lane
+    double s = t + kShift52;
+    uint64_t k = bits(s);
+    // 2^(k/2048): the row with k >> 11 added to its exponent field, by integer, while the
+    // polynomial runs.
+    double T = f64(bits(powr::powrf_exp2048[k & 2047]) + (uint64_t(int64_t(int32_t(k)) >> 11) << 52));
+    double z = t - (s - kShift52);  // exact, |z| <= 1/2 (1 in a directed mode)
+    // e^r - 1 = r + r^2/2 with r = z ln2/2048 (|r| <= 2^-11.6; error below r^3/6 = 2^-40.2).
+    double e = dd::mul_add<Fma>(z * z, kExpC2, z * kLn2Over2048);
+    return finish(flag, x, y, float(dd::mul_add<Fma>(T, e, T)), __libm_spowr_cout_rare);
+}
+
+template <bool Exact, bool Fma>
+__attribute__((cold, noinline)) float powrf_integer(float x, float y) {
+    float out;
+    if (powr_exact(x, y, &out)) return out;
+    return powrf_body<Exact, Fma>(x, y);
+}
+
+template <bool Exact, bool Fma>
+inline float powr_f(float x, float y) {
+    if (__builtin_expect(powk::small_integer(bits(y)), 0)) return powrf_integer<Exact, Fma>(x, y);
+    return powrf_body<Exact, Fma>(x, y);
 }
 
 }  // namespace
 
-TSR_BODY(double, powr, (double x, double y)) { return powr_d(x, y); }
-TSR_BODY(float, powrf, (float x, float y)) { return powr_f(x, y); }
+TSR_BODY(double, powr, (double x, double y)) { return powr_d<kFma>(x, y); }
+TSR_BODY(float, powrf, (float x, float y)) { return powr_f<false, kFma>(x, y); }
 
 #if TSR_TIER_EX
-TSR_DEFINE(double, __bwr_powr, (double x, double y)) { return powr_d(x, y); }
-TSR_DEFINE(float, __bwr_powrf, (float x, float y)) { return powr_f(x, y); }
+TSR_DEFINE(double, __bwr_powr, (double x, double y)) { return powr_d<false>(x, y); }
+// The reciprocal by a true division: the same bits on every processor.
+TSR_DEFINE(float, __bwr_powrf, (float x, float y)) { return powr_f<true, false>(x, y); }
 #endif

@@ -12,6 +12,7 @@
 #include <set>
 
 #include "crf/crf_lists.h"
+#include "crf/crf_quick_check.h"
 #include "harness/harness.h"
 #include "tessera.h"
 #include "tsr/codes.h"
@@ -292,6 +293,61 @@ TEST(CrfAccuracy, Regions) {
     }
 }
 
+// The edges of the quick range and the arguments it hands to the careful route (exact
+// results, values on the grid), correctly rounded in every mode and tier.
+TEST(CrfSample, QuickRangeEdges) {
+    auto at = [](std::initializer_list<uint32_t> keys) {
+        std::vector<Row<float>> r;
+        for (uint32_t k : keys) r.push_back({f32(k), CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
+        return r;
+    };
+    // |x| around 2^-25, around the overflow and underflow ends, integers (exact 2^n)
+    check_rows(f_expf(), at({0x32ffffff, 0x33000000, 0x33000001, 0xb3000001, 0x42b17216, 0x42b17217, 0xc2cfffff, 0xc2d00000, 0xc2aeac4f, 0xc2aeac50}));
+    check_rows(f_exp2f(), at({0x33000000, 0x42fe0000, 0x42feffff, 0x42ffffff, 0xc2fc0000, 0xc2fc0001, 0xc316ffff, 0xc3160000, 0x3f800001, 0x3f7fffff}));
+    check_rows(f_exp10f(), at({0x31ffffff, 0x32000000, 0x40400000, 0xc0400000, 0x421a209a, 0xc235d275, 0xc217b818, 0xc217b819}));
+    // |x| around 1/2 (below it, the careful route), -18, the overflow ends
+    check_rows(f_expm1f(), at({0x3effffff, 0x3f000000, 0xbeffffff, 0xbf000000, 0xc18fffff, 0xc1900000, 0x42b17217}));
+    check_rows(f_coshf(), at({0x397fffff, 0x39800000, 0x42b3ffff, 0xc2b3ffff, 0x3f000000}));
+    check_rows(f_sinhf(), at({0x3effffff, 0x3f000000, 0xbf000000, 0x42b3ffff, 0xc2b3ffff}));
+    // the inverse functions: the ends of their quick ranges, 1/64 steps, the largest float
+    auto inv = at({0x397fffff, 0x39800000, 0x3f7fffff, 0x3f800000, 0x3c800000, 0x3f7c0000, 0x3f000000,
+                   0xbf7fffff, 0xb9800000, 0xbf000000});
+    check_rows(f_asinf(), inv);
+    check_rows(f_acosf(), inv);
+    check_rows(f_atanf(), at({0x39800000, 0x3f800000, 0x3f800001, 0x3f7fffff, 0x7f7fffff, 0xff7fffff, 0x4c800000}));
+    // the ends of the polynomial-only range, -1 and 2^k - 1 and their neighbours, the largest
+    auto log1ps = at({0x33800000, 0xb3800000, 0x3b7fffff, 0x3b800000, 0xbb000000, 0xbb000001, 0xbf7fffff,
+                      0x3f800000, 0x3f7fffff, 0x40400000, 0x4b7fffff, 0x4b800000, 0x5a800000, 0x7f7fffff});
+    check_rows(f_log1pf(), log1ps);
+    check_rows(f_log2p1f(), log1ps);
+    // powers of 2 from 2^23 on: log2(1 + 2^k) just above k, in every mode, inexact
+    std::vector<Row<float>> pow2s;
+    for (uint32_t k = 23; k < 128; k += 13) pow2s.push_back({f32((k + 127) << 23), CR, NX});
+    pow2s.push_back({0x1p127f, CR, NX});
+    check_rows(f_log2p1f(), pow2s);
+    // the least and largest floats, 1 and its neighbours (the rows where c = 1), their edges
+    auto logs = at({0x00000001, 0x007fffff, 0x00800000, 0x7f7fffff, 0x3f7fffff, 0x3f800000, 0x3f800001,
+                    0x3f7f8000, 0x3f7f7fff, 0x3f810000, 0x3f80ffff, 0x3f330000, 0x3f32ffff, 0x41200000, 0x42c80000});
+    check_rows(f_logf(), logs);
+    check_rows(f_log2f(), logs);
+    check_rows(f_log10f(), logs);
+    // the ends of the quick range of sine and cosine, multiples of pi/256 near and far
+    auto trig = at({0x397fffff, 0x39800000, 0x477fffff, 0x47800000, 0xc77fffff, 0x3c490fdb, 0x40490fdb, 0x3fc90fdb, 0x46c90fdb, 0xc0490fdb});
+    check_rows(f_sinf(), trig);
+    check_rows(f_cosf(), trig);
+    check_rows(f_tanf(), trig);
+    std::vector<RowSC<float>> rows;
+    for (const auto &r : trig) rows.push_back({{r.in[0]}, {CR, CR}, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
+    check_rows(f_sincosf(), rows);
+}
+
+// The quick phase of tier l9 and of the z0 build against tier ex, a spread of the range.
+TEST(CrfSample, QuickAgainstCareful) {
+    for (bool portable : {false, true})
+        for (const auto &p : crf_quick::pairs(portable))
+            for (auto &s : crf_quick::differences(p, 2, 4099)) ADD_FAILURE() << (portable ? "z0 " : "l9 ") << s;
+}
+
 // ---- Long: the lists are complete; every float against MPFR --------------------------------
 TEST(CrfLong, ListsComplete) {
     for (const auto &r : crf_lists::runs()) {
@@ -325,6 +381,23 @@ TEST(CrfLong, EveryFloat) {
         }
         check_rows(s.f, rows);
     }
+}
+
+// Every float of the quick range of tier l9 against tier ex (CRF_QUICK_STRIDE: every N-th),
+// and of the z0 build every 61st; CRF_QUICK_ONLY restricts the run to one member.
+TEST(CrfLong, QuickAgainstCareful) {
+    const char *st = std::getenv("CRF_QUICK_STRIDE");
+    const char *only = std::getenv("CRF_QUICK_ONLY");
+    uint32_t stride = st ? uint32_t(std::strtoul(st, nullptr, 0)) : 1;
+    for (bool portable : {false, true})
+        for (const auto &p : crf_quick::pairs(portable)) {
+            if (only && std::string(only) != p.what) continue;
+            uint64_t n = 0;
+            auto v = crf_quick::differences(p, 2, portable ? 61 * stride : stride, &n);
+            for (auto &s : v) ADD_FAILURE() << (portable ? "z0 " : "l9 ") << s;
+            std::printf("[  QUICK   ] %s %s: %llu floats, %zu differences\n", portable ? "z0" : "l9", p.what,
+                        (unsigned long long)n, v.size());
+        }
 }
 
 }  // namespace

@@ -40,8 +40,6 @@ template <class T> Row<T> cr_all(T x) { return {x, CR, NX, 0, NO_CODE, ALL_MODES
 // (past 2^53, sin -1), 45·2^60 (a multiple of 360), 45 + 180·2^45 (tan 1).
 const double kBig150 = 395824185999510.0, kBig270 = 12666373951979790.0,
              kBig0 = 0x1.68p+65, kBig45 = 6333186975989805.0;
-const double kInf = INFINITY;
-const float fInf = INFINITY;
 
 // What every one-argument function of an angle shares: infinities give NaN with invalid and
 // no code, NaNs pass (signalling ones with invalid), and the ends of the argument range.

@@ -4,6 +4,7 @@
 #include <cfloat>
 #include <thread>
 #include "error_util.h"
+#include "harness/harness.h"
 #include "tsr/common.h"
 
 using namespace errtest;
@@ -146,97 +147,86 @@ const Inputs kInputs[] = {
     {2.5, 1.0, kTiny},   {-2.5, 1.0, -kTiny}, {0.0, 2.0, -1.5},     {-__builtin_inf(), 0.0, __builtin_inf()},
 };
 
-const char *const kHandlerNames[] = {"default handler", "handler answering 0", "handler answering 1"};
+// What one report leaves, as the call runner compares it (errno aside): the result cell (and
+// whether the bytes beside it and the argument cells stayed as they were), the record the
+// handler saw, and the message.
+using Left = std::tuple<std::string, std::string, std::string>;
+std::string hex(const void *p, int n) {
+    std::string s;
+    char b[4];
+    for (int i = n - 1; i >= 0; --i) std::snprintf(b, sizeof b, "%02x", static_cast<const unsigned char *>(p)[i]), s += b;
+    return s;
+}
+std::string record(const Seen &s, int bytes) {
+    if (!s.calls) return "no handler call";
+    return "handler called " + std::to_string(s.calls) + " times: precision " + std::to_string(s.prec) + " type " +
+           std::to_string(s.type) + " name " + s.name + " arg1 " + hex(s.arg1, bytes) + " arg2 " + hex(s.arg2, bytes) +
+           " retval " + hex(s.retval, bytes);
+}
 
-template <class T>
-int run_case(int code, int mode, Handler h, const Inputs &in, StderrCapture &cap, int &failure_lines) {
+// The report in a precision's cells, with the default handler or a recording one.
+template <class T> Left report_in(int code, int mode, Handler h, const Inputs &in, StderrCapture &cap, int &failure_lines) {
     const int bytes = kBytes[Prec<T>::p];
     T a1 = conv<T>(in.a1), a2 = conv<T>(in.a2), r0 = conv<T>(in.r);
-    Outcome want = model<T>(code, mode, h, a1, a2, r0);
-
     Guarded g1, g2, gr;
     std::memcpy(g1.cell(), &a1, bytes);
     std::memcpy(g2.cell(), &a2, bytes);
     std::memcpy(gr.cell(), &r0, bytes);
-    Guarded g1c = g1, g2c = g2;
+    const Guarded g1c = g1, g2c = g2, grc = gr;
     if (h == kDefault) install_defaults(); else install_recorders();
     g_answer = h == kAnswer1 ? 1 : 0;
     g_seen = Seen{};
     _LIB_VERSIONQVT = mode;
     errno = kSentinelErrno;
     __libm_error_support(g1.cell(), g2.cell(), gr.cell(), code);
-    int err = errno;
     _LIB_VERSIONQVT = 3;
     std::string msg = cap.take();
     if (msg.rfind(kCatalogueFailure, 0) == 0) {
         ++failure_lines;
         msg.erase(0, std::strlen(kCatalogueFailure));
     }
-
-    int bad = 0;
-    auto where = [&] {
-        return testing::Message() << "code " << code << " (" << codes()[code].name << kSuffix[Prec<T>::p]
-                                  << ", class " << codes()[code].cls << ") mode " << mode << ", "
-                                  << kHandlerNames[h] << ", arg1 " << double(a1) << " result "
-                                  << double(r0);
-    };
-    if (std::memcmp(gr.cell(), want.result, bytes) != 0) {
-        ADD_FAILURE() << where() << ": result cell differs";
-        ++bad;
+    bool beside = std::memcmp(gr.b, grc.b, 16) == 0 && std::memcmp(gr.b + 16 + bytes, grc.b + 16 + bytes, 32 - bytes) == 0;
+    bool args = std::memcmp(g1.b, g1c.b, 48) == 0 && std::memcmp(g2.b, g2c.b, 48) == 0;
+    return {hex(gr.cell(), bytes) + (beside ? "" : ", bytes beside it changed") + (args ? "" : ", an argument cell changed"),
+            record(g_seen, bytes), msg};
+}
+// What the policy says it leaves, with errno and the code seen first by the observer.
+template <class T> th::Expect<Left> policy(int code, int mode, Handler h, const Inputs &in) {
+    const int bytes = kBytes[Prec<T>::p];
+    Outcome o = model<T>(code, mode, h, conv<T>(in.a1), conv<T>(in.a2), conv<T>(in.r));
+    return {{hex(o.result, bytes), record(o.seen, bytes), o.message}, th::ANY_FLAGS, o.err, code};
+}
+// Runs f with a value of the code's precision.
+template <class F> auto in_precision(int code, F f) {
+    switch (codes()[code].prec) {
+    case 0: return f(float());
+    case 1: return f(double());
+    case 2: return f((long double)0);
+    default: return f(__float128());
     }
-    for (int i = 0; i < 48; ++i)
-        if ((i < 16 || i >= 16 + bytes) && gr.b[i] != 0xa5) {
-            ADD_FAILURE() << where() << ": byte " << i - 16 << " beside the result changed";
-            ++bad;
-            break;
-        }
-    if (std::memcmp(g1.b, g1c.b, 48) || std::memcmp(g2.b, g2c.b, 48)) {
-        ADD_FAILURE() << where() << ": an argument cell changed";
-        ++bad;
-    }
-    if (err != want.err) {
-        ADD_FAILURE() << where() << ": errno " << err << ", expected " << want.err;
-        ++bad;
-    }
-    if (g_seen.calls != want.seen.calls) {
-        ADD_FAILURE() << where() << ": handler called " << g_seen.calls << " times, expected "
-                      << want.seen.calls;
-        ++bad;
-    } else if (want.seen.calls) {
-        if (g_seen.prec != want.seen.prec || g_seen.type != want.seen.type ||
-            g_seen.name != want.seen.name || std::memcmp(g_seen.arg1, want.seen.arg1, bytes) ||
-            std::memcmp(g_seen.arg2, want.seen.arg2, bytes) ||
-            std::memcmp(g_seen.retval, want.seen.retval, bytes)) {
-            ADD_FAILURE() << where() << ": record differs: precision " << g_seen.prec << " type "
-                          << g_seen.type << " name " << g_seen.name << " (expected type "
-                          << want.seen.type << " name " << want.seen.name << ")";
-            ++bad;
-        }
-    }
-    if (msg != want.message) {
-        ADD_FAILURE() << where() << ": message [" << msg << "], expected [" << want.message << "]";
-        ++bad;
-    }
-    return bad;
 }
 
 TEST(ErrorInterpreter, EveryCodeEveryModeEveryHandler) {
-    int failures = 0, failure_lines = 0;
+    std::vector<std::tuple<int, int, int, int>> in;  // code, mode, handler, inputs
+    for (int code = 0; code < 404; ++code) {
+        ASSERT_GE(codes()[code].prec, 0) << "code " << code << " has no reference row";
+        for (int mode = -1; mode <= 3; ++mode)
+            for (int h : {kDefault, kAnswer0, kAnswer1})
+                for (int i = 0; i < int(std::size(kInputs)); ++i) in.push_back({code, mode, h, i});
+    }
+    int failure_lines = 0;
     {
         StderrCapture cap;
-        for (int code = 0; code < 404 && failures < 30; ++code) {
-            for (int mode = -1; mode <= 3; ++mode)
-                for (Handler h : {kDefault, kAnswer0, kAnswer1})
-                    for (const Inputs &in : kInputs) {
-                        switch (codes()[code].prec) {
-                        case 0: failures += run_case<float>(code, mode, h, in, cap, failure_lines); break;
-                        case 1: failures += run_case<double>(code, mode, h, in, cap, failure_lines); break;
-                        case 2: failures += run_case<long double>(code, mode, h, in, cap, failure_lines); break;
-                        case 3: failures += run_case<__float128>(code, mode, h, in, cap, failure_lines); break;
-                        default: ADD_FAILURE() << "code " << code << " has no reference row"; return;
-                        }
-                    }
-        }
+        th::Calls<Left, int, int, int, int> report;
+        th::add_call(report, "__libm_error_support", [&](int code, int mode, int h, int i) {
+            return in_precision(code, [&](auto t) {
+                return report_in<decltype(t)>(code, mode, Handler(h), kInputs[i], cap, failure_lines);
+            });
+        });
+        EXPECT_EQ(th::check_calls("error report", report, in, th::RN, [](const auto &, const auto &p, int) {
+            auto [code, mode, h, i] = p;
+            return in_precision(code, [&](auto t) { return policy<decltype(t)>(code, mode, Handler(h), kInputs[i]); });
+        }), 0);
     }
     install_defaults();
     EXPECT_LE(failure_lines, 1) << "the catalogue failure line appeared more than once";

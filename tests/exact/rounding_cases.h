@@ -1,6 +1,5 @@
 // The rounding family's variants as tests see them: each function and tier with the
-// operation it performs and the flag behaviour it promises, and the checking loop shared
-// by the default and the long runs.
+// operation it performs and the flag behaviour it promises.
 #pragma once
 #include <gtest/gtest.h>
 #include <cinttypes>
@@ -153,8 +152,8 @@ inline uint32_t expected_flags(const Variant<T> &v, T x, bool nonint) {
     return 0;
 }
 
-// ---- the check ----------------------------------------------------------------------------
-// Counts failures and prints the first few of each variant.
+// ---- failures -------------------------------------------------------------------------------
+// Counts failures and keeps the first few.
 struct Failures {
     int count = 0;
     std::string first;
@@ -162,41 +161,5 @@ struct Failures {
         if (count++ < 8) first += what + "\n";
     }
 };
-
-template <class T>
-std::string show(T x) {
-    char b[64];
-    if constexpr (sizeof(T) == 4) std::snprintf(b, sizeof b, "%08" PRIx32 " (%a)", Fmt<float>::bits(x), double(x));
-    else std::snprintf(b, sizeof b, "%016" PRIx64 " (%a)", Fmt<double>::bits(x), double(x));
-    return b;
-}
-
-// One call in mode `mode` (already set): result bits and flags, and for nearbyint that
-// an inexact flag set before the call survives it.
-template <class T>
-inline void check(const Variant<T> &v, T x, uint32_t mode, Failures &f) {
-    using F = Fmt<T>;
-    bool nonint = false;
-    typename F::U want = ref_bits<T>(v.op, mode, x, &nonint);
-    uint32_t want_flags = expected_flags(v, x, nonint);
-    clear_flags();
-    T r = v.fn(x);
-    uint32_t got_flags = flags();
-    typename F::U got = F::bits(r);
-    if (got != want || got_flags != want_flags) {
-        char b[300];
-        std::snprintf(b, sizeof b, "%s(%s) in %s: got %s flags %02x, want %s flags %02x",
-                      v.name.c_str(), show(x).c_str(), mode_name(mode), show(r).c_str(), got_flags,
-                      show(F::from(want)).c_str(), want_flags);
-        f.add(b);
-    }
-    if (v.inexact == Inexact::keep) {
-        clear_flags();
-        set_flags(kInexact);
-        v.fn(x);
-        if (flags() != kInexact) f.add(v.name + "(" + show(x) + ") in " + mode_name(mode) +
-                                       " cleared or changed a preset inexact flag");
-    }
-}
 
 }  // namespace rnd

@@ -22,7 +22,6 @@ inline uint32_t mxcsr() { return th::mxcsr_now(); }
 inline void set_mxcsr(uint32_t v) { th::set_mxcsr(v); }
 inline uint16_t x87cw() { return th::x87_cw_now(); }
 inline void set_x87cw(uint16_t v) { th::set_x87_cw(v); }
-inline uint16_t x87sw() { return th::x87_sw_now(); }
 
 // The IEEE flags, in the bit positions both units use (the denormal-operand bit, 0x02, is
 // no IEEE flag and is ignored).
@@ -36,8 +35,6 @@ inline void clear_flags() {
     set_mxcsr(mxcsr() & ~0x3fu);
     asm volatile("fnclex" ::: "memory");
 }
-inline void set_flags(uint32_t f) { set_mxcsr(mxcsr() | f); }
-inline uint32_t flags() { return (mxcsr() | x87sw()) & kIeee; }
 
 // ---- formats --------------------------------------------------------------------------
 template <class T> struct Fmt;
@@ -55,18 +52,7 @@ template <> struct Fmt<double> {
     static double from(U u) { double x; __builtin_memcpy(&x, &u, 8); return x; }
     static constexpr U kSign = 0x8000000000000000ull, kQuiet = 0x0008000000000000ull;
 };
-// Extended: the significand and the sign/exponent word, compared as such.
-struct Ext {
-    uint64_t m;
-    uint16_t se;
-    bool operator==(const Ext &o) const { return m == o.m && se == o.se; }
-};
-inline Ext ext(long double x) {
-    Ext e;
-    __builtin_memcpy(&e.m, &x, 8);
-    __builtin_memcpy(&e.se, reinterpret_cast<const char *>(&x) + 8, 2);
-    return e;
-}
+// An extended value from its significand and sign/exponent word.
 inline long double mkext(uint64_t m, uint16_t se) {
     long double x = 0;
     __builtin_memcpy(&x, &m, 8);
@@ -75,36 +61,24 @@ inline long double mkext(uint64_t m, uint16_t se) {
 }
 
 // ---- the reference ----------------------------------------------------------------------
-// MPFR's own rounding to integers (rint in the mode under test), exact at 128 bits; a zero
-// result keeps the argument's sign.
-inline void mpfr_op(Op op, uint32_t mode, mpfr_ptr y, mpfr_srcptr x) {
-    static const mpfr_rnd_t by_mode[] = {MPFR_RNDN, MPFR_RNDD, MPFR_RNDU, MPFR_RNDZ};
-    switch (op) {
-    case Op::ceil: mpfr_ceil(y, x); break;
-    case Op::floor: mpfr_floor(y, x); break;
-    case Op::trunc: mpfr_trunc(y, x); break;
-    case Op::round: mpfr_round(y, x); break;
-    default: mpfr_rint(y, x, by_mode[mode & 3]); break;
-    }
-    if (mpfr_zero_p(y)) mpfr_setsign(y, y, mpfr_signbit(x), MPFR_RNDN);
-}
-// The result of op on x in mode, and whether x is a finite non-integer.  Infinities and NaN
-// come back unchanged.
-template <class T> inline T ref_value(Op op, uint32_t mode, T x, bool *nonint) {
-    if (nonint) *nonint = false;
+// MPFR's own rounding to integers (rint in the given rounding), exact at 128 bits; a zero
+// result keeps the argument's sign.  Also whether x is a finite non-integer.  Infinities and
+// NaN come back unchanged.
+template <class T> inline T ref_value(Op op, mpfr_rnd_t rnd, T x, bool *nonint) {
+    *nonint = false;
     if (x != x || x - x != x - x) return x;
     th::Mp a(128), y(128);
     th::set(a, x);
-    mpfr_op(op, mode, y, a);
-    if (nonint) *nonint = !mpfr_equal_p(a, y);
+    switch (op) {
+    case Op::ceil: mpfr_ceil(y, a); break;
+    case Op::floor: mpfr_floor(y, a); break;
+    case Op::trunc: mpfr_trunc(y, a); break;
+    case Op::round: mpfr_round(y, a); break;
+    default: mpfr_rint(y, a, rnd); break;
+    }
+    if (mpfr_zero_p(y)) mpfr_setsign(y, y, mpfr_signbit(a), MPFR_RNDN);
+    *nonint = !mpfr_equal_p(a, y);
     return th::round_to<T>(y);
-}
-template <class T>
-inline typename Fmt<T>::U ref_bits(Op op, uint32_t mode, T x, bool *nonint = nullptr) {
-    return Fmt<T>::bits(ref_value(op, mode, x, nonint));
-}
-inline Ext ref_ext(Op op, uint32_t mode, Ext x, bool *nonint = nullptr) {
-    return ext(ref_value(op, mode, mkext(x.m, x.se), nonint));
 }
 
 // ---- what each variant promises about flags ------------------------------------------------

@@ -128,6 +128,14 @@ const std::vector<Row2<double>> kPowr = {
     {{2.0, INFINITY}, INFINITY}, {{0.5, -INFINITY}, INFINITY}, {{0.5, INFINITY}, 0.0}, {{2.0, -INFINITY}, 0.0},
     {{INFINITY, 2.0}, INFINITY}, {{INFINITY, -2.0}, 0.0}, {{3.0, 0.0}, 1.0}, {{3.0, -0.0}, 1.0},
     {{2.0, 3.0}, 8.0}, {{0.5, -10.0}, 1024.0}, {{9.0, 0.5}, CR, ANY_FLAGS, 0, NO_CODE, RN},
+    {{1.0, 0.5}, 1.0}, {{1.0, -0x1.8p+60}, 1.0},
+    // Either side of the core's bounds: |y log2 x| = 1000, |y| = 2^-54 and 2^64.
+    {{2.0, 999.9}, CR, NX, 0, NO_CODE, RN}, {{2.0, 1000.1}, CR, NX, 0, NO_CODE, RN},
+    {{0.5, 999.9}, CR, NX, 0, NO_CODE, RN}, {{0.5, 1000.1}, CR, NX, 0, NO_CODE, RN},
+    {{3.0, 0x1p-54}, CR, NX, 0, NO_CODE, RN}, {{3.0, -0x1p-55}, CR, NX, 0, NO_CODE, RN},
+    {{0x1.0000000000001p+0, 0x1p60}, CR, NX, 0, NO_CODE, RN},
+    {{0x1.0000000000001p+0, 0x1.fffffffffffffp+63}, INFINITY, OV, ERANGE, code::powr_overflow, RN},
+    {{0x1.0000000000001p+0, -0x1p64}, 0.0, UN, ERANGE, code::powr_underflow, RN}, {{3.0, 33.0}, 5559060566555523.0}, {{0x1.0000000000001p+0, 0x1p60}, CR, NX, 0, NO_CODE, RN},
     {{2.0, 1024.0}, INFINITY, OV, ERANGE, code::powr_overflow, RN},
     {{0x1.fffffffffffffp+1023, 1.5}, INFINITY, OV, ERANGE, code::powr_overflow, RN},
     {{2.0, 1023.5}, CR, NX, 0, NO_CODE, RN}, {{0.5, 1075.5}, 0.0, UN, ERANGE, code::powr_underflow, RN},
@@ -139,6 +147,14 @@ const std::vector<Row2<float>> kPowrf = {
     {{-1.0f, 2.0f}, NAN, INV, EDOM, code::powrf_domain}, {{-INFINITY, 1.0f}, NAN, INV, EDOM, code::powrf_domain},
     {{0.0f, -1.0f}, INFINITY, DZ}, {{2.0f, INFINITY}, INFINITY}, {{0.5f, -INFINITY}, INFINITY},
     {{0.5f, INFINITY}, 0.0f}, {{NAN, 0.0f}, NAN}, {{1.0f, 1e30f}, 1.0f}, {{2.0f, 3.0f}, 8.0f}, {{7.0f, 0.0f}, 1.0f},
+    // x = 1 with a fractional y runs the core: 1 exactly, no flag; integer powers exact.
+    {{1.0f, 0.5f}, 1.0f}, {{1.0f, -37.25f}, 1.0f}, {{3.0f, 15.0f}, 14348907.0f}, {{0.5f, -126.0f}, 0x1p126f},
+    {{4.0f, 0.5f}, 2.0f, ANY_FLAGS}, {{0x1.fffffep-1f, 0x1p30f}, CR, NX, 0, NO_CODE, RN},
+    // Either side of the core's result range, |y ln x| = 87 (2^125.5 and 2^-125.5 in, their
+    // neighbours out, the subnormal side with its code).
+    {{2.0f, 125.5f}, CR, NX, 0, NO_CODE, RN}, {{2.0f, 125.6f}, CR, NX, 0, NO_CODE, RN},
+    {{0.5f, 125.5f}, CR, NX, 0, NO_CODE, RN}, {{0.5f, 125.6f}, CR, NX, 0, NO_CODE, RN},
+    {{0.5f, 126.5f}, CR, UN, 0, code::powrf_underflow, RN},  // ERANGE only for a zero result
     {{2.0f, 128.0f}, INFINITY, OV, ERANGE, code::powrf_overflow, RN},
     {{2.0f, 127.5f}, CR, NX, 0, NO_CODE, RN}, {{0.5f, 150.5f}, 0.0f, UN, ERANGE, code::powrf_underflow, RN},
     {{0x1p-149f, 0.5f}, CR, NX, 0, NO_CODE, RN}, {{3.0f, 80.0f}, CR, NX, 0, NO_CODE, RN},
@@ -161,7 +177,7 @@ const std::vector<Row<float>> kPow2o3f = with_nans<float>({
 });
 const std::vector<Row<double>> kPow3o2 = with_nans<double>({
     {0.0, 0.0}, {-0.0, 0.0}, {INFINITY, INFINITY}, {4.0, 8.0}, {0x1.9p+4, 125.0}, {1.0, 1.0},
-    {0x1p-646, 0x1p-969}, {0x1p+680, 0x1p+1020},
+    {0x1p-646, 0x1p-969}, {0x1p+680, 0x1p+1020}, {0x1.00801p+0, 0x1.00c03004p+0}, {0x1.00020001p+100, 0x1.000300030001p+150},
     {-1.0, NAN, INV, EDOM, code::pow3o2_domain}, {-INFINITY, NAN, INV, EDOM, code::pow3o2_domain},
     {-0x1p-1074, NAN, INV, EDOM, code::pow3o2_domain},
     {0x1.965fea53d6e3cp+682, CR, NX, 0, NO_CODE, RN},
@@ -178,6 +194,9 @@ const std::vector<Row<float>> kPow3o2f = with_nans<float>({
     {0x1.428a2ep+85f, CR, NX, 0, NO_CODE, RN}, {0x1.428a30p+85f, INFINITY, OV, ERANGE, code::pow3o2f_overflow, RN},
     {0x1p-149f, 0.0f, UN, ERANGE, code::pow3o2f_underflow, RN}, {0x1.8p-90f, CR, UN, ANY_ERRNO, code::pow3o2f_underflow, RN},
     {0x1p-68f, 0x1p-102f}, {0x1.fffffep-69f, CR, NX, 0, NO_CODE, RN}, {0x1.fffffep+83f, CR, NX, 0, NO_CODE, RN}, {2.0f, CR, NX},
+    // Squares near 1 and near the core's lower end; 4^k (1 - 2^-24), 2^-48 above a midpoint.
+    {0x1.0404p+0f, 0x1.060c08p+0f}, {0x1.0c24p-50f, 0x1.126cd8p-75f}, {0x1.fffffep-1f, CR, NX, 0, NO_CODE, RN},
+    {0x1.fffffep-51f, CR, NX, 0, NO_CODE, RN}, {0x1.fffffep-49f, CR, NX, 0, NO_CODE, RN},
 });
 
 // ---- plans -------------------------------------------------------------------------------------

@@ -1,4 +1,6 @@
-// The environment functions against both units, read and written directly (fpu.h).
+// The environment functions against both units, set up and read back directly (never
+// through the library), as rows of the shared environment runner: the units before, the
+// call, what it returns and the units it leaves.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
@@ -9,325 +11,190 @@ namespace {
 
 using fpu::kAll6;
 using fpu::kDenormal;
+using th::EnvRow;
+using th::Units;
 
-struct Exc {
-    int code;
-    const char *name;
-};
-const Exc kExc[] = {{FE_INVALID, "invalid"},     {kDenormal, "denormal"},
-                    {FE_DIVBYZERO, "divbyzero"}, {FE_OVERFLOW, "overflow"},
-                    {FE_UNDERFLOW, "underflow"}, {FE_INEXACT, "inexact"}};
-
-// Every test leaves both units as it found them.
-class Env : public ::testing::Test {
-  protected:
-    void SetUp() override { fpu::clear_all(); }
-    fpu::Saved saved_;
-};
-
-// ---- flags -----------------------------------------------------------------------------
-// A flag raised by one unit's arithmetic is seen through the library, and cleared in both
-// units by it, leaving the other flags alone.
-TEST_F(Env, FlagsOfEitherUnitSeenAndCleared) {
-    using Raise = void (*)(int);
-    const struct {
-        const char *unit;
-        Raise raise;
-    } units[] = {{"sse", fpu::sse_raise}, {"x87", fpu::x87_raise}};
-    for (const auto &u : units) {
-        for (const Exc &e : kExc) {
-            SCOPED_TRACE(std::string(u.unit) + " " + e.name);
-            fpu::clear_all();
-            u.raise(e.code);
-            int raised = fpu::sse_flags() | fpu::x87_flags();
-            ASSERT_TRUE(raised & e.code) << "the test's own arithmetic failed to raise it";
-            EXPECT_EQ(fetestexcept_local(e.code), e.code);
-            EXPECT_EQ(fetestexcept_local(kAll6), raised);
-            EXPECT_EQ(fetestexcept_local(0), 0);
-            EXPECT_EQ(fetestexcept_local(0x7fffffc0), 0);
-            fexcept_t f = 0xffff;
-            EXPECT_EQ(fegetexceptflag_local(&f, e.code), 0);
-            EXPECT_EQ(f, e.code);
-            // Raise an unrelated flag in the other unit too; only e.code is cleared.
-            int other = e.code == FE_INVALID ? FE_DIVBYZERO : FE_INVALID;
-            (u.raise == fpu::sse_raise ? fpu::x87_raise : fpu::sse_raise)(other);
-            EXPECT_EQ(feclearexcept_local(e.code), 0);
-            EXPECT_EQ((fpu::sse_flags() | fpu::x87_flags()) & e.code, 0);
-            EXPECT_EQ(fetestexcept_local(other), other);
-            EXPECT_EQ(fetestexcept_local(e.code), 0);
-        }
-    }
+constexpr int INV = FE_INVALID, DZ = FE_DIVBYZERO, OV = FE_OVERFLOW, UN = FE_UNDERFLOW, NX = FE_INEXACT;
+constexpr uint16_t kCw = 0x037f;    // x87 default: all masked, nearest, 64-bit precision
+constexpr uint32_t kMx = 0x1f80;    // SSE default: all masked, nearest
+constexpr uint16_t kPc53 = 0x200;   // x87 precision control: 53 bits
+constexpr uint32_t kFtz = 0x8000, kDaz = 0x40;
+constexpr Units kDefault{kCw, 0, kMx};
+// The state both units are in for a rounding mode (nearest, ... as <fenv.h> numbers them).
+constexpr Units in_mode(int m, uint16_t flags87 = 0, uint32_t sse = 0) {
+    return {uint16_t((kCw & ~0xc00) | m), flags87, (kMx & ~0x6000u) | uint32_t(m) << 3 | sse};
+}
+// fegetexceptflag's return value and the stored flags in one number.
+long getflag(int mask) {
+    fexcept_t f = 0xffff;
+    return fegetexceptflag_local(&f, mask) * 0x10000L + f;
 }
 
-TEST_F(Env, ClearWithUnknownBitsOnly) {
-    fpu::sse_raise(FE_INEXACT);
-    fpu::x87_raise(FE_INVALID);
-    int before_sse = fpu::sse_flags(), before_x87 = fpu::x87_flags();
-    EXPECT_EQ(feclearexcept_local(0), 0);
-    EXPECT_EQ(feclearexcept_local(0x1000), 0);
-    EXPECT_EQ(fpu::sse_flags(), before_sse);
-    EXPECT_EQ(fpu::x87_flags(), before_x87);
-    EXPECT_EQ(feclearexcept_local(kAll6), 0);
-    EXPECT_EQ(fpu::sse_flags() | fpu::x87_flags(), 0);
+// ---- flags -----------------------------------------------------------------------------
+// A flag of either unit is seen through the library, and cleared in both units by it,
+// leaving the other flags alone.
+TEST(Env, FlagsOfEitherUnitSeenAndCleared) {
+    const struct {
+        int code;
+        const char *name;
+    } exc[] = {{INV, "invalid"}, {kDenormal, "denormal"}, {DZ, "divbyzero"}, {OV, "overflow"}, {UN, "underflow"}, {NX, "inexact"}};
+    std::vector<EnvRow> rows;
+    for (bool x87 : {false, true})
+        for (const auto &e : exc) {
+            const int c = e.code, other = c == INV ? DZ : INV;  // raised in the other unit
+            const Units b = x87 ? Units{kCw, uint16_t(c), kMx | other} : Units{kCw, uint16_t(other), kMx | c};
+            const Units cleared = x87 ? Units{kCw, 0, kMx | other} : Units{kCw, uint16_t(other), kMx};
+            const std::string w = std::string(x87 ? "x87 " : "sse ") + e.name;
+            rows.push_back({w + ": fetestexcept", b, [c] { return fetestexcept_local(c); }, c, b});
+            rows.push_back({w + ": fetestexcept all", b, [] { return fetestexcept_local(kAll6); }, c | other, b});
+            rows.push_back({w + ": fetestexcept none", b, [] { return fetestexcept_local(0) | fetestexcept_local(0x7fffffc0); }, 0, b});
+            rows.push_back({w + ": fegetexceptflag", b, [c] { return getflag(c); }, c, b});
+            rows.push_back({w + ": feclearexcept", b, [c] { return feclearexcept_local(c); }, 0, cleared});
+        }
+    const Units some{kCw, INV, kMx | NX};
+    rows.push_back({"feclearexcept nothing", some, [] { return feclearexcept_local(0); }, 0, some});
+    rows.push_back({"feclearexcept unknown bits", some, [] { return feclearexcept_local(0x1000); }, 0, some});
+    rows.push_back({"feclearexcept all", some, [] { return feclearexcept_local(kAll6); }, 0, kDefault});
+    EXPECT_EQ(th::check_env_rows(rows), 0);
 }
 
 // feraiseexcept raises by double SSE arithmetic, in every rounding mode, with inexact
 // along with overflow and underflow, and nothing for the denormal-operand exception.
-TEST_F(Env, RaiseByArithmetic) {
+TEST(Env, RaiseByArithmetic) {
     const struct {
         int mask, sse;
-    } rows[] = {
-        {FE_INVALID, FE_INVALID},
-        {FE_DIVBYZERO, FE_DIVBYZERO},
-        {kDenormal, 0},
-        {FE_OVERFLOW, FE_OVERFLOW | FE_INEXACT},
-        {FE_UNDERFLOW, FE_UNDERFLOW | FE_INEXACT},
-        {FE_INEXACT, FE_INEXACT},
-        {FE_INVALID | FE_UNDERFLOW, FE_INVALID | FE_UNDERFLOW | FE_INEXACT},
-        {kAll6, FE_ALL_EXCEPT},
-        {0, 0},
-        {0x1000, 0},
-    };
-    for (int mode : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
-        fpu::set_mxcsr((fpu::mxcsr() & ~0x6000u) | uint32_t(mode) << 3);
-        for (const auto &r : rows) {
-            SCOPED_TRACE(testing::Message() << "mode " << mode << " mask " << r.mask);
-            fpu::clear_all();
-            EXPECT_EQ(feraiseexcept_local(r.mask), 0);
-            EXPECT_EQ(fpu::sse_flags(), r.sse);
-            EXPECT_EQ(fpu::x87_flags(), 0);
-        }
-    }
+    } raised[] = {{INV, INV}, {DZ, DZ}, {kDenormal, 0}, {OV, OV | NX}, {UN, UN | NX}, {NX, NX},
+                  {INV | UN, INV | UN | NX}, {kAll6, FE_ALL_EXCEPT}, {0, 0}, {0x1000, 0}};
+    std::vector<EnvRow> rows;
+    for (int m : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO})
+        for (const auto &r : raised)
+            rows.push_back({"feraiseexcept " + std::to_string(r.mask) + " in mode " + std::to_string(m), in_mode(m),
+                            [r] { return feraiseexcept_local(r.mask); }, 0, in_mode(m, 0, r.sse)});
+    EXPECT_EQ(th::check_env_rows(rows), 0);
 }
 
-TEST_F(Env, ExceptFlagCopiedIntoBothUnits) {
-    fpu::x87_raise(FE_INVALID);
-    fpu::sse_raise(FE_OVERFLOW | kDenormal);  // overflow brings inexact
-    fexcept_t f = 0;
-    fegetexceptflag_local(&f, kAll6);
-    EXPECT_EQ(f, FE_INVALID | FE_OVERFLOW | FE_INEXACT | kDenormal);
-    fegetexceptflag_local(&f, FE_INVALID | FE_DIVBYZERO);
-    EXPECT_EQ(f, FE_INVALID);
-
-    const fexcept_t saved = FE_INVALID | FE_OVERFLOW | kDenormal;
-    fpu::clear_all();
-    fpu::sse_raise(FE_DIVBYZERO);
-    // Only the named exceptions take the stored state: set or cleared.
-    EXPECT_EQ(fesetexceptflag_local(&saved, FE_INVALID | kDenormal | FE_DIVBYZERO), 0);
-    EXPECT_EQ(fpu::sse_flags(), FE_INVALID | kDenormal);
-    EXPECT_EQ(fpu::x87_flags(), FE_INVALID | kDenormal);
-    // A mask of 0 does nothing.
-    EXPECT_EQ(fesetexceptflag_local(&saved, 0), 0);
-    EXPECT_EQ(fpu::sse_flags(), FE_INVALID | kDenormal);
-    // Clearing through a stored zero.
-    const fexcept_t none = 0;
-    EXPECT_EQ(fesetexceptflag_local(&none, FE_INVALID), 0);
-    EXPECT_EQ(fpu::sse_flags() | fpu::x87_flags(), kDenormal);
+// The flags as a stored set: read per exception, and written back into both units, only
+// the named exceptions taking the stored state (set or cleared), without trapping.
+TEST(Env, ExceptFlagCopiedIntoBothUnits) {
+    static const fexcept_t saved = INV | OV | kDenormal, none = 0;
+    const Units mixed{kCw, INV, kMx | OV | NX | kDenormal}, both{kCw, INV | kDenormal, kMx | INV | kDenormal};
+    EXPECT_EQ(th::check_env_rows({
+        {"fegetexceptflag all", mixed, [] { return getflag(kAll6); }, INV | OV | NX | kDenormal, mixed},
+        {"fegetexceptflag some", mixed, [] { return getflag(INV | DZ); }, INV, mixed},
+        {"fesetexceptflag", {kCw, 0, kMx | DZ}, [] { return fesetexceptflag_local(&saved, INV | kDenormal | DZ); }, 0, both},
+        {"fesetexceptflag of nothing", both, [] { return fesetexceptflag_local(&saved, 0); }, 0, both},
+        {"fesetexceptflag of a zero", both, [] { return fesetexceptflag_local(&none, INV); }, 0,
+         {kCw, kDenormal, kMx | kDenormal}},
+    }), 0);
 }
 
 // ---- rounding ----------------------------------------------------------------------------
-// 1 + 2^-60 in double and 1 + 2^-70 in extended: rounded up only upward; -(1 + tiny)
-// rounded away from zero only downward.
-TEST_F(Env, RoundingSetInBothUnits) {
-    const struct {
-        int mode, flt_rounds;
-        bool up_sse, down_sse;
-    } rows[] = {{FE_TONEAREST, 1, false, false},
-                {FE_UPWARD, 2, true, false},
-                {FE_DOWNWARD, 3, false, true},
-                {FE_TOWARDZERO, 0, false, false}};
-    for (const auto &r : rows) {
-        SCOPED_TRACE(r.mode);
-        EXPECT_EQ(fesetround_local(r.mode), 0);
-        EXPECT_EQ(fpu::sse_round(), r.mode);
-        EXPECT_EQ(fpu::x87_round(), r.mode);
-        EXPECT_EQ(fegetround_local(), r.mode);
-        EXPECT_EQ(__libm_flt_rounds_local(), r.flt_rounds);
-        volatile double one = 1.0, td = 0x1p-60;
-        volatile long double onel = 1.0L, tl = 0x1p-70L;
-        EXPECT_EQ(one + td > 1.0, r.up_sse);
-        EXPECT_EQ(-one - td < -1.0, r.down_sse);
-        EXPECT_EQ(onel + tl > 1.0L, r.up_sse);
-        EXPECT_EQ(-onel - tl < -1.0L, r.down_sse);
+// fesetround sets both units; fegetround and __libm_flt_rounds read the SSE unit alone;
+// an unknown mode changes nothing.
+TEST(Env, Rounding) {
+    const int flt_rounds[] = {1, 3, 2, 0};  // by mode >> 10: nearest, downward, upward, toward zero
+    std::vector<EnvRow> rows;
+    for (int m : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+        const std::string w = " " + std::to_string(m);
+        rows.push_back({"fesetround" + w, kDefault, [m] { return fesetround_local(m); }, 0, in_mode(m)});
+        rows.push_back({"fegetround" + w, in_mode(m), [] { return fegetround_local(); }, m, in_mode(m)});
+        rows.push_back({"__libm_flt_rounds" + w, in_mode(m), [] { return __libm_flt_rounds_local(); }, flt_rounds[m >> 10],
+                        in_mode(m)});
+        for (int bad : {1, 0x100, 0x400 | 1, 0x1000, 0x2000, -1, 0x300})
+            rows.push_back({"fesetround of " + std::to_string(bad) + " from" + w, in_mode(m),
+                            [bad] { return long(fesetround_local(bad) != 0); }, 1, in_mode(m)});
     }
-}
-
-TEST_F(Env, RoundingRejectsUnknownModes) {
-    fesetround_local(FE_DOWNWARD);
-    uint32_t mx = fpu::mxcsr();
-    uint16_t cw = fpu::cw();
-    for (int bad : {1, 0x100, 0x400 | 1, 0x1000, 0x2000, -1, 0x300}) {
-        SCOPED_TRACE(bad);
-        EXPECT_NE(fesetround_local(bad), 0);
-        EXPECT_EQ(fpu::mxcsr(), mx);
-        EXPECT_EQ(fpu::cw(), cw);
-    }
-}
-
-// fegetround and __libm_flt_rounds read the SSE unit alone.
-TEST_F(Env, RoundingReadFromSse) {
-    fpu::set_mxcsr((fpu::mxcsr() & ~0x6000u) | (uint32_t(FE_UPWARD) << 3));
-    fpu::set_x87(uint16_t((fpu::cw() & ~0xc00) | FE_TOWARDZERO), 0);
-    EXPECT_EQ(fegetround_local(), FE_UPWARD);
-    EXPECT_EQ(__libm_flt_rounds_local(), 2);
+    const Units split{uint16_t((kCw & ~0xc00) | FE_TOWARDZERO), 0, in_mode(FE_UPWARD).mxcsr};
+    rows.push_back({"fegetround of the SSE unit", split, [] { return fegetround_local(); }, FE_UPWARD, split});
+    rows.push_back({"__libm_flt_rounds of the SSE unit", split, [] { return __libm_flt_rounds_local(); }, 2, split});
+    EXPECT_EQ(th::check_env_rows(rows), 0);
 }
 
 // ---- environments ----------------------------------------------------------------------
 // Two units in different states: rounding, masks and flags differ per unit; FTZ set.
 // (Unmasked exceptions have no flag pending, so nothing fires.)
-constexpr uint16_t kCwA = 0x037f & ~0xc00 & ~FE_OVERFLOW | FE_TOWARDZERO;  // 64-bit PC
-constexpr uint16_t kSwA = FE_INVALID | FE_INEXACT;
-constexpr uint32_t kMxA = 0x8000 | (uint32_t(FE_UPWARD) << 3) |
-                          (uint32_t(kAll6 & ~FE_UNDERFLOW) << 7) | FE_DIVBYZERO;
+constexpr uint16_t kCwA = kCw & ~0xc00 & ~OV | FE_TOWARDZERO;  // 64-bit precision
+constexpr uint16_t kSwA = INV | NX;
+constexpr uint32_t kMxA = kFtz | (uint32_t(FE_UPWARD) << 3) | (uint32_t(kAll6 & ~UN) << 7) | DZ;
+constexpr Units kA{kCwA, kSwA, kMxA};
+constexpr uint16_t kCwA53 = uint16_t((kCwA & ~0x300) | kPc53);
 
-void install_a() {
-    fpu::set_x87(kCwA, kSwA);
-    fpu::set_mxcsr(kMxA);
-}
-
-TEST_F(Env, GetEnvRecordsAndLeavesUnits) {
-    install_a();
-    fenv_t env;
-    EXPECT_EQ(fegetenv_local(&env), 0);
-    // Nothing changed, the x87 masks included.
-    EXPECT_EQ(fpu::cw(), kCwA);
-    EXPECT_EQ(fpu::x87_flags(), kSwA);
-    EXPECT_EQ(fpu::mxcsr(), kMxA);
-    // The record is the system's layout: the x87 image, then MXCSR.
+// The record is the system's layout: the x87 image, then MXCSR; taking it changes nothing
+// (the x87 masks included); installing it restores masks, rounding and flags per unit, but
+// neither the precision control nor reserved MXCSR bits (loading those would fault).
+TEST(Env, GetAndSetEnv) {
+    fenv_t env, dfl;
+    EXPECT_EQ(th::check_env_rows({{"fegetenv", kA, [&] { return fegetenv_local(&env); }, 0, kA},
+                                  {"fegetenv of the defaults", kDefault, [&] { return fegetenv_local(&dfl); }, 0, kDefault}}), 0);
     EXPECT_EQ(env.__control_word, kCwA);
     EXPECT_EQ(env.__status_word & 0x3f, kSwA);
     EXPECT_EQ(env.__mxcsr, kMxA);
-}
-
-TEST_F(Env, SetEnvRestoresEachUnit) {
-    install_a();
-    fenv_t env;
-    fegetenv_local(&env);
-    // Another state entirely, with the x87 precision at 53 bits.
-    const uint16_t cw53 = uint16_t((0x037f & ~0x300) | 0x200 | FE_UPWARD);
-    fpu::set_x87(cw53, FE_UNDERFLOW);
-    fpu::set_mxcsr(0x1f80 | 0x40 | FE_OVERFLOW);
-    EXPECT_EQ(fesetenv_local(&env), 0);
-    // Masks, rounding and flags per unit; the precision control stays at 53 bits.
-    EXPECT_EQ(fpu::cw(), uint16_t((kCwA & ~0x300) | 0x200));
-    EXPECT_EQ(fpu::x87_flags(), kSwA);
-    EXPECT_EQ(fpu::mxcsr(), kMxA);
-    EXPECT_EQ(fetestexcept_local(kAll6), kSwA | FE_DIVBYZERO);
-    EXPECT_EQ(fegetround_local(), FE_UPWARD);
-    EXPECT_EQ(fegetexcept_local(), FE_UNDERFLOW);
-}
-
-TEST_F(Env, SetEnvIgnoresReservedMxcsrBits) {
-    fenv_t env;
-    fegetenv_local(&env);
-    env.__mxcsr |= 0xffff0000u;  // loading these would fault
-    EXPECT_EQ(fesetenv_local(&env), 0);
-    EXPECT_EQ(fpu::mxcsr(), env.__mxcsr & 0xffff);
+    dfl.__mxcsr |= 0xffff0000u;
+    const Units other{uint16_t((kCw & ~0x300) | kPc53 | FE_UPWARD), UN, kMx | kDaz | OV};
+    const Units set{kCwA53, kSwA, kMxA};
+    EXPECT_EQ(th::check_env_rows({
+        {"fesetenv", other, [&] { return fesetenv_local(&env); }, 0, set},
+        {"fetestexcept after fesetenv", set, [] { return fetestexcept_local(kAll6); }, kSwA | DZ, set},
+        {"fegetround after fesetenv", set, [] { return fegetround_local(); }, FE_UPWARD, set},
+        {"fegetexcept after fesetenv", set, [] { return fegetexcept_local(); }, UN, set},
+        {"fesetenv with reserved bits", kA, [&] { return fesetenv_local(&dfl); }, 0, kDefault},
+    }), 0);
 }
 
 // The default environment: all masked, nearest, no flags in both units; FTZ, DAZ and the
-// x87 precision stay.
-TEST_F(Env, DefaultEnvironment) {
-    const uint16_t cw53 = uint16_t((kCwA & ~0x300) | 0x200);
-    fpu::set_x87(cw53, kSwA);
-    fpu::set_mxcsr(kMxA | 0x40);
-    EXPECT_EQ(fesetenv_local(FE_DFL_ENV), 0);
-    EXPECT_EQ(fpu::cw(), uint16_t((0x037f & ~0x300) | 0x200));
-    EXPECT_EQ(fpu::x87_flags(), 0);
-    EXPECT_EQ(fpu::mxcsr(), 0x1f80u | 0x8000 | 0x40);
-}
-
-// FE_NOMASK_ENV, which the system header offers: the same with the five standard
-// exceptions unmasked. Read back before any arithmetic could trap.
-TEST_F(Env, NoMaskEnvironment) {
-    install_a();
-    EXPECT_EQ(fesetenv_local(FE_NOMASK_ENV), 0);
-    uint16_t cw = fpu::cw();
-    uint32_t mx = fpu::mxcsr();
-    int flags = fpu::x87_flags();
-    fpu::set_mxcsr(0x1f80);
-    fpu::set_x87(0x037f, 0);
-    EXPECT_EQ(cw, uint16_t((0x037f & ~0x3f) | kDenormal));
-    EXPECT_EQ(flags, 0);
-    EXPECT_EQ(mx, uint32_t(0x8000 | (kDenormal << 7)));
-}
-
-TEST_F(Env, HoldKeepsRoundingMasksAndClearsAll) {
-    install_a();
-    fpu::set_mxcsr(kMxA | 0x40);
-    fenv_t env;
-    EXPECT_EQ(feholdexcept_local(&env), 0);
-    EXPECT_EQ(env.__control_word, kCwA);
-    EXPECT_EQ(env.__status_word & 0x3f, kSwA);
-    EXPECT_EQ(env.__mxcsr, kMxA | 0x40);
-    EXPECT_EQ(fpu::cw(), kCwA | 0x3f);
-    EXPECT_EQ(fpu::x87_flags(), 0);
-    EXPECT_EQ(fpu::mxcsr(), 0x8000u | 0x40 | (uint32_t(FE_UPWARD) << 3) | 0x1f80);
+// x87 precision stay.  FE_NOMASK_ENV, which the system header offers: the same with the five
+// standard exceptions unmasked.  feholdexcept: rounding and the other controls kept, all
+// masked, all flags cleared, the old state recorded.
+TEST(Env, DefaultNoMaskAndHold) {
+    fenv_t held;
+    EXPECT_EQ(th::check_env_rows({
+        {"FE_DFL_ENV", {kCwA53, kSwA, kMxA | kDaz}, [] { return fesetenv_local(FE_DFL_ENV); }, 0,
+         {uint16_t((kCw & ~0x300) | kPc53), 0, kMx | kFtz | kDaz}},
+        {"FE_NOMASK_ENV", kA, [] { return fesetenv_local(FE_NOMASK_ENV); }, 0,
+         {uint16_t((kCw & ~0x3f) | kDenormal), 0, kFtz | (kDenormal << 7)}},
+        {"feholdexcept", {kCwA, kSwA, kMxA | kDaz}, [&] { return feholdexcept_local(&held); }, 0,
+         {kCwA | 0x3f, 0, kFtz | kDaz | (uint32_t(FE_UPWARD) << 3) | kMx}},
+    }), 0);
+    EXPECT_EQ(held.__control_word, kCwA);
+    EXPECT_EQ(held.__status_word & 0x3f, kSwA);
+    EXPECT_EQ(held.__mxcsr, kMxA | kDaz);
 }
 
 // feupdateenv: the installed flags plus those raised before, raised again by arithmetic
 // (overflow with inexact; a denormal-operand flag is not carried).
-TEST_F(Env, UpdateRaisesAgain) {
-    install_a();  // x87: invalid, inexact; SSE: divbyzero
+TEST(Env, Update) {
     fenv_t env;
-    feholdexcept_local(&env);
-    fpu::x87_raise(FE_OVERFLOW | kDenormal);  // (SSE would flush: FTZ is on)
-    EXPECT_EQ(feupdateenv_local(&env), 0);
-    EXPECT_EQ(fpu::cw(), kCwA);
-    EXPECT_EQ(fpu::x87_flags(), kSwA);
-    EXPECT_EQ(fpu::sse_flags(), FE_DIVBYZERO | FE_OVERFLOW | FE_INEXACT);
-    EXPECT_EQ(fpu::mxcsr() & ~0x3fu, kMxA & ~0x3fu);
-}
-
-TEST_F(Env, UpdateWithDefault) {
-    fpu::sse_raise(FE_UNDERFLOW);
-    fesetround_local(FE_DOWNWARD);
-    EXPECT_EQ(feupdateenv_local(FE_DFL_ENV), 0);
-    EXPECT_EQ(fegetround_local(), FE_TONEAREST);
-    EXPECT_EQ(fpu::sse_flags(), FE_UNDERFLOW | FE_INEXACT);
-    EXPECT_EQ(fpu::x87_flags(), 0);
+    EXPECT_EQ(th::check_env_rows({
+        {"feupdateenv after feholdexcept", kA,
+         [&] {
+             feholdexcept_local(&env);
+             fpu::x87_raise(OV | kDenormal);  // (SSE would flush: FTZ is on)
+             return feupdateenv_local(&env);
+         },
+         0, {kCwA, kSwA, (kMxA & ~0x3fu) | DZ | OV | NX}},
+        {"feupdateenv of the defaults", in_mode(FE_DOWNWARD, 0, UN | NX), [] { return feupdateenv_local(FE_DFL_ENV); }, 0,
+         {kCw, 0, kMx | UN | NX}},
+    }), 0);
 }
 
 // ---- masks ----------------------------------------------------------------------------------
-TEST_F(Env, EnableDisableBothUnits) {
-    fpu::x87_raise(FE_INEXACT);
-    fpu::sse_raise(FE_INEXACT);
-    // A zero mask changes nothing, the x87 flags included, and reports the set.
-    uint16_t cw = fpu::cw();
-    uint32_t mx = fpu::mxcsr();
-    EXPECT_EQ(feenableexcept_local(0), 0);
-    EXPECT_EQ(fedisableexcept_local(0), 0);
-    EXPECT_EQ(fpu::cw(), cw);
-    EXPECT_EQ(fpu::mxcsr(), mx);
-    EXPECT_EQ(fpu::x87_flags(), FE_INEXACT);
-
-    // Unmasking drops the pending x87 flags (so none fires) and keeps MXCSR's.
-    EXPECT_EQ(feenableexcept_local(FE_OVERFLOW | FE_DIVBYZERO | 0x1000), 0);
-    int x87m = fpu::x87_masks(), ssem = fpu::sse_masks(), x87f = fpu::x87_flags();
-    int got = fegetexcept_local();
-    int before = fedisableexcept_local(FE_OVERFLOW);
-    int after = fegetexcept_local();
-    int x87m2 = fpu::x87_masks(), ssem2 = fpu::sse_masks();
-    EXPECT_EQ(fedisableexcept_local(kAll6), FE_DIVBYZERO);
-    EXPECT_EQ(x87m, kAll6 & ~(FE_OVERFLOW | FE_DIVBYZERO));
-    EXPECT_EQ(ssem, kAll6 & ~(FE_OVERFLOW | FE_DIVBYZERO));
-    EXPECT_EQ(x87f, 0);
-    EXPECT_EQ(fpu::sse_flags(), FE_INEXACT);
-    EXPECT_EQ(got, FE_OVERFLOW | FE_DIVBYZERO);
-    EXPECT_EQ(before, FE_OVERFLOW | FE_DIVBYZERO);
-    EXPECT_EQ(after, FE_DIVBYZERO);
-    EXPECT_EQ(x87m2, kAll6 & ~FE_DIVBYZERO);
-    EXPECT_EQ(ssem2, kAll6 & ~FE_DIVBYZERO);
-    EXPECT_EQ(fpu::x87_masks(), kAll6);
-    EXPECT_EQ(fpu::sse_masks(), kAll6);
-}
-
-// fegetexcept reads the SSE masks alone.
-TEST_F(Env, GetExceptReadsSse) {
-    fpu::set_x87(uint16_t(fpu::cw() & ~FE_INVALID), 0);
-    int got = fegetexcept_local();
-    fpu::set_x87(uint16_t(fpu::cw() | 0x3f), 0);
-    EXPECT_EQ(got, 0);
+// Both units' masks; unmasking drops the pending x87 flags (so none fires) and keeps MXCSR's;
+// a zero mask changes nothing; fegetexcept reads the SSE masks alone.
+TEST(Env, EnableDisableBothUnits) {
+    const Units s0{kCw, NX, kMx | NX};
+    const Units s1{uint16_t(kCw & ~(OV | DZ)), 0, (kMx & ~uint32_t((OV | DZ) << 7)) | NX};
+    const Units s2{uint16_t(kCw & ~DZ), 0, (kMx & ~uint32_t(DZ << 7)) | NX};
+    const Units x87only{uint16_t(kCw & ~INV), 0, kMx};
+    EXPECT_EQ(th::check_env_rows({
+        {"feenableexcept of nothing", s0, [] { return feenableexcept_local(0); }, 0, s0},
+        {"fedisableexcept of nothing", s0, [] { return fedisableexcept_local(0); }, 0, s0},
+        {"feenableexcept", s0, [] { return feenableexcept_local(OV | DZ | 0x1000); }, 0, s1},
+        {"fegetexcept", s1, [] { return fegetexcept_local(); }, OV | DZ, s1},
+        {"fedisableexcept", s1, [] { return fedisableexcept_local(OV); }, OV | DZ, s2},
+        {"fegetexcept after", s2, [] { return fegetexcept_local(); }, DZ, s2},
+        {"fedisableexcept all", s2, [] { return fedisableexcept_local(kAll6); }, DZ, {kCw, 0, kMx | NX}},
+        {"fegetexcept of the SSE unit", x87only, [] { return fegetexcept_local(); }, 0, x87only},
+    }), 0);
 }
 
 // ---- traps, each in a child process -------------------------------------------------------

@@ -73,7 +73,6 @@ template <class T> std::vector<Row<T>> nans(std::vector<Row<T>> own) {
     r.insert(r.end(), own.begin(), own.end());
     return r;
 }
-const double kInf = __builtin_inf();
 
 // lgamma: exact zeros at 1 and 2; poles at zero and the negative integers (every double from
 // 2^52 on); the overflow threshold (the least double whose result overflows, and the one

@@ -252,6 +252,25 @@ template <class T> std::vector<T> specials() {
     template std::vector<T> specials<T>();
 TH_FORMATS(TH_INST2)
 
+template <> double any_finite<double>(std::mt19937_64 &g) {
+    uint64_t b = g(), e = (b >> 52) % 0x7ff;  // never the NaN/infinity field
+    return std::bit_cast<double>((b & 0x800fffffffffffffull) | (e << 52));
+}
+template <> float any_finite<float>(std::mt19937_64 &g) {
+    uint32_t b = uint32_t(g()), e = (b >> 23) % 0xff;
+    return std::bit_cast<float>((b & 0x807fffffu) | (e << 23));
+}
+template <> long double any_finite<long double>(std::mt19937_64 &g) {
+    uint64_t m = g(), s = g();
+    uint16_t e = uint16_t(s % 0x7fff);
+    m = e ? m | 0x8000000000000000ull : m & 0x7fffffffffffffffull;  // the explicit integer bit
+    uint16_t se = uint16_t(e | ((s >> 20) & 1 ? 0x8000 : 0));
+    long double x = 0;
+    std::memcpy(&x, &m, 8);
+    std::memcpy(reinterpret_cast<char *>(&x) + 8, &se, 2);
+    return x;
+}
+
 uint64_t bits_of(double x) { return std::bit_cast<uint64_t>(x); }
 uint32_t bits_of(float x) { return std::bit_cast<uint32_t>(x); }
 
@@ -310,6 +329,40 @@ uint16_t x87_cw_now() { return read_cw(); }
 uint16_t x87_sw_now() { return read_sw(); }
 void set_mxcsr(uint32_t v) { write_mxcsr(v); }
 void set_x87_cw(uint16_t v) { write_cw(v); }
+Units units_now() { return {read_cw(), uint16_t(read_sw() & 0x3f), read_mxcsr()}; }
+void set_units(const Units &u) {
+    struct {
+        uint16_t cw, r1, sw, r2, rest[10];
+    } e;
+    asm volatile("fnstenv %0" : "=m"(e));
+    e.cw = u.cw;
+    e.sw = uint16_t((e.sw & ~0x80ff) | (u.sw & 0x3f));
+    asm volatile("fnclex");
+    asm volatile("fldenv %0" : : "m"(e));
+    write_mxcsr(u.mxcsr);
+}
+static std::string text(const Units &u) {
+    char b[80];
+    std::snprintf(b, sizeof b, "cw %04x flags %02x mxcsr %08x", u.cw, u.sw, u.mxcsr);
+    return b;
+}
+int check_env_rows(const std::vector<EnvRow> &rows) {
+    int bad = 0;
+    for (const auto &r : rows) {
+        Units saved = units_now();
+        set_units(r.before);
+        long ret = r.call();
+        Units got = units_now();
+        set_units(saved);
+        if (ret != r.ret || !(got == r.after)) {
+            ++bad;
+            ADD_FAILURE() << r.what << ": returned " << ret << ", left " << text(got) << "; want " << r.ret << ", "
+                          << text(r.after);
+        }
+    }
+    return bad;
+}
+
 uint64_t rounding_controls() { return (read_mxcsr() & ~0x3fu) | (uint64_t(read_cw()) << 32); }
 
 // ---- the runners ------------------------------------------------------------------------------

@@ -22,8 +22,6 @@ namespace {
 using namespace th;
 namespace code = tsr::code;
 
-const double kInf = INFINITY;
-const float fInf = INFINITY;
 
 
 // What every one-argument function shares: NaNs quiet, signalling ones raise invalid.
@@ -49,6 +47,7 @@ template <class T> std::vector<Row<T>> sinpi_rows() {
         {T(d ? 0x1p-1074 : 0x1p-149f), CR, UN, 0, NO_CODE, RN},
         cr(T(0.25)), cr(T(-0.75)), cr(T(3.0 / 64)), cr(T(1.0 / 128)), cr(T(0x1p-30)),
         cr(T(d ? 0x1.fffffffffffffp-31 : 0x1.fffffep-31f)), cr(big / 8 - T(0.25)),
+        cr(T(1.0 / 32)), cr(T(-5.0 / 64)), cr(T(31.0 / 32)),  // the float forms' grid 1/32 and its midpoints
     });
 }
 template <class T> std::vector<Row<T>> cospi_rows() {
@@ -77,6 +76,8 @@ template <class T> std::vector<Row<T>> tanpi_rows() {
         {T(kInf), T(NAN), INV}, {-T(kInf), T(NAN), INV},
         {T(d ? 0x1p-1074 : 0x1p-149f), CR, UN, 0, NO_CODE, RN},
         cr(T(0.125)), cr(T(0.4990234375)), cr(T(0.5009765625)), cr(T(0x1p-30)), cr(T(big / 8 - T(0.875))),
+        // the rows' grid 1/128 and the borders at 1/256 where the reduction moves to a neighbour
+        cr(T(1.0 / 256)), cr(T(3.0 / 256)), cr(T(-5.0 / 256)), cr(T(0.5 - 1.0 / 256)), cr(T(0.5 + 1.0 / 128)),
     });
 }
 template <class T> std::vector<Row<T>> cotpi_rows() {
@@ -99,6 +100,7 @@ template <class T> std::vector<Row<T>> asinpi_rows(int above) {
         {T(-2), T(NAN), INV, EDOM, above}, {T(kInf), T(NAN), INV, EDOM, above},
         {T(d ? 0x1p-1074 : 0x1p-149f), CR, UN, 0, NO_CODE, RN}, crx(T(0.5)), crx(T(-0.5)),
         crx(T(d ? 0x1.fffffffffffffp-1 : 0x1.fffffep-1f)), cr(T(0x1p-30)), cr(T(0x1.6a09e6p-1f)),
+        cr(T(d ? 0x1.0000000000001p-1 : 0x1.000002p-1f)), cr(T(d ? -0x1.fffffffffffffp-2 : -0x1.fffffep-2f)),  // the halves
     });
 }
 template <class T> std::vector<Row<T>> acospi_rows(int above) {
@@ -109,6 +111,7 @@ template <class T> std::vector<Row<T>> acospi_rows(int above) {
         {-T(kInf), T(NAN), INV, EDOM, above},
         {T(d ? 0x1p-1074 : 0x1p-149f), CR, NX, 0, NO_CODE, RN}, crx(T(0.5)), crx(T(-0.5)),
         crx(T(d ? -0x1.fffffffffffffp-1 : -0x1.fffffep-1f)), cr(T(0x1p-30)),
+        cr(T(d ? 0x1.0000000000001p-1 : 0x1.000002p-1f)), cr(T(d ? -0x1.0000000000001p-1 : -0x1.000002p-1f)),
     });
 }
 // atanpi: the rare ranges (below 2^-969, from 2^1022 on), the core's thresholds 0.4375 (its
@@ -150,6 +153,12 @@ template <class T> std::vector<Row2<T>> atan2pi_rows() {
         {{T(d ? 0x1p-1000 : 0x1p-100), T(d ? 0x1p23 : 0x1p27)}, CR, UN, 0, NO_CODE, RN},
         {{T(1), T(2)}, CR, NX}, {{T(-3), T(4)}, CR, NX, 0, NO_CODE, RN}, {{T(4), T(-3)}, CR, NX, 0, NO_CODE, RN},
         {{T(1), T(0x1p60)}, CR, NX, 0, NO_CODE, RN}, {{T(0x1p60), T(-1)}, CR, NX, 0, NO_CODE, RN},
+        // the grid's ends at quotients 2^-6 and 2^6, on both sides and half-planes, and the
+        // float form's octant borders tan(pi/8), tan(3 pi/8)
+        {{T(1), T(64)}, CR, NX, 0, NO_CODE, RN}, {{T(-64), T(1)}, CR, NX, 0, NO_CODE, RN},
+        {{T(0x1.fffffep-7), T(-1)}, CR, NX, 0, NO_CODE, RN}, {{T(1), T(0x1.fffffep+5)}, CR, NX, 0, NO_CODE, RN},
+        {{T(0x1.fffffep+5), T(-1)}, CR, NX, 0, NO_CODE, RN}, {{T(-1), T(-0x1.000002p+6)}, CR, NX, 0, NO_CODE, RN},
+        {{T(0x1.a8279ap-2), T(1)}, CR, NX, 0, NO_CODE, RN}, {{T(-0x1.3504f4p+1), T(-1)}, CR, NX, 0, NO_CODE, RN},
     };
 }
 
@@ -206,7 +215,8 @@ template <class T> Sweep<T> trig_plan(Func<T> f) {
 template <class T> Sweep<T> arc_plan(Func<T> f) {
     constexpr bool d = sizeof(T) == 8;
     Sweep<T> s{f, {}};
-    s.regions = {{40000, {T(-1), T(1), Dist::uniform}},
+    s.regions = {{50000, {T(-1), T(1), Dist::uniform}},
+                 {10000, {T(0.45), T(0.55), Dist::log_uniform, true}},  // the halves' border
                  {20000, {T(d ? 0x1p-1074 : 0x1p-149), T(1), Dist::log_uniform, true}}};
     s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
         auto e = log_uniform<T>(T(d ? 0x1p-53 : 0x1p-24), T(0.25), n, seed, true);
@@ -233,7 +243,10 @@ template <class T> Sweep<T> atan2pi_plan(Func<T> f) {
     Sweep<T> s{f, {}};
     T lo = d ? T(0x1p-1074) : T(0x1p-149), hi = d ? T(0x1p1023) : T(0x1p127);
     s.regions = {{40000, {lo, hi, Dist::log_uniform, true}, {lo, hi, Dist::log_uniform, true}},
-                 {40000, {T(0x1p-4), T(16), Dist::log_uniform, true}, {T(0x1p-4), T(16), Dist::log_uniform, true}}};
+                 {40000, {T(0x1p-4), T(16), Dist::log_uniform, true}, {T(0x1p-4), T(16), Dist::log_uniform, true}},
+                 // quotients around tan(pi/8) and tan(3 pi/8), where the octants change
+                 {10000, {T(0.38), T(0.45), Dist::log_uniform, true}, {T(0.95), T(1.05), Dist::log_uniform, true}},
+                 {10000, {T(2.3), T(2.55), Dist::log_uniform, true}, {T(0.95), T(1.05), Dist::log_uniform, true}}};
     bounds(s);
     return s;
 }

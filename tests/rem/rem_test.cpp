@@ -15,8 +15,6 @@ namespace {
 using namespace th;
 namespace code = tsr::code;
 
-const double kInf = INFINITY, kNaN = NAN, kMax = 0x1.fffffffffffffp1023, kTiny = 0x1p-1074;
-const float fInf = INFINITY, fNaN = NAN, fMax = 0x1.fffffep127f, fTiny = 0x1p-149f;
 constexpr unsigned AM = ALL_MODES;
 
 Func<double> fmod_f() {

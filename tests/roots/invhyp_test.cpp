@@ -12,8 +12,6 @@ namespace {
 using namespace th;
 namespace code = tsr::code;
 
-const double kInf = INFINITY, kNaN = NAN;
-const float fInf = INFINITY, fNaN = NAN;
 constexpr unsigned AM = ALL_MODES;
 
 Func<double> asinh_f() {

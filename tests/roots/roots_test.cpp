@@ -14,8 +14,6 @@ namespace {
 using namespace th;
 namespace code = tsr::code;
 
-const double kInf = INFINITY, kNaN = NAN, kMax = 0x1.fffffffffffffp1023;
-const float fInf = INFINITY, fNaN = NAN, fMax = 0x1.fffffep127f;
 
 Func<double> sqrt_f() { return func("sqrt", mpfr_sqrt, tsr_tiers_sqrt).entry(::sqrt).add("ex-bwr", tsr::Tier::ex, __bwr_sqrt); }
 Func<float> sqrtf_f() { return func("sqrtf", mpfr_sqrt, tsr_tiers_sqrtf).entry(::sqrtf).add("ex-bwr", tsr::Tier::ex, __bwr_sqrtf); }

@@ -100,6 +100,7 @@ constexpr Range kRanges[] = {
     {"y0", 0.1, 100, false, 0, 0, false},         {"y1", 0.1, 100, false, 0, 0, false},
     {"j0", -100, 100, false, 0, 0, false},        {"j1", -100, 100, false, 0, 0, false},
     {"scalbln", -10, 10, false, -100, 100, false}, {"powr", 1e-3, 100, false, -50, 50, false},
+    {"powrf", 1e-3, 100, false, -15, 15, false},  // the operands of powf, its counterpart
     {"pow2o3", -1e10, 1e10, false, 0, 0, false},  {"pow3o2", 1e-10, 1e10, true, 0, 0, false},
     {"exp2m1", -1000, 1000, false, 0, 0, false},  {"exp2m1f", -125, 127, false, 0, 0, false},
     // Rates from 10^-6 to 1 over 1 to 1000 periods.

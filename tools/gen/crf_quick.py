@@ -1,0 +1,155 @@
+#!/usr/bin/env python3
+"""The quick phase of the correctly rounded single-precision family (correct/crf_quick.h).
+
+Tiers l9, z0 and d1 of the exponentials, logarithms, sine and cosine first evaluate the
+function in double by a short kernel of their own (fused multiply-adds, one table lookup, a
+small polynomial), good to about 2^-50 relative, and narrow it when the rounding test (with
+a margin scaled to that bound) settles it; otherwise they run the careful route of tier ex.
+This script writes that kernel's tables and polynomials, each polynomial with the interval
+it covers and its measured error (the polynomial as stored, against mpmath at 256 bits):
+
+  - 2^(j/128), j = 0..127, and e^r on |r| <= ln2/256 (expf, exp2f, exp10f);
+  - 256 pairs (1/c, ln c) over the significand in [0x1.66p-1, 0x1.66p+0) cut at every 2^15
+    float steps, 1/c with 28 bits so that z/c - 1 is exact, and log(1 + r) over the r they
+    leave (logf, log2f, log10f);
+  - (sin, cos)(i pi/256), i = 0..255, pi/256 in three pieces, and sin r, cos r on
+    |r| <= pi/512 (sinf, cosf, sincosf, tanf);
+  - atan(i/64), i = 0..64, and atan v on |v| <= 1/128 (atanf, asinf, acosf).
+"""
+import os
+import sys
+from fractions import Fraction
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import tsrgen
+from mpmath import mp, mpf
+
+SCRIPT = "crf_quick.py"
+D = tsrgen.BINARY64
+
+
+def dbl(v):
+    return tsrgen.to_mpf(tsrgen.exact(tsrgen.to_format(v, D)))
+
+
+def hx(v):
+    return tsrgen.hexfloat(v, D)
+
+
+def bits_rounded(v, k):
+    return tsrgen.to_mpf(tsrgen.exact(tsrgen.round_bits(v, k)))
+
+
+def coeff_lines(name, a, powers):
+    """`constexpr double name[] = {c_k for k in powers};` with the approximation's comment."""
+    cs = [hx(a.coeffs[k]) for k in powers]
+    return ["// " + a.comment(SCRIPT), "inline constexpr double %s[] = {%s};" % (name, ", ".join(cs))]
+
+
+def main():
+    mp.prec = 256
+    out = [tsrgen.header(SCRIPT), "#pragma once", '#include "tsr/common.h"', "",
+           "namespace tsr::crf::quick {", ""]
+
+    # ---- exponentials --------------------------------------------------------------------
+    out += tsrgen.c_array("inline constexpr double kExp2J[128]",
+                          [hx(mp.power(2, mpf(j) / 128)) for j in range(128)], 4,
+                          comment="2^(j/128), j = 0..127, rounded to nearest (error below 2^-53 relative).")
+    ln2 = mp.log(2)
+    # The reduced argument: |r| <= ln2/256 plus the reduction's rounding (well below 2^-60).
+    rmax = ln2 / 256 * (1 + mpf(2) ** -20)
+    a = tsrgen.remez(lambda r: mp.exp(r), -rmax, rmax, 4, fixed={0: 1, 1: 1})
+    assert a.err < mpf(2) ** -51
+    out += ["", "// e^r = 1 + r + c2 r^2 + c3 r^3 + c4 r^4"] + coeff_lines("kExpPoly", a, range(2, 5))
+    # x 128/ln2, and ln2/128 in two pieces: the first with 38 bits, so that k times it is
+    # exact for |k| < 2^15 (|x| < 105 leaves |k| <= 19340).
+    l1 = bits_rounded(ln2 / 128, 38)
+    l2 = dbl(ln2 / 128 - l1)
+    l10 = mp.log10(2)
+    m1 = bits_rounded(l10 / 128, 38)
+    m2 = dbl(l10 / 128 - m1)
+    out += ["",
+            "inline constexpr double kInvLn2x128 = %s;  // 128/ln2" % hx(128 / ln2),
+            "inline constexpr double kLn2d128Hi = %s;  // ln2/128, high 38 bits" % hx(l1),
+            "inline constexpr double kLn2d128Lo = %s;  // ln2/128 - kLn2d128Hi" % hx(l2),
+            "inline constexpr double kLog2_10x128 = %s;  // 128 log2(10)" % hx(128 / l10),
+            "inline constexpr double kLg2d128Hi = %s;  // log10(2)/128, high 38 bits" % hx(m1),
+            "inline constexpr double kLg2d128Lo = %s;  // log10(2)/128 - kLg2d128Hi" % hx(m2),
+            "inline constexpr double kLn2 = %s;  // ln 2" % hx(ln2),
+            "inline constexpr double kLn10 = %s;  // ln 10" % hx(mp.log(10)),
+            ""]
+
+    # ---- logarithms ----------------------------------------------------------------------
+    # z in [OFF, 2 OFF) as float bits OFF + t, t < 2^23; row i covers t in [i 2^15, (i+1) 2^15).
+    off = 0x3f330000
+    f32 = lambda b: tsrgen.to_mpf(tsrgen.exact(tsrgen.from_bits(b, tsrgen.BINARY32)))
+    inv, lnc = [], []
+    rlo, rhi = mpf(0), mpf(0)
+    for i in range(256):
+        lo, hi = f32(off + (i << 15)), f32(off + ((i + 1) << 15) - 1)
+        if lo <= 1 <= f32(off + ((i + 1) << 15)) or hi == f32(0x3f7fffff):
+            ic = mpf(1)  # the rows next to 1: r = z - 1 exactly, log z = log1p(r), no cancellation
+        else:
+            ic = bits_rounded(2 / (lo + hi), 28)
+        inv.append(ic)
+        lnc.append(-mp.log(ic))
+        rlo, rhi = min(rlo, lo * ic - 1), max(rhi, hi * ic - 1)
+    out += tsrgen.c_array("inline constexpr double kLogInvC[256]", [hx(v) for v in inv], 4,
+                          comment="1/c of each row: 28 bits, so that z (1/c) - 1 is exact; 1 on the two rows\n"
+                                  "beside 1 (z in [1 - 2^-9, 1 + 2^-8)).")
+    out += tsrgen.c_array("inline constexpr double kLogC[256]", [hx(v) for v in lnc], 4,
+                          comment="ln c = -ln(1/c) of each row, rounded to nearest.")
+    a = tsrgen.remez(lambda r: mp.log1p(r), rlo, rhi, 6, fixed={0: 0, 1: 1})
+    assert a.err < mpf(2) ** -53
+    out += ["", "// ln(1 + r) = r + c2 r^2 + ... + c6 r^6 over the r the rows leave"] + coeff_lines("kLogPoly", a, range(2, 7))
+    lh = bits_rounded(ln2, 45)
+    out += ["",
+            "inline constexpr double kLn2Hi = %s;  // ln 2, high 45 bits: e times it is exact" % hx(lh),
+            "inline constexpr double kLn2Lo = %s;  // ln 2 - kLn2Hi" % hx(dbl(ln2 - lh)),
+            "inline constexpr double kInvLn2 = %s;  // 1/ln 2" % hx(1 / ln2),
+            "inline constexpr double kInvLn10 = %s;  // 1/ln 10" % hx(1 / mp.log(10)),
+            ""]
+
+    # ---- sine and cosine -----------------------------------------------------------------
+    rows = []
+    for i in range(256):
+        rows += [hx(mp.sinpi(mpf(i) / 256)), hx(mp.cospi(mpf(i) / 256))]  # cos(pi/2) exactly 0
+    out += tsrgen.c_array("inline constexpr double kSinCos[512]", rows, 4,
+                          comment="sin(i pi/256), cos(i pi/256), i = 0..255, rounded to nearest.")
+    p = mp.pi / 256
+    p1 = bits_rounded(p, 30)
+    p2 = bits_rounded(p - p1, 30)
+    p3 = dbl(p - p1 - p2)
+    out += ["",
+            "inline constexpr double k256dPi = %s;  // 256/pi" % hx(256 / mp.pi),
+            "inline constexpr double kPid256_1 = %s;  // pi/256, high 30 bits: k times it exact for k < 2^23" % hx(p1),
+            "inline constexpr double kPid256_2 = %s;  // the next 30 bits" % hx(p2),
+            "inline constexpr double kPid256_3 = %s;  // the rest, rounded (pieces within 2^-120 of pi/256)" % hx(p3),
+            ""]
+    rmax = mp.pi / 512 * (1 + mpf(2) ** -20)
+    a = tsrgen.remez(lambda r: mp.sin(r), -rmax, rmax, 5, fixed={1: 1}, parity="odd")
+    assert a.err < mpf(2) ** -54
+    out += ["// sin r = r + s3 r^3 + s5 r^5"] + coeff_lines("kSinPoly", a, (3, 5))
+    a = tsrgen.remez(lambda r: mp.cos(r), -rmax, rmax, 4, fixed={0: 1}, parity="even", relative=False)
+    assert a.err < mpf(2) ** -54
+    out += ["// cos r = 1 + c2 r^2 + c4 r^4 (absolute error)"] + coeff_lines("kCosPoly", a, (2, 4))
+
+    # ---- inverse tangent -----------------------------------------------------------------
+    out += [""] + tsrgen.c_array("inline constexpr double kAtanC[65]",
+                                 [hx(mp.atan(mpf(i) / 64)) for i in range(65)], 4,
+                                 comment="atan(i/64), i = 0..64, rounded to nearest.")
+    vmax = mpf(1) / 128 * (1 + mpf(2) ** -40)
+    a = tsrgen.remez(lambda v: mp.atan(v), -vmax, vmax, 7, fixed={1: 1}, parity="odd")
+    assert a.err < mpf(2) ** -56
+    out += ["// atan v = v + a3 v^3 + a5 v^5 + a7 v^7"] + coeff_lines("kAtanPoly", a, (3, 5, 7))
+    out += ["inline constexpr double kPiHi = %s;  // pi" % hx(mp.pi),
+            "inline constexpr double kPiLo = %s;  // pi - kPiHi" % hx(mp.pi - dbl(mp.pi)),
+            "inline constexpr double kPiHalfHi = %s;  // pi/2" % hx(mp.pi / 2),
+            "inline constexpr double kPiHalfLo = %s;  // pi/2 - kPiHalfHi" % hx(mp.pi / 2 - dbl(mp.pi / 2))]
+    out += ["", "}  // namespace tsr::crf::quick", ""]
+    text = "\n".join(out)
+    tsrgen.write_outputs({"correct/crf_quick.h": text})
+
+
+if __name__ == "__main__":
+    main()
