@@ -3,6 +3,9 @@
 #include "tsr/common.h"
 
 namespace tsr::crf::quick {
+// Internal linkage: every tier's object keeps its own copy of the rows (none shared
+// out of line between objects built for different instruction sets).
+namespace {
 
 // 2^(j/128), j = 0..127, rounded to nearest (error below 2^-53 relative).
 inline constexpr double kExp2J[128] = {
@@ -370,4 +373,5 @@ inline constexpr double kPiLo = 0x1.1a62633145c07p-53;  // pi - kPiHi
 inline constexpr double kPiHalfHi = 0x1.921fb54442d18p+0;  // pi/2
 inline constexpr double kPiHalfLo = 0x1.1a62633145c07p-54;  // pi/2 - kPiHalfHi
 
+}  // namespace
 }  // namespace tsr::crf::quick

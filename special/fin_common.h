@@ -168,6 +168,9 @@ inline Log2 log2_1p(double x) {
         return {dd::mul(g, xs), ex, true, g, xs};
     }
     DD p = dd::two_sum(1.0, x);
+    // From 2^512 on the unit that 1 + x loses is below 2^-512 of x and is left out: carried
+    // through the reduction it would be a product as small as 2^-1024 (a false underflow).
+    if (ex >= 512) p.l = 0.0;
     double q = 4.0 / p.h;
     uint64_t qb = bits(q);
     double c = f64((qb & 0xffffe00000000000ull) | 0x0000100000000000ull);  // 7 fraction bits, then 1
@@ -250,7 +253,7 @@ inline bool one_plus_may_be_exact(double x) {
     int ef = int(b >> 52) & 0x7ff;
     if (ef == 0) return false;  // subnormal x: 1 + x has bits down to 2^-1074
     uint64_t m = (b & 0x000fffffffffffffull) | 0x0010000000000000ull;
-    return ef - 1075 + __builtin_ctzll(m) >= -53;
+    return ef - 1075 + (63 - __builtin_clzll(m & -m)) >= -53;  // trailing zeros by bsr (no tzcnt in tier ex)
 }
 
 // compound: (1 + x)^y when it is exact, under round-to-nearest (g); nothing raised when true.
@@ -312,6 +315,14 @@ inline double round_scaled(DD v, int s, RnRestore *g) {
         head -= unit;  // exact: both on the grid
         rest = (v.h - head) + v.l;
     }
+    // v.h - head is exact, the sum with v.l may not be: rest lies within two grid units, so
+    // its own unit is 2^-52 of the grid's at most, and a rest that rounded onto a grid point
+    // or a midpoint (v.h = 2^-1074 2^-s with a tiny negative v.l) would be scaled without
+    // inexact or underflow, and the wrong way in a directed mode.  Moving it one unit of its
+    // own toward what the sum lost keeps it on the same side of every grid point and
+    // midpoint as the exact rest, and off them.
+    double lost = dd::two_sum(v.h - head, v.l).l;
+    if (lost != 0.0) rest = f64(bits(rest) + ((lost < 0.0) == (rest < 0.0) ? 1 : -1));
     double up = pow2(s + 200);
     if (g) g->restore();
     head = opaque(head);

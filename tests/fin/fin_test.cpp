@@ -167,6 +167,11 @@ TEST(FinSpecial, Double) {
     a.push_back({{0x1.ffffffffffffdp1022, 1e10}, CR, ANY_FLAGS});
     a.push_back({{0x1.3p1030 / 0x1p10, 1.5}, CR, ANY_FLAGS, 0, NO_CODE, ALL_MODES});
     c.push_back({{-0x1p-53, 0x1p60}, CR, ANY_FLAGS});
+    // just below the least subnormal (the sum that forms the last rounding's rest is inexact
+    // and lands on the grid): inexact and underflow, rounded the caller's way
+    a.push_back({{0x1.c379aedd8a6dep-68, 0x1p-1074}, CR, UN, ERANGE_IF_ZERO, ANY_CODE, ALL_MODES});
+    // a huge rate with a tiny period: 1 + W with W about 2^-1008, no false underflow
+    c.push_back({{0x1.4b6e3c52f7ap+1023, 0x1.e16847c263d0ap-1018}, 1.0, NX});
     fix_nan_wants(a);
     fix_nan_wants(c);
     check_rows(f_annuity(), a);

@@ -49,7 +49,10 @@ def coeff_lines(name, a, powers):
 def main():
     mp.prec = 256
     out = [tsrgen.header(SCRIPT), "#pragma once", '#include "tsr/common.h"', "",
-           "namespace tsr::crf::quick {", ""]
+           "namespace tsr::crf::quick {",
+           "// Internal linkage: every tier's object keeps its own copy of the rows (none shared",
+           "// out of line between objects built for different instruction sets).",
+           "namespace {", ""]
 
     # ---- exponentials --------------------------------------------------------------------
     out += tsrgen.c_array("inline constexpr double kExp2J[128]",
@@ -146,7 +149,7 @@ def main():
             "inline constexpr double kPiLo = %s;  // pi - kPiHi" % hx(mp.pi - dbl(mp.pi)),
             "inline constexpr double kPiHalfHi = %s;  // pi/2" % hx(mp.pi / 2),
             "inline constexpr double kPiHalfLo = %s;  // pi/2 - kPiHalfHi" % hx(mp.pi / 2 - dbl(mp.pi / 2))]
-    out += ["", "}  // namespace tsr::crf::quick", ""]
+    out += ["", "}  // namespace", "}  // namespace tsr::crf::quick", ""]
     text = "\n".join(out)
     tsrgen.write_outputs({"correct/crf_quick.h": text})
 
