@@ -120,6 +120,20 @@ struct Quick {
     }
 };
 
+// One try of the quick phase: the kernel's value, run under the guard, narrowed into r when
+// the rounding test settles it.  A kernel may put the sign on its value first: the test reads
+// the bits below the grid only.
+template <class Kernel> inline bool quick_try(Kernel kernel, float &r) {
+    Quick qk;
+    double y = kernel();
+    if (__builtin_expect(quick_settles(y), 1)) {
+        r = qk.done(y);
+        return true;
+    }
+    qk.abandon();
+    return false;
+}
+
 // Round to the nearest integer by the 1.5 2^52 shifter: valid for |t| < 2^51.
 constexpr double kShifter = 0x1.8p52;
 inline double nearest_int(double t, int64_t &k) {
@@ -487,12 +501,10 @@ TSR_CRF_CAREFUL float careful_atanf(float x) {
 inline float cr_atanf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    if (__builtin_expect(a - 0x39800000u < 0x7f800000u - 0x39800000u, 1)) {
-        Quick qk;
-        double y = quick_atan(f32(a), 1.0);
-        if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
-        qk.abandon();
-    }
+    float r;
+    if (__builtin_expect(a - 0x39800000u < 0x7f800000u - 0x39800000u, 1) &&
+        quick_try([&] { return with_sign(quick_atan(f32(a), 1.0), s); }, r))
+        return r;
 #endif
     return careful_atanf(x);
 }
@@ -505,13 +517,13 @@ inline float cr_atanf(float x) {
 inline float cr_asinf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1)) {
-        Quick qk;
-        double m = f32(a);
-        double y = quick_atan(m, __builtin_sqrt((1.0 - m) * (1.0 + m)));
-        if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
-        qk.abandon();
-    }
+    float r;
+    if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1) &&
+        quick_try([&] {
+            double m = f32(a);
+            return with_sign(quick_atan(m, __builtin_sqrt((1.0 - m) * (1.0 + m))), s);
+        }, r))
+        return r;
 #endif
     return careful_asinf(x);
 }
@@ -522,14 +534,14 @@ inline float cr_asinf(float x) {
 inline float cr_acosf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1)) {
-        Quick qk;
-        double m = f32(a);
-        double w = quick_atan(__builtin_sqrt((1.0 - m) * (1.0 + m)), m);
-        double y = s ? (q::kPiHi - w) + q::kPiLo : w;
-        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
-        qk.abandon();
-    }
+    float r;
+    if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1) &&
+        quick_try([&] {
+            double m = f32(a);
+            double w = quick_atan(__builtin_sqrt((1.0 - m) * (1.0 + m)), m);
+            return s ? (q::kPiHi - w) + q::kPiLo : w;
+        }, r))
+        return r;
 #endif
     return careful_acosf(x);
 }
@@ -639,15 +651,10 @@ inline float cr_expf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     // 2^-25 <= |x|, x < 88.72284 (overflow), x > -104 (below the least subnormal)
-    if (__builtin_expect(a >= 0x33000000 && a < (s ? 0x42d00000u : 0x42b17218u), 1)) {
-        Quick qk;
-        double y = quick_exp(x);
-        if (__builtin_expect(quick_settles(y), 1)) {
-            float r = qk.done(y);
-            return s && a >= 0x42aeac50 ? report(x, r, code::expf_underflow) : r;  // below 2^-126
-        }
-        qk.abandon();
-    }
+    float r;
+    if (__builtin_expect(a >= 0x33000000 && a < (s ? 0x42d00000u : 0x42b17218u), 1) &&
+        quick_try([&] { return quick_exp(x); }, r))
+        return s && a >= 0x42aeac50 ? report(x, r, code::expf_underflow) : r;  // below 2^-126
 #endif
     return careful_expf(x);
 }
@@ -661,15 +668,10 @@ inline float cr_exp2f(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     // 2^-25 <= |x|, x < 128, x > -151; not an integer (2^n is exact).
-    if (__builtin_expect(a >= 0x33000000 && a < (s ? 0x43170000u : 0x43000000u) && !is_integer(a), 1)) {
-        Quick qk;
-        double y = quick_exp2(x);
-        if (__builtin_expect(quick_settles(y), 1)) {
-            float r = qk.done(y);
-            return s && a > 0x42fc0000 ? report(x, r, code::exp2f_underflow) : r;  // below -126
-        }
-        qk.abandon();
-    }
+    float r;
+    if (__builtin_expect(a >= 0x33000000 && a < (s ? 0x43170000u : 0x43000000u) && !is_integer(a), 1) &&
+        quick_try([&] { return quick_exp2(x); }, r))
+        return s && a > 0x42fc0000 ? report(x, r, code::exp2f_underflow) : r;  // below -126
 #endif
     return careful_exp2f(x);
 }
@@ -678,15 +680,10 @@ inline float cr_exp10f(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     // 2^-27 <= |x|, x < 38.53184, x > -45.45553; not an integer (10^n is exact for n <= 10)
-    if (__builtin_expect(a >= 0x32000000 && a < (s ? 0x4235d276u : 0x421a209bu) && !is_integer(a), 1)) {
-        Quick qk;
-        double y = quick_exp10(x);
-        if (__builtin_expect(quick_settles(y), 1)) {
-            float r = qk.done(y);
-            return s && a >= 0x4217b819 ? report(x, r, code::exp10f_underflow) : r;
-        }
-        qk.abandon();
-    }
+    float r;
+    if (__builtin_expect(a >= 0x32000000 && a < (s ? 0x4235d276u : 0x421a209bu) && !is_integer(a), 1) &&
+        quick_try([&] { return quick_exp10(x); }, r))
+        return s && a >= 0x4217b819 ? report(x, r, code::exp10f_underflow) : r;
 #endif
     return careful_exp10f(x);
 }
@@ -695,14 +692,7 @@ inline float cr_exp10f(float x) {
 // The logarithm of x times `scale` (1, 1/ln 2, 1/ln 10: two more roundings, 2^-52), x a
 // positive normal float whose logarithm is inexact.
 inline bool quick_log_settles(float x, double scale, float &r) {
-    Quick qk;
-    double y = quick_log(x) * scale;
-    if (__builtin_expect(quick_settles(y), 1)) {
-        r = qk.done(y);
-        return true;
-    }
-    qk.abandon();
-    return false;
+    return quick_try([=] { return quick_log(x) * scale; }, r);
 }
 // x positive, normal, finite.
 inline bool log_quick_range(uint32_t b) { return b - 0x00800000u < 0x7f000000u; }
@@ -745,12 +735,10 @@ inline float cr_expm1f(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     // 1/2 <= |x|, x < 88.72284 (overflow), x > -18 (e^x - 1 within 2^-25 of -1)
-    if (__builtin_expect(a >= 0x3f000000 && a < (s ? 0x41900000u : 0x42b17218u), 1)) {
-        Quick qk;
-        double y = quick_expm1(x);
-        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
-        qk.abandon();
-    }
+    float r;
+    if (__builtin_expect(a >= 0x3f000000 && a < (s ? 0x41900000u : 0x42b17218u), 1) &&
+        quick_try([&] { return quick_expm1(x); }, r))
+        return r;
 #endif
     return careful_expm1f(x);
 }
@@ -758,12 +746,10 @@ inline float cr_expm1f(float x) {
 inline float cr_coshf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff;
-    if (__builtin_expect(a - 0x39800000u < 0x42b40000u - 0x39800000u, 1)) {  // 2^-12 <= |x| < 90
-        Quick qk;
-        double y = quick_cosh(f32(a));
-        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
-        qk.abandon();
-    }
+    float r;  // 2^-12 <= |x| < 90
+    if (__builtin_expect(a - 0x39800000u < 0x42b40000u - 0x39800000u, 1) &&
+        quick_try([&] { return quick_cosh(f32(a)); }, r))
+        return r;
 #endif
     return careful_coshf(x);
 }
@@ -771,12 +757,10 @@ inline float cr_coshf(float x) {
 inline float cr_sinhf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    if (__builtin_expect(a - 0x3f000000u < 0x42b40000u - 0x3f000000u, 1)) {  // 1/2 <= |x| < 90
-        Quick qk;
-        double y = quick_sinh(f32(a));
-        if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
-        qk.abandon();
-    }
+    float r;  // 1/2 <= |x| < 90
+    if (__builtin_expect(a - 0x3f000000u < 0x42b40000u - 0x3f000000u, 1) &&
+        quick_try([&] { return with_sign(quick_sinh(f32(a)), s); }, r))
+        return r;
 #endif
     return careful_sinhf(x);
 }
@@ -790,12 +774,10 @@ inline bool log1p_quick_range(uint32_t b) {
 
 inline float cr_log1pf(float x) {
 #if TSR_CRF_QUICK
-    if (__builtin_expect(log1p_quick_range(bits(x)), 1)) {  // ln(1 + x) is inexact for x != 0
-        Quick qk;
-        double y = quick_log1p(x);
-        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
-        qk.abandon();
-    }
+    float r;  // ln(1 + x) is inexact for x != 0
+    if (__builtin_expect(log1p_quick_range(bits(x)), 1) &&
+        quick_try([&] { return quick_log1p(x); }, r))
+        return r;
 #endif
     return careful_log1pf(x);
 }
@@ -803,12 +785,10 @@ inline float cr_log1pf(float x) {
 inline float cr_log2p1f(float x) {
 #if TSR_CRF_QUICK
     // 1 + x a power of 2 (x = 2^k - 1) has an exact base-2 logarithm: the careful route.
-    if (__builtin_expect(log1p_quick_range(bits(x)) && (bits(1.0 + double(x)) << 12) != 0, 1)) {
-        Quick qk;
-        double y = quick_log1p(x) * q::kInvLn2;
-        if (__builtin_expect(quick_settles(y), 1)) return qk.done(y);
-        qk.abandon();
-    }
+    float r;
+    if (__builtin_expect(log1p_quick_range(bits(x)) && (bits(1.0 + double(x)) << 12) != 0, 1) &&
+        quick_try([&] { return quick_log1p(x) * q::kInvLn2; }, r))
+        return r;
 #endif
     return careful_log2p1f(x);
 }
@@ -819,13 +799,14 @@ inline bool quick_trig_range(uint32_t a) { return a - 0x39800000u < 0x47800000u 
 inline float cr_sinf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    if (__builtin_expect(quick_trig_range(a), 1)) {
-        Quick qk;
-        double sv, cv;
-        quick_sincos(f32(a), &sv, &cv);
-        if (__builtin_expect(quick_settles(sv), 1)) return qk.done(with_sign(sv, s));
-        qk.abandon();
-    }
+    float r;
+    if (__builtin_expect(quick_trig_range(a), 1) &&
+        quick_try([&] {
+            double sv, cv;
+            quick_sincos(f32(a), &sv, &cv);
+            return with_sign(sv, s);
+        }, r))
+        return r;
 #endif
     return careful_sinf(x);
 }
@@ -833,13 +814,14 @@ inline float cr_sinf(float x) {
 inline float cr_cosf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff;
-    if (__builtin_expect(quick_trig_range(a), 1)) {
-        Quick qk;
-        double sv, cv;
-        quick_sincos(f32(a), &sv, &cv);
-        if (__builtin_expect(quick_settles(cv), 1)) return qk.done(cv);
-        qk.abandon();
-    }
+    float r;
+    if (__builtin_expect(quick_trig_range(a), 1) &&
+        quick_try([&] {
+            double sv, cv;
+            quick_sincos(f32(a), &sv, &cv);
+            return cv;
+        }, r))
+        return r;
 #endif
     return careful_cosf(x);
 }
@@ -849,14 +831,14 @@ inline float cr_cosf(float x) {
 inline float cr_tanf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    if (__builtin_expect(quick_trig_range(a), 1)) {
-        Quick qk;
-        double sv, cv;
-        quick_sincos(f32(a), &sv, &cv);
-        double y = sv / cv;
-        if (__builtin_expect(quick_settles(y), 1)) return qk.done(with_sign(y, s));
-        qk.abandon();
-    }
+    float r;
+    if (__builtin_expect(quick_trig_range(a), 1) &&
+        quick_try([&] {
+            double sv, cv;
+            quick_sincos(f32(a), &sv, &cv);
+            return with_sign(sv / cv, s);
+        }, r))
+        return r;
 #endif
     return careful_tanf(x);
 }
