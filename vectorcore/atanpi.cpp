@@ -28,13 +28,16 @@
 // subnormal results included; any other argument (the rare routine called directly) the
 // double-double arctangent kernel over pi.  No status: atanpi never reports.
 //
-// Tiers: ex and l9 hold the same steps, l9 with fused multiply-add in the correction and the
-// sums.  The reproducible form __bwr_atanpi is the ex body with a true single-precision
+// Tiers: ex is the core above.  l9 holds the same rows, reduction and series in one lane of a
+// vector register, with fused multiply-add in place of the 27-bit cuts (atanpi_core_l9 below
+// says how its steps differ).  The reproducible form __bwr_atanpi is the ex body with a true single-precision
 // division 1.0f/m in place of the estimate, whose last bits differ between processors.
 // atanpif is a scalar body of its own: one quotient on the octant and a short series in
 // double (atan2pi_f, within 2^-49 of the result), rounded once to float.
 #include "elementary/pi_common.h"
 #include "tsr/vectorcore.h"
+
+#include <immintrin.h>
 
 using namespace tsr;
 using namespace tsr::pi;
@@ -108,6 +111,117 @@ constexpr double kTiny = 0x1p-30;
 
 }  // namespace
 
+#if TSR_TIER_L9
+namespace {
+// The l9 core: the same rows, reduction and series, with every value kept in one lane of a
+// vector register.  Written on scalar doubles, gcc moves the masks, the cuts and the
+// reciprocal's bit steps to the integer unit, and the chain crosses between the register files
+// about twenty times; here only the flag leaves the vector unit (by a mask extraction), and the
+// fused multiply-add makes the products exact without the 27-bit cuts.  Lane 0 alone carries
+// the value: only scalar arithmetic runs (the logic and the blends act on every lane but raise
+// no flags), so what the other lanes hold never matters.
+using L = __m128d;
+inline L lane(double c) { return _mm_set_sd(c); }
+inline L add(L a, L b) { return _mm_add_sd(a, b); }
+inline L sub(L a, L b) { return _mm_sub_sd(a, b); }
+inline L mul(L a, L b) { return _mm_mul_sd(a, b); }
+inline L fma(L a, L b, L c) { return _mm_fmadd_sd(a, b, c); }   // a b + c
+inline L fms(L a, L b, L c) { return _mm_fmsub_sd(a, b, c); }   // a b - c
+inline L fnma(L a, L b, L c) { return _mm_fnmadd_sd(a, b, c); } // c - a b
+inline L pick(L m, L a, L b) { return _mm_blendv_pd(b, a, m); } // m ? a : b
+inline L lanes_of(__m128i w, int word) {  // the 32-bit compare mask of one word, as 64 bits
+    switch (word) {
+    case 0: return _mm_castsi128_pd(_mm_shuffle_epi32(w, 0x00));
+    case 1: return _mm_castsi128_pd(_mm_shuffle_epi32(w, 0x55));
+    case 2: return _mm_castsi128_pd(_mm_shuffle_epi32(w, 0xaa));
+    default: return _mm_castsi128_pd(_mm_shuffle_epi32(w, 0xff));
+    }
+}
+constexpr uint64_t kCut12 = 0xffffff0000000000ull;  // sign, exponent and 12 leading bits
+
+// Steps, after the range test on |x|'s high word (in all four words of a register, so that
+// one compare takes the four row thresholds and one the two bounds of the core's range):
+//  - a flagged argument runs as a = 0 in row 0 (every step exact, no flag); from 2^54 on as
+//    2^54 (its result rounds as theirs, 1/2 - 1/(pi x), does in every mode);
+//  - c, 1 & mask, T by blends on the row masks; N = (a & mask) - c exact;
+//    D = (1 & mask) + a c as Dh = fma(a, c, 1 & mask), Dl = fma(a, c, (1 & mask) - Dh), exact
+//    (1 & mask - Dh is exact: Dh is 1 or a multiple of 1's ulp below 2^53);
+//  - y: the estimate of 1/Dh (Dh converted to single precision, rcpss, back), cut to 12 bits
+//    (|e| < 2^-10.6), 1 in row 0 (D = 1, so z = a with no rounding); e = Dh y - 1;
+//  - q0 = N y; r = N - Dh q0 (fma, exact to 2^-53 of itself), and
+//    z = q0 + r y (1 - e + e^2 - e^3 + e^4) - q0 (Dl y): the quartic term goes to zl only;
+//    what is left is r y e^5, 2^-63 of z.  With the 12-bit y, every step at x = ±1 (N = 0,
+//    D = 2, e a few bits) is exact: atanpi(±1) = ±1/4 raises no inexact;
+//  - z/pi: zh times 1/pi's 25-bit head (its fma remainder is exact down to zh = 2^-969), the
+//    rest by fused products;
+//  - -z^3/(3 pi) in two parts: kz = zh (-1/(3pi))'s head and vh = zh^2 with their exact
+//    remainders, zl's share 3 zh^2 zl, error near 2^-100 of the term;
+//  - Q(v) by Estrin's scheme on v = zh^2 (zh and zl zeroed below 2^-30, where the series is
+//    below 2^-61 and its powers could underflow); the sum as in the ex body.
+inline double atanpi_core_l9(double xd, uint32_t &flag) {
+    const L x = lane(xd);
+    const L sign = _mm_and_pd(x, _mm_castsi128_pd(_mm_set1_epi64x(int64_t(kSign))));
+    const L a = _mm_and_pd(x, _mm_castsi128_pd(_mm_set1_epi64x(int64_t(kAbs))));
+    const __m128i hw = _mm_shuffle_epi32(_mm_castpd_si128(a), 0x55);  // the high word, 4 times
+    const __m128i out = _mm_cmpgt_epi32(_mm_add_epi32(hw, _mm_set1_epi32(int32_t(kShift))),
+                                        _mm_set1_epi32(int32_t(kLimit)));
+    flag = uint32_t(_mm_movemask_ps(_mm_castsi128_ps(out)) & 1);
+    const __m128i rows = _mm_andnot_si128(
+        out, _mm_cmpgt_epi32(hw, _mm_setr_epi32(0x3fdc0000, 0x3fe60000, 0x3ff30000, 0x40038000)));
+    const __m128i more = _mm_cmpgt_epi32(hw, _mm_setr_epi32(int32_t(kBeyond - 1), 0x3e0fffff, 0, 0));
+    const L m1 = lanes_of(rows, 0), m2 = lanes_of(rows, 1), m3 = lanes_of(rows, 2), m4 = lanes_of(rows, 3);
+    const L keep = lanes_of(more, 1);  // |x| >= 2^-30
+    const L ai = _mm_andnot_pd(_mm_castsi128_pd(out), pick(lanes_of(more, 0), lane(0x1p54), a));
+    const AtanpiRow *R = atanpi_rows;
+    const L c = pick(m3, pick(m4, lane(R[4].c), lane(R[3].c)), pick(m2, lane(R[2].c), _mm_and_pd(m1, lane(R[1].c))));
+    // T is needed late: its row comes by a load, off the vector unit's ports
+    const AtanpiRow &row = R[32 - _lzcnt_u32(unsigned(_mm_movemask_ps(_mm_castsi128_ps(rows))))];
+    const L T = lane(row.t), Tl = lane(row.tlo);
+    const L one = _mm_andnot_pd(m4, lane(1.0));
+    const L N = sub(_mm_andnot_pd(m4, ai), c);
+    const L Dh = fma(ai, c, one);
+    const L Dl = fma(ai, c, sub(one, Dh));
+    L y = _mm_cvtss_sd(Dh, _mm_rcp_ss(_mm_cvtsd_ss(_mm_castpd_ps(Dh), Dh)));
+    y = pick(m1, _mm_and_pd(y, _mm_castsi128_pd(_mm_set1_epi64x(int64_t(kCut12)))), lane(1.0));
+    const L e = fms(Dh, y, lane(1.0));
+    const L q0 = mul(N, y);
+    const L ry = mul(fnma(Dh, q0, N), y);
+    const L e2 = mul(e, e), e4 = mul(e2, e2);
+    const L P3 = mul(sub(lane(1.0), e), fma(e, e, lane(1.0)));
+    // zh = q0 + ry P3 rounded once; zl what that left (q0 - zh is exact), the quartic term
+    // and -q0 (Dl y)
+    const L zh = fma(ry, P3, q0);
+    const L zl = fma(ry, P3, add(sub(q0, zh), fms(ry, e4, mul(mul(Dl, y), q0))));
+    // -z^3/(3 pi) on zh: kz = zh k and vh = zh^2 with their exact remainders
+    const L zm = _mm_and_pd(zh, keep);
+    const L kh = lane(atanpi_third[0]);
+    const L vh = mul(zm, zm), vl = fms(zm, zm, vh);
+    const L kz = mul(zm, kh), kze = fms(zm, kh, kz);
+    const L c3h = mul(kz, vh), c3e = fms(kz, vh, c3h);
+    const L c3l = add(fma(kz, vl, c3e), mul(fma(zm, lane(atanpi_third[1]), kze), vh));
+    // z/pi: zh times 1/pi's 25-bit head and the rest; zl enters with its share of the cubic,
+    // zl/pi - 3 zh^2 zl/(3 pi) = zl (1 - zh^2)/pi
+    const L ip = lane(inv_pi_hilo[0]);
+    const L ph = mul(zh, lane(inv_pi_short[0]));
+    const L pl = fma(zl, fnma(ip, vh, ip), fma(zh, lane(inv_pi_short[1]), fms(zh, lane(inv_pi_short[0]), ph)));
+    // Q(v), v = vh, by Estrin's scheme (the pairing of the ex body's estrin<11>)
+    const double *q = atanpi_series;
+    const L v = vh, v2 = mul(v, v), v4 = mul(v2, v2), v8 = mul(v4, v4);
+    const L b0 = fma(fma(lane(q[3]), v, lane(q[2])), v2, fma(lane(q[1]), v, lane(q[0])));
+    const L b1 = fma(fma(lane(q[7]), v, lane(q[6])), v2, fma(lane(q[5]), v, lane(q[4])));
+    const L b2 = fma(lane(q[10]), v2, fma(lane(q[9]), v, lane(q[8])));
+    const L Q = fma(b2, v8, fma(b1, v4, b0));
+    // T + ph + c3h exactly, the tails, and the series' rest (on z/pi rounded: ph alone is
+    // 2^-27 off) by the last fused operation
+    const L s = add(T, ph), hl = sub(ph, sub(s, T));
+    const L gh = add(s, c3h), gl = sub(c3h, sub(gh, s));
+    const L tail = add(add(gl, add(hl, Tl)), add(pl, c3l));
+    const L fin = fma(mul(mul(zm, ip), v2), Q, tail);
+    return _mm_cvtsd_f64(_mm_xor_pd(add(gh, fin), sign));
+}
+}  // namespace
+#endif
+
 #if TSR_TIER_EX
 extern "C" int __libm_datanpi_cout_rare(const double *px, double *result) noexcept TSR_HIDDEN;
 extern "C" int __libm_datanpi_cout_rare(const double *px, double *result) noexcept {
@@ -137,7 +251,11 @@ namespace {
 template <bool Fma, bool ExactRecip>
 inline double atanpi_d(double x) {
     uint32_t flag;
+#if TSR_TIER_L9
+    double r = atanpi_core_l9(x, flag);
+#else
     double r = atanpi_core<Fma, ExactRecip>(x, flag);
+#endif
     return finish(flag, x, r, __libm_datanpi_cout_rare);
 }
 
