@@ -18,6 +18,8 @@
 #include "tsr/report.h"
 #include "tsr/vectorcore.h"
 
+#include <immintrin.h>
+
 using namespace tsr;
 using namespace tsr::pi;
 
@@ -25,6 +27,14 @@ namespace {
 
 constexpr bool kFma = !TSR_TIER_EX;
 constexpr double kTiny = 0x1p-30;
+
+// 1/sqrt(v) to 1.5·2^-12 for a normal v within the range of floats: the processor's
+// single-precision estimate, all in the vector unit (the fused tiers; ex keeps a division,
+// whose bits are the same on every processor).
+inline double rsqrt_estimate(double v) {
+    __m128 f = _mm_cvtsd_ss(_mm_setzero_ps(), _mm_set_sd(v));
+    return _mm_cvtsd_f64(_mm_cvtss_sd(_mm_setzero_pd(), _mm_rsqrt_ss(f)));
+}
 
 // The pieces of P = s/pi + s v/(6 pi) + s v^2 R(v) = asin(s)/pi (times m, the caller's s
 // being m·s, m = 1 or 2), with s = sh + sl and v = s^2 = v + vl: the head of s/pi (an exact
@@ -35,14 +45,16 @@ constexpr double kTiny = 0x1p-30;
 struct Pieces {
     double a, c, t;
 };
-template <bool Fma>
+// Upper: s has a low part sl and v is exact; lower: s is exact and v has a low part vl.
+template <bool Fma, bool Upper>
 __attribute__((always_inline)) inline Pieces asin_pieces(double sh, double sl, double v, double vl) {
     DD a = two_prod<Fma>(sh, inv_pi_hilo[0]);
     DD sv = two_prod<Fma>(sh, v);
     DD c = two_prod<Fma>(sv.h, asinpi_sixth[0]);
     double R = estrin<Fma, 14>(asinpi_series, v);
-    double ta = a.l + mul_add<Fma>(sl, inv_pi_hilo[0], sh * inv_pi_hilo[1]);
-    double tc = c.l + mul_add<Fma>(sv.h, asinpi_sixth[1], (sv.l + mul_add<Fma>(sl, v, sh * vl)) * asinpi_sixth[0]);
+    double ta = a.l + (Upper ? mul_add<Fma>(sl, inv_pi_hilo[0], sh * inv_pi_hilo[1]) : sh * inv_pi_hilo[1]);
+    double svl = Upper ? mul_add<Fma>(sl, v, sv.l) : mul_add<Fma>(sh, vl, sv.l);
+    double tc = c.l + mul_add<Fma>(sv.h, asinpi_sixth[1], svl * asinpi_sixth[0]);
     double rest = sv.h * (v * R);
     return {a.h, c.h, ta + (tc + rest)};
 }
@@ -66,14 +78,21 @@ inline double arcpi_core(double x) {
     double a = __builtin_fabs(x);
     if (a <= 0.5) {
         DD v = two_prod<Fma>(x, x);
-        Pieces p = asin_pieces<Fma>(x, 0.0, v.h, v.l);
+        Pieces p = asin_pieces<Fma, false>(x, 0.0, v.h, v.l);
         return Acos ? assemble(0.5, -1.0, p) : assemble(0.0, 1.0, p);
     }
     double v = (1.0 - a) * 0.5;
     double sh = __builtin_sqrt(v);
-    DD sq = two_prod<Fma>(sh, sh);
-    double sl = ((v - sq.h) - sq.l) * vc::recip_estimate<!Fma>(sh);  // 2 (v - sh^2)/(2 sh)
-    Pieces p = asin_pieces<Fma>(2.0 * sh, sl, v, 0.0);
+    double sl;  // 2 (v - sh^2)/(2 sh)
+    if constexpr (Fma) {
+        // v - sh^2 is exact (the residual of a rounded square root); 1/sh is the estimate of
+        // 1/sqrt(v), taken beside the square root rather than after it
+        sl = mul_add<true>(-sh, sh, v) * rsqrt_estimate(v);
+    } else {
+        DD sq = two_prod<Fma>(sh, sh);
+        sl = ((v - sq.h) - sq.l) * vc::recip_estimate<true>(sh);
+    }
+    Pieces p = asin_pieces<Fma, true>(2.0 * sh, sl, v, 0.0);
     if (Acos) return x > 0 ? assemble(0.0, 1.0, p) : assemble(1.0, -1.0, p);
     return x > 0 ? assemble(0.5, -1.0, p) : assemble(-0.5, 1.0, p);
 }

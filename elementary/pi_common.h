@@ -122,9 +122,10 @@ inline double mul_tiny(double x, double H, double L) {
 
 // c[0] + c[1] x + ... + c[N-1] x^(N-1) by Estrin's scheme: pairs, then pairs of pairs on the
 // powers x^2, x^4, ...; the chain is log2(N) steps deep instead of N.  p[k] = x^(2^k); the
-// split is at the largest power of two below N, unrolled at compile time.
+// split is at the largest power of two below N, unrolled at compile time.  Always inlined: as
+// a call, the series' operands and the caller's live values go through memory.
 template <bool Fma, int N>
-inline double estrin_powers(const double *c, const double *p) {
+__attribute__((always_inline)) inline double estrin_powers(const double *c, const double *p) {
     if constexpr (N == 1) {
         return c[0];
     } else if constexpr (N == 2) {
@@ -135,7 +136,7 @@ inline double estrin_powers(const double *c, const double *p) {
     }
 }
 template <bool Fma, int N>
-inline double estrin(const double *c, double x) {
+__attribute__((always_inline)) inline double estrin(const double *c, double x) {
     static_assert(N <= 16);
     double p[4] = {x, x * x, 0.0, 0.0};
     if constexpr (N > 4) p[2] = p[1] * p[1];
