@@ -43,7 +43,8 @@ inline double rsqrt_estimate(double v) {
 // is kept in two parts, for a rounded one would cost 0.1 ulp; the rest is below 1% and its
 // own error (R's 2^-48.6 and the roundings) below 2^-58 of the result.
 struct Pieces {
-    double a, c, t;
+    double a, c, t;  // P = a + c + t, or with fused multiply-add a + c + t + w R
+    double w, R;
 };
 // Upper: s has a low part sl and v is exact; lower: s is exact and v has a low part vl.
 template <bool Fma, bool Upper>
@@ -55,16 +56,22 @@ __attribute__((always_inline)) inline Pieces asin_pieces(double sh, double sl, d
     double ta = a.l + (Upper ? mul_add<Fma>(sl, inv_pi_hilo[0], sh * inv_pi_hilo[1]) : sh * inv_pi_hilo[1]);
     double svl = Upper ? mul_add<Fma>(sl, v, sv.l) : mul_add<Fma>(sh, vl, sv.l);
     double tc = c.l + mul_add<Fma>(sv.h, asinpi_sixth[1], svl * asinpi_sixth[0]);
+    // With fused multiply-add the rest s v^2 R joins the tails in the last fused operation,
+    // so that the series' end is two operations from the result, not seven.
+    if constexpr (Fma) return {a.h, c.h, ta + tc, sv.h * v, R};
     double rest = sv.h * (v * R);
-    return {a.h, c.h, ta + (tc + rest)};
+    return {a.h, c.h, ta + (tc + rest), 0.0, 0.0};
 }
 
-// base + sign·P rounded once: base 0, 1/2 or 1 exceeds P's head (or is 0, where the exact sum
-// is P's head itself), and P's head exceeds the cubic term's: two exact sums, then the tails.
-inline double assemble(double base, double sign, const Pieces &p) {
-    DD h = fast_two_sum(base, sign * p.a);
-    DD g = fast_two_sum(h.h, sign * p.c);
-    return g.h + ((h.l + g.l) + sign * p.t);
+// base ± P rounded once: base 0, 1/2 or 1 exceeds P's head (or is 0, where the exact sum is
+// P's head itself), and P's head exceeds the cubic term's: two exact sums, then the tails.
+template <bool Fma, int Sign>
+inline double assemble(double base, const Pieces &p) {
+    auto sg = [](double v) { return Sign < 0 ? -v : v; };
+    DD h = fast_two_sum(base, sg(p.a));
+    DD g = fast_two_sum(h.h, sg(p.c));
+    if constexpr (Fma) return g.h + mul_add<true>(sg(p.w), p.R, (h.l + g.l) + sg(p.t));
+    return g.h + ((h.l + g.l) + sg(p.t));
 }
 
 // 2^-30 <= |x| < 1.  |x| <= 1/2: s = x, v = x^2 (its rounding error vl kept), asinpi = P,
@@ -79,7 +86,7 @@ inline double arcpi_core(double x) {
     if (a <= 0.5) {
         DD v = two_prod<Fma>(x, x);
         Pieces p = asin_pieces<Fma, false>(x, 0.0, v.h, v.l);
-        return Acos ? assemble(0.5, -1.0, p) : assemble(0.0, 1.0, p);
+        return Acos ? assemble<Fma, -1>(0.5, p) : assemble<Fma, 1>(0.0, p);
     }
     double v = (1.0 - a) * 0.5;
     double sh = __builtin_sqrt(v);
@@ -93,8 +100,8 @@ inline double arcpi_core(double x) {
         sl = ((v - sq.h) - sq.l) * vc::recip_estimate<true>(sh);
     }
     Pieces p = asin_pieces<Fma, true>(2.0 * sh, sl, v, 0.0);
-    if (Acos) return x > 0 ? assemble(0.0, 1.0, p) : assemble(1.0, -1.0, p);
-    return x > 0 ? assemble(0.5, -1.0, p) : assemble(-0.5, 1.0, p);
+    if (Acos) return x > 0 ? assemble<Fma, 1>(0.0, p) : assemble<Fma, -1>(1.0, p);
+    return x > 0 ? assemble<Fma, -1>(0.5, p) : assemble<Fma, 1>(-0.5, p);
 }
 
 // The float forms in double: the same two halves with one polynomial, s F(v) = asin(s)/pi
