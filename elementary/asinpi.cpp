@@ -63,6 +63,31 @@ __attribute__((always_inline)) inline Pieces asin_pieces(double sh, double sl, d
     return {a.h, c.h, ta + (tc + rest), 0.0, 0.0};
 }
 
+// The same pieces with fused multiply-add, P = M (sh + sl)/pi + ..., M = 1 or 2 folded into the
+// constants (exact).  The cubic term's head is taken in the order that puts it nearest the
+// operand that comes last: with the lower half's x and x^2, (x k) x^2; with the upper half's
+// early v and late sh, sh (v k); each with its exact remainders.  The rest s v^2 R waits for
+// the last fused operation.
+template <bool Upper, int M>
+__attribute__((always_inline)) inline Pieces asin_pieces_fma(double sh, double sl, double v, double vl) {
+    auto m = [](double c) { return M == 1 ? c : c * M; };  // (a product by 1 stays a product)
+    const double ih = m(inv_pi_hilo[0]), il = m(inv_pi_hilo[1]), kh = m(asinpi_sixth[0]), kl = m(asinpi_sixth[1]);
+    double ah = sh * ih, al = mul_add<true>(sh, ih, -ah);
+    double ta = al + (Upper ? mul_add<true>(sl, ih, sh * il) : sh * il);
+    double ch, ct;
+    if constexpr (Upper) {
+        double vs = v * kh, vsl = mul_add<true>(v, kh, -vs) + v * kl;
+        ch = sh * vs;
+        ct = mul_add<true>(sh, vs, -ch) + mul_add<true>(sh, vsl, sl * vs);
+    } else {
+        double xs = sh * kh, xsl = mul_add<true>(sh, kh, -xs) + sh * kl;
+        ch = xs * v;
+        ct = mul_add<true>(xs, v, -ch) + mul_add<true>(v, xsl, xs * vl);
+    }
+    double R = estrin<true, 14>(asinpi_series, v);
+    return {ah, ch, ta + ct, (sh * v) * m(v), R};
+}
+
 // base ± P rounded once: base 0, 1/2 or 1 exceeds P's head (or is 0, where the exact sum is
 // P's head itself), and P's head exceeds the cubic term's: two exact sums, then the tails.
 template <bool Fma, int Sign>
@@ -83,23 +108,24 @@ inline double assemble(double base, const Pieces &p) {
 template <bool Fma, bool Acos>
 inline double arcpi_core(double x) {
     double a = __builtin_fabs(x);
+    Pieces p;
     if (a <= 0.5) {
         DD v = two_prod<Fma>(x, x);
-        Pieces p = asin_pieces<Fma, false>(x, 0.0, v.h, v.l);
+        if constexpr (Fma) p = asin_pieces_fma<false, 1>(x, 0.0, v.h, v.l);
+        else p = asin_pieces<Fma, false>(x, 0.0, v.h, v.l);
         return Acos ? assemble<Fma, -1>(0.5, p) : assemble<Fma, 1>(0.0, p);
     }
     double v = (1.0 - a) * 0.5;
     double sh = __builtin_sqrt(v);
-    double sl;  // 2 (v - sh^2)/(2 sh)
     if constexpr (Fma) {
         // v - sh^2 is exact (the residual of a rounded square root); 1/sh is the estimate of
-        // 1/sqrt(v), taken beside the square root rather than after it
-        sl = mul_add<true>(-sh, sh, v) * rsqrt_estimate(v);
+        // 1/sqrt(v), taken beside the square root rather than after it; P on 2 (sh + sl/2)
+        p = asin_pieces_fma<true, 2>(sh, mul_add<true>(-sh, sh, v) * (rsqrt_estimate(v) * 0.5), v, 0.0);
     } else {
         DD sq = two_prod<Fma>(sh, sh);
-        sl = ((v - sq.h) - sq.l) * vc::recip_estimate<true>(sh);
+        double sl = ((v - sq.h) - sq.l) * vc::recip_estimate<true>(sh);  // 2 (v - sh^2)/(2 sh)
+        p = asin_pieces<Fma, true>(2.0 * sh, sl, v, 0.0);
     }
-    Pieces p = asin_pieces<Fma, true>(2.0 * sh, sl, v, 0.0);
     if (Acos) return x > 0 ? assemble<Fma, 1>(0.0, p) : assemble<Fma, -1>(1.0, p);
     return x > 0 ? assemble<Fma, -1>(0.5, p) : assemble<Fma, 1>(-0.5, p);
 }
