@@ -18,6 +18,8 @@
 // that of the final addition plus about 2^-60: below 0.51 ulp.  Rows 0 .. 63 cover half the
 // period; k >= 64 changes the sign.
 #pragma once
+#include <emmintrin.h>
+
 #include <cstdint>
 
 #include "elementary/invtrig_kernels.h"
@@ -37,6 +39,11 @@ constexpr uint32_t kFloatWhole = 0x4b000000u;          // 2^23: from here on flo
 constexpr uint32_t kFloatInfBits = 0x7f800000u;
 
 inline double with_sign(double x, uint64_t sign) { return f64(bits(x) ^ sign); }
+// The same in the vector unit (xorpd), for values already there: no trip through the
+// integer registers.
+inline double flip(double x, uint64_t sign) {
+    return _mm_cvtsd_f64(_mm_xor_pd(_mm_set_sd(x), _mm_castsi128_pd(_mm_cvtsi64_si128(int64_t(sign)))));
+}
 
 // ---- exact sums and products: the shared double-double kit ------------------------------------
 using dd::DD;

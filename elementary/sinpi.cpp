@@ -17,6 +17,8 @@
 // bodies.
 #include "elementary/pi_common.h"
 
+#include <immintrin.h>
+
 using namespace tsr;
 using namespace tsr::pi;
 
@@ -94,32 +96,58 @@ inline void sincospi_f(float x, float *s, float *c) {
         if (Want & kCos) *c = a == 0 ? 1.0f : float(1.0 - kOneBelow);
         return;
     }
-    // The nearest point of the grid 1/32 (rows pi j/32, every other row of the table): the
-    // shifter puts a in units of 2^-10, whose count is rounded to a multiple of 32 on the bits
-    // (half up).  gf is exact and so is r = a - gf: |r| <= 1/64 (plus a unit of 2^-10 where a
-    // directed mode rounded the sum the other way).
-    double g = a + kShift32;
-    uint64_t gb = (bits(g) + 0x10) & ~uint64_t(0x1f);
-    double r = a - (f64(gb) - kShift32);
-    unsigned k = unsigned(gb >> 5) & 63;  // the count of 1/32 steps modulo 2
+    // The nearest point of the grid 1/32 (rows pi j/32, every other row of the table).  ex:
+    // the shifter puts a in units of 2^-10, whose count is rounded to a multiple of 32 on the
+    // bits (half up); gf is exact and so is r = a - gf: |r| <= 1/64 (plus a unit of 2^-10
+    // where a directed mode rounded the sum the other way).  The fused tiers keep the steps in
+    // the vector unit: 32 a rounded to the nearest whole number n by the instruction (in every
+    // mode: the far point would cost the sine its relative accuracy next to its zeros), and
+    // r = a - n/32 exact, |r| <= 1/64.
+    double r;
+    unsigned k;  // the count of 1/32 steps modulo 2
+    if constexpr (Fma) {
+        __m128d t = _mm_set_sd(a * 32.0);
+        double n = _mm_cvtsd_f64(_mm_round_sd(t, t, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+        r = mul_add<true>(n, -0x1p-5, a);
+        k = unsigned(int(n)) & 63;
+    } else {
+        double g = a + kShift32;
+        uint64_t gb = (bits(g) + 0x10) & ~uint64_t(0x1f);
+        r = a - (f64(gb) - kShift32);
+        k = unsigned(gb >> 5) & 63;
+    }
     const PiRow &w = pi_rows64[(k & 31) * 2];
     double ms = w.s, mc = w.c;  // on the grid: the row alone (exact in rows 0 and 16)
     if (r != 0) {
         double w2 = r * r;
-        double sr = r * mul_add<Fma>(mul_add<Fma>(sinpif_poly[2], w2, sinpif_poly[1]), w2, sinpif_poly[0]);
+        double S = mul_add<Fma>(mul_add<Fma>(sinpif_poly[2], w2, sinpif_poly[1]), w2, sinpif_poly[0]);
         double cr = mul_add<Fma>(mul_add<Fma>(cospif_poly[2], w2, cospif_poly[1]), w2, cospif_poly[0]);
-        ms = mul_add<Fma>(w.s, cr, w.c * sr);
-        mc = mul_add<Fma>(w.c, cr, -(w.s * sr));
-    }
-    if (k & 32) ms = -ms, mc = -mc;
-    if (Want & kSin) {
+        if constexpr (Fma) {
+            // The rows' products with r beside the series, one product after them.  The second
+            // half of the period changes the signs: by a sign mask, not a branch, which random
+            // arguments would mispredict half the time (ex keeps the branch: its bits are the
+            // reproducible forms').  Off the grid neither part is zero.
+            ms = mul_add<true>(w.s, cr, (w.c * r) * S);
+            mc = mul_add<true>(w.c, cr, -((w.s * r) * S));
+            uint64_t half = uint64_t(k & 32) << 58;
+            ms = flip(ms, half ^ (uint64_t(sx) << 32)), mc = flip(mc, half);
+        } else {
+            double sr = r * S;
+            ms = w.s * cr + w.c * sr;
+            mc = w.c * cr + -(w.s * sr);
+            if (k & 32) ms = -ms, mc = -mc;
+        }
+    } else {
+        if (k & 32) ms = -ms, mc = -mc;
         if (ms == 0) ms = 0.0;  // whole numbers: +0 before x's sign
-        *s = f32(bits(float(ms)) ^ sx);
-    }
-    if (Want & kCos) {
         if (mc == 0) mc = 0.0;  // half-odd numbers: +0
-        *c = float(mc);
+        if constexpr (Fma) ms = flip(ms, uint64_t(sx) << 32);
     }
+    if (Want & kSin) {
+        if constexpr (Fma) *s = float(ms);  // x's sign is on
+        else *s = f32(bits(float(ms)) ^ sx);
+    }
+    if (Want & kCos) *c = float(mc);
 }
 
 template <bool Fma>
