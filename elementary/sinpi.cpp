@@ -52,7 +52,17 @@ inline void sincospi_d(double x, double *s, double *c) {
         if (Want & kCos) *c = a == 0 ? 1.0 : 1.0 - kOneBelow;
         return;
     }
-    Red d = reduce64(a);
+    Red d;
+    if constexpr (Fma) {
+        // In the vector unit: 64 a rounded to the nearest whole number by the instruction (in
+        // every mode), r = a - n/64 exact; the bit-wise reduction's branches on the exponent
+        // and on the half step are mispredicted on random arguments.
+        __m128d t = _mm_set_sd(a * 64.0);
+        double n = _mm_cvtsd_f64(_mm_round_sd(t, t, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+        d = {mul_add<true>(n, -0x1p-6, a), unsigned(uint64_t(int64_t(n)) & 127)};
+    } else {
+        d = reduce64(a);
+    }
     if (d.r == 0) {  // on the grid: the row's value alone (exact in rows 0 and 32)
         const PiRow &w = pi_rows64[d.k & 63];
         double ms = w.s + w.slo, mc = w.c + w.clo;
@@ -61,19 +71,29 @@ inline void sincospi_d(double x, double *s, double *c) {
         if (Want & kCos) *c = mc == 0 ? 0.0 : mc;
         return;
     }
+    // Off the grid neither part is zero.  The second half of the period changes the signs: by
+    // a sign mask in the fused tiers (a branch there is mispredicted half the time on random
+    // arguments; ex keeps it, its bits are the reproducible forms').
+    uint64_t half = uint64_t(d.k & 64) << 57;
     if (Want & kSin) {
         double t, h = sincos_rows<Fma, false>(d, t);
         double m = h + t;
-        if (d.k & 64) m = -m;
-        if (m == 0) m = 0.0;  // whole numbers: +0 before x's sign
-        *s = with_sign(m, sx);
+        if constexpr (Fma) {
+            *s = flip(m, half ^ sx);
+        } else {
+            if (d.k & 64) m = -m;
+            *s = with_sign(m, sx);
+        }
     }
     if (Want & kCos) {
         double t, h = sincos_rows<Fma, true>(d, t);
         double m = h + t;
-        if (d.k & 64) m = -m;
-        if (m == 0) m = 0.0;  // half-odd numbers: +0
-        *c = m;
+        if constexpr (Fma) {
+            *c = flip(m, half);
+        } else {
+            if (d.k & 64) m = -m;
+            *c = m;
+        }
     }
 }
 
