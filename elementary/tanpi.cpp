@@ -20,6 +20,8 @@
 // reported.
 #include "elementary/pi_common.h"
 
+#include <immintrin.h>
+
 using namespace tsr;
 using namespace tsr::pi;
 
@@ -84,9 +86,22 @@ inline double tanpi_d(double x) {
         double corr = ((1.0 - e.h) - e.l) - y * p.l;
         return mul_add<Fma>(y, corr, y) * 0x1p200;
     }
-    Red d = reduce64(a);
-    if (d.r == 0 && (d.k & 15) == 0) return exact_value<double>(d.k >> 4, Cot, sx);
-    Oct o = octant(d);
+    Oct o;
+    if constexpr (Fma) {
+        // In the vector unit: 128 a rounded to the nearest whole number K by the instruction
+        // (in every mode), r = a - K/128 exact, |r| <= 1/256; the bit-wise reduction's
+        // branches are mispredicted on random arguments.
+        __m128d t = _mm_set_sd(a * 128.0);
+        double n = _mm_cvtsd_f64(_mm_round_sd(t, t, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+        double r = mul_add<true>(n, -0x1p-7, a);
+        unsigned K = unsigned(uint64_t(int64_t(n)) & 255);  // steps of 1/128 modulo 2
+        if (r == 0 && (K & 31) == 0) return exact_value<double>(K >> 5, Cot, sx);
+        o = {r, K & 63, (K & 64) != 0};
+    } else {
+        Red d = reduce64(a);
+        if (d.r == 0 && (d.k & 15) == 0) return exact_value<double>(d.k >> 4, Cot, sx);
+        o = octant(d);
+    }
     const double *T = tanpi_rows[o.j];
     // t = tan(pi r): pi r exact in two parts, the rest (below 2^-14 of it) by the series.
     double r = o.r, w = r * r;
@@ -105,10 +120,23 @@ inline double tanpi_d(double x) {
     // correction suffices.
     bool swap = o.cot != Cot;
     DD nn = fast_two_sum(n.h, nl), dn = fast_two_sum(dd.h, dl);
-    double uh = swap ? dn.h : nn.h, ul = swap ? dn.l : nn.l;
-    double vh = swap ? nn.h : dn.h, vl = swap ? nn.l : dn.l;
+    double uh, ul, vh, vl;
+    if constexpr (Fma) {  // by blends: a branch on the quarter is mispredicted half the time
+        __m128d sw = _mm_castsi128_pd(_mm_set1_epi64x(-int64_t(swap)));
+        auto pick = [sw](double a, double b) {
+            return _mm_cvtsd_f64(_mm_blendv_pd(_mm_set_sd(b), _mm_set_sd(a), sw));
+        };
+        uh = pick(dn.h, nn.h), ul = pick(dn.l, nn.l), vh = pick(nn.h, dn.h), vl = pick(nn.l, dn.l);
+    } else {
+        uh = swap ? dn.h : nn.h, ul = swap ? dn.l : nn.l;
+        vh = swap ? nn.h : dn.h, vl = swap ? nn.l : dn.l;
+    }
     double y = 1.0 / vh;
     double q = uh * y;
+    if constexpr (Fma) {  // the head's residual uh - q vh in one fused operation, exact
+        double m = mul_add<true>(mul_add<true>(-q, vh, uh) + mul_add<true>(-q, vl, ul), y, q);
+        return flip(m, (uint64_t(o.cot) << 63) ^ sx);
+    }
     DD p = two_prod<Fma>(q, vh);
     double m = mul_add<Fma>(((uh - p.h) - p.l) + (ul - q * vl), y, q);
     return with_sign(o.cot ? -m : m, sx);
