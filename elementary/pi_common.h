@@ -19,6 +19,7 @@
 // period; k >= 64 changes the sign.
 #pragma once
 #include <emmintrin.h>
+#include <smmintrin.h>
 
 #include <cstdint>
 
@@ -44,6 +45,20 @@ inline double with_sign(double x, uint64_t sign) { return f64(bits(x) ^ sign); }
 inline double flip(double x, uint64_t sign) {
     return _mm_cvtsd_f64(_mm_xor_pd(_mm_set_sd(x), _mm_castsi128_pd(_mm_cvtsi64_si128(int64_t(sign)))));
 }
+
+#ifdef __SSE4_1__
+// v rounded to the nearest whole number (ties to even) whatever the rounding mode, with no
+// flag: the reductions of the fused tiers, in the vector unit.  (A template, so that the
+// other tiers, which name it only in branches they discard, need no definition.)
+template <class = void>
+inline double nearest_whole(double v) {
+    __m128d t = _mm_set_sd(v);
+    return _mm_cvtsd_f64(_mm_round_sd(t, t, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+}
+#else
+template <class = void>
+double nearest_whole(double v);
+#endif
 
 // ---- exact sums and products: the shared double-double kit ------------------------------------
 using dd::DD;

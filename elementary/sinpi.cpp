@@ -17,8 +17,6 @@
 // bodies.
 #include "elementary/pi_common.h"
 
-#include <immintrin.h>
-
 using namespace tsr;
 using namespace tsr::pi;
 
@@ -57,8 +55,7 @@ inline void sincospi_d(double x, double *s, double *c) {
         // In the vector unit: 64 a rounded to the nearest whole number by the instruction (in
         // every mode), r = a - n/64 exact; the bit-wise reduction's branches on the exponent
         // and on the half step are mispredicted on random arguments.
-        __m128d t = _mm_set_sd(a * 64.0);
-        double n = _mm_cvtsd_f64(_mm_round_sd(t, t, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+        double n = nearest_whole(a * 64.0);
         d = {mul_add<true>(n, -0x1p-6, a), unsigned(uint64_t(int64_t(n)) & 127)};
     } else {
         d = reduce64(a);
@@ -126,8 +123,7 @@ inline void sincospi_f(float x, float *s, float *c) {
     double r;
     unsigned k;  // the count of 1/32 steps modulo 2
     if constexpr (Fma) {
-        __m128d t = _mm_set_sd(a * 32.0);
-        double n = _mm_cvtsd_f64(_mm_round_sd(t, t, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+        double n = nearest_whole(a * 32.0);
         r = mul_add<true>(n, -0x1p-5, a);
         k = unsigned(int(n)) & 63;
     } else {

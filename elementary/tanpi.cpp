@@ -91,8 +91,7 @@ inline double tanpi_d(double x) {
         // In the vector unit: 128 a rounded to the nearest whole number K by the instruction
         // (in every mode), r = a - K/128 exact, |r| <= 1/256; the bit-wise reduction's
         // branches are mispredicted on random arguments.
-        __m128d t = _mm_set_sd(a * 128.0);
-        double n = _mm_cvtsd_f64(_mm_round_sd(t, t, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+        double n = nearest_whole(a * 128.0);
         double r = mul_add<true>(n, -0x1p-7, a);
         unsigned K = unsigned(uint64_t(int64_t(n)) & 255);  // steps of 1/128 modulo 2
         if (r == 0 && (K & 31) == 0) return exact_value<double>(K >> 5, Cot, sx);
