@@ -210,15 +210,6 @@ inline LD acos_body(LD x, bool deg) {
 constexpr int kTableFrom = 32;       // k/256 >= 1/8, b = 0
 constexpr int kTableFromBased = 8;   // k/256 >= 1/32, b = pi/2 or pi: the first row of kAtan256
 constexpr LD kNoBase[2] = {0.0L, 0.0L};
-constexpr LD kSign[2] = {1.0L, -1.0L};
-
-inline LD atan_small(LD z2) {
-    const LD *c = kAtanSmallPoly;
-    LD z4 = z2 * z2, z8 = z4 * z4;
-    LD p0 = (c[0] + z2 * c[1]) + z4 * (c[2] + z2 * c[3]);
-    LD p1 = (c[4] + z2 * c[5]) + z4 * (c[6] + z2 * c[7]);
-    return (p0 + z8 * (p1 + z8 * c[8]));
-}
 inline LD atan_step(LD t2) {
     const LD *c = kAtanStepPoly;
     return (c[0] + t2 * c[1]) + (t2 * t2) * (c[2] + t2 * c[3]);
@@ -238,7 +229,7 @@ __attribute__((always_inline)) inline Pair atan_angle(LD n, LD d, int k, bool ba
     if (k < (based ? kTableFromBased : kTableFrom)) {
         LD q = kUnit ? n : n / d;
         LD q2 = q * q;
-        LD tail = q * q2 * atan_small(q2);
+        LD tail = q * q2 * odd9(kAtanSmallPoly, q2);
         if (based) {
             LD h, e;
             two_sum(b[0], s * q, h, e);
@@ -302,7 +293,7 @@ inline LD atan_body(LD x, bool deg) {
         int k = e > 5 ? 0 : k_of_ratio(kOne64, v.m, -e);
         r = atan_angle<false>(1.0L, a, k, true, kPi2D, -1.0L);
     }
-    return fr.finish(angle_out(r, kSign[sx], deg));
+    return fr.finish(angle_out(r, kSignOf[sx], deg));
 }
 
 // ---- angle of a point ------------------------------------------------------------------------------
@@ -362,12 +353,12 @@ inline LD atan2_body(LD y, LD x, bool deg) {
     Pair a;
     if (d < 0 || (d == 0 && uy.m <= ux.m)) {
         int k = d < -5 ? 0 : k_of_ratio(uy.m, ux.m, d);
-        a = atan_angle<false>(ay, ax, k, sx, sx ? kPiD : kNoBase, kSign[sx]);
+        a = atan_angle<false>(ay, ax, k, sx, sx ? kPiD : kNoBase, kSignOf[sx]);
     } else {
         int k = d > 5 ? 0 : k_of_ratio(ux.m, uy.m, -d);
-        a = atan_angle<false>(ax, ay, k, true, kPi2D, -kSign[sx]);
+        a = atan_angle<false>(ax, ay, k, true, kPi2D, -kSignOf[sx]);
     }
-    return fr.finish(angle_out(a, kSign[sy], deg));
+    return fr.finish(angle_out(a, kSignOf[sy], deg));
 }
 
 }  // namespace

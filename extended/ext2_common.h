@@ -290,14 +290,35 @@ inline Pair log1p_of(Pair v) {
     __libm_log1pl_k80(out, in);
     return {out[0], out[1]};
 }
-// ln(2^k x) as a pair for a large positive x (x far from 1).
-inline Pair log_plus(LD x, int k) {
+// ln(2^k x) + rel as a head and a tail (not normalised: the tail may reach an ulp of the
+// head), for a positive x; rel is the relative tail of a pair x (1 + rel), |rel| <= 2^-62,
+// whose logarithm's second-order term (rel^2/2) is below 2^-124.  The tail joins last, so
+// that its quotient may run beside the core.
+inline Pair log_plus(LD x, int k, LD rel = 0.0L) {
     LD hi, lo;
     int e = log_parts(x, ext(x), hi, lo) + k;
     LD ef = e, s, t;
     two_sum(ef * kLn2_3[0], hi, s, t);
-    return norm(s, t + (lo + ef * kLn2_3[1] + ef * kLn2_3[2]));
+    return {s, t + (lo + ef * kLn2_3[1] + ef * kLn2_3[2] + rel)};
 }
+
+// ---- odd series ------------------------------------------------------------------------------
+// P(z) of f(x) = x + x^3 P(x^2) for 9 coefficients (x^3 .. x^19), by Estrin's scheme: the
+// series of atan, asinh, tanh and atanh below 1/8.
+inline LD odd9(const LD *c, LD z) {
+    LD z2 = z * z, z4 = z2 * z2;
+    LD p0 = (c[0] + z * c[1]) + z2 * (c[2] + z * c[3]);
+    LD p1 = (c[4] + z * c[5]) + z2 * (c[6] + z * c[7]);
+    return p0 + z4 * (p1 + z4 * c[8]);
+}
+// f(x) = x + x^3 P(x^2) for |x| < 1/8: the tail is below x/190, so that its roundings stay
+// below 1/190 ulp and the one sum rounds in the caller's mode, the sign with it.
+inline LD odd_series(const LD *c, LD x) {
+    LD z = x * x;
+    return x + x * z * odd9(c, z);
+}
+// +1 and -1 by a sign bit: a sign applied by a product, without a branch.
+constexpr LD kSignOf[2] = {1.0L, -1.0L};
 
 }  // namespace
 }  // namespace tsr::x80

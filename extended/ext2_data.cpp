@@ -363,6 +363,62 @@ const long double kAtanSmallPoly[9] = {
     -0x1.943840e3294b080cp-5L,
 };
 
+// approximation of sinh x on [-0x1.029p-3, 0x1.029p-3], degree 19, max relative error 2^-73.56 (measured by tools/gen/ext2_tables.py)
+// Coefficients of x^3, x^5 .. x^19 (the lower ones are exact: x^1: 1).
+const long double kSinhSmallPoly[9] = {
+    0x1.5555555555555556p-3L,
+    0x1.1111111111111112p-7L,
+    0x1.a01a01a01a01a01ap-13L,
+    0x1.71de3a556c7338fap-19L,
+    0x1.ae64567f544e38fep-26L,
+    0x1.6124613a86d093dcp-33L,
+    0x1.ae7f3e733d247e92p-41L,
+    0x1.952c769d978009b0p-49L,
+    0x1.2f56f70117ba6b3cp-57L,
+};
+
+// approximation of asinh x on [-0x1.029p-3, 0x1.029p-3], degree 19, max relative error 2^-73.56 (measured by tools/gen/ext2_tables.py)
+// Coefficients of x^3, x^5 .. x^19 (the lower ones are exact: x^1: 1).
+const long double kAsinhSmallPoly[9] = {
+    -0x1.5555555555555556p-3L,
+    0x1.3333333333333328p-4L,
+    -0x1.6db6db6db6dad158p-5L,
+    0x1.f1c71c71c4088bcap-6L,
+    -0x1.6e8ba2e4d7686560p-6L,
+    0x1.1c4ec22a4d2b860ap-6L,
+    -0x1.c9974c378189b522p-7L,
+    0x1.79f7cca30c45e97cp-7L,
+    -0x1.2cd9e82a52f08286p-7L,
+};
+
+// approximation of tanh x on [-0x1.029p-3, 0x1.029p-3], degree 19, max relative error 2^-72.53 (measured by tools/gen/ext2_tables.py)
+// Coefficients of x^3, x^5 .. x^19 (the lower ones are exact: x^1: 1).
+const long double kTanhSmallPoly[9] = {
+    -0x1.5555555555555556p-2L,
+    0x1.1111111111111110p-3L,
+    -0x1.ba1ba1ba1ba1b83cp-5L,
+    0x1.664f4882c10634bcp-6L,
+    -0x1.226e355e5463b3f0p-7L,
+    0x1.d6d3d09e044a557cp-9L,
+    -0x1.7da32c3c2534cde6p-10L,
+    0x1.353ce0fda19f377ap-11L,
+    -0x1.e727f8fc2397c7b2p-13L,
+};
+
+// approximation of atanh x on [-0x1.029p-3, 0x1.029p-3], degree 19, max relative error 2^-72.59 (measured by tools/gen/ext2_tables.py)
+// Coefficients of x^3, x^5 .. x^19 (the lower ones are exact: x^1: 1).
+const long double kAtanhSmallPoly[9] = {
+    0x1.5555555555555556p-2L,
+    0x1.9999999999999972p-3L,
+    0x1.24924924924a2164p-3L,
+    0x1.c71c71c7177b1380p-4L,
+    0x1.745d174c104eb9eep-4L,
+    0x1.3b13acd1df48c362p-4L,
+    0x1.1112e4edbf06405ep-4L,
+    0x1.e1008207805ea608p-5L,
+    0x1.cc3e42c0bd73b4e2p-5L,
+};
+
 // approximation of atan t on [-0x1.029p-8, 0x1.029p-8], degree 9, max relative error 2^-82.56 (measured by tools/gen/ext2_tables.py)
 // Coefficients of x^3, x^5 .. x^9 (the lower ones are exact: x^1: 1).
 const long double kAtanStepPoly[4] = {

@@ -17,6 +17,10 @@ extern const long double kSinPoly[9];  // x^5 .. x^21, every second power
 extern const long double kCosPoly[8];  // x^6 .. x^20, every second power
 extern const long double kAtanPoly[6];  // x^3 .. x^13, every second power
 extern const long double kAtanSmallPoly[9];  // x^3 .. x^19, every second power
+extern const long double kSinhSmallPoly[9];  // x^3 .. x^19, every second power
+extern const long double kAsinhSmallPoly[9];  // x^3 .. x^19, every second power
+extern const long double kTanhSmallPoly[9];  // x^3 .. x^19, every second power
+extern const long double kAtanhSmallPoly[9];  // x^3 .. x^19, every second power
 extern const long double kAtanStepPoly[4];  // x^3 .. x^9, every second power
 extern const long double kAsinPoly[16];  // x^5 .. x^35, every second power
 

@@ -11,6 +11,10 @@ Run: python3 tools/gen/ext2_tables.py [--out DIR]
   kAtanTab[33]        atan(k/32), k = 0..32, the breakpoints of the angle kernel, as extended pairs;
   kAtanSmallPoly      atan z = z + z^3 P(z^2) on |z| <= 1/8 plus a margin (atanl, atan2l below
                       the table);
+  kSinhSmallPoly,     sinh, asinh, tanh, atanh x = x + x^3 P(x^2) on |x| <= 1/8 plus a margin
+  kAsinhSmallPoly,    (the hyperbolic functions below 1/8; the same shape as kAtanSmallPoly);
+  kTanhSmallPoly,
+  kAtanhSmallPoly
   kAtanStepPoly       atan t = t + t^3 A(t^2) on |t| <= 1/256 plus a margin (the step beyond a
                       breakpoint of kAtan256);
   kAtan256[249]       atan(k/256), k = 8..256, the breakpoints of atanl and atan2l, as double
@@ -24,7 +28,7 @@ Fits are Remez exchanges with extended coefficients; each states its interval an
 measured with the coefficients as rounded (the fixed low terms exact)."""
 from fractions import Fraction
 
-from mpmath import mp, mpf, sin, cos, atan, asin
+from mpmath import mp, mpf, sin, cos, atan, asin, sinh, asinh, tanh, atanh
 
 import tsrgen as g
 
@@ -116,6 +120,8 @@ fit("kCosPoly", cos, -R, R, 20, {0: Fraction(1), 2: Fraction(-1, 2), 4: Fraction
 T = mpf(1) / 64 * mpf("1.01")
 fit("kAtanPoly", atan, -T, T, 13, {1: Fraction(1)}, "odd", "atan t", -78)
 fit("kAtanSmallPoly", atan, -mpf(1) / 8 * mpf("1.01"), mpf(1) / 8 * mpf("1.01"), 19, {1: Fraction(1)}, "odd", "atan z", -70)
+for name, f in (("kSinhSmallPoly", sinh), ("kAsinhSmallPoly", asinh), ("kTanhSmallPoly", tanh), ("kAtanhSmallPoly", atanh)):
+    fit(name, f, -mpf(1) / 8 * mpf("1.01"), mpf(1) / 8 * mpf("1.01"), 19, {1: Fraction(1)}, "odd", name[1:-9].lower() + " x", -72)
 fit("kAtanStepPoly", atan, -mpf(1) / 256 * mpf("1.01"), mpf(1) / 256 * mpf("1.01"), 9, {1: Fraction(1)}, "odd", "atan t", -76)
 fit("kAsinPoly", asin, -mpf(1) / 2, mpf(1) / 2, 35, {1: Fraction(1), 3: Fraction(1, 6)}, "odd", "asin x", -71)
 
