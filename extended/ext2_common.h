@@ -12,7 +12,7 @@
 // terms below 1/240 and 1/1400 of it.  The pair is good to about 2^-71: the rounded sum is
 // within 0.5 + 2^-7 ulp.
 //
-// Arctangent of a fraction n/d <= 1 (pairs): k = nearest 32 n/d, c = k/32 (a breakpoint of
+// Arctangent of a fraction n/d <= 1 (pairs; the angle kernel's core): k = nearest 32 n/d, c = k/32 (a breakpoint of
 // the table), t = (n - c d)/(d + c n) with n - c d exact (c has 6 bits and n is within d/64
 // of c d) and |t| <= 1/64; atan(n/d) = atan(c) + t + t^3 A(t^2), atan(c) an extended pair,
 // A (Remez) with relative error below 2^-78: the pair is good to about 2^-90.
@@ -23,7 +23,6 @@
 extern "C" {
 TSR_HIDDEN int __libm_reduce_pi04l(const long double *x, int add, double out[2]);
 TSR_HIDDEN void __libm_expm1l_k80(long double out[2], const long double in[2]);
-TSR_HIDDEN void __libm_log1pl_k80(long double out[2], const long double in[2]);
 TSR_HIDDEN void __libm_normalizel_k80(tsr::x80::Scaled *p);
 }
 
@@ -283,11 +282,6 @@ inline Pair expm1_of(LD ax) {
     if (ax < 0.34L) return expm1_small(ax);
     LD in[2] = {ax, 0.0L}, out[2];
     __libm_expm1l_k80(out, in);
-    return {out[0], out[1]};
-}
-inline Pair log1p_of(Pair v) {
-    LD in[2] = {v.h, v.l}, out[2];
-    __libm_log1pl_k80(out, in);
     return {out[0], out[1]};
 }
 // ln(2^k x) + rel as a head and a tail (not normalised: the tail may reach an ulp of the

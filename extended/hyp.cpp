@@ -169,11 +169,19 @@ inline LD tanh_body(LD x) {
     return fr.finish(h * sg + (hl - ql) * sg);
 }
 
-// ln(w) + rel for w = hi + lo + res/(2r) (the head and tail of a two-sum, and the correction of
-// a square root r), as a head and a tail: rel = (lo + res/(2r))/hi in one quotient, joined last.
-inline Pair log_of_root_sum(LD hi, LD lo, LD res, LD r) {
-    LD r2 = r + r;
-    return log_plus(hi, 0, (r2 * lo + res) / (r2 * hi));
+// ln(a + sqrt(S)) for a >= 0 and S = sh + sl (a pair), as a head and a tail: the root's head
+// rt = sqrt(sh) rounded, its correction res/(2 rt) with res = S - rt^2 (rt^2 an exact product,
+// sh - rt^2 exact); w = a + rt by a two-sum (wh + wl), and the rest of w relative to its head,
+// (wl + res/(2 rt))/wh in one quotient, joins the logarithm last.  w is good to about 2^-120
+// of itself.
+inline Pair log_of_root_sum(LD a, LD sh, LD sl) {
+    LD rt = fsqrt(sh), q, qe;
+    two_prod(rt, rt, q, qe);
+    LD res = ((sh - q) - qe) + sl;
+    LD wh, wl;
+    two_sum(a, rt, wh, wl);
+    LD r2 = rt + rt;
+    return log_plus(wh, 0, (r2 * wl + res) / (r2 * wh));
 }
 
 inline LD asinh_body(LD x) {
@@ -194,19 +202,11 @@ inline LD asinh_body(LD x) {
     if (f >= 0x4020) {
         r = log_plus(ax, 1);
     } else {
-        // ln(w), w = |x| + sqrt(S), S = 1 + x^2 = sh + sl (an exact square and a two-sum), the
-        // root's head rt = sqrt(sh) rounded, its correction (S - rt^2)/(2 rt) (rt^2 exact, sh -
-        // rt^2 exact); w = |x| + rt by a two-sum, and the rest relative to its head.  The pair w is
-        // good to about 2^-120 of itself.
+        // ln(|x| + sqrt(S)), S = 1 + x^2 an exact square and a two-sum
         LD p, pe, sh, se;
         two_prod(ax, ax, p, pe);
         two_sum(1.0L, p, sh, se);
-        LD rt = fsqrt(sh), q, qe;
-        two_prod(rt, rt, q, qe);
-        LD res = ((sh - q) - qe) + (se + pe);
-        LD wh, wl;
-        two_sum(ax, rt, wh, wl);
-        r = log_of_root_sum(wh, wl, res, rt);
+        r = log_of_root_sum(ax, sh, se + pe);
     }
     LD sg = kSignOf[sx];
     return fr.finish(r.h * sg + r.l * sg);
@@ -227,21 +227,15 @@ inline LD acosh_body(LD x) {
     if (f >= 0x401f) {
         r = log_plus(ax, 1);
     } else {
-        // ln(w), w = x + sqrt(S), S = x^2 - 1 = t (t + 2) with t = x - 1 (exact below 2^64),
-        // t + 2 = b + be and t b exact pairs; the root as for asinh.  Near 1 the result is about
-        // sqrt(2t) and w - 1 is exact in its head, which the logarithm's series near 1 takes
-        // whole: the pair is good to about 2^-80 of the result there too.
+        // ln(x + sqrt(S)), S = x^2 - 1 = t (t + 2) with t = x - 1 (exact below 2^64), t + 2 =
+        // b + be and t b exact pairs.  Near 1 the result is about sqrt(2t) and w - 1 is exact in
+        // its head, which the logarithm's series near 1 takes whole: the pair is good to about
+        // 2^-80 of the result there too.
         LD t = ax - 1.0L;
         LD b, be, p, pe;
         two_sum(t, 2.0L, b, be);
         two_prod(t, b, p, pe);
-        LD sl = pe + t * be;
-        LD rt = fsqrt(p), q, qe;
-        two_prod(rt, rt, q, qe);
-        LD res = ((p - q) - qe) + sl;
-        LD wh, wl;
-        two_sum(ax, rt, wh, wl);
-        r = log_of_root_sum(wh, wl, res, rt);
+        r = log_of_root_sum(ax, p, pe + t * be);
     }
     return fr.finish(r.h + r.l);
 }
