@@ -90,7 +90,9 @@ inline LD sinh_body(LD x) {
         return fr.finish(tiny_odd(opaque(load(x)), v, 1));
     }
     X87Frame fr;
-    SinhCosh r = sinh_cosh(__builtin_fabsl(opaque(load(x))), f, v.se >> 15, true, false);
+    LD xx = opaque(load(x));
+    if (f < kDifferenceFrom) return fr.finish(odd_series(kSinhSmallPoly, xx));
+    SinhCosh r = sinh_cosh(__builtin_fabsl(xx), f, v.se >> 15, true, false);
     LD y = fr.finish(r.s);
     if (__builtin_expect(r.over, 0)) return report(x, y, code::sinhl_overflow);
     return y;
