@@ -24,6 +24,8 @@
 // Every result of the arctangent core is a pair rounded once: 0.5 ulp plus about 2^-20 ulp;
 // asin and acos stay within 0.5 ulp and the share of the tail's roundings (0.07 ulp).  Exact angles in degrees
 // (asind(1/2) = 30, acosd(0) = 90, atand(1) = 45, ...) come without a flag.
+#include <xmmintrin.h>
+
 #include "extended/ext2_common.h"
 
 using namespace tsr;
@@ -183,6 +185,86 @@ inline LD acos_body(LD x, bool deg) {
 }
 
 // ---- arctangent ---------------------------------------------------------------------------------
+// b + s atan(n/d) for 0 < n <= d, b = 0, pi/2 or pi (double head and extended tail), s = +-1, as
+// a head and a tail whose sum is within about 2^-70 of it, in plain extended arithmetic:
+//   k = round(256 n/d) from the words of the arguments (integer work, or a quotient in single
+//     precision good to 2^-22, truncated after adding 1/2: the same k in every rounding mode,
+//     and off the x87 chain), 0 <= k <= 256;
+//   below the table (k < 32 where b = 0, q = n/d below 1/8; k < 8 beside pi/2 and pi, q below
+//     1/32): atan q = q + q^3 P(q^2) (kAtanSmallPoly, relative error 2^-72.5), the tail q^3 P
+//     below q/190.  Where b = 0, q's rounding would be a whole error of the result: q's
+//     remainder n - q d (an exact product) over d joins the tail (kUnit: d = 1, q is n itself);
+//     beside pi/2 and pi it is at most 2^-70 of the result (1/128 ulp), and b + s q is a
+//     two-sum;
+//   from the table on: c = k/256, t = (n - c d)/(d + c n), |t| <= 1/512 plus 2^-20,
+//     atan(n/d) = atan(c) + t + t^3 A(t^2) (kAtanStepPoly, relative 2^-82).  c has 9 bits:
+//     with d = dh + dl cut into 32-bit halves, c dh is exact and n - c dh is exact (n is within
+//     d/500 of c d >= d/32); c dl is exact, and the one rounding of the numerator after it, the
+//     denominator's two and the quotient's leave t within 3 2^-64 of itself.  Where b = 0, |t|
+//     is below 1/60 of the result (at least atan(31.5/256) - 1/512); beside pi/2 and pi (at
+//     least pi/4) below 1/400: with the sums of the tail, below 0.05 ulp.  b + s atan(c) is
+//     exact: atan(c) >= 1/32 has a double head with an ulp of 2^-58 at least, b's head an ulp
+//     of 2^-52 or 2^-51, the sum at most 60 bits.
+// The rounded result is within 0.5 ulp plus about 0.05 ulp; in the directed modes every step
+// rounds in the caller's mode, within 1.1 ulp.
+constexpr int kTableFrom = 32;       // k/256 >= 1/8, b = 0
+constexpr int kTableFromBased = 8;   // k/256 >= 1/32, b = pi/2 or pi: the first row of kAtan256
+constexpr LD kNoBase[2] = {0.0L, 0.0L};
+inline LD atan_step(LD t2) {
+    const LD *c = kAtanStepPoly;
+    return (c[0] + t2 * c[1]) + (t2 * t2) * (c[2] + t2 * c[3]);
+}
+
+// The top 24 bits of a significand as a single-precision value in [1, 2) times 2^e.
+inline float top24(uint64_t m, int e) { return f32(uint32_t(127 + e) << 23 | uint32_t(m >> 40 & 0x7fffff)); }
+// round(256 n/d) for n/d = (mn/md) 2^e <= 1, e >= -6 (the significands' top bits).
+inline int k_of_ratio(uint64_t mn, uint64_t md, int e) {
+    float q = top24(mn, e + 8) / top24(md, 0);
+    return _mm_cvtt_ss2si(_mm_set_ss(q + 0.5f));
+}
+
+// kUnit: d = 1 (then q = n is exact and c d = c).
+template <bool kUnit>
+__attribute__((always_inline)) inline Pair atan_angle(LD n, LD d, int k, bool based, const LD b[2], LD s) {
+    if (k < (based ? kTableFromBased : kTableFrom)) {
+        LD q = kUnit ? n : n / d;
+        LD q2 = q * q;
+        LD tail = q * q2 * odd9(kAtanSmallPoly, q2);
+        if (based) {
+            LD h, e;
+            two_sum(b[0], s * q, h, e);
+            return {h, e + (b[1] + s * tail)};
+        }
+        if (!kUnit) {
+            LD p, pe;
+            two_prod(q, d, p, pe);
+            tail += ((n - p) - pe) / d;
+        }
+        return {s * q, s * tail};
+    }
+    LD c = LD(k) * 0x1p-8L, num;
+    if (kUnit) {
+        num = n - c;
+    } else {
+        LD dh, dl;
+        split32(d, dh, dl);
+        num = (n - c * dh) - c * dl;
+    }
+    LD t = num / (d + c * n);
+    LD t2 = t * t;
+    const double *a = kAtan256[k - kTableFromBased];
+    LD head = b[0] + s * LD(a[0]);
+    return {head, b[1] + s * (LD(a[1]) + (t + t * t2 * atan_step(t2)))};
+}
+
+// A radian result (head and tail) with the sign s (+-1, by a product: no branch) as the
+// function's value: rounded once, or turned into degrees as a pair first.
+inline LD angle_out(Pair p, LD s, bool deg) {
+    LD h = p.h * s, l = p.l * s;
+    if (!deg) return h + l;
+    return out(norm(h, l), true);
+}
+
 inline LD atan_body(LD x, bool deg) {
     Ext v = ext_in(x);
     uint32_t f = v.se & 0x7fff;
@@ -202,8 +284,16 @@ inline LD atan_body(LD x, bool deg) {
         return fr.finish(sum(sgn({kPi2[0], kPi2[1] - 0x1p-80L}, sx)));
     }
     LD a = __builtin_fabsl(opaque(load(x)));
-    Pair r = a <= 1.0L ? atan_frac({a, 0.0L}, {1.0L, 0.0L}) : addp(pc(kPi2), neg(atan_frac({1.0L, 0.0L}, {a, 0.0L})));
-    return fr.finish(out(sgn(r, sx), deg));
+    int e = int(f) - 0x3fff;
+    Pair r;
+    if (e < 0) {  // below 1: k = round(256 |x|) from the significand, 0 below 1/16
+        int k = e < -4 ? 0 : int(((v.m >> (54 - e)) + 1) >> 1);
+        r = atan_angle<true>(a, 1.0L, k, false, kNoBase, 1.0L);
+    } else {  // pi/2 - atan(1/|x|); k = round(256/|x|), 0 from 64 on
+        int k = e > 5 ? 0 : k_of_ratio(kOne64, v.m, -e);
+        r = atan_angle<false>(1.0L, a, k, true, kPi2D, -1.0L);
+    }
+    return fr.finish(angle_out(r, kSignOf[sx], deg));
 }
 
 // ---- angle of a point ------------------------------------------------------------------------------
@@ -241,7 +331,6 @@ inline LD atan2_body(LD y, LD x, bool deg) {
     X87Frame fr;
     LD my = from_ext(uy.m, 0x3fff), mx = from_ext(ux.m, 0x3fff);
     int d = uy.e - ux.e;
-    Pair a;
     if (d < -70) {
         Pair q = divp({my, 0.0L}, {mx, 0.0L});
         if (deg) q = mulp(q, pc(kRad2Deg));
@@ -257,9 +346,19 @@ inline LD atan2_body(LD y, LD x, bool deg) {
         return fr.finish(sum(p));
     }
     if (d > 70) d = 71;  // the angle is pi/2 less x/y, below 2^-70
-    a = atan2_pos({my * pow2l(d), 0.0L}, {mx, 0.0L});
-    if (sx) a = addp(pc(kPi), neg(a));
-    return fr.finish(out(sgn(a, sy), deg));
+    // The angle of (|x|, |y|) from the smaller over the larger: below the diagonal 0 + atan(y/x)
+    // (pi - atan for x < 0), above it pi/2 - atan(x/y) (pi/2 + for x < 0); y's sign last.
+    // k = 0 where the ratio is below 1/64.
+    LD ay = my * pow2l(d), ax = mx;
+    Pair a;
+    if (d < 0 || (d == 0 && uy.m <= ux.m)) {
+        int k = d < -5 ? 0 : k_of_ratio(uy.m, ux.m, d);
+        a = atan_angle<false>(ay, ax, k, sx, sx ? kPiD : kNoBase, kSignOf[sx]);
+    } else {
+        int k = d > 5 ? 0 : k_of_ratio(ux.m, uy.m, -d);
+        a = atan_angle<false>(ax, ay, k, true, kPi2D, -kSignOf[sx]);
+    }
+    return fr.finish(angle_out(a, kSignOf[sy], deg));
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 // terms below 1/240 and 1/1400 of it.  The pair is good to about 2^-71: the rounded sum is
 // within 0.5 + 2^-7 ulp.
 //
-// Arctangent of a fraction n/d <= 1 (pairs): k = nearest 32 n/d, c = k/32 (a breakpoint of
+// Arctangent of a fraction n/d <= 1 (pairs; the angle kernel's core): k = nearest 32 n/d, c = k/32 (a breakpoint of
 // the table), t = (n - c d)/(d + c n) with n - c d exact (c has 6 bits and n is within d/64
 // of c d) and |t| <= 1/64; atan(n/d) = atan(c) + t + t^3 A(t^2), atan(c) an extended pair,
 // A (Remez) with relative error below 2^-78: the pair is good to about 2^-90.
@@ -23,7 +23,6 @@
 extern "C" {
 TSR_HIDDEN int __libm_reduce_pi04l(const long double *x, int add, double out[2]);
 TSR_HIDDEN void __libm_expm1l_k80(long double out[2], const long double in[2]);
-TSR_HIDDEN void __libm_log1pl_k80(long double out[2], const long double in[2]);
 TSR_HIDDEN void __libm_normalizel_k80(tsr::x80::Scaled *p);
 }
 
@@ -285,19 +284,35 @@ inline Pair expm1_of(LD ax) {
     __libm_expm1l_k80(out, in);
     return {out[0], out[1]};
 }
-inline Pair log1p_of(Pair v) {
-    LD in[2] = {v.h, v.l}, out[2];
-    __libm_log1pl_k80(out, in);
-    return {out[0], out[1]};
-}
-// ln(2^k x) as a pair for a large positive x (x far from 1).
-inline Pair log_plus(LD x, int k) {
+// ln(2^k x) + rel as a head and a tail (not normalised: the tail may reach an ulp of the
+// head), for a positive x; rel is the relative tail of a pair x (1 + rel), |rel| <= 2^-62,
+// whose logarithm's second-order term (rel^2/2) is below 2^-124.  The tail joins last, so
+// that its quotient may run beside the core.
+inline Pair log_plus(LD x, int k, LD rel = 0.0L) {
     LD hi, lo;
     int e = log_parts(x, ext(x), hi, lo) + k;
     LD ef = e, s, t;
     two_sum(ef * kLn2_3[0], hi, s, t);
-    return norm(s, t + (lo + ef * kLn2_3[1] + ef * kLn2_3[2]));
+    return {s, t + (lo + ef * kLn2_3[1] + ef * kLn2_3[2] + rel)};
 }
+
+// ---- odd series ------------------------------------------------------------------------------
+// P(z) of f(x) = x + x^3 P(x^2) for 9 coefficients (x^3 .. x^19), by Estrin's scheme: the
+// series of atan, asinh, tanh and atanh below 1/8.
+inline LD odd9(const LD *c, LD z) {
+    LD z2 = z * z, z4 = z2 * z2;
+    LD p0 = (c[0] + z * c[1]) + z2 * (c[2] + z * c[3]);
+    LD p1 = (c[4] + z * c[5]) + z2 * (c[6] + z * c[7]);
+    return p0 + z4 * (p1 + z4 * c[8]);
+}
+// f(x) = x + x^3 P(x^2) for |x| < 1/8: the tail is below x/190, so that its roundings stay
+// below 1/190 ulp and the one sum rounds in the caller's mode, the sign with it.
+inline LD odd_series(const LD *c, LD x) {
+    LD z = x * x;
+    return x + x * z * odd9(c, z);
+}
+// +1 and -1 by a sign bit: a sign applied by a product, without a branch.
+constexpr LD kSignOf[2] = {1.0L, -1.0L};
 
 }  // namespace
 }  // namespace tsr::x80

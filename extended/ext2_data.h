@@ -10,9 +10,18 @@ extern const long double kC24[2];  // 1/24
 extern const long double kRad2Deg[2];  // 180/pi
 extern const long double kDeg2Rad_32[2];  // pi/180
 extern const long double kAtanTab[33][2];
+extern const double kAtan256[249][2];  // atan(k/256), k = 8..256
+extern const long double kPi2D[2];  // pi/2, a double head
+extern const long double kPiD[2];  // pi, a double head
 extern const long double kSinPoly[9];  // x^5 .. x^21, every second power
 extern const long double kCosPoly[8];  // x^6 .. x^20, every second power
 extern const long double kAtanPoly[6];  // x^3 .. x^13, every second power
+extern const long double kAtanSmallPoly[9];  // x^3 .. x^19, every second power
+extern const long double kSinhSmallPoly[9];  // x^3 .. x^19, every second power
+extern const long double kAsinhSmallPoly[9];  // x^3 .. x^19, every second power
+extern const long double kTanhSmallPoly[9];  // x^3 .. x^19, every second power
+extern const long double kAtanhSmallPoly[9];  // x^3 .. x^19, every second power
+extern const long double kAtanStepPoly[4];  // x^3 .. x^9, every second power
 extern const long double kAsinPoly[16];  // x^5 .. x^35, every second power
 
 }  // namespace tsr::x80

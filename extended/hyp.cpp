@@ -1,18 +1,20 @@
 // Hyperbolic functions and their inverses in extended precision, on the exponential and
 // logarithm kernels of the extended family.
 //
-//   sinh x   below 1: m = e^|x| - 1 as a pair (no cancellation near 0), sinh =
-//            (m + m/(m + 1))/2; from 1 on (E - 1/E)/2 with E = e^|x| as a pair, 1/E a pair
-//            quotient (the difference cancels by at most 1/(1 - e^-2) = 1.16); from |x| = 64
-//            on, e^|x|/2 (the other term is below 2^-180 of it);
-//   cosh x   E = e^|x| as a pair, (E + 1/E)/2; from 64 on e^|x|/2;
-//   tanh x   m = e^(2|x|) - 1, m/(m + 2); from 23 on 1 less a tiny amount (2e^-46 < 2^-65);
-//   asinh x  ln(1 + v) with v = |x| + x^2/(1 + sqrt(1 + x^2)) as a pair; from 2^33 on
-//            ln(2|x|) (the rest, 1/(4x^2), is below 2^-68 of it);
-//   acosh x  ln(1 + v) with t = x - 1 (exact) and v = t + sqrt(t (t + 2)); from 2^32 on ln(2x);
-//   atanh x  ln(1 + v)/2 with v = 2|x|/(1 - |x|).
-// Each is a pair rounded once (0.5 ulp plus about 2^-9 ulp); odd functions take the sign on
-// the pair before that rounding.  Below 2^-32 the result is x (or 1) and a tiny amount of the
+//   sinh x   below 1/8 its odd series; from 1/8 on (E - 1/E)/2 with E = e^|x| and 1/E = e^-|x|
+//            as pairs from one reduction; from |x| = 64 on, e^|x|/2 (the other term is below
+//            2^-180 of it);
+//   cosh x   (E + 1/E)/2 likewise; from 64 on e^|x|/2;
+//   tanh x   below 1/8 its odd series; then 1 - 2/(E + 1), E = e^(2|x|); from 23 on 1 less a
+//            tiny amount (2e^-46 < 2^-65);
+//   asinh x  below 1/8 its odd series; then ln(|x| + sqrt(1 + x^2)), the sum a pair; from 2^33
+//            on ln(2|x|) (the rest, 1/(4x^2), is below 2^-68 of it);
+//   acosh x  ln(x + sqrt(t (t + 2))) with t = x - 1 (exact); from 2^32 on ln(2x);
+//   atanh x  below 1/8 its odd series; then ln((1 + |x|)/(1 - |x|))/2, the quotient a pair.
+// Each is a pair rounded once (0.5 ulp plus about 2^-9 ulp), or a series whose tail is below
+// 1/190 of x (0.5 ulp plus its roundings, 1/100 ulp); odd functions take the sign on the pair
+// (by a product with +-1) before that rounding.  Everything runs in plain extended arithmetic
+// and the exact two-sums and products of the pairs, with no pair quotient.  Below 2^-32 the result is x (or 1) and a tiny amount of the
 // right sign.  Overflow is told from the scale and the rounded head, and reported after the
 // caller's control word is back.
 #include "extended/ext2_common.h"
@@ -32,9 +34,10 @@ struct SinhCosh {
     bool over;
 };
 constexpr uint32_t kBigField = 0x4005;  // |x| >= 64: e^-|x| drops out
-// From 1 on sinh is E - 1/E (halved) like cosh: 1/E is at most 0.37 of E, and the difference
-// loses at most a factor 1.16 of the pairs' accuracy.
-constexpr LD kDifferenceFrom = 1.0L;
+// From 1/8 on sinh is E - 1/E (halved) like cosh: 1/E is at most 0.89 of E, and the
+// difference loses at most a factor 4.5 of the pairs' accuracy (2^-73: 2^-70.8 of the result,
+// 1/60 ulp); below, its odd series.
+constexpr uint32_t kDifferenceFrom = 0x3ffc;  // exponent field of 1/8
 
 inline SinhCosh sinh_cosh(LD ax, uint32_t f, bool sx, bool want_s, bool want_c) {
     SinhCosh r{0.0L, 0.0L, false};
@@ -56,21 +59,22 @@ inline SinhCosh sinh_cosh(LD ax, uint32_t f, bool sx, bool want_s, bool want_c) 
         return r;
     }
     Pair E{0.0L, 0.0L}, iE{0.0L, 0.0L};
-    if (want_c || ax >= kDifferenceFrom) {
-        ExpPair e = exp_pair(ax, 0.0L);
-        LD sc = pow2l(e.k);
+    if (want_c || f >= kDifferenceFrom) {
+        // e^|x| and e^-|x| from one reduction: n, r and -n, -r give both pairs (no quotient)
+        LD rh, rl;
+        int n = exp_reduce(ax, 0.0L, rh, rl);
+        ExpPair e = exp_tail(n, rh, rl), ie = exp_tail(-n, -rh, -rl);
+        LD sc = pow2l(e.k), isc = pow2l(ie.k);
         E = {e.hi * sc, e.lo * sc};
-        iE = divp({1.0L, 0.0L}, E);
+        iE = {ie.hi * isc, ie.lo * isc};
     }
     if (want_s) {
-        Pair d;
-        if (ax >= kDifferenceFrom) {
-            d = addp(E, neg(iE));
+        if (f >= kDifferenceFrom) {
+            Pair d = addp(E, neg(iE));
+            r.s = sum(sgn(d, sx)) * 0.5L;
         } else {
-            Pair m = expm1_of(ax);
-            d = addp(m, divp(m, addp(m, {1.0L, 0.0L})));
+            r.s = odd_series(kSinhSmallPoly, sx ? -ax : ax);
         }
-        r.s = sum(sgn(d, sx)) * 0.5L;
     }
     if (want_c) r.c = sum(addp(E, iE)) * 0.5L;
     return r;
@@ -86,7 +90,9 @@ inline LD sinh_body(LD x) {
         return fr.finish(tiny_odd(opaque(load(x)), v, 1));
     }
     X87Frame fr;
-    SinhCosh r = sinh_cosh(__builtin_fabsl(opaque(load(x))), f, v.se >> 15, true, false);
+    LD xx = opaque(load(x));
+    if (f < kDifferenceFrom) return fr.finish(odd_series(kSinhSmallPoly, xx));
+    SinhCosh r = sinh_cosh(__builtin_fabsl(xx), f, v.se >> 15, true, false);
     LD y = fr.finish(r.s);
     if (__builtin_expect(r.over, 0)) return report(x, y, code::sinhl_overflow);
     return y;
@@ -125,6 +131,10 @@ inline void sinhcosh_body(LD x, LD *sp, LD *cp) {
     *sp = r.over ? report(x, s, code::sinhcoshl_overflow) : s;
 }
 
+// Below 1/8 the odd series of tanh, asinh and atanh (ext2_common.h, odd_series) in extended
+// arithmetic, on the signed argument.
+constexpr uint32_t kSeriesBelow = 0x3ffc;  // exponent field of 1/8
+
 inline LD tanh_body(LD x) {
     Ext v = ext_in(x);
     uint32_t f = v.se & 0x7fff;
@@ -141,10 +151,39 @@ inline LD tanh_body(LD x) {
         LD one = opaque(1.0L) - 0x1p-70L;
         return fr.finish(sx ? -one : one);
     }
-    LD ax = __builtin_fabsl(opaque(load(x)));
-    Pair m = expm1_of(ax + ax);
-    Pair t = divp(m, addp(m, {2.0L, 0.0L}));
-    return fr.finish(sum(sgn(t, sx)));
+    LD xx = opaque(load(x));
+    if (f < kSeriesBelow) return fr.finish(odd_series(kTanhSmallPoly, xx));
+    // 1 - u, u = 2/(E + 1), E = e^(2|x|) a pair (about 2^-73), E + 1 = dh + dl by a two-sum, u's
+    // head a quotient and its tail the remainder 2 - qh dh - qh dl (an exact product) over dh
+    // (as times qh/2).  From 1/8 on u <= 0.876 and tanh >= 0.124: E's error reaches the result
+    // as at most 0.56 of itself, 2^-6 ulp.
+    LD ax = __builtin_fabsl(xx);
+    ExpPair e = exp_pair(ax + ax, 0.0L);
+    LD sc = pow2l(e.k), dh, de;
+    two_sum(e.hi * sc, 1.0L, dh, de);
+    LD dl = de + e.lo * sc;
+    LD qh = 2.0L / dh, p, pe;
+    two_prod(qh, dh, p, pe);
+    LD ql = (((2.0L - p) - pe) - qh * dl) * (qh * 0.5L);
+    LD h, hl;
+    fast_two_sum(1.0L, -qh, h, hl);
+    LD sg = kSignOf[sx];
+    return fr.finish(h * sg + (hl - ql) * sg);
+}
+
+// ln(a + sqrt(S)) for a >= 0 and S = sh + sl (a pair), as a head and a tail: the root's head
+// rt = sqrt(sh) rounded, its correction res/(2 rt) with res = S - rt^2 (rt^2 an exact product,
+// sh - rt^2 exact); w = a + rt by a two-sum (wh + wl), and the rest of w relative to its head,
+// (wl + res/(2 rt))/wh in one quotient, joins the logarithm last.  w is good to about 2^-120
+// of itself.
+inline Pair log_of_root_sum(LD a, LD sh, LD sl) {
+    LD rt = fsqrt(sh), q, qe;
+    two_prod(rt, rt, q, qe);
+    LD res = ((sh - q) - qe) + sl;
+    LD wh, wl;
+    two_sum(a, rt, wh, wl);
+    LD r2 = rt + rt;
+    return log_plus(wh, 0, (r2 * wl + res) / (r2 * wh));
 }
 
 inline LD asinh_body(LD x) {
@@ -158,18 +197,21 @@ inline LD asinh_body(LD x) {
         return fr.finish(tiny_odd(opaque(load(x)), v, -1));
     }
     X87Frame fr;
-    LD ax = __builtin_fabsl(opaque(load(x)));
+    LD xx = opaque(load(x));
+    if (f < kSeriesBelow) return fr.finish(odd_series(kAsinhSmallPoly, xx));
+    LD ax = __builtin_fabsl(xx);
     Pair r;
     if (f >= 0x4020) {
         r = log_plus(ax, 1);
     } else {
-        LD p, pe;
+        // ln(|x| + sqrt(S)), S = 1 + x^2 an exact square and a two-sum
+        LD p, pe, sh, se;
         two_prod(ax, ax, p, pe);
-        Pair x2{p, pe};
-        Pair den = addp({1.0L, 0.0L}, sqrtp(addp({1.0L, 0.0L}, x2)));
-        r = log1p_of(addp({ax, 0.0L}, divp(x2, den)));
+        two_sum(1.0L, p, sh, se);
+        r = log_of_root_sum(ax, sh, se + pe);
     }
-    return fr.finish(sum(sgn(r, sx)));
+    LD sg = kSignOf[sx];
+    return fr.finish(r.h * sg + r.l * sg);
 }
 
 inline LD acosh_body(LD x) {
@@ -187,13 +229,17 @@ inline LD acosh_body(LD x) {
     if (f >= 0x401f) {
         r = log_plus(ax, 1);
     } else {
-        LD t = ax - 1.0L;  // exact below 2^64
-        LD b, be;
+        // ln(x + sqrt(S)), S = x^2 - 1 = t (t + 2) with t = x - 1 (exact below 2^64), t + 2 =
+        // b + be and t b exact pairs.  Near 1 the result is about sqrt(2t) and w - 1 is exact in
+        // its head, which the logarithm's series near 1 takes whole: the pair is good to about
+        // 2^-80 of the result there too.
+        LD t = ax - 1.0L;
+        LD b, be, p, pe;
         two_sum(t, 2.0L, b, be);
-        Pair s = sqrtp(mulp({t, 0.0L}, {b, be}));
-        r = log1p_of(addp({t, 0.0L}, s));
+        two_prod(t, b, p, pe);
+        r = log_of_root_sum(ax, p, pe + t * be);
     }
-    return fr.finish(sum(r));
+    return fr.finish(r.h + r.l);
 }
 
 inline LD atanh_body(LD x) {
@@ -214,11 +260,20 @@ inline LD atanh_body(LD x) {
         return fr.finish(tiny_odd(opaque(load(x)), v, 1));
     }
     X87Frame fr;
-    LD ax = __builtin_fabsl(opaque(load(x)));
-    LD a, ae;
-    two_sum(1.0L, -ax, a, ae);
-    Pair r = log1p_of(divp({ax + ax, 0.0L}, {a, ae}));
-    return fr.finish(sum(sgn(r, sx)) * 0.5L);
+    LD xx = opaque(load(x));
+    if (f < kSeriesBelow) return fr.finish(odd_series(kAtanhSmallPoly, xx));
+    // ln(q)/2, q = (1 + |x|)/(1 - |x|): numerator and denominator exact pairs (two-sums), q's
+    // head a quotient, its relative tail the remainder (an exact product) over the numerator.
+    LD ax = __builtin_fabsl(xx);
+    LD nh, nl, dh, dl;
+    two_sum(1.0L, ax, nh, nl);
+    two_sum(1.0L, -ax, dh, dl);
+    LD qh = nh / dh, p, pe;
+    two_prod(qh, dh, p, pe);
+    LD rel = (((nh - p) - pe) + (nl - qh * dl)) / nh;
+    Pair r = log_plus(qh, 0, rel);
+    LD sg = kSignOf[sx] * 0.5L;
+    return fr.finish(r.h * sg + r.l * sg);
 }
 
 }  // namespace

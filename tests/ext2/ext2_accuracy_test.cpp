@@ -1,8 +1,9 @@
 // Accuracy of the extended trigonometric, inverse trigonometric, degree and hyperbolic
 // functions against MPFR on the shared sweep: 100,000 arguments per function (the whole
 // domain log-uniformly, and the regions where the design changes: pi/4 and the Cody-Waite
-// limits 2^17 and 2^30, the breakpoints of the arctangent, 1/2 for arcsine, 23 and 64 for the
-// hyperbolic functions), four rounding modes, flags checked.  Bounds: 0.6 ulp in
+// limits 2^17 and 2^30, the breakpoints of the arctangent (ratios 2^-6 to 2^6), 1/2 for
+// arcsine, 1/8 (the odd series), 23 and 64 for the hyperbolic functions), four rounding modes,
+// flags checked.  Bounds: 0.6 ulp in
 // round-to-nearest, 2 ulp in the directed modes.
 #include <gtest/gtest.h>
 
@@ -42,21 +43,25 @@ void run_all(double scale) {
     for (const char *f : {"sindl", "cosdl", "tandl", "cotdl"}) th::sweep(plan(fn(f), deg, scale));
     th::sweep(bounded(th::Sweep<LD>{sincos_f("sincosdl"), deg}, scale));
     // inverse functions
-    std::vector<th::Region<LD>> unit = {{40000, {0x1p-40L, 1.0L, Dist::log_uniform, true}},
-                                        {40000, {-1.0L, 1.0L, Dist::uniform}},
+    std::vector<th::Region<LD>> unit = {{30000, {0x1p-40L, 1.0L, Dist::log_uniform, true}},
+                                        {30000, {-1.0L, 1.0L, Dist::uniform}},
+                                        {20000, {0x1p-4L, 0x1p-2L, Dist::log_uniform, true}},
                                         {20000, {0.99L, 1.0L, Dist::uniform, true}}};
     for (const char *f : {"asinl", "acosl", "asindl", "acosdl", "atanhl"}) th::sweep(plan(fn(f), unit, scale));
-    std::vector<th::Region<LD>> line = {{50000, {tiny, big, Dist::log_uniform, true}},
-                                        {50000, {-40.0L, 40.0L, Dist::uniform}}};
+    std::vector<th::Region<LD>> line = {{40000, {tiny, big, Dist::log_uniform, true}},
+                                        {30000, {-40.0L, 40.0L, Dist::uniform}},
+                                        {30000, {0x1p-6L, 0x1p6L, Dist::log_uniform, true}}};
     for (const char *f : {"atanl", "atandl", "asinhl"}) th::sweep(plan(fn(f), line, scale));
     th::sweep(plan(fn("acoshl"), {{50000, {1.0L, big}}, {50000, {1.0L, 3.0L, Dist::uniform}}}, scale));
     for (const char *f : {"atan2l", "atan2dl"})
-        th::sweep(plan(fn2(f), {{50000, {-4.0L, 4.0L, Dist::uniform}, {-4.0L, 4.0L, Dist::uniform}},
-                                {50000, {tiny, big, Dist::log_uniform, true}, {tiny, big, Dist::log_uniform, true}}},
+        th::sweep(plan(fn2(f), {{40000, {-4.0L, 4.0L, Dist::uniform}, {-4.0L, 4.0L, Dist::uniform}},
+                                {30000, {0x1p-6L, 0x1p6L, Dist::log_uniform, true}, {1.0L, 2.0L, Dist::uniform, true}},
+                                {30000, {tiny, big, Dist::log_uniform, true}, {tiny, big, Dist::log_uniform, true}}},
                        scale));
     // hyperbolic
-    std::vector<th::Region<LD>> hyp = {{40000, {0x1p-40L, 64.0L, Dist::log_uniform, true}},
-                                       {30000, {-30.0L, 30.0L, Dist::uniform}},
+    std::vector<th::Region<LD>> hyp = {{30000, {0x1p-40L, 64.0L, Dist::log_uniform, true}},
+                                       {20000, {-30.0L, 30.0L, Dist::uniform}},
+                                       {20000, {0x1p-4L, 0x1p-2L, Dist::log_uniform, true}},
                                        {30000, {60.0L, 11357.2L, Dist::log_uniform, true}}};
     for (const char *f : {"sinhl", "coshl", "tanhl"}) th::sweep(plan(fn(f), hyp, scale));
     th::sweep(bounded(th::Sweep<LD>{sincos_f("sinhcoshl"), hyp}, scale));

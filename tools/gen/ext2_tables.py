@@ -8,7 +8,19 @@ Run: python3 tools/gen/ext2_tables.py [--out DIR]
                       |r| <= 0.7855 (pi/4 and the margin of a reduction in a directed mode);
   kAtanPoly           atan t = t + t^3 A(t^2) on |t| <= 1/64 plus a margin;
   kAsinPoly           asin x = x + x^3/6 + x^5 Q(x^2) on |x| <= 1/2;
-  kAtanTab[33]        atan(k/32), k = 0..32, the breakpoints of atanl, as extended pairs;
+  kAtanTab[33]        atan(k/32), k = 0..32, the breakpoints of the angle kernel, as extended pairs;
+  kAtanSmallPoly      atan z = z + z^3 P(z^2) on |z| <= 1/8 plus a margin (atanl, atan2l below
+                      the table);
+  kSinhSmallPoly,     sinh, asinh, tanh, atanh x = x + x^3 P(x^2) on |x| <= 1/8 plus a margin
+  kAsinhSmallPoly,    (the hyperbolic functions below 1/8; the same shape as kAtanSmallPoly);
+  kTanhSmallPoly,
+  kAtanhSmallPoly
+  kAtanStepPoly       atan t = t + t^3 A(t^2) on |t| <= 1/256 plus a margin (the step beyond a
+                      breakpoint of kAtan256);
+  kAtan256[249]       atan(k/256), k = 8..256, the breakpoints of atanl and atan2l, as double
+                      pairs (head nearest, tail nearest the rest: 106 bits);
+  kPi2D, kPiD         pi/2 and pi with a double head (so that head - atan(k/256)'s head is exact in
+                      extended) and the extended nearest the rest;
   constants           pi/2, pi, 1/6, 1/24, 180/pi as extended pairs (head nearest, tail nearest the
                       rest), and pi/180 with a head of 32 bits (its product with a 32-bit half
                       is exact).
@@ -16,7 +28,7 @@ Fits are Remez exchanges with extended coefficients; each states its interval an
 measured with the coefficients as rounded (the fixed low terms exact)."""
 from fractions import Fraction
 
-from mpmath import mp, mpf, sin, cos, atan, asin
+from mpmath import mp, mpf, sin, cos, atan, asin, sinh, asinh, tanh, atanh
 
 import tsrgen as g
 
@@ -57,6 +69,21 @@ out.extend(g.c_array("alignas(16) const long double kAtanTab[33][2]", ["{%s, %s}
                      "atan(k/32), k = 0..32: the extended nearest and the extended nearest the rest."))
 out.append("")
 hdr.append("extern const long double kAtanTab[33][2];")
+rows = []
+for k in range(8, 257):
+    v = atan(mpf(k) / 256)
+    h = g.to_format(v, g.BINARY64)
+    rows.append("{%s, %s}" % (g.hexfloat(h), g.hexfloat(g.to_format(v - h, g.BINARY64))))
+out.extend(g.c_array("alignas(16) const double kAtan256[249][2]", rows, 1,
+                     "atan(k/256), k = 8..256 (row k - 8): the double nearest and the double nearest the rest."))
+out.append("")
+hdr.append("extern const double kAtan256[249][2];  // atan(k/256), k = 8..256")
+for name, v, what in (("kPi2D", mp.pi / 2, "pi/2"), ("kPiD", mp.pi, "pi")):
+    h = g.to_format(v, g.BINARY64)
+    out.append("// %s: the double nearest and the extended nearest the rest." % what)
+    out.append("const long double %s[2] = {%s, %s};" % (name, hx(h), hx(g.to_format(v - h, g.X87))))
+    hdr.append("extern const long double %s[2];  // %s, a double head" % (name, what))
+out.append("")
 
 
 # ---- polynomials ------------------------------------------------------------------------------
@@ -92,6 +119,10 @@ fit("kSinPoly", sin, -R, R, 21, {1: Fraction(1), 3: Fraction(-1, 6)}, "odd", "si
 fit("kCosPoly", cos, -R, R, 20, {0: Fraction(1), 2: Fraction(-1, 2), 4: Fraction(1, 24)}, "even", "cos r", -75)
 T = mpf(1) / 64 * mpf("1.01")
 fit("kAtanPoly", atan, -T, T, 13, {1: Fraction(1)}, "odd", "atan t", -78)
+fit("kAtanSmallPoly", atan, -mpf(1) / 8 * mpf("1.01"), mpf(1) / 8 * mpf("1.01"), 19, {1: Fraction(1)}, "odd", "atan z", -70)
+for name, f in (("kSinhSmallPoly", sinh), ("kAsinhSmallPoly", asinh), ("kTanhSmallPoly", tanh), ("kAtanhSmallPoly", atanh)):
+    fit(name, f, -mpf(1) / 8 * mpf("1.01"), mpf(1) / 8 * mpf("1.01"), 19, {1: Fraction(1)}, "odd", name[1:-9].lower() + " x", -72)
+fit("kAtanStepPoly", atan, -mpf(1) / 256 * mpf("1.01"), mpf(1) / 256 * mpf("1.01"), 9, {1: Fraction(1)}, "odd", "atan t", -76)
 fit("kAsinPoly", asin, -mpf(1) / 2, mpf(1) / 2, 35, {1: Fraction(1), 3: Fraction(1, 6)}, "odd", "asin x", -71)
 
 out.append("}  // namespace tsr::x80")
