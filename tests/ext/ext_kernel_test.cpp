@@ -7,7 +7,6 @@
 
 #include "ext_funcs.h"
 
-#include "ext_pair_error.h"
 #include "extended/ext_kernels.h"
 
 using Scaled = tsr_scaled_pair;
@@ -21,7 +20,7 @@ double rel_err_log2(LD h, LD l, long e, th::MpFn1 f, LD x) {
     th::Mp ref(256), a(256);
     th::set(a, x);
     f(ref, a, MPFR_RNDN);
-    return extt::pair_rel_err_log2(h, l, e, ref);
+    return th::pair_err_log2({h, l, e}, ref);
 }
 
 TEST(ExtKernels, Exp) {

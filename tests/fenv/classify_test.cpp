@@ -193,15 +193,21 @@ std::vector<Pat<__float128>> quads() {
 
 int flags_around() { return fpu::sse_flags() | fpu::x87_flags(); }
 
+// Every name of a member, as calls.
+template <class R, class... A> th::Calls<R, A...> named_calls(const char *root, const std::string &sfx) {
+    th::Calls<R, A...> c;
+    for (const auto &name : names(root, sfx))
+        if (void *p = sym(name)) th::add_call(c, name.c_str(), reinterpret_cast<R (*)(A...)>(p));
+    return c;
+}
+std::string what(const auto &p) { return std::string(p.neg ? "-" : "+") + p.what; }
+
 // ---- classification -------------------------------------------------------------------------
+// Every pattern through every name of each member in every mode: the answer its class gives,
+// and no flag at all (the denormal flag included).
 template <class T>
 void check_classify(const std::string &sfx, const std::vector<Pat<T>> &pats) {
-    using Fn = int (*)(T);
-    struct Member {
-        const char *root;
-        int (*expect)(const Pat<T> &);
-    };
-    const Member members[] = {
+    const std::pair<const char *, int (*)(const Pat<T> &)> members[] = {
         {"fpclassify", [](const Pat<T> &p) { return p.cls; }},
         {"finite", [](const Pat<T> &p) { return int(p.cls != FP_NAN && p.cls != FP_INFINITE); }},
         {"isinf", [](const Pat<T> &p) { return p.cls == FP_INFINITE ? (p.neg ? -1 : 1) : 0; }},
@@ -209,23 +215,11 @@ void check_classify(const std::string &sfx, const std::vector<Pat<T>> &pats) {
         {"isnormal", [](const Pat<T> &p) { return int(p.cls == FP_NORMAL); }},
         {"signbit", [](const Pat<T> &p) { return int(p.neg); }},
     };
-    for (const auto &m : members) {
-        for (const auto &name : names(m.root, sfx)) {
-            auto fn = reinterpret_cast<Fn>(sym(name));
-            if (!fn) continue;
-            for (const auto &mode : th::kModes) {
-                th::ModeGuard g(mode.fe);
-                for (const auto &p : pats) {
-                    fpu::clear_all();
-                    int r = fn(p.v);
-                    int fl = flags_around();
-                    EXPECT_EQ(r, m.expect(p))
-                        << name << "(" << (p.neg ? "-" : "+") << p.what << ") " << mode.name;
-                    EXPECT_EQ(fl, 0)
-                        << name << "(" << (p.neg ? "-" : "+") << p.what << ") raised, " << mode.name;
-                }
-            }
-        }
+    for (const auto &[root, expect] : members) {
+        auto calls = named_calls<int, T>(root, sfx);
+        for (const auto &p : pats)
+            th::check_calls(std::string(root) + " of " + what(p), calls, {{p.v}}, th::ALL_MODES,
+                            [&](const auto &, const auto &, int) { return th::Expect<int>{expect(p), th::CHECK_DE}; });
     }
 }
 
@@ -241,7 +235,6 @@ TEST(Classify, Binary128) { check_classify<__float128>("q", quads()); }
 // raises invalid in an ordered comparison; nothing else raises anything.
 template <class T>
 void check_compare(const std::string &sfx, const std::vector<Pat<T>> &pats, bool snan_raises) {
-    using Fn = int (*)(T, T);
     struct Member {
         const char *root;
         bool ordered;
@@ -256,29 +249,15 @@ void check_compare(const std::string &sfx, const std::vector<Pat<T>> &pats, bool
         {"isunordered", false, [](int, int) { return false; }},
     };
     for (const auto &m : members) {
-        for (const auto &name : names(m.root, sfx)) {
-            auto fn = reinterpret_cast<Fn>(sym(name));
-            if (!fn) continue;
-            for (const auto &mode : th::kModes) {
-                th::ModeGuard g(mode.fe);
-                for (const auto &x : pats) {
-                    for (const auto &y : pats) {
-                        bool unord = x.cls == FP_NAN || y.cls == FP_NAN;
-                        int want = unord ? !m.ordered : m.holds(x.rank, y.rank);
-                        int want_flags =
-                            snan_raises && m.ordered && (x.snan || y.snan) ? FE_INVALID : 0;
-                        fpu::clear_all();
-                        int r = fn(x.v, y.v);
-                        int fl = flags_around();
-                        if (r != want || fl != want_flags)
-                            ADD_FAILURE() << name << "(" << (x.neg ? "-" : "+") << x.what << ", "
-                                          << (y.neg ? "-" : "+") << y.what << ") = " << r
-                                          << " flags " << fl << ", want " << want << " flags "
-                                          << want_flags << ", " << mode.name;
-                    }
-                }
+        auto calls = named_calls<int, T, T>(m.root, sfx);
+        for (const auto &x : pats)
+            for (const auto &y : pats) {
+                bool unord = x.cls == FP_NAN || y.cls == FP_NAN;
+                int want = unord ? !m.ordered : m.holds(x.rank, y.rank);
+                int flags = (snan_raises && m.ordered && (x.snan || y.snan) ? FE_INVALID : 0) | th::CHECK_DE;
+                th::check_calls(std::string(m.root) + " of " + what(x) + ", " + what(y), calls, {{x.v, y.v}},
+                                th::ALL_MODES, [&](const auto &, const auto &, int) { return th::Expect<int>{want, flags}; });
             }
-        }
     }
 }
 

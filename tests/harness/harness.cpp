@@ -121,7 +121,11 @@ void clear_flags() {
 }
 
 static thread_local int g_code = -1;
-static void record_code(int code) { g_code = code; }
+static thread_local uint64_t g_controls_at_report = 0;
+static void record_code(int code) {
+    g_code = code;
+    g_controls_at_report = rounding_controls();
+}
 
 void begin_observe() {
     if (&__libm_error_observer) __libm_error_observer = record_code;
@@ -130,8 +134,7 @@ void begin_observe() {
     clear_flags();
 }
 Outcome end_observe() {
-    Outcome o{flags_raised(), errno, g_code};
-    return o;
+    return {flags_raised(), errno, g_code, int((read_mxcsr() | read_sw()) & DE_FLAG), g_controls_at_report};
 }
 
 std::string flags_str(int f) {
@@ -141,6 +144,7 @@ std::string flags_str(int f) {
     if (f & FE_OVERFLOW) s += "overflow ";
     if (f & FE_UNDERFLOW) s += "underflow ";
     if (f & FE_INEXACT) s += "inexact ";
+    if (f & DE_FLAG) s += "denormal ";
     if (s.empty()) return "none";
     s.pop_back();
     return s;
@@ -874,7 +878,41 @@ std::vector<SweepResult> every_float(const Sweep<float> &s, uint32_t lo, uint32_
     return results;
 }
 
+double pair_err_log2(const Pair &p, mpfr_srcptr exact) {
+    const auto [h, l, e] = p;
+    if (mpfr_nan_p(exact)) return h != h ? -300 : 1000;
+    if (mpfr_inf_p(exact)) return is_inf(h) && std::signbit(h) == bool(mpfr_signbit(exact)) ? -300 : 1000;
+    if (h != h || is_inf(h) || l != l || is_inf(l)) return 1000;
+    if (mpfr_zero_p(exact)) return h == 0 && l == 0 && std::signbit(h) == bool(mpfr_signbit(exact)) ? -300 : 1000;
+    Mp got(400), t(400);
+    set(got, h);
+    set(t, l);
+    mpfr_add(got, got, t, MPFR_RNDN);
+    mpfr_mul_2si(got, got, e, MPFR_RNDN);
+    mpfr_sub(got, got, exact, MPFR_RNDN);
+    mpfr_div(got, got, exact, MPFR_RNDN);
+    double d = std::fabs(mpfr_get_d(got, MPFR_RNDN));
+    return d == 0 ? -300 : std::log2(d);
+}
+Expect<Pair> pair_within(mpfr_srcptr exact, double bits) {
+    auto ref = std::make_shared<Mp>(mpfr_get_prec(exact));
+    mpfr_set(*ref, exact, MPFR_RNDN);
+    Expect<Pair> e{{}, ANY_FLAGS, ANY_ERRNO, ANY_CODE};
+    e.accept = [ref, bits](const Pair &p) { return pair_err_log2(p, *ref) < bits; };
+    char b[96];
+    mpfr_snprintf(b, sizeof b, "a pair within 2^%g of %.24Rg", bits, exact);
+    e.rule = b;
+    return e;
+}
+
 namespace detail {
+std::string text(__float128 x) {
+    Mp m(113);
+    set(m, x);
+    char b[80];
+    mpfr_snprintf(b, sizeof b, "%Ra", (mpfr_srcptr)m);
+    return b;
+}
 std::string text(long double x) {
     char b[64];
     std::snprintf(b, sizeof b, "%La", x);
