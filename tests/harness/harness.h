@@ -406,6 +406,11 @@ template <class T> struct Sweep {
     // Flag checks left out for a tier (tier_bit of the variant) and input: known faults, each
     // named where the Sweep is written.
     std::function<bool(unsigned tier, const T *in)> flags_excused = nullptr;
+    // References formed first at 2p + 24 bits (p the format's) and again at 256 only where
+    // that value lies within 2^-40 half-ulp of a representable value or a midpoint: the same
+    // roundings, exactness, flags and ulps (to 2^-40) as at 256 bits, for references that are
+    // slow at 256 bits (MPFR's erfc far in its tail).  The reference must be good to 2^-(2p+20).
+    bool two_stage_refs = false;
 };
 struct SweepResult {
     std::string variant, mode;

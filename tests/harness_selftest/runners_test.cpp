@@ -140,6 +140,35 @@ TEST(Runners, SweepPassesCorrectlyRoundedFunctions) {
     th::sweep(th::Sweep<double>{sq, {{5000, {0x1p-500, 0x1p500}}}});
 }
 
+// References in two stages: the same figures as at 256 bits (to 2^-40 ulp), with exact
+// results among them (the roots of squares, every float square root of a block), and the
+// same faults caught.
+TEST(Runners, TwoStageReferencesAgree) {
+    auto same = [](const std::vector<th::SweepResult> &a, const std::vector<th::SweepResult> &b) {
+        ASSERT_EQ(a.size(), b.size());
+        for (size_t i = 0; i < a.size(); ++i)
+            EXPECT_TRUE(std::fabs(a[i].max_ulp - b[i].max_ulp) < 0x1p-40 && a[i].worst == b[i].worst && a[i].bad_flags == b[i].bad_flags)
+                << a[i].variant << " " << a[i].mode << ": " << a[i].max_ulp << " and " << b[i].max_ulp;
+    };
+    th::Sweep<double> s{sqrt_func(hw_sqrt), {{20000, {0x1p-1074, 0x1p1023}}}};
+    s.gen = [](std::vector<double> &out, size_t n, uint64_t seed) {
+        for (double x : th::uniform<double>(1.0, 0x1p26, n, seed)) out.push_back(std::floor(x) * std::floor(x));
+    };
+    s.gen_n = 5000;
+    auto one = th::sweep(s);
+    s.two_stage_refs = true;
+    same(one, th::sweep(s));
+    s.f = sqrt_func(sqrt_no_inexact);
+    auto f = failures([&] { th::sweep(s); });
+    EXPECT_NE(f.second.find("no inexact for an inexact result"), std::string::npos) << f.second;
+    th::Func<float> sf{"sqrtf", 1, 1, {th::mpfr_ref(mpfr_sqrt)}, {}};
+    sf.add("ex", tsr::Tier::ex, hw_sqrtf);
+    th::Sweep<float> fs{sf, {}};
+    auto fone = th::every_float(fs, 0x40800000u, 0x4080ffffu);  // from 4 up: exact roots among them
+    fs.two_stage_refs = true;
+    same(fone, th::every_float(fs, 0x40800000u, 0x4080ffffu));
+}
+
 TEST(Runners, SweepCatchesEachFault) {
     th::Sweep<double> s{sqrt_func(sqrt_ulp_off), {{5000, {1.0, 8.0, th::Dist::uniform}}}};
     auto f = failures([&] { th::sweep(s); });
