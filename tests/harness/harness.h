@@ -655,6 +655,16 @@ template <class T> Calls<std::array<T, 2>, std::array<T, 2>> calls(const Func<T>
                      }});
     return c;
 }
+// f(-x) = -f(x) (odd) or f(x) (even) bit for bit on xs, in every variant and in nearest.
+template <class T> int check_symmetry(const Func<T> &f, const std::vector<T> &xs, bool odd) {
+    using A = std::array<T, 2>;
+    std::vector<std::tuple<A>> in;
+    for (T x : xs) in.push_back({A{x, T(0)}});
+    return check_calls(f.name, calls(f), in, RN, [odd](const auto &c, const std::tuple<A> &a, int) {
+        T m = c.fn(A{-std::get<0>(a)[0], T(0)})[0];
+        return Expect<A>{A{odd ? -m : m, T(0)}, ANY_FLAGS, ANY_ERRNO, ANY_CODE};
+    });
+}
 // Every call at 53- and 24-bit x87 precision in every mode gives what it gives at 64 bits,
 // leaves the controls as it found them and has them back already when it reports an error.
 template <class R, class... A>
