@@ -422,6 +422,13 @@ struct SweepResult {
 // its modes, prints one "[  ACCURACY]" line per variant and mode, and fails where a maximum
 // passes its bound, a call raises a wrong flag, or the rounding controls change.
 template <class T> std::vector<SweepResult> sweep(const Sweep<T> &plan);
+// Each plan with its inputs scaled by `scale` (the Long run's 10 million).
+template <class T> void sweep_all(std::vector<Sweep<T>> plans, double scale) {
+    for (auto &s : plans) {
+        s.scale = scale;
+        sweep(s);
+    }
+}
 
 // Every float input (bits lo..hi inclusive, all of them by default) in every variant and the
 // plan's modes, on every core; same bounds and lines as sweep (regions and points unused).

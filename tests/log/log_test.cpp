@@ -253,8 +253,5 @@ TEST(LogLong, EveryFloat) {
     for (auto s : {plan_logf(), plan_log2f(), plan_log10f(), plan_log1pf()}) every_float(s);
 }
 TEST(LogLong, Doubles) {
-    for (auto s : {plan_log(), plan_log2(), plan_log10(), plan_log1p(), plan_log2p1()}) {
-        s.scale = 100;
-        sweep(s);
-    }
+    sweep_all<double>({plan_log(), plan_log2(), plan_log10(), plan_log1p(), plan_log2p1()}, 100);
 }

@@ -188,8 +188,5 @@ TEST(TrigLong, Floats) {
     every_float(sincosf_plan());
 }
 TEST(TrigLong, Doubles) {
-    for (auto s : {sin_plan(), cos_plan(), tan_plan(), cot_plan(), sincos_plan()}) {
-        s.scale = 10;
-        sweep(s);
-    }
+    sweep_all<double>({sin_plan(), cos_plan(), tan_plan(), cot_plan(), sincos_plan()}, 10);
 }
