@@ -404,9 +404,7 @@ TEST(DegLong, Floats) {
     every_float(sincosdf_plan());
 }
 TEST(DegLong, Doubles) {
-    for (auto s : {sind_plan(), cosd_plan(), tand_plan(), cotd_plan(), sincosd_plan(), asind_plan(),
-                   acosd_plan(), atand_plan(), atan2d_plan()}) {
-        s.scale = 100;
-        sweep(s);
-    }
+    sweep_all<double>({sind_plan(), cosd_plan(), tand_plan(), cotd_plan(), sincosd_plan(), asind_plan(), acosd_plan(),
+                       atand_plan(), atan2d_plan()},
+                      100);
 }

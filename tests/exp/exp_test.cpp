@@ -191,8 +191,5 @@ TEST(ExpLong, Floats) {
     every_float(exp10f_plan());
 }
 TEST(ExpLong, Doubles) {
-    for (auto s : {exp_plan(), exp2_plan(), exp10_plan()}) {
-        s.scale = 60;
-        sweep(s);
-    }
+    sweep_all<double>({exp_plan(), exp2_plan(), exp10_plan()}, 60);
 }

@@ -10,27 +10,18 @@ extern "C" long double __invsqrtl(long double) noexcept;
 namespace extt {
 
 using LD = long double;
-using F1 = LD (*)(LD);
 
 inline int mp_invsqrt(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_rec_sqrt(r, x, m); }
-
-// A function without tiers: its one body and its entry.
-inline th::Func<LD> plain(const char *name, th::MpFn1 ref, F1 body, F1 entry) {
-    th::Func<LD> f{name, 1, 1, {th::mpfr_ref(ref)}, {}};
-    f.add("ex", tsr::Tier::ex, body);
-    f.entry(entry);
-    return f;
-}
 
 inline th::Func<LD> fn(const char *name) {
     std::string n = name;
     if (n == "expl") return th::func<LD>("expl", mpfr_exp, tsr_tiers_expl).entry(expl);
     if (n == "exp2l") return th::func<LD>("exp2l", mpfr_exp2, tsr_tiers_exp2l).entry(exp2l);
     if (n == "exp10l") return th::func<LD>("exp10l", mpfr_exp10, tsr_tiers_exp10l).entry(exp10l);
-    if (n == "expm1l") return plain("expm1l", mpfr_expm1, expm1l_local, expm1l);
+    if (n == "expm1l") return th::func<LD>("expm1l", mpfr_expm1, expm1l_local, expm1l);
     if (n == "logl") return th::func<LD>("logl", mpfr_log, tsr_tiers_logl).entry(logl);
-    if (n == "log2l") return plain("log2l", mpfr_log2, log2l_local, log2l);
-    if (n == "log10l") return plain("log10l", mpfr_log10, log10l_local, log10l);
+    if (n == "log2l") return th::func<LD>("log2l", mpfr_log2, log2l_local, log2l);
+    if (n == "log10l") return th::func<LD>("log10l", mpfr_log10, log10l_local, log10l);
     if (n == "log1pl") return th::func<LD>("log1pl", mpfr_log1p, tsr_tiers_log1pl).entry(log1pl);
     if (n == "sqrtl")
         return th::func<LD>("sqrtl", mpfr_sqrt, tsr_tiers_sqrtl).entry(sqrtl).add("square_root_x87", tsr::Tier::ex, __libm_square_root_x87);
@@ -41,12 +32,5 @@ inline th::Func<LD> fn(const char *name) {
 }
 inline th::Func<LD> powl_f() { return th::func<LD>("powl", mpfr_pow, tsr_tiers_powl).entry(powl); }
 inline th::Func<LD> hypotl_f() { return th::func<LD>("hypotl", mpfr_hypot, tsr_tiers_hypotl).entry(hypotl); }
-
-inline LD ld(uint64_t m, uint16_t se) {
-    LD x = 0;
-    __builtin_memcpy(&x, &m, 8);
-    __builtin_memcpy(reinterpret_cast<char *>(&x) + 8, &se, 2);
-    return x;
-}
 
 }  // namespace extt

@@ -7,7 +7,6 @@
 
 #include "ext_funcs.h"
 
-#include "ext_pair_error.h"
 #include "extended/ext_kernels.h"
 
 using Scaled = tsr_scaled_pair;
@@ -16,57 +15,51 @@ namespace {
 
 using extt::LD;
 
-// log2 of the relative error of (h + l) 2^e against MPFR's f(x).
-double rel_err_log2(LD h, LD l, long e, th::MpFn1 f, LD x) {
-    th::Mp ref(256), a(256);
-    th::set(a, x);
-    f(ref, a, MPFR_RNDN);
-    return extt::pair_rel_err_log2(h, l, e, ref);
+using th::Pair;
+using Xs = std::vector<std::tuple<LD>>;
+
+// A kernel's pair against MPFR's f at each argument, in nearest (the mode their callers run
+// them in), the caller's controls unchanged after.
+void check_kernel(const char *name, std::function<Pair(LD)> k, th::MpFn1 f, double bits, const Xs &xs) {
+    th::check_calls(name, th::Calls<Pair, LD>{{name, tsr::Tier::ex, k}}, xs, th::RN,
+                    [f, bits](const auto &, const std::tuple<LD> &in, int) {
+                        th::Mp ref(256);
+                        th::ref(ref, f, std::get<0>(in));
+                        return th::pair_within(ref, bits);
+                    });
 }
 
 TEST(ExtKernels, Exp) {
-    LD in[2] = {0.0L, 0.0L}, out[2];
-    EXPECT_EQ(__libm_expl_k80(out, in), 0);
-    EXPECT_EQ(out[0], 1.0L);
-    EXPECT_EQ(out[1], 0.0L);
-    in[0] = -INFINITY;
-    __libm_expl_k80(out, in);
-    EXPECT_EQ(out[0], 0.0L);
-    EXPECT_EQ(out[1], 0.0L);
-    for (LD x : {0.3L, -7.25L, 11000.5L, -11300.0L, 0x1p-40L}) {
-        in[0] = x;
-        int k = __libm_expl_k80(out, in);
-        EXPECT_LT(rel_err_log2(out[0], out[1], k, mpfr_exp, x), -72) << double(x);
-        k = __libm_exp2l_k80(out, in, 3);
-        EXPECT_LT(rel_err_log2(out[0], out[1], k - 3, mpfr_exp2, x), -72) << double(x);
-        if (std::fabs(x) < 4000) {
-            k = __libm_exp10l_k80(out, in, 0);
-            EXPECT_LT(rel_err_log2(out[0], out[1], k, mpfr_exp10, x), -72) << double(x);
-        }
-        if (std::fabs(x) < 11000) {
-            __libm_expm1l_k80(out, in);
-            EXPECT_LT(rel_err_log2(out[0], out[1], 0, mpfr_expm1, x), -70) << double(x);
-        }
-    }
+    const Xs xs = {{0.3L}, {-7.25L}, {11000.5L}, {-11300.0L}, {0x1p-40L}, {0.0L}, {-INFINITY}};
+    check_kernel("expl_k80", [](LD x) { LD in[2] = {x, 0}, out[2]; int k = __libm_expl_k80(out, in); return Pair{out[0], out[1], k}; },
+                 mpfr_exp, -72, xs);
+    check_kernel("exp2l_k80", [](LD x) { LD in[2] = {x, 0}, out[2]; int k = __libm_exp2l_k80(out, in, 3); return Pair{out[0], out[1], k - 3}; },
+                 mpfr_exp2, -72, xs);
+    check_kernel("exp10l_k80", [](LD x) { LD in[2] = {x, 0}, out[2]; int k = __libm_exp10l_k80(out, in, 0); return Pair{out[0], out[1], k}; },
+                 mpfr_exp10, -72, {{0.3L}, {-7.25L}, {0x1p-40L}, {0.0L}});
+    check_kernel("expm1l_k80", [](LD x) { LD in[2] = {x, 0}, out[2]; __libm_expm1l_k80(out, in); return Pair{out[0], out[1], 0}; },
+                 mpfr_expm1, -70, {{0.3L}, {-7.25L}, {0x1p-40L}});
+    // e^0 is 1 exactly, and its scale 0
+    th::check_calls("expl_k80", th::Calls<Pair, LD>{{"expl_k80", tsr::Tier::ex, [](LD x) {
+                        LD in[2] = {x, 0}, out[2];
+                        int k = __libm_expl_k80(out, in);
+                        return Pair{out[0], out[1], k};
+                    }}},
+                    std::vector<th::CallRow<Pair, LD>>{{{0.0L}, th::is(Pair{1.0L, 0.0L, 0})}});
 }
 
 TEST(ExtKernels, Log) {
-    LD out[2], lo = 0.0L;
-    for (LD x : {0.3L, 1.0L + 0x1p-50L, 0.999L, 1e4000L, 0x1p-16440L, 5.5L}) {
-        EXPECT_EQ(__libm_logl_k80(&x, &lo, out), 1.0L);
-        EXPECT_LT(rel_err_log2(out[0], out[1], 0, mpfr_log, x), -72) << double(x);
-        LD in[2] = {x, 0.0L};
-        if (x < 1e300L) {
-            __libm_log1pl_k80(out, in);
-            EXPECT_LT(rel_err_log2(out[0], out[1], 0, mpfr_log1p, x), -72) << double(x);
-        }
-        Scaled s{x < 1e-4000L ? x : x * 0x1p-100L, 0.0L, x < 1e-4000L ? 0 : 100}, r;
-        __libm_log_k80(&r, &s);
-        EXPECT_LT(rel_err_log2(r.hi, r.lo, r.e, mpfr_log, x), -72) << double(x);
-    }
-    LD z = 0.0L;
-    __libm_logl_k80(&z, &lo, out);
-    EXPECT_EQ(out[0], -INFINITY);
+    const Xs xs = {{0.3L}, {1.0L + 0x1p-50L}, {0.999L}, {1e4000L}, {0x1p-16440L}, {5.5L}, {0.0L}};
+    // the factor logl_k80 returns is 1
+    check_kernel("logl_k80", [](LD x) { LD lo = 0, out[2]; LD c = __libm_logl_k80(&x, &lo, out); return c == 1 ? Pair{out[0], out[1], 0} : Pair{NAN, 0, 0}; },
+                 mpfr_log, -72, xs);
+    check_kernel("log1pl_k80", [](LD x) { LD in[2] = {x, 0}, out[2]; __libm_log1pl_k80(out, in); return Pair{out[0], out[1], 0}; },
+                 mpfr_log1p, -72, {{0.3L}, {1.0L + 0x1p-50L}, {0.999L}, {0x1p-16440L}, {5.5L}});
+    check_kernel("log_k80", [](LD x) {
+                     Scaled s{x < 1e-4000L ? x : x * 0x1p-100L, 0.0L, x < 1e-4000L ? 0 : 100}, r;
+                     __libm_log_k80(&r, &s);
+                     return Pair{r.hi, r.lo, r.e};
+                 }, mpfr_log, -72, {{0.3L}, {1.0L + 0x1p-50L}, {0.999L}, {1e4000L}, {0x1p-16440L}, {5.5L}});
 }
 
 TEST(ExtKernels, NormalizeAndScale) {

@@ -23,10 +23,10 @@ using R2 = th::Row2<LD>;
 constexpr LD inf = std::numeric_limits<LD>::infinity();
 const LD qnan = std::numeric_limits<LD>::quiet_NaN();
 const LD dnan = LD(std::numeric_limits<float>::quiet_NaN());  // the default NaN
-const LD snan = ld(0xa000000000000000ull, 0x7fff);
-const LD unnormal = ld(0x4000000000000000ull, 0x3fff);
-const LD pseudo_inf = ld(0, 0x7fff);
-const LD pseudo_denormal = ld(0x8000000000000001ull, 0);
+const LD snan = th::f80(0x7fff, 0xa000000000000000ull);
+const LD unnormal = th::f80(0x3fff, 0x4000000000000000ull);
+const LD pseudo_inf = th::f80(0x7fff, 0);
+const LD pseudo_denormal = th::f80(0, 0x8000000000000001ull);
 const LD max_ = std::numeric_limits<LD>::max();
 const LD min_sub = std::numeric_limits<LD>::denorm_min();
 constexpr int E = ERANGE, D = EDOM, EZ = th::ERANGE_IF_ZERO, AE = th::ANY_ERRNO;
@@ -42,8 +42,8 @@ TEST(ExtRows, Exponentials) {
     e.insert(e.end(), {
         {{-inf}, {0.0L}},
         {{11356.5234L}, {CR}, NX},
-        {{ld(0xb17217f7d1cf79abull, 0x400c)}, {CR}, NX},  // the largest x with a finite e^x
-        {{ld(0xb17217f7d1cf79acull, 0x400c)}, {CR}, OV, E, 12},
+        {{th::f80(0x400c, 0xb17217f7d1cf79abull)}, {CR}, NX},  // the largest x with a finite e^x
+        {{th::f80(0x400c, 0xb17217f7d1cf79acull)}, {CR}, OV, E, 12},
         {{11356.53L}, {CR}, OV, E, 12},
         {{20000.0L}, {CR}, OV, E, 12},
         {{-11355.0L}, {CR}, NX},
@@ -95,10 +95,10 @@ TEST(ExtRows, Logarithms) {
         {{-1.0L}, {dnan}, INV, D, 1}, {{-inf}, {dnan}, INV, D, 1}, {{-min_sub}, {dnan}, INV, D, 1},
         {{inf}, {inf}}, {{qnan}, {qnan}}, {{snan}, {dnan}, INV}, {{unnormal}, {dnan}, INV},
         {{min_sub}, {CR}, NX}, {{pseudo_denormal}, {CR}, NX}, {{max_}, {CR}, NX},
-        {{ld(0xffffffffffffffffull, 0x3ffe)}, {CR}, NX},  // 1 - 2^-64
-        {{ld(0x8000000000000001ull, 0x3fff)}, {CR}, NX},  // 1 + 2^-63
-        {{ld(0xfe00000000000000ull, 0x3ffe)}, {CR}, NX},  // the edges of the series window
-        {{ld(0x8100000000000000ull, 0x3fff)}, {CR}, NX},
+        {{th::f80(0x3ffe, 0xffffffffffffffffull)}, {CR}, NX},  // 1 - 2^-64
+        {{th::f80(0x3fff, 0x8000000000000001ull)}, {CR}, NX},  // 1 + 2^-63
+        {{th::f80(0x3ffe, 0xfe00000000000000ull)}, {CR}, NX},  // the edges of the series window
+        {{th::f80(0x3fff, 0x8100000000000000ull)}, {CR}, NX},
     });
     th::check_rows(fn("log2l"), std::vector<R>{
         {{0x1p-16445L}, {-16445.0L}, 0, 0, th::NO_CODE, th::ALL_MODES},
@@ -116,7 +116,7 @@ TEST(ExtRows, Logarithms) {
         {{-1.0L}, {-inf}, DZ, E, 138}, {{-2.0L}, {dnan}, INV, D, 139}, {{-inf}, {dnan}, INV, D, 139},
         {{-0.0L}, {-0.0L}}, {{0.0L}, {0.0L}}, {{inf}, {inf}}, {{qnan}, {qnan}},
         {{0x1p-70L}, {CR}, NX}, {{-0x1p-7L}, {CR}, NX}, {{0x1p-7L}, {CR}, NX},
-        {{ld(0xffffffffffffffffull, 0xbffe)}, {CR}, NX},  // -1 + 2^-64
+        {{th::f80(0xbffe, 0xffffffffffffffffull)}, {CR}, NX},  // -1 + 2^-64
         {{max_}, {CR}, NX}, {{0x1p64L}, {CR}, NX},
     });
 }

@@ -1,9 +1,10 @@
 // Accuracy of the extended trigonometric, inverse trigonometric, degree and hyperbolic
 // functions against MPFR on the shared sweep: 100,000 arguments per function (the whole
 // domain log-uniformly, and the regions where the design changes: pi/4 and the Cody-Waite
-// limits 2^17 and 2^30, the breakpoints of the arctangent (ratios 2^-6 to 2^6), 1/2 for
-// arcsine, 1/8 (the odd series), 23 and 64 for the hyperbolic functions), four rounding modes,
-// flags checked.  Bounds: 0.6 ulp in
+// limits 2^17 and 2^30, the breakpoints of the arctangent (ratios 2^-6 to 2^6), 3/8 and 1/2
+// for arcsine, 1/8 (the odd series), 23 and 64 for the hyperbolic functions), the extended
+// values nearest a multiple of pi/2 (tools/gen/ext2_hard_cases.py), four rounding modes, flags
+// checked.  Bounds: 0.6 ulp in
 // round-to-nearest, 2 ulp in the directed modes.
 #include <gtest/gtest.h>
 
@@ -67,7 +68,31 @@ void run_all(double scale) {
     th::sweep(bounded(th::Sweep<LD>{sincos_f("sinhcoshl"), hyp}, scale));
 }
 
+const LD kHard[] = {
+#include "hard_reduction.inc"
+};
+
 TEST(Ext2Accuracy, Sweep) { run_all(1); }
+
+// Arcsine and arccosine around the changes of their design, at |x| = 3/8 (the polynomial
+// below, the arctangent core above), 1/2 (the half angle from there on), and near the ends.
+TEST(Ext2Accuracy, AsinAroundTheBreaks) {
+    std::vector<th::Region<LD>> regions = {{20000, {0.365L, 0.385L, Dist::uniform, true}},
+                                           {10000, {0.49L, 0.51L, Dist::uniform, true}},
+                                           {30000, {0.25L, 0.75L, Dist::uniform, true}},
+                                           {10000, {0.375L - 0x1p-40L, 0.375L + 0x1p-40L, Dist::uniform, true}},
+                                           {10000, {0.5L - 0x1p-40L, 0.5L + 0x1p-40L, Dist::uniform, true}},
+                                           {20000, {1.0L - 0x1p-20L, 1.0L, Dist::uniform, true}}};
+    for (const char *f : {"asinl", "acosl", "asindl", "acosdl"}) th::sweep(plan(fn(f), regions, 1));
+}
+
+// The hardest reductions: sinl, cosl, tanl, cotl at the extended values nearest a multiple
+// of pi/2, within the same bounds.
+TEST(Ext2Accuracy, HardestReductions) {
+    std::vector<std::array<LD, 2>> pts;
+    for (LD x : kHard) pts.insert(pts.end(), {{x, 0}, {-x, 0}});
+    for (const char *f : {"sinl", "cosl", "tanl", "cotl"}) th::sweep(bounded(th::Sweep<LD>{fn(f), {}, pts}, 1));
+}
 TEST(Ext2AccuracyLong, Sweep) { run_all(100); }
 
 }  // namespace

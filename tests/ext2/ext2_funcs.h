@@ -9,8 +9,6 @@
 namespace ext2t {
 
 using LD = long double;
-using F1 = LD (*)(LD);
-using F2 = LD (*)(LD, LD);
 
 // f(x) at 64 bits beyond the target, then rounded: g(t, x) for the wider t.
 template <int (*g)(mpfr_ptr, mpfr_srcptr)>
@@ -35,29 +33,21 @@ inline int mp_acosd(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_acosu
 inline int mp_atand(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_atanu(r, x, 360, m); }
 inline int mp_atan2d(mpfr_ptr r, mpfr_srcptr y, mpfr_srcptr x, mpfr_rnd_t m) { return mpfr_atan2u(r, y, x, 360, m); }
 
-// A function without tiers: its one body and its entry.
-inline th::Func<LD> plain(const char *name, th::MpFn1 ref, F1 body, F1 entry) {
-    th::Func<LD> f{name, 1, 1, {th::mpfr_ref(ref)}, {}};
-    f.add("ex", tsr::Tier::ex, body);
-    f.entry(entry);
-    return f;
-}
-
 inline th::Func<LD> fn(const std::string &n) {
     if (n == "sinl") return th::func<LD>("sinl", mpfr_sin, tsr_tiers_sinl).entry(sinl);
     if (n == "cosl") return th::func<LD>("cosl", mpfr_cos, tsr_tiers_cosl).entry(cosl);
     if (n == "tanl") return th::func<LD>("tanl", mpfr_tan, tsr_tiers_tanl).entry(tanl);
-    if (n == "cotl") return plain("cotl", wider<cot_w>, cotl_local, cotl);
+    if (n == "cotl") return th::func<LD>("cotl", wider<cot_w>, cotl_local, cotl);
     if (n == "sindl") return th::func<LD>("sindl", mp_sind, tsr_tiers_sindl).entry(sindl);
     if (n == "cosdl") return th::func<LD>("cosdl", mp_cosd, tsr_tiers_cosdl).entry(cosdl);
-    if (n == "tandl") return plain("tandl", mp_tand, tandl_local, tandl);
-    if (n == "cotdl") return plain("cotdl", wider<cotd_w>, cotdl_local, cotdl);
+    if (n == "tandl") return th::func<LD>("tandl", mp_tand, tandl_local, tandl);
+    if (n == "cotdl") return th::func<LD>("cotdl", wider<cotd_w>, cotdl_local, cotdl);
     if (n == "asinl") return th::func<LD>("asinl", mpfr_asin, tsr_tiers_asinl).entry(asinl);
     if (n == "acosl") return th::func<LD>("acosl", mpfr_acos, tsr_tiers_acosl).entry(acosl);
     if (n == "atanl") return th::func<LD>("atanl", mpfr_atan, tsr_tiers_atanl).entry(atanl);
-    if (n == "asindl") return plain("asindl", mp_asind, asindl_local, asindl);
-    if (n == "acosdl") return plain("acosdl", mp_acosd, acosdl_local, acosdl);
-    if (n == "atandl") return plain("atandl", mp_atand, atandl_local, atandl);
+    if (n == "asindl") return th::func<LD>("asindl", mp_asind, asindl_local, asindl);
+    if (n == "acosdl") return th::func<LD>("acosdl", mp_acosd, acosdl_local, acosdl);
+    if (n == "atandl") return th::func<LD>("atandl", mp_atand, atandl_local, atandl);
     if (n == "sinhl") return th::func<LD>("sinhl", mpfr_sinh, tsr_tiers_sinhl).entry(sinhl);
     if (n == "coshl") return th::func<LD>("coshl", mpfr_cosh, tsr_tiers_coshl).entry(coshl);
     if (n == "tanhl") return th::func<LD>("tanhl", mpfr_tanh, tsr_tiers_tanhl).entry(tanhl);
@@ -77,13 +67,6 @@ inline th::Func<LD> sincos_f(const std::string &n) {
     if (n == "sincosl") return th::func2<LD>("sincosl", mpfr_sin, mpfr_cos, tsr_tiers_sincosl).entry(sincosl);
     if (n == "sincosdl") return th::func2<LD>("sincosdl", mp_sind, mp_cosd, tsr_tiers_sincosdl).entry(sincosdl);
     return th::func2<LD>("sinhcoshl", mpfr_sinh, mpfr_cosh, tsr_tiers_sinhcoshl).entry(sinhcoshl);
-}
-
-inline LD ld(uint64_t m, uint16_t se) {
-    LD x = 0;
-    __builtin_memcpy(&x, &m, 8);
-    __builtin_memcpy(reinterpret_cast<char *>(&x) + 8, &se, 2);
-    return x;
 }
 
 }  // namespace ext2t

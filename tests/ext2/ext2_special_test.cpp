@@ -23,8 +23,8 @@ using RS = th::RowSC<LD>;
 
 constexpr LD inf = std::numeric_limits<LD>::infinity();
 const LD qnan = std::numeric_limits<LD>::quiet_NaN();  // any quiet NaN
-const LD snan = ld(0xa000000000000000ull, 0x7fff);
-const LD unnormal = ld(0x4000000000000000ull, 0x3fff);
+const LD snan = th::f80(0x7fff, 0xa000000000000000ull);
+const LD unnormal = th::f80(0x3fff, 0x4000000000000000ull);
 const LD max_ = std::numeric_limits<LD>::max();
 const LD min_sub = std::numeric_limits<LD>::denorm_min();
 constexpr int AE = th::ANY_ERRNO, D = EDOM, ALL = th::ALL_MODES, N = th::NONE;
@@ -56,7 +56,7 @@ std::vector<R> odd_zero() {
 
 TEST(Ext2Rows, Trigonometric) {
     // just below and just above pi/4: the direct path and the reduction
-    const LD below = ld(0xc90fdaa22168c234ull, 0x3ffe), above = ld(0xc90fdaa22168c236ull, 0x3ffe);
+    const LD below = th::f80(0x3ffe, 0xc90fdaa22168c234ull), above = th::f80(0x3ffe, 0xc90fdaa22168c236ull);
     std::vector<R> big = {{{below}, {CR}, NX}, {{above}, {CR}, NX}, {{0x1p30L}, {CR}, NX}, {{0x1p30L - 1}, {CR}, NX},
                           {{0x1p17L}, {CR}, NX}, {{max_}, {CR}, NX}, {{-max_}, {CR}, NX}, {{0x1p16000L}, {CR}, NX},
                           {{1e22L}, {CR}, NX}, {{-6381956970095103.0L * 0x1p797L}, {CR}, NX}};
@@ -114,20 +114,18 @@ TEST(Ext2Rows, Degrees) {
 
 TEST(Ext2Rows, Inverse) {
     auto ex = [](LD x, LD y) { return R{{x}, {y}, N, 0, th::NO_CODE, ALL}; };
-    const LD above1 = ld(0x8000000000000001ull, 0x3fff);
     auto dom = [](int code) {
-        return std::vector<R>{{{ld(0x8000000000000001ull, 0x3fff)}, {qnan}, INV, D, code},
+        return std::vector<R>{{{th::f80(0x3fff, 0x8000000000000001ull)}, {qnan}, INV, D, code},
                               {{-2.0L}, {qnan}, INV, D, code}, {{inf}, {qnan}, INV, D, code},
                               {{-inf}, {qnan}, INV, D, code}};
     };
-    (void)above1;
     th::check_rows(fn("asinl"), rn(with(with(with(nans(), dom(60)), odd_zero()),
                                      {{{1.0L}, {CR}, NX}, {{-1.0L}, {CR}, NX}, {{0.5L}, {CR}, NX},
-                                      {{ld(0xffffffffffffffffull, 0x3ffe)}, {CR}, NX}})));
+                                      {{th::f80(0x3ffe, 0xffffffffffffffffull)}, {CR}, NX}})));
     th::check_rows(fn("acosl"), rn(with(with(nans(), dom(57)),
                                      {ex(1.0L, 0.0L), {{-1.0L}, {CR}, NX}, {{0.0L}, {CR}, NX}, {{-0.0L}, {CR}, NX},
                                       {{min_sub}, {CR}, NX}, {{-0x1p-70L}, {CR}, NX},
-                                      {{ld(0xffffffffffffffffull, 0x3ffe)}, {CR}, NX}, {{-0.5L}, {CR}, NX}})));
+                                      {{th::f80(0x3ffe, 0xffffffffffffffffull)}, {CR}, NX}, {{-0.5L}, {CR}, NX}})));
     th::check_rows(fn("atanl"), rn(with(with(nans(), odd_zero()),
                                      {{{inf}, {CR}, NX}, {{-inf}, {CR}, NX}, {{1.0L}, {CR}, NX}, {{0x1p70L}, {CR}, NX},
                                       {{-max_}, {CR}, NX}, {{0x1p69L}, {CR}, NX}})));
@@ -143,8 +141,6 @@ TEST(Ext2Rows, Inverse) {
 }
 
 TEST(Ext2Rows, Angle) {
-    const LD pi = 0x1.921fb54442d1846ap+1L;
-    (void)pi;
     std::vector<R2> a = {
         {{0.0L, 0.0L}, {0.0L}, N, AE, 36, ALL},
         {{-0.0L, 0.0L}, {-0.0L}, N, AE, 36, ALL},
@@ -205,7 +201,7 @@ TEST(Ext2Rows, Hyperbolic) {
     th::check_rows(fn("atanhl"), rn(with(with(nans(), odd_zero()),
                                       {{{1.0L}, {inf}, DZ, AE, 130, ALL}, {{-1.0L}, {-inf}, DZ, AE, 130, ALL},
                                        {{2.0L}, {qnan}, INV, D, 129}, {{-inf}, {qnan}, INV, D, 129},
-                                       {{ld(0xffffffffffffffffull, 0x3ffe)}, {CR}, NX}, {{0.5L}, {CR}, NX}})));
+                                       {{th::f80(0x3ffe, 0xffffffffffffffffull)}, {CR}, NX}, {{0.5L}, {CR}, NX}})));
     th::check_rows(sincos_f("sinhcoshl"), rn(std::vector<RS>{{{0.0L}, {0.0L, 1.0L}, N, 0, th::NO_CODE, ALL},
                                                           {{-inf}, {-inf, inf}},
                                                           {{2.5L}, {CR, CR}, NX},

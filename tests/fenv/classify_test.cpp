@@ -64,12 +64,12 @@ struct Pat {
 };
 
 // ---- the tables --------------------------------------------------------------------------
-// Positive patterns, ascending, with their rank; negatives are added by mirroring.
-template <class T>
-std::vector<Pat<T>> mirrored(std::vector<Pat<T>> pos, T (*negate)(T)) {
+// Positive patterns, ascending, with their rank; negatives are added by mirroring (the sign
+// bit flipped, NaNs and malformed patterns alike).
+template <class T> std::vector<Pat<T>> mirrored(std::vector<Pat<T>> pos) {
     std::vector<Pat<T>> all = pos;
     for (auto p : pos) {
-        p.v = negate(p.v);
+        reinterpret_cast<char *>(&p.v)[std::is_same_v<T, long double> ? 9 : sizeof(T) - 1] ^= char(0x80);
         p.neg = true;
         p.rank = -p.rank;
         all.push_back(p);
@@ -77,32 +77,10 @@ std::vector<Pat<T>> mirrored(std::vector<Pat<T>> pos, T (*negate)(T)) {
     return all;
 }
 
-double d(uint64_t b) { return std::bit_cast<double>(b); }
-float f(uint32_t b) { return std::bit_cast<float>(b); }
-long double l(uint16_t se, uint64_t m) {
-    long double x = 0;
-    __builtin_memcpy(&x, &m, 8);
-    __builtin_memcpy(reinterpret_cast<char *>(&x) + 8, &se, 2);
-    return x;
-}
-__float128 q(uint64_t hi, uint64_t lo) {
-    struct {
-        uint64_t lo, hi;
-    } w{lo, hi};
-    return std::bit_cast<__float128>(w);
-}
-double neg_d(double x) { return d(std::bit_cast<uint64_t>(x) ^ (1ull << 63)); }
-float neg_f(float x) { return f(std::bit_cast<uint32_t>(x) ^ (1u << 31)); }
-long double neg_l(long double x) {
-    char *p = reinterpret_cast<char *>(&x) + 9;
-    *p ^= char(0x80);
-    return x;
-}
-__float128 neg_q(__float128 x) {
-    auto w = std::bit_cast<std::array<uint64_t, 2>>(x);
-    w[1] ^= 1ull << 63;
-    return std::bit_cast<__float128>(w);
-}
+double d(uint64_t b) { return th::f64(b); }
+float f(uint32_t b) { return th::f32(b); }
+long double l(uint16_t se, uint64_t m) { return th::f80(se, m); }
+__float128 q(uint64_t hi, uint64_t lo) { return std::bit_cast<__float128>(std::array<uint64_t, 2>{lo, hi}); }
 
 constexpr int Z = FP_ZERO, S = FP_SUBNORMAL, N = FP_NORMAL, I = FP_INFINITE, NaN = FP_NAN;
 
@@ -120,7 +98,7 @@ std::vector<Pat<double>> doubles() {
         {d(0x7fffffffffffffff), NaN, false, false, 0, "qnan all ones"},
         {d(0x7ff0000000000001), NaN, false, true, 0, "snan min"},
         {d(0x7ff7ffffffffffff), NaN, false, true, 0, "snan max"},
-    }, neg_d);
+    });
 }
 std::vector<Pat<float>> floats() {
     return mirrored<float>({
@@ -136,7 +114,7 @@ std::vector<Pat<float>> floats() {
         {f(0x7fffffff), NaN, false, false, 0, "qnan all ones"},
         {f(0x7f800001), NaN, false, true, 0, "snan min"},
         {f(0x7fbfffff), NaN, false, true, 0, "snan max"},
-    }, neg_f);
+    });
 }
 // Extended, with the malformed patterns of an explicit integer bit: pseudo-zeros,
 // unnormals and pseudo-denormals sit at the rank of the value their bits denote.
@@ -169,7 +147,7 @@ std::vector<Pat<long double>> extendeds() {
         {l(0x7fff, 0), NaN, false, false, 0, "pseudo-infinity"},
         {l(0x7fff, J >> 1), NaN, false, false, 0, "pseudo-nan quiet"},
         {l(0x7fff, 1), NaN, false, true, 0, "pseudo-nan signalling"},
-    }, neg_l);
+    });
 }
 std::vector<Pat<__float128>> quads() {
     return mirrored<__float128>({
@@ -188,20 +166,26 @@ std::vector<Pat<__float128>> quads() {
         {q(0x7fffffffffffffff, ~0ull), NaN, false, false, 0, "qnan all ones"},
         {q(0x7fff000000000000, 1), NaN, false, true, 0, "snan, payload in the low word"},
         {q(0x7fff400000000000, 0), NaN, false, true, 0, "snan"},
-    }, neg_q);
+    });
 }
 
 int flags_around() { return fpu::sse_flags() | fpu::x87_flags(); }
 
+// Every name of a member, as calls.
+template <class R, class... A> th::Calls<R, A...> named_calls(const char *root, const std::string &sfx) {
+    th::Calls<R, A...> c;
+    for (const auto &name : names(root, sfx))
+        if (void *p = sym(name)) th::add_call(c, name.c_str(), reinterpret_cast<R (*)(A...)>(p));
+    return c;
+}
+std::string what(const auto &p) { return std::string(p.neg ? "-" : "+") + p.what; }
+
 // ---- classification -------------------------------------------------------------------------
+// Every pattern through every name of each member in every mode: the answer its class gives,
+// and no flag at all (the denormal flag included).
 template <class T>
 void check_classify(const std::string &sfx, const std::vector<Pat<T>> &pats) {
-    using Fn = int (*)(T);
-    struct Member {
-        const char *root;
-        int (*expect)(const Pat<T> &);
-    };
-    const Member members[] = {
+    const std::pair<const char *, int (*)(const Pat<T> &)> members[] = {
         {"fpclassify", [](const Pat<T> &p) { return p.cls; }},
         {"finite", [](const Pat<T> &p) { return int(p.cls != FP_NAN && p.cls != FP_INFINITE); }},
         {"isinf", [](const Pat<T> &p) { return p.cls == FP_INFINITE ? (p.neg ? -1 : 1) : 0; }},
@@ -209,23 +193,11 @@ void check_classify(const std::string &sfx, const std::vector<Pat<T>> &pats) {
         {"isnormal", [](const Pat<T> &p) { return int(p.cls == FP_NORMAL); }},
         {"signbit", [](const Pat<T> &p) { return int(p.neg); }},
     };
-    for (const auto &m : members) {
-        for (const auto &name : names(m.root, sfx)) {
-            auto fn = reinterpret_cast<Fn>(sym(name));
-            if (!fn) continue;
-            for (const auto &mode : th::kModes) {
-                th::ModeGuard g(mode.fe);
-                for (const auto &p : pats) {
-                    fpu::clear_all();
-                    int r = fn(p.v);
-                    int fl = flags_around();
-                    EXPECT_EQ(r, m.expect(p))
-                        << name << "(" << (p.neg ? "-" : "+") << p.what << ") " << mode.name;
-                    EXPECT_EQ(fl, 0)
-                        << name << "(" << (p.neg ? "-" : "+") << p.what << ") raised, " << mode.name;
-                }
-            }
-        }
+    for (const auto &[root, expect] : members) {
+        auto calls = named_calls<int, T>(root, sfx);
+        for (const auto &p : pats)
+            th::check_calls(std::string(root) + " of " + what(p), calls, {{p.v}}, th::ALL_MODES,
+                            [&](const auto &, const auto &, int) { return th::Expect<int>{expect(p), th::CHECK_DE}; });
     }
 }
 
@@ -241,7 +213,6 @@ TEST(Classify, Binary128) { check_classify<__float128>("q", quads()); }
 // raises invalid in an ordered comparison; nothing else raises anything.
 template <class T>
 void check_compare(const std::string &sfx, const std::vector<Pat<T>> &pats, bool snan_raises) {
-    using Fn = int (*)(T, T);
     struct Member {
         const char *root;
         bool ordered;
@@ -256,29 +227,15 @@ void check_compare(const std::string &sfx, const std::vector<Pat<T>> &pats, bool
         {"isunordered", false, [](int, int) { return false; }},
     };
     for (const auto &m : members) {
-        for (const auto &name : names(m.root, sfx)) {
-            auto fn = reinterpret_cast<Fn>(sym(name));
-            if (!fn) continue;
-            for (const auto &mode : th::kModes) {
-                th::ModeGuard g(mode.fe);
-                for (const auto &x : pats) {
-                    for (const auto &y : pats) {
-                        bool unord = x.cls == FP_NAN || y.cls == FP_NAN;
-                        int want = unord ? !m.ordered : m.holds(x.rank, y.rank);
-                        int want_flags =
-                            snan_raises && m.ordered && (x.snan || y.snan) ? FE_INVALID : 0;
-                        fpu::clear_all();
-                        int r = fn(x.v, y.v);
-                        int fl = flags_around();
-                        if (r != want || fl != want_flags)
-                            ADD_FAILURE() << name << "(" << (x.neg ? "-" : "+") << x.what << ", "
-                                          << (y.neg ? "-" : "+") << y.what << ") = " << r
-                                          << " flags " << fl << ", want " << want << " flags "
-                                          << want_flags << ", " << mode.name;
-                    }
-                }
+        auto calls = named_calls<int, T, T>(m.root, sfx);
+        for (const auto &x : pats)
+            for (const auto &y : pats) {
+                bool unord = x.cls == FP_NAN || y.cls == FP_NAN;
+                int want = unord ? !m.ordered : m.holds(x.rank, y.rank);
+                int flags = (snan_raises && m.ordered && (x.snan || y.snan) ? FE_INVALID : 0) | th::CHECK_DE;
+                th::check_calls(std::string(m.root) + " of " + what(x) + ", " + what(y), calls, {{x.v, y.v}},
+                                th::ALL_MODES, [&](const auto &, const auto &, int) { return th::Expect<int>{want, flags}; });
             }
-        }
     }
 }
 

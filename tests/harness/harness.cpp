@@ -121,7 +121,11 @@ void clear_flags() {
 }
 
 static thread_local int g_code = -1;
-static void record_code(int code) { g_code = code; }
+static thread_local uint64_t g_controls_at_report = 0;
+static void record_code(int code) {
+    g_code = code;
+    g_controls_at_report = rounding_controls();
+}
 
 void begin_observe() {
     if (&__libm_error_observer) __libm_error_observer = record_code;
@@ -130,8 +134,7 @@ void begin_observe() {
     clear_flags();
 }
 Outcome end_observe() {
-    Outcome o{flags_raised(), errno, g_code};
-    return o;
+    return {flags_raised(), errno, g_code, int((read_mxcsr() | read_sw()) & DE_FLAG), g_controls_at_report};
 }
 
 std::string flags_str(int f) {
@@ -141,6 +144,7 @@ std::string flags_str(int f) {
     if (f & FE_OVERFLOW) s += "overflow ";
     if (f & FE_UNDERFLOW) s += "underflow ";
     if (f & FE_INEXACT) s += "inexact ";
+    if (f & DE_FLAG) s += "denormal ";
     if (s.empty()) return "none";
     s.pop_back();
     return s;
@@ -621,13 +625,43 @@ template <class T> double ulps_of(T got, mpfr_srcptr r, const Fast &f) {
 
 // Evaluates a reference, replacing a result MPFR can't hold (past its exponent range) by one
 // far outside every format, of the same sign.
-template <class T> void eval_ref(const Func<T> &f, int o, mpfr_ptr out, const mpfr_srcptr *args) {
+template <class T> void eval_ref_at(const Func<T> &f, int o, mpfr_ptr out, const mpfr_srcptr *args, mpfr_prec_t prec) {
+    mpfr_set_prec(out, prec);
     mpfr_clear_flags();
     f.ref[o](out, args);
     if (mpfr_overflow_p() && mpfr_inf_p(out))
         mpfr_set_si_2exp(out, mpfr_signbit(out) ? -1 : 1, 1 << 20, MPFR_RNDN);
     else if (mpfr_underflow_p() && mpfr_zero_p(out))
         mpfr_set_si_2exp(out, mpfr_signbit(out) ? -1 : 1, -(1 << 20), MPFR_RNDN);
+}
+// Whether a reference r of relative error below 2^-(2p + 20) may stand for the exact value:
+// where it lies 2^-40 of a half-ulp or more from every representable value and every
+// midpoint of the format (every point that rounding, exactness and the binade depend on),
+// the exact value rounds, in every mode, as r does, and their ulp errors differ by less
+// than 2^-40.  Below the first midpoint (towards 0) and past the largest binade the rounding
+// no longer depends on where r lies.
+template <class T> bool stands_for_exact(mpfr_srcptr r) {
+    using F = Format<T>;
+    if (!mpfr_regular_p(r)) return true;
+    long e = mpfr_get_exp(r);  // |r| in [2^(e-1), 2^e)
+    if (e > F::emax + 1) return true;
+    Mp y(2 * F::p + 64), d(64);
+    mpfr_abs(y, r, MPFR_RNDN);  // exact: y has room for r
+    mpfr_mul_2si(y, y, -(std::max(e - 1, long(F::emin)) - F::p), MPFR_RNDN);  // in half-ulps
+    if (mpfr_cmp_d(y, 1 - 0x1p-40) < 0) return true;
+    mpfr_frac(d, y, MPFR_RNDN);
+    mpfr_abs(d, d, MPFR_RNDN);
+    return mpfr_cmp_d(d, 0x1p-40) >= 0 && mpfr_cmp_d(d, 1 - 0x1p-40) <= 0;
+}
+// Evaluates a reference, replacing a result MPFR can't hold (past its exponent range) by one
+// far outside every format, of the same sign; with `two_stage`, first at 2p + 24 bits and at
+// 256 only where that value can't stand for the exact one.
+template <class T> void eval_ref(const Func<T> &f, int o, mpfr_ptr out, const mpfr_srcptr *args, bool two_stage) {
+    if (two_stage) {
+        eval_ref_at(f, o, out, args, 2 * Format<T>::p + 24);
+        if (stands_for_exact<T>(out)) return;
+    }
+    eval_ref_at(f, o, out, args, 256);
 }
 
 struct Acc {
@@ -767,7 +801,7 @@ template <class T> std::vector<SweepResult> sweep(const Sweep<T> &s) {
         const mpfr_srcptr args[2] = {a[0], a[1]};
         for (size_t i = c * 1024; i < std::min(n, (c + 1) * 1024); ++i) {
             for (int k = 0; k < f.nin; ++k) set(a[k], xs[i * f.nin + k]);
-            for (int o = 0; o < f.nout; ++o) eval_ref(f, o, &refs.v[i * f.nout + o], args);
+            for (int o = 0; o < f.nout; ++o) eval_ref(f, o, &refs.v[i * f.nout + o], args, s.two_stage_refs);
         }
     });
     return measure(s, xs, refs);
@@ -806,7 +840,7 @@ std::vector<SweepResult> every_float(const Sweep<float> &s, uint32_t lo, uint32_
                 set(a, xs[i]);
                 for (int o = 0; o < f.nout; ++o) {
                     size_t j = i * f.nout + o;
-                    eval_ref(f, o, &refs.v[j], args);
+                    eval_ref(f, o, &refs.v[j], args, s.two_stage_refs);
                     ex[j] = exact_of(&refs.v[j]);
                     fast[j] = fast_of<float>(&refs.v[j]);
                 }
@@ -874,7 +908,41 @@ std::vector<SweepResult> every_float(const Sweep<float> &s, uint32_t lo, uint32_
     return results;
 }
 
+double pair_err_log2(const Pair &p, mpfr_srcptr exact) {
+    const auto [h, l, e] = p;
+    if (mpfr_nan_p(exact)) return h != h ? -300 : 1000;
+    if (mpfr_inf_p(exact)) return is_inf(h) && std::signbit(h) == bool(mpfr_signbit(exact)) ? -300 : 1000;
+    if (h != h || is_inf(h) || l != l || is_inf(l)) return 1000;
+    if (mpfr_zero_p(exact)) return h == 0 && l == 0 && std::signbit(h) == bool(mpfr_signbit(exact)) ? -300 : 1000;
+    Mp got(400), t(400);
+    set(got, h);
+    set(t, l);
+    mpfr_add(got, got, t, MPFR_RNDN);
+    mpfr_mul_2si(got, got, e, MPFR_RNDN);
+    mpfr_sub(got, got, exact, MPFR_RNDN);
+    mpfr_div(got, got, exact, MPFR_RNDN);
+    double d = std::fabs(mpfr_get_d(got, MPFR_RNDN));
+    return d == 0 ? -300 : std::log2(d);
+}
+Expect<Pair> pair_within(mpfr_srcptr exact, double bits) {
+    auto ref = std::make_shared<Mp>(mpfr_get_prec(exact));
+    mpfr_set(*ref, exact, MPFR_RNDN);
+    Expect<Pair> e{{}, ANY_FLAGS, ANY_ERRNO, ANY_CODE};
+    e.accept = [ref, bits](const Pair &p) { return pair_err_log2(p, *ref) < bits; };
+    char b[96];
+    mpfr_snprintf(b, sizeof b, "a pair within 2^%g of %.24Rg", bits, exact);
+    e.rule = b;
+    return e;
+}
+
 namespace detail {
+std::string text(__float128 x) {
+    Mp m(113);
+    set(m, x);
+    char b[80];
+    mpfr_snprintf(b, sizeof b, "%Ra", (mpfr_srcptr)m);
+    return b;
+}
 std::string text(long double x) {
     char b[64];
     std::snprintf(b, sizeof b, "%La", x);

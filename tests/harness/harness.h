@@ -16,6 +16,7 @@
 #include <cstring>
 #include <array>
 #include <functional>
+#include <memory>
 #include <random>
 #include <string>
 #include <tuple>
@@ -108,6 +109,8 @@ struct Outcome {
     int flags;  // FE_* bits raised by the call
     int err;    // errno after the call (it is set to 0 before)
     int code;   // the error code reported, or -1
+    int denormal = 0;  // the denormal-operand flag (DE_FLAG) where either unit raised it
+    uint64_t controls_at_report = 0;  // rounding_controls() when the code was reported
 };
 void begin_observe();
 Outcome end_observe();
@@ -151,6 +154,14 @@ template <class T> struct qnan_bits { static inline const T v = qnan<T>(); };
 // A value from its bits (signalling NaNs and payloads in rows).
 inline double f64(uint64_t b) { double x; std::memcpy(&x, &b, 8); return x; }
 inline float f32(uint32_t b) { float x; std::memcpy(&x, &b, 4); return x; }
+// An extended value from its sign and exponent field and its 64-bit significand (integer bit
+// included), malformed patterns among them.
+inline long double f80(uint16_t se, uint64_t m) {
+    long double x = 0;
+    std::memcpy(&x, &m, 8);
+    std::memcpy(reinterpret_cast<char *>(&x) + 8, &se, 2);
+    return x;
+}
 // Bits of a value, for exact comparison including NaN payloads and zero signs.
 uint64_t bits_of(double x);
 uint32_t bits_of(float x);
@@ -209,8 +220,11 @@ int check_env_rows(const std::vector<EnvRow> &rows);
 // every input (every_float).
 // =============================================================================================
 
-// Rounding-mode sets, by kModes index.
-enum : unsigned { RN = 1, RU = 2, RD = 4, RZ = 8, ALL_MODES = 15 };
+// Rounding-mode sets, by kModes index.  For check_calls, PC53 and PC24 make each call of the
+// modes named with the x87 precision control lowered to 53 or 24 bits in place of 64 (the
+// expectation still formed at 64), and then also require the caller's controls back already
+// when the call reports an error.
+enum : unsigned { RN = 1, RU = 2, RD = 4, RZ = 8, ALL_MODES = 15, PC53 = 16, PC24 = 32 };
 // Tier sets, by tsr::Tier (a portable AVX-512 variant, "z0-portable", counts as its tier).
 enum : unsigned {
     EX = 1u << 0, E7 = 1u << 1, Y8 = 1u << 2, E9 = 1u << 3, L9 = 1u << 4, Z0 = 1u << 5, D1 = 1u << 6,
@@ -224,6 +238,10 @@ enum : int {
     NONE = 0, NX = FE_INEXACT, OV = FE_OVERFLOW | FE_INEXACT, UN = FE_UNDERFLOW | FE_INEXACT,
     INV = FE_INVALID, DZ = FE_DIVBYZERO,
     ANY_FLAGS = -1,  // flags not checked
+    // The denormal-operand flag (x86's own, outside FE_ALL_EXCEPT) is compared only where an
+    // expectation of check_calls names CHECK_DE: CHECK_DE alone wants no flag at all, DE the
+    // denormal flag alone, INV | CHECK_DE invalid without it.
+    DE_FLAG = 0x02, CHECK_DE = 0x1000, DE = DE_FLAG | CHECK_DE,
 };
 constexpr int ANY_ERRNO = -1;  // errno not checked
 constexpr int ERANGE_IF_ZERO = -3;  // ERANGE where the result is zero, else 0 (an underflow)
@@ -282,6 +300,11 @@ Func<T> func(const char *name, MpFn2 ref, const tsr::TierFn<T (*)(T, T)> (&...li
     Func<T> f{name, 2, 1, {mpfr_ref(ref)}, {}};
     (detail::add_list(f, lists), ...);
     return f;
+}
+// A function without tiers: its one body (run as tier ex) and its public entry.
+template <class T> Func<T> func(const char *name, MpFn1 ref, T (*body)(T), T (*entry)(T)) {
+    Func<T> f{name, 1, 1, {mpfr_ref(ref)}, {}};
+    return f.add("ex", tsr::Tier::ex, body).entry(entry);
 }
 // Two outputs (sin and cos of one input): one reference per output.
 template <class T, size_t... N>
@@ -383,6 +406,11 @@ template <class T> struct Sweep {
     // Flag checks left out for a tier (tier_bit of the variant) and input: known faults, each
     // named where the Sweep is written.
     std::function<bool(unsigned tier, const T *in)> flags_excused = nullptr;
+    // References formed first at 2p + 24 bits (p the format's) and again at 256 only where
+    // that value lies within 2^-40 half-ulp of a representable value or a midpoint: the same
+    // roundings, exactness, flags and ulps (to 2^-40) as at 256 bits, for references that are
+    // slow at 256 bits (MPFR's erfc far in its tail).  The reference must be good to 2^-(2p+20).
+    bool two_stage_refs = false;
 };
 struct SweepResult {
     std::string variant, mode;
@@ -394,6 +422,13 @@ struct SweepResult {
 // its modes, prints one "[  ACCURACY]" line per variant and mode, and fails where a maximum
 // passes its bound, a call raises a wrong flag, or the rounding controls change.
 template <class T> std::vector<SweepResult> sweep(const Sweep<T> &plan);
+// Each plan with its inputs scaled by `scale` (the Long run's 10 million).
+template <class T> void sweep_all(std::vector<Sweep<T>> plans, double scale) {
+    for (auto &s : plans) {
+        s.scale = scale;
+        sweep(s);
+    }
+}
 
 // Every float input (bits lo..hi inclusive, all of them by default) in every variant and the
 // plan's modes, on every core; same bounds and lines as sweep (regions and points unused).
@@ -416,8 +451,9 @@ template <class R> struct Expect {
     int flags_or = -2;    // a second flag set that is also right (-2: none)
     bool value = true;    // false: the result is not checked
     // Where set, judges the result in place of the comparison with v (a part whose sign or
-    // NaN is left open, a complex result judged part by part).
+    // NaN is left open, a complex result judged part by part), `rule` saying how.
     std::function<bool(const R &)> accept;
+    std::string rule = "its rule";
 };
 template <class R, class... A> struct Call {
     std::string name;
@@ -520,6 +556,16 @@ template <class T> bool same_value(const T &got, const T &want) {
         return got == want;
     }
 }
+constexpr uint16_t kPC64 = 0x300;  // the x87 precision-control field: 64 bits
+inline std::vector<uint16_t> precisions(unsigned modes) {
+    std::vector<uint16_t> p;
+    if (modes & PC53) p.push_back(0x200);
+    if (modes & PC24) p.push_back(0x000);
+    if (p.empty()) p.push_back(kPC64);
+    return p;
+}
+inline const char *precision_name(uint16_t pc) { return pc == kPC64 ? "" : pc == 0x200 ? " at 53 bits" : " at 24 bits"; }
+std::string text(__float128 x);
 std::string text(long double x);
 std::string text(double x);
 std::string text(float x);
@@ -555,6 +601,7 @@ int check_calls(const std::string &fname, const Calls<R, A...> &calls, const std
         }
         for (int m = 0; m < 4; ++m) {
             if (!(modes & (1u << m))) continue;
+            for (uint16_t pc : detail::precisions(modes))
             for (const auto &in : inputs) {
                 Expect<R> e;
                 R got{};
@@ -563,21 +610,28 @@ int check_calls(const std::string &fname, const Calls<R, A...> &calls, const std
                 {
                     ModeGuard g(kModes[m].fe);
                     e = expect(c, in, m);  // in the mode: an expectation may come from the processor
+                    if (pc != detail::kPC64) set_x87_cw(uint16_t((x87_cw_now() & ~detail::kPC64) | pc));
                     rc_before = rounding_controls();
                     begin_observe();
                     got = std::apply(c.fn, in);
                     o = end_observe();
                     rc_after = rounding_controls();
                 }
+                auto flags_of = [&](int want) {
+                    return want == ANY_FLAGS || (o.flags | (want & CHECK_DE ? o.denormal : 0)) == (want & ~CHECK_DE);
+                };
+                bool report_ok = pc == detail::kPC64 || o.code < 0 || o.controls_at_report == rc_before;
                 bool ok = (!e.value || (e.accept ? e.accept(got) : detail::same_value(got, e.v))) &&
-                          (e.flags == ANY_FLAGS || o.flags == e.flags || o.flags == e.flags_or) &&
+                          (flags_of(e.flags) || (e.flags_or != -2 && flags_of(e.flags_or))) &&
                           (e.err == ANY_ERRNO || o.err == e.err) && (e.code == ANY_CODE || o.code == e.code) &&
-                          rc_after == rc_before;
+                          rc_after == rc_before && report_ok;
                 if (!ok && ++bad <= 20)
-                    ADD_FAILURE() << fname << " " << c.name << " " << kModes[m].name << " at " << detail::text(in)
-                                  << ": got " << detail::text(got) << " flags " << flags_str(o.flags) << " errno "
-                                  << o.err << " code " << o.code << (rc_after != rc_before ? " (controls changed)" : "")
-                                  << "; want " << (!e.value ? "any" : e.accept ? "its rule" : detail::text(e.v))
+                    ADD_FAILURE() << fname << " " << c.name << " " << kModes[m].name << detail::precision_name(pc)
+                                  << " at " << detail::text(in) << ": got " << detail::text(got) << " flags "
+                                  << flags_str(o.flags | o.denormal) << " errno " << o.err << " code " << o.code
+                                  << (rc_after != rc_before ? " (controls changed)" : "")
+                                  << (report_ok ? "" : " (controls not the caller's at the report)")
+                                  << "; want " << (!e.value ? "any" : e.accept ? e.rule : detail::text(e.v))
                                   << " flags " << (e.flags == ANY_FLAGS ? "any" : flags_str(e.flags))
                                   << " errno " << (e.err == ANY_ERRNO ? "any" : std::to_string(e.err))
                                   << " code " << (e.code == ANY_CODE ? "any" : std::to_string(e.code));
@@ -595,6 +649,47 @@ int check_calls(const std::string &fname, const Calls<R, A...> &calls, const std
                            [&](const auto &, const auto &, int) { return r.want; });
     return bad;
 }
+
+// The variants of a Func as calls (operands and results as arrays of two, the second unused
+// where the function has one), for the checks of check_calls: symmetry, the x87 precision.
+template <class T> Calls<std::array<T, 2>, std::array<T, 2>> calls(const Func<T> &f) {
+    Calls<std::array<T, 2>, std::array<T, 2>> c;
+    for (const auto &v : f.variants)
+        c.push_back({v.name, v.tier, [call = v.call](std::array<T, 2> in) {
+                         std::array<T, 2> out{T(0), T(0)};
+                         call(in.data(), out.data());
+                         return out;
+                     }});
+    return c;
+}
+// f(-x) = -f(x) (odd) or f(x) (even) bit for bit on xs, in every variant and in nearest.
+template <class T> int check_symmetry(const Func<T> &f, const std::vector<T> &xs, bool odd) {
+    using A = std::array<T, 2>;
+    std::vector<std::tuple<A>> in;
+    for (T x : xs) in.push_back({A{x, T(0)}});
+    return check_calls(f.name, calls(f), in, RN, [odd](const auto &c, const std::tuple<A> &a, int) {
+        T m = c.fn(A{-std::get<0>(a)[0], T(0)})[0];
+        return Expect<A>{A{odd ? -m : m, T(0)}, ANY_FLAGS, ANY_ERRNO, ANY_CODE};
+    });
+}
+// Every call at 53- and 24-bit x87 precision in every mode gives what it gives at 64 bits,
+// leaves the controls as it found them and has them back already when it reports an error.
+template <class R, class... A>
+int check_x87_precision(const std::string &fname, const Calls<R, A...> &calls, const std::vector<std::tuple<A...>> &inputs) {
+    return check_calls(fname, calls, inputs, ALL_MODES | PC53 | PC24, [](const auto &c, const auto &in, int) {
+        return Expect<R>{std::apply(c.fn, in), ANY_FLAGS, ANY_ERRNO, ANY_CODE};
+    });
+}
+
+// ---- kernels' pairs ------------------------------------------------------------------------
+// An internal kernel's result: an unevaluated sum scaled by a power of two, (hi + lo) 2^e.
+using Pair = std::tuple<long double, long double, long>;
+// log2 of |((hi + lo) 2^e - exact) / exact|: -300 for an exact pair (a zero of the exact
+// value's sign with a zero tail, the exact infinity, a NaN for a NaN), 1000 for a wrong one.
+double pair_err_log2(const Pair &p, mpfr_srcptr exact);
+// An expectation of check_calls: the pair within a relative 2^bits of `exact` (flags, errno
+// and code left open).
+Expect<Pair> pair_within(mpfr_srcptr exact, double bits);
 
 // Runs body(i) for i in [0, n) on `threads` threads (0: every core).
 void parallel_for(size_t n, const std::function<void(size_t)> &body, unsigned threads = 0);

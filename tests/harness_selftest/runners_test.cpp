@@ -140,6 +140,35 @@ TEST(Runners, SweepPassesCorrectlyRoundedFunctions) {
     th::sweep(th::Sweep<double>{sq, {{5000, {0x1p-500, 0x1p500}}}});
 }
 
+// References in two stages: the same figures as at 256 bits (to 2^-40 ulp), with exact
+// results among them (the roots of squares, every float square root of a block), and the
+// same faults caught.
+TEST(Runners, TwoStageReferencesAgree) {
+    auto same = [](const std::vector<th::SweepResult> &a, const std::vector<th::SweepResult> &b) {
+        ASSERT_EQ(a.size(), b.size());
+        for (size_t i = 0; i < a.size(); ++i)
+            EXPECT_TRUE(std::fabs(a[i].max_ulp - b[i].max_ulp) < 0x1p-40 && a[i].worst == b[i].worst && a[i].bad_flags == b[i].bad_flags)
+                << a[i].variant << " " << a[i].mode << ": " << a[i].max_ulp << " and " << b[i].max_ulp;
+    };
+    th::Sweep<double> s{sqrt_func(hw_sqrt), {{20000, {0x1p-1074, 0x1p1023}}}};
+    s.gen = [](std::vector<double> &out, size_t n, uint64_t seed) {
+        for (double x : th::uniform<double>(1.0, 0x1p26, n, seed)) out.push_back(std::floor(x) * std::floor(x));
+    };
+    s.gen_n = 5000;
+    auto one = th::sweep(s);
+    s.two_stage_refs = true;
+    same(one, th::sweep(s));
+    s.f = sqrt_func(sqrt_no_inexact);
+    auto f = failures([&] { th::sweep(s); });
+    EXPECT_NE(f.second.find("no inexact for an inexact result"), std::string::npos) << f.second;
+    th::Func<float> sf{"sqrtf", 1, 1, {th::mpfr_ref(mpfr_sqrt)}, {}};
+    sf.add("ex", tsr::Tier::ex, hw_sqrtf);
+    th::Sweep<float> fs{sf, {}};
+    auto fone = th::every_float(fs, 0x40800000u, 0x4080ffffu);  // from 4 up: exact roots among them
+    fs.two_stage_refs = true;
+    same(fone, th::every_float(fs, 0x40800000u, 0x4080ffffu));
+}
+
 TEST(Runners, SweepCatchesEachFault) {
     th::Sweep<double> s{sqrt_func(sqrt_ulp_off), {{5000, {1.0, 8.0, th::Dist::uniform}}}};
     auto f = failures([&] { th::sweep(s); });
@@ -207,4 +236,41 @@ TEST(Runners, CallsOfAnyShape) {
     EXPECT_EQ(th::check_calls("split", two, std::vector<th::CallRow<P, double>>{{{4.0}, {P{2.0, 7}}}}), 0);
     f = failures([&] { th::check_calls("split", two, std::vector<th::CallRow<P, double>>{{{4.0}, {P{2.0, 6}}}}); });
     EXPECT_NE(f.second.find("got (0x1p+1, 7)"), std::string::npos) << f.second;
+}
+
+// The denormal flag where a row names it; the x87 precision check; a kernel's pair.
+double times_one(double x) { volatile double r = x * 1.0; return r; }  // the denormal flag on a subnormal
+long double x87_sum(long double x) { volatile long double r = x + 0x1p-60L; return r; }  // the caller's precision
+long double x87_sum_at_64(long double x) {
+    uint16_t cw = th::x87_cw_now();
+    th::set_x87_cw(cw | 0x300);
+    long double r = x87_sum(x);
+    th::set_x87_cw(cw);
+    return r;
+}
+
+TEST(Runners, DenormalPrecisionAndPairs) {
+    auto calls = th::calls("times_one", times_one);
+    using Row = th::CallRow<double, double>;
+    EXPECT_EQ(th::check_calls("times_one", calls, std::vector<Row>{{{0x1p-1074}, {0x1p-1074, th::DE}, th::ALL_MODES},
+                                                                  {{0x1p-1074}, {0x1p-1074}}, {{1.0}, {1.0, th::CHECK_DE}}}),
+              0);
+    auto f = failures([&] { th::check_calls("times_one", calls, std::vector<Row>{{{0x1p-1074}, {0x1p-1074, th::CHECK_DE}}}); });
+    EXPECT_NE(f.second.find("flags denormal"), std::string::npos) << f.second;
+
+    std::vector<std::tuple<long double>> xs = {{1.0L}, {-3.0L}};
+    EXPECT_EQ(th::check_x87_precision("x87_sum", th::calls("x87_sum", x87_sum_at_64), xs), 0);
+    f = failures([&] { th::check_x87_precision("x87_sum", th::calls("x87_sum", x87_sum), xs); });
+    EXPECT_EQ(f.first, 16) << f.second;  // two inputs, four modes, 53 and 24 bits
+    EXPECT_NE(f.second.find("at 53 bits"), std::string::npos) << f.second;
+
+    th::Mp third(200);
+    mpfr_set_ui(third, 1, MPFR_RNDN);
+    mpfr_div_ui(third, third, 3, MPFR_RNDN);
+    const long double hi = 1.0L / 3, lo = 1.0L / 3 - hi;  // lo rounds to 0 here: hi alone is off by 2^-65
+    EXPECT_LT(th::pair_err_log2({hi * 4, lo, -2}, third), -64);
+    EXPECT_GT(th::pair_err_log2({hi * 4, lo, -2}, third), -67);
+    EXPECT_TRUE(th::pair_within(third, -64).accept({hi, 0, 0}));
+    EXPECT_FALSE(th::pair_within(third, -70).accept({hi, 0, 0}));
+    EXPECT_FALSE(th::pair_within(third, -64).accept({-0.0L, 0, 0}));
 }

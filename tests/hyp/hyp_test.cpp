@@ -181,8 +181,5 @@ TEST(HypLong, Floats) {
     for (auto s : {sinhf_plan(), coshf_plan(), tanhf_plan(), sinhcoshf_plan()}) every_float(s);
 }
 TEST(HypLong, Doubles) {
-    for (auto s : {sinh_plan(), cosh_plan(), tanh_plan(), sinhcosh_plan()}) {
-        s.scale = 70;
-        sweep(s);
-    }
+    sweep_all<double>({sinh_plan(), cosh_plan(), tanh_plan(), sinhcosh_plan()}, 70);
 }

@@ -308,13 +308,8 @@ TEST(InvtrigLong, Floats) {
     every_float(asinf_plan(), 0, 0x3f800000u);
     every_float(asinf_plan(), 0x80000000u, 0xbf800000u);
     every_float(atanf_plan());
-    auto s = atan2f_plan();
-    s.scale = 100;
-    sweep(s);
+    sweep_all<float>({atan2f_plan()}, 100);
 }
 TEST(InvtrigLong, Doubles) {
-    for (auto s : {acos_plan(), asin_plan(), atan_plan(), atan2_plan()}) {
-        s.scale = 100;
-        sweep(s);
-    }
+    sweep_all<double>({acos_plan(), asin_plan(), atan_plan(), atan2_plan()}, 100);
 }

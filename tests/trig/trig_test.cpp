@@ -166,20 +166,9 @@ TEST(TrigSpecial, Rows) {
 // count, not the remainder.
 TEST(TrigSpecial, Symmetry) {
     auto xs = log_uniform<double>(0x1p-30, 0x1.fffffffffffffp+1023, 20000, 7, false);
-    for (auto f : {sin_plan().f, tan_plan().f, cos_plan().f}) {
-        bool even = f.name == "cos";
-        for (const auto &v : f.variants) {
-            if (!tsr::tier_runnable(v.tier)) continue;
-            size_t bad = 0;
-            for (double x : xs) {
-                double a, b, mx = -x;
-                v.call(&x, &a);
-                v.call(&mx, &b);
-                if (bits_of(a) != bits_of(even ? b : -b)) ++bad;
-            }
-            EXPECT_EQ(bad, 0u) << f.name << " " << v.name;
-        }
-    }
+    check_symmetry(sin_plan().f, xs, true);
+    check_symmetry(tan_plan().f, xs, true);
+    check_symmetry(cos_plan().f, xs, false);
 }
 
 TEST(TrigAccuracy, Sin) { sweep(sin_plan()); }
@@ -199,8 +188,5 @@ TEST(TrigLong, Floats) {
     every_float(sincosf_plan());
 }
 TEST(TrigLong, Doubles) {
-    for (auto s : {sin_plan(), cos_plan(), tan_plan(), cot_plan(), sincos_plan()}) {
-        s.scale = 10;
-        sweep(s);
-    }
+    sweep_all<double>({sin_plan(), cos_plan(), tan_plan(), cot_plan(), sincos_plan()}, 10);
 }
