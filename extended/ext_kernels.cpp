@@ -1,7 +1,11 @@
 // The extended-precision kernels other families call for more than extended accuracy:
 // values in and out as pairs (hi + lo, two 16-byte cells) or scaled pairs ((hi + lo) 2^e,
 // the exponent in a third cell), results through the first pointer.  They run in their
-// caller's frame (precision control already at 64 bits) and report nothing.
+// caller's frame (precision control already at 64 bits) and report nothing.  The exponential,
+// logarithm and sum-of-squares kernels compute in round-to-nearest whatever the caller's mode
+// (their two-sums and split products are exact only there; in a directed mode a pair would
+// come back short of its 2^-72) and give the caller's control word back on return: the caller
+// rounds the pair itself.
 #include "extended/ext_common.h"
 
 using namespace tsr;
@@ -92,6 +96,7 @@ TSR_HIDDEN long double *__libm_scalbl_k80(long double *res, const long double *h
 // e^(in) = (out[0] + out[1]) 2^k, k returned; |in| beyond the range gives the infinity or
 // zero pair with a saturated k.
 TSR_HIDDEN int __libm_expl_k80(long double out[2], const long double in[2]) {
+    X87Frame rn(true);
     Ext v = ext(in[0]);
     uint32_t f = v.se & 0x7fff;
     if (f == 0x7fff || f > 0x400c) {
@@ -112,6 +117,7 @@ TSR_HIDDEN int __libm_expl_k80(long double out[2], const long double in[2]) {
 
 // 2^(in) and 10^(in) as e^: the pair and the scale; `add` is added to the returned scale.
 TSR_HIDDEN int __libm_exp2l_k80(long double out[2], const long double in[2], int add) {
+    X87Frame rn(true);
     Ext v = ext(in[0]);
     uint32_t f = v.se & 0x7fff;
     if (f == 0x7fff || f > 0x400d) {
@@ -126,6 +132,7 @@ TSR_HIDDEN int __libm_exp2l_k80(long double out[2], const long double in[2], int
 }
 
 TSR_HIDDEN int __libm_exp10l_k80(long double out[2], const long double in[2], int add) {
+    X87Frame rn(true);
     Ext v = ext(in[0]);
     uint32_t f = v.se & 0x7fff;
     if (f == 0x7fff || f > 0x400c) return __libm_exp2l_k80(out, in, add);
@@ -138,6 +145,7 @@ TSR_HIDDEN int __libm_exp10l_k80(long double out[2], const long double in[2], in
 
 // e^(in) - 1 as a pair, for |in| below the overflow threshold of e^x.
 TSR_HIDDEN void __libm_expm1l_k80(long double out[2], const long double in[2]) {
+    X87Frame rn(true);
     LD r[2];
     int k = __libm_expl_k80(r, in);
     LD a = scale(r[0], k), b = scale(r[1], k), s, t;
@@ -153,6 +161,7 @@ TSR_HIDDEN void __libm_expm1l_k80(long double out[2], const long double in[2]) {
 
 // ln(hi + lo) as a pair; the returned multiplier is 1 (the pair holds the whole value).
 TSR_HIDDEN long double __libm_logl_k80(const long double *hi, const long double *lo, long double out[2]) {
+    X87Frame rn(true);
     if (log_special(*hi, out)) return 1.0L;
     log_of_pair(*hi, *lo, out[0], out[1]);
     return 1.0L;
@@ -160,6 +169,7 @@ TSR_HIDDEN long double __libm_logl_k80(const long double *hi, const long double 
 
 // ln(1 + in) as a pair, in > -1.
 TSR_HIDDEN void __libm_log1pl_k80(long double out[2], const long double in[2]) {
+    X87Frame rn(true);
     LD x = in[0];
     if (__builtin_fabsl(x) < 0x1p-7L) {
         LD hi, lo;
@@ -177,6 +187,7 @@ TSR_HIDDEN void __libm_log1pl_k80(long double out[2], const long double in[2]) {
 
 // The logarithm of a scaled pair as a scaled pair: normalised, then e ln2 added in pieces.
 TSR_HIDDEN void __libm_log_k80(Scaled *out, const Scaled *in) {
+    X87Frame rn(true);
     Scaled p = *in;
     __libm_normalizel_k80(&p);
     if (log_special(p.hi, &out->hi)) {
@@ -194,6 +205,7 @@ TSR_HIDDEN void __libm_log_k80(Scaled *out, const Scaled *in) {
 
 // ln(1 + v) of a scaled pair v, as a scaled pair.
 TSR_HIDDEN void __libm_log1p_k80(Scaled *out, const Scaled *in) {
+    X87Frame rn(true);
     Scaled p = *in;
     __libm_normalizel_k80(&p);
     if (p.e > 64) {  // 1 is below the pair's precision
@@ -209,6 +221,7 @@ TSR_HIDDEN void __libm_log1p_k80(Scaled *out, const Scaled *in) {
 
 // x^2 + y^2 as a scaled pair.
 TSR_HIDDEN void __libm_hypot2l_k80(const long double *x, const long double *y, Scaled *out) {
+    X87Frame rn(true);
     Scaled a{*x, 0.0L, 0}, b{*y, 0.0L, 0};
     __libm_normalizel_k80(&a);
     __libm_normalizel_k80(&b);
