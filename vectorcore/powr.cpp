@@ -375,6 +375,96 @@ inline float powrf_body(float x, float y) {
     return finish(flag, x, y, float(dd::mul_add<Fma>(T, e, T)), __libm_spowr_cout_rare);
 }
 
+#if !TSR_TIER_EX
+// Tiers l9 and d1: the same reduction, laid out for fused multiply-add and a short path
+// from x to the result: x stays in its vector register, and only the two table indices and
+// the exponential's scale cross to the integer unit.
+//   a = 2^-10 1.m is formed by masks in the register x arrives in.  The estimate's bits go
+//   up 29 places into a double's fields, with the rounding constant of the float's integer
+//   bit (0x2000 << 29), the exponent rebias (896 << 52) and a mask of the bits from the
+//   integer's up: R as a double with no conversion (the estimate lies in [511.8, 1024.4],
+//   so it rounds to an integer of 512 .. 1024, ties upward).  R's bits give the row
+//   ((bits >> 43) - (bits(512.0) >> 43)).  n = E - 126 - (R > 724) by integer lanes: R > 724
+//   exactly where the estimate reaches 724.5, one compare of its bits.
+//   S as in tier ex, the table term added before u^2 L(u) (the read comes before the
+//   polynomial is done).  s = S y + 1.5 2^52 in one fused step, k its low bits; the one test
+//   on the path is |k| <= 87 2048/ln2 on s's pattern (anything outside, a NaN included, is
+//   far from the shifter's), a branch to the rare routine.  z = S y - k fused (the exact
+//   difference rounded once), e^r - 1 = z (c1 + c2 z), and 2^(k >> 11) added to the row's
+//   exponent field by integer.
+// y with no fraction bits (an integer, +-0, +-inf, a NaN) leaves the usual path on one
+// rounding and compare: the exact powers and the rare routine sort those out.
+alignas(16) constexpr uint32_t kMant32[4] = {0x007fffffu, 0, 0, 0};
+alignas(16) constexpr uint32_t kExpM10[4] = {0x3a800000u, 0, 0, 0};          // 2^-10
+alignas(16) constexpr uint64_t kRRound[2] = {(0x2000ull << 29) + (896ull << 52), 0};
+alignas(16) constexpr uint64_t kRKeep[2] = {0xfffff80000000000ull, 0};     // bits from R's unit up
+alignas(16) constexpr uint32_t kR724[4] = {0x44351fffu, 0, 0, 0};  // just below 724.5f
+constexpr uint64_t kTBoundK = uint64_t(kTBound);
+constexpr double kMinus1 = -1.0;
+constexpr uint64_t k512Row = 0x4080000000000000ull >> 43;  // 512.0's bits >> 43
+constexpr double kExpC1 = kLn2Over2048;
+
+inline __m128 lane_ps(float v) {
+    __m128 r;
+    __asm__("" : "=x"(r) : "0"(v));
+    return r;
+}
+
+__attribute__((always_inline)) inline float powrf_fma_core(float x, float y) {
+    __m128 xv = lane_ps(x);
+    __m128 av = _mm_or_ps(_mm_and_ps(xv, _mm_load_ps(reinterpret_cast<const float *>(kMant32))),
+                          _mm_load_ps(reinterpret_cast<const float *>(kExpM10)));
+    __m128i rc = _mm_castps_si128(_mm_rcp_ss(av));
+    __m128i rv = _mm_and_si128(_mm_add_epi64(_mm_slli_epi64(rc, 29), _mm_load_si128(reinterpret_cast<const __m128i *>(kRRound))),
+                               _mm_load_si128(reinterpret_cast<const __m128i *>(kRKeep)));
+    double Rd = _mm_cvtsd_f64(_mm_castsi128_pd(rv));
+    double lnr = powr::powrf_lnr[(uint64_t(_mm_cvtsi128_si64(rv)) >> 43) - k512Row];
+    // u = a R - 1, exact; written out so that the product lands on a's register (left to
+    // itself the compiler copies R first, a blend on the path).
+    double u = double(_mm_cvtss_f32(av));
+    __asm__("vfmadd213sd %[m1], %[R], %[u]" : [u] "+x"(u) : [R] "x"(Rd), [m1] "m"(kMinus1));
+    __m128i nv = _mm_add_epi32(_mm_srli_epi32(_mm_castps_si128(xv), 23),
+                               _mm_cmpgt_epi32(rc, _mm_load_si128(reinterpret_cast<const __m128i *>(kR724))));
+    double N = __builtin_fma(_mm_cvtsd_f64(_mm_cvtepi32_pd(nv)), 2048.0, -2048.0 * 126);  // 2048 n, exact
+    double l = __builtin_fma(__builtin_fma(kLnC4, u, kLnC3), u, kLnC2);
+    double S = __builtin_fma(lnr, k2048OverLn2, __builtin_fma(k2048OverLn2, u, N));
+    S = __builtin_fma(u * u, l, S);
+    double yd = y;
+    // s = fma(S, y, shift) and z = fma(S, y, -(s - shift)) written out so that each lands on
+    // its addend's register: the compiler's own choice copied S twice on the path.
+    double s, z;
+    __asm__("vfmadd231sd %[y], %[S], %[s]" : [s] "=x"(s) : "0"(kShift52), [S] "x"(S), [y] "x"(yd));
+    uint64_t sb = bits(s);
+    // s in the shifter's binade with |k| <= the bound; anything else (beyond it, a NaN) is
+    // far from the shifter's pattern.
+    if (__builtin_expect(sb - (bits(kShift52) - kTBoundK) > 2 * kTBoundK, 0))
+        return rare_exit(x, y, x, __libm_spowr_cout_rare);
+    __asm__("vsubsd %[K], %[s], %[z]" : [z] "=x"(z) : [s] "x"(s), [K] "m"(kShift52));
+    __asm__("vfmsub231sd %[y], %[S], %[z]" : [z] "+x"(z) : [S] "x"(S), [y] "x"(yd));
+    double T = f64(bits(powr::powrf_exp2048[sb & 2047]) + (uint64_t(int64_t(sb) >> 11) << 52));
+    double e = z * __builtin_fma(z, kExpC2, kExpC1);
+    return float(__builtin_fma(T, e, T));
+}
+
+__attribute__((cold, noinline)) float powrf_fma_other(float x, float y) {
+    uint32_t ay = bits(y) & 0x7fffffffu;
+    if (ay - 1u >= 0x7f800000u - 1u) return rare_exit(x, y, x, __libm_spowr_cout_rare);
+    float out;
+    if (powk::small_integer(bits(y)) && powr_exact(x, y, &out)) return out;
+    return powrf_fma_core(x, y);
+}
+
+inline float powrf_fma(float x, float y) {
+    uint32_t ux = bits(x);
+    if (__builtin_expect(ux - 0x00800000u >= 0x7f800000u - 0x00800000u, 0))
+        return rare_exit(x, y, x, __libm_spowr_cout_rare);
+    __m128 yv = lane_ps(y);
+    float yr = _mm_cvtss_f32(_mm_round_ss(yv, yv, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+    if (__builtin_expect(!__builtin_islessgreater(y, yr), 0)) return powrf_fma_other(x, y);
+    return powrf_fma_core(x, y);
+}
+#endif
+
 template <bool Exact, bool Fma>
 __attribute__((cold, noinline)) float powrf_integer(float x, float y) {
     float out;
@@ -391,7 +481,11 @@ inline float powr_f(float x, float y) {
 }  // namespace
 
 TSR_BODY(double, powr, (double x, double y)) { return powr_d<kFma>(x, y); }
-TSR_BODY(float, powrf, (float x, float y)) { return powr_f<false, kFma>(x, y); }
+#if TSR_TIER_EX
+TSR_BODY(float, powrf, (float x, float y)) { return powr_f<false, false>(x, y); }
+#else
+TSR_BODY(float, powrf, (float x, float y)) { return powrf_fma(x, y); }
+#endif
 
 #if TSR_TIER_EX
 TSR_DEFINE(double, __bwr_powr, (double x, double y)) { return powr_d<false>(x, y); }

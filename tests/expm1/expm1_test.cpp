@@ -158,6 +158,18 @@ const std::vector<Row2<float>> kPowrf = {
     {{2.0f, 128.0f}, INFINITY, OV, ERANGE, code::powrf_overflow, RN},
     {{2.0f, 127.5f}, CR, NX, 0, NO_CODE, RN}, {{0.5f, 150.5f}, 0.0f, UN, ERANGE, code::powrf_underflow, RN},
     {{0x1p-149f, 0.5f}, CR, NX, 0, NO_CODE, RN}, {{3.0f, 80.0f}, CR, NX, 0, NO_CODE, RN},
+    // y with no fraction bits leaves the usual path by one rounding test: a signalling NaN
+    // (invalid once, a quiet NaN), integers beyond the exact powers, -0, exact powers below 1.
+    {{2.0f, f32(0x7fa00000)}, NAN, INV}, {{f32(0x7fa00000), 2.0f}, NAN, INV},
+    {{0.5f, 4096.0f}, 0.0f, UN, ERANGE, code::powrf_underflow, RN},
+    {{0x1.000002p+0f, 0x1p30f}, INFINITY, OV, ERANGE, code::powrf_overflow, RN},
+    {{3.0f, 0x1p20f}, INFINITY, OV, ERANGE, code::powrf_overflow, RN}, {{5.0f, -0.0f}, 1.0f},
+    {{1.5f, 4.0f}, 5.0625f}, {{0.75f, 3.0f}, 0.421875f}, {{3.0f, -2.0f}, CR, NX, 0, NO_CODE, RN},
+    // The row split at R = 724 (1.m near 1024/724.5, the reciprocal estimate rounding to 724
+    // or 725 there), x just either side of 1 with large y.
+    {{0x1.69d3d4p+0f, 200.5f}, CR, NX, 0, NO_CODE, RN}, {{0x1.69d3d4p-1f, -200.5f}, CR, NX, 0, NO_CODE, RN},
+    {{0x1.69df22p+0f, 0.1f}, CR, NX, 0, NO_CODE, RN}, {{0x1.69c886p+0f, -0.1f}, CR, NX, 0, NO_CODE, RN},
+    {{0x1.000002p+0f, 0x1.5p22f}, CR, NX, 0, NO_CODE, RN}, {{0x1.fffffep-1f, -0x1.5p23f}, CR, NX, 0, NO_CODE, RN},
 };
 
 // ---- pow2o3, pow3o2 ---------------------------------------------------------------------------
