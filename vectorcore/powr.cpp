@@ -53,6 +53,18 @@ int __libm_spowr_cout_rare(const float *px, const float *py, float *result) noex
 namespace {
 
 constexpr bool kFma = !TSR_TIER_EX;
+// A scalar in lane 0 of a vector register, the other lanes left as they are (only lane 0 is
+// read, or the rest cleared by a mask): setting them to zero would cost a step on the path.
+inline __m128 lane_ps(float v) {
+    __m128 r;
+    __asm__("" : "=x"(r) : "0"(v));
+    return r;
+}
+inline __m128d lane_pd(double v) {
+    __m128d r;
+    __asm__("" : "=x"(r) : "0"(v));
+    return r;
+}
 // log2 x to within 1/8 from the high word of a positive double: the exponent plus the 20
 // mantissa bits of the word as a fraction (log2(1 + f) - f lies in [0, 0.0861]); exact.
 inline double log2_word(uint32_t hx) {
@@ -216,6 +228,8 @@ __attribute__((cold, noinline)) bool powr_exact(T x, T y, T *out) {
 // magnitude (2^-7 in a directed mode).  2^z = 1 + z ln2 + z^2 E(z) (error 2^-60.7);
 // 2^(k/128) = 2^(k >> 7) (T + t) from the shared 128-row table.  The result
 // (z ln2 T + D + T) F rounds once: below 0.51 ulp before the directed modes' one rounding.
+// Tiers l9 and d1 shorten the path: Q in pairs on v^2 and v^4, the result's range tested on
+// the shifter's pattern by a branch, y without fraction bits sent off by one rounding test.
 constexpr uint32_t kXLow = 0x00100000u, kXHigh = 0x7fefffffu;  // positive normal x
 constexpr uint32_t kXShift = range_shift(kXLow), kXLimit = range_limit(kXLow, kXHigh);
 // 2^-54 <= |y| < 2^64: below, y log2 x rounds the result to 1 (the rare routine gives the
@@ -226,6 +240,7 @@ constexpr uint32_t kYShift = range_shift(kYLow), kYLimit = range_limit(kYLow, kY
 constexpr double kC = 0x1.7154740000000p+0;        // log2 e cut to 23 bits
 constexpr double kShift45 = 0x1.8p+45;              // rounds to 1/128
 constexpr double kPBound = 0x1.f3ffe00000000p+9;    // |y log2 x| beyond ~1000: the rare routine
+constexpr uint64_t kPBoundK = uint64_t(kPBound * 128);  // the same in steps of 1/128
 constexpr double kLn2 = 0x1.62e42fefa39efp-1;
 
 template <bool Fma>
@@ -255,16 +270,29 @@ inline double powr_body(double x, double y) {
     double t = ((S1 - S2) + e) + ((A - S1) + r1);
     double v = e + r1;
     // log2(1 + v/C) - v = v Q(v), |v| <= 7.05e-4: error 2^-75.9 (tools/gen/powr_tables.py).
-    double Q = dd::mul_add<Fma>(-0x1.b4ea0e9419f52p-6, v, 0x1.7a334ddfc9f86p-5);
-    Q = dd::mul_add<Fma>(Q, v, -0x1.550472a8bb463p-4);
-    Q = dd::mul_add<Fma>(Q, v, 0x1.47fd462b3b816p-3);
-    Q = dd::mul_add<Fma>(Q, v, -0x1.62e4346694107p-2);
-    Q = dd::mul_add<Fma>(Q, v, 0x1.9c3a6966457eep-24);
-    Q = dd::mul_add<Fma>(Q, v, row.lo + t);
+    constexpr double a0 = 0x1.9c3a6966457eep-24, a1 = -0x1.62e4346694107p-2, a2 = 0x1.47fd462b3b816p-3,
+                     a3 = -0x1.550472a8bb463p-4, a4 = 0x1.7a334ddfc9f86p-5, a5 = -0x1.b4ea0e9419f52p-6;
+    double Q;
+    if constexpr (Fma) {
+        // In pairs on v^2 and v^4 (two steps of latency where one after the other takes six);
+        // each pair's rounding is scaled down by the powers as in the nested form.
+        double v2 = v * v;
+        double Q45 = __builtin_fma(a5, v, a4), Q23 = __builtin_fma(a3, v, a2), Q01 = __builtin_fma(a1, v, a0);
+        Q = __builtin_fma(v2 * v2, Q45, __builtin_fma(v2, Q23, Q01));
+        Q = __builtin_fma(Q, v, row.lo + t);
+    } else {
+        Q = a5 * v + a4;
+        Q = Q * v + a3;
+        Q = Q * v + a2;
+        Q = Q * v + a1;
+        Q = Q * v + a0;
+        Q = Q * v + (row.lo + t);
+    }
     double L = S2 + Q, q = Q - (L - S2);
     // y L = P + tail: P = yh Lh exact from 26-bit halves (ex), or the rounded product and
-    // its error by fma (l9).  Beyond the bound the lane is flagged and P taken as 0, so that
-    // no step below meets an exponent outside the format (the tail stays below 2^50).
+    // its error by fma (l9).  Beyond the bound the lane is flagged and P taken as 0 (ex), so
+    // that no step below meets an exponent outside the format (the tail stays below 2^50);
+    // l9 leaves by a branch before those steps.
     double P0, tail;
     if constexpr (Fma) {
         P0 = L * ys;
@@ -274,11 +302,22 @@ inline double powr_body(double x, double y) {
         P0 = yc.h * Ls.h;
         tail = q * ys + (yc.l * Ls.h + (Ls.l * yc.h + yc.l * Ls.l));
     }
-    __m128d Pv = _mm_set_sd(P0);
-    __m128d big = _mm_cmpgt_sd(_mm_andnot_pd(_mm_set_sd(-0.0), Pv), _mm_set_sd(kPBound));
-    flag |= uint32_t(_mm_movemask_pd(big) & 1);
-    double P = _mm_cvtsd_f64(_mm_andnot_pd(big, Pv));
-    double s = P + kShift45;
+    double P, s;
+    if constexpr (Fma) {
+        // Tested on the shifter's pattern by integer, a branch off the path: s lies in the
+        // shifter's binade with |k| <= 128 kPBound, or P is beyond the bound (then s is far
+        // from the shifter's pattern).
+        P = P0;
+        s = P + kShift45;
+        if (__builtin_expect(bits(s) - (bits(kShift45) - kPBoundK) > 2 * kPBoundK, 0))
+            return rare_exit(x, y, x, __libm_dpowr_cout_rare);
+    } else {
+        __m128d Pv = _mm_set_sd(P0);
+        __m128d big = _mm_cmpgt_sd(_mm_andnot_pd(_mm_set_sd(-0.0), Pv), _mm_set_sd(kPBound));
+        flag |= uint32_t(_mm_movemask_pd(big) & 1);
+        P = _mm_cvtsd_f64(_mm_andnot_pd(big, Pv));
+        s = P + kShift45;
+    }
     int32_t k = int32_t(uint32_t(bits(s)));
     double z = tail + (P - (s - kShift45));  // P - k/128 exact
     const expd::MT &tr = expd::frac128[k & 127];
@@ -295,13 +334,20 @@ inline double powr_body(double x, double y) {
 template <bool Fma>
 __attribute__((cold, noinline)) double powr_integer(double x, double y) {
     double out;
-    if (powr_exact(x, y, &out)) return out;
+    if (powk::small_integer(bits(y)) && powr_exact(x, y, &out)) return out;
     return powr_body<Fma>(x, y);
 }
 
 template <bool Fma>
 inline double powr_d(double x, double y) {
-    if (__builtin_expect(powk::small_integer(bits(y)), 0)) return powr_integer<Fma>(x, y);
+    if constexpr (Fma) {
+        // y without fraction bits (an integer, +-0, +-inf, a NaN) by one rounding and compare.
+        __m128d yv = lane_pd(y);
+        double yr = _mm_cvtsd_f64(_mm_round_sd(yv, yv, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+        if (__builtin_expect(!__builtin_islessgreater(y, yr), 0)) return powr_integer<Fma>(x, y);
+    } else {
+        if (__builtin_expect(powk::small_integer(bits(y)), 0)) return powr_integer<Fma>(x, y);
+    }
     return powr_body<Fma>(x, y);
 }
 
@@ -403,12 +449,6 @@ constexpr uint64_t kTBoundK = uint64_t(kTBound);
 constexpr double kMinus1 = -1.0;
 constexpr uint64_t k512Row = 0x4080000000000000ull >> 43;  // 512.0's bits >> 43
 constexpr double kExpC1 = kLn2Over2048;
-
-inline __m128 lane_ps(float v) {
-    __m128 r;
-    __asm__("" : "=x"(r) : "0"(v));
-    return r;
-}
 
 __attribute__((always_inline)) inline float powrf_fma_core(float x, float y) {
     __m128 xv = lane_ps(x);

@@ -141,6 +141,13 @@ const std::vector<Row2<double>> kPowr = {
     {{2.0, 1023.5}, CR, NX, 0, NO_CODE, RN}, {{0.5, 1075.5}, 0.0, UN, ERANGE, code::powr_underflow, RN},
     {{0x1p-1074, 0.3}, CR, NX, 0, NO_CODE, RN}, {{0x1.8p-1060, 1.0}, CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE, RN},
     {{3.0, 600.0}, CR, NX, 0, NO_CODE, RN}, {{3.0, -600.0}, CR, NX, 0, NO_CODE, RN},
+    // y with no fraction bits leaves the usual path by one rounding test (as for powrf).
+    {{2.0, f64(0x7ff4000000000000)}, NAN, INV}, {{5.0, -0.0}, 1.0}, {{1.5, 4.0}, 5.0625},
+    {{0.5, 0x1p60}, 0.0, UN, ERANGE, code::powr_underflow, RN}, {{3.0, 0x1p52}, INFINITY, OV, ERANGE, code::powr_overflow, RN},
+    {{0x1.0000000000001p+0, 0x1p52}, CR, NX, 0, NO_CODE, RN}, {{3.0, -2.0}, CR, NX, 0, NO_CODE, RN},
+    // Either side of the core's bound |y log2 x| ~ 1000 (the rare routine beyond it).
+    {{2.0, 999.5}, CR, NX, 0, NO_CODE, RN}, {{2.0, 1000.5}, CR, NX, 0, NO_CODE, RN},
+    {{0.5, 999.5}, CR, NX, 0, NO_CODE, RN}, {{0.5, 1000.5}, CR, NX, 0, NO_CODE, RN},
 };
 const std::vector<Row2<float>> kPowrf = {
     {{0.0f, 0.0f}, NAN, INV}, {{INFINITY, 0.0f}, NAN, INV}, {{1.0f, INFINITY}, NAN, INV},
