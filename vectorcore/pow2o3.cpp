@@ -49,6 +49,7 @@
 #include "tsr/codes.h"
 #include "tsr/dd.h"
 #include "tsr/format.h"
+#include "tsr/lane.h"
 #include "tsr/vectorcore.h"
 
 using namespace tsr;
@@ -69,13 +70,6 @@ constexpr bool kFma = !TSR_TIER_EX;
 constexpr uint32_t kMxcsrInexact = 0x20;
 
 inline double sqrt_rn(double x) { return _mm_cvtsd_f64(_mm_sqrt_sd(_mm_setzero_pd(), _mm_set_sd(x))); }
-// A scalar in lane 0 of a vector register, the other lanes left as they are (only lane 0 is
-// read): setting them to zero would put a move and a blend on the path.
-inline __m128 lane_ps(float v) {
-    __m128 r;
-    __asm__("" : "=x"(r) : "0"(v));
-    return r;
-}
 
 
 // ---- pow2o3 ----------------------------------------------------------------------------------
@@ -298,7 +292,7 @@ namespace {
 // Those x (a pattern no other x shares) take the double square root, which leaves 2^-52.
 template <int = 0>
 inline float pow3o2f_fma(float x) {
-    __m128 xv = lane_ps(x);
+    __m128 xv = lane(x);
     float s = _mm_cvtss_f32(_mm_sqrt_ss(xv));
     return __builtin_fmaf(x, s, __builtin_fmaf(-s, s, x) * (0.5f * s));
 }

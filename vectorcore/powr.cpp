@@ -38,6 +38,7 @@
 #include "elementary/pow_exact.h"
 #include "tsr/dd.h"
 #include "tsr/guard.h"
+#include "tsr/lane.h"
 #include "tsr/vectorcore.h"
 #include "vectorcore/powr_data.h"
 
@@ -53,18 +54,6 @@ int __libm_spowr_cout_rare(const float *px, const float *py, float *result) noex
 namespace {
 
 constexpr bool kFma = !TSR_TIER_EX;
-// A scalar in lane 0 of a vector register, the other lanes left as they are (only lane 0 is
-// read, or the rest cleared by a mask): setting them to zero would cost a step on the path.
-inline __m128 lane_ps(float v) {
-    __m128 r;
-    __asm__("" : "=x"(r) : "0"(v));
-    return r;
-}
-inline __m128d lane_pd(double v) {
-    __m128d r;
-    __asm__("" : "=x"(r) : "0"(v));
-    return r;
-}
 // log2 x to within 1/8 from the high word of a positive double: the exponent plus the 20
 // mantissa bits of the word as a fraction (log2(1 + f) - f lies in [0, 0.0861]); exact.
 inline double log2_word(uint32_t hx) {
@@ -342,7 +331,7 @@ template <bool Fma>
 inline double powr_d(double x, double y) {
     if constexpr (Fma) {
         // y without fraction bits (an integer, +-0, +-inf, a NaN) by one rounding and compare.
-        __m128d yv = lane_pd(y);
+        __m128d yv = lane(y);
         double yr = _mm_cvtsd_f64(_mm_round_sd(yv, yv, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
         if (__builtin_expect(!__builtin_islessgreater(y, yr), 0)) return powr_integer<Fma>(x, y);
     } else {
@@ -451,7 +440,7 @@ constexpr uint64_t k512Row = 0x4080000000000000ull >> 43;  // 512.0's bits >> 43
 constexpr double kExpC1 = kLn2Over2048;
 
 __attribute__((always_inline)) inline float powrf_fma_core(float x, float y) {
-    __m128 xv = lane_ps(x);
+    __m128 xv = lane(x);
     __m128 av = _mm_or_ps(_mm_and_ps(xv, _mm_load_ps(reinterpret_cast<const float *>(kMant32))),
                           _mm_load_ps(reinterpret_cast<const float *>(kExpM10)));
     __m128i rc = _mm_castps_si128(_mm_rcp_ss(av));
@@ -498,7 +487,7 @@ inline float powrf_fma(float x, float y) {
     uint32_t ux = bits(x);
     if (__builtin_expect(ux - 0x00800000u >= 0x7f800000u - 0x00800000u, 0))
         return rare_exit(x, y, x, __libm_spowr_cout_rare);
-    __m128 yv = lane_ps(y);
+    __m128 yv = lane(y);
     float yr = _mm_cvtss_f32(_mm_round_ss(yv, yv, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
     if (__builtin_expect(!__builtin_islessgreater(y, yr), 0)) return powrf_fma_other(x, y);
     return powrf_fma_core(x, y);
