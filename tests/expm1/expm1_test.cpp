@@ -193,6 +193,11 @@ const std::vector<Row<float>> kPow2o3f = with_nans<float>({
     {0.0f, 0.0f}, {-0.0f, 0.0f}, {INFINITY, INFINITY}, {-INFINITY, INFINITY},
     {-8.0f, 4.0f}, {-0x1.57p+8f, 0x1.88p+5f}, {0x1p-149f, CR, NX}, {0x1p-147f, 0x1p-98f},
     {0x1.fffffep+127f, CR, NX}, {3.0f, CR, NX},
+    // Cubes of every odd part up to 255 and exponent (among them subnormal x) come out exact;
+    // the others, near them, inexact.
+    {27.0f, 9.0f}, {3375.0f, 225.0f}, {16581375.0f, 65025.0f}, {-9261.0f, 441.0f},
+    {0x1.bp-143f, 0x1.2p-95f}, {0x1.fa05fep-7f, 0x1.fc02p-5f}, {0x1.bp+3f, CR, NX}, {0x1p+3f, 4.0f},
+    {2.0f, CR, NX}, {0x1p+4f, CR, NX}, {16581377.0f, CR, NX}, {29.0f, CR, NX}, {0x1.bp-145f, CR, NX},
 });
 const std::vector<Row<double>> kPow3o2 = with_nans<double>({
     {0.0, 0.0}, {-0.0, 0.0}, {INFINITY, INFINITY}, {4.0, 8.0}, {0x1.9p+4, 125.0}, {1.0, 1.0},
@@ -293,6 +298,27 @@ TEST(Expm1Special, Rows) {
     check_rows(pow2o3f_plan().f, kPow2o3f);
     check_rows(pow3o2_plan().f, kPow3o2);
     check_rows(pow3o2f_plan().f, kPow3o2f);
+}
+// Every exact power of pow2o3f and pow3o2f, exact with no flag in every mode and tier:
+// x = s^3 (pow2o3f, either sign) or s^2 (pow3o2f, where s^3 is a float) for every odd s up
+// to 255 (beyond it s^3 has more than 24 bits) at every scale that keeps x and the power
+// floats, subnormal x among them.
+TEST(Expm1Special, ExactPowersf) {
+    std::vector<Row<float>> cubes, squares;
+    for (int s = 1; s <= 255; s += 2) {
+        double c = double(s) * s * s, q = double(s) * s;
+        for (int k = -60; k <= 60; ++k) {
+            double x3 = std::ldexp(c, 3 * k), r3 = std::ldexp(q, 2 * k);
+            if (x3 >= 0x1p-149 && x3 < 0x1p128 && double(float(x3)) == x3)
+                cubes.push_back({float(x3), float(r3)}), cubes.push_back({-float(x3), float(r3)});
+            double x2 = std::ldexp(q, 2 * k), r2 = std::ldexp(c, 3 * k);
+            if (x2 >= 0x1p-149 && r2 >= 0x1p-126 && r2 < 0x1p128)
+                squares.push_back({float(x2), float(r2)});
+        }
+    }
+    EXPECT_GT(cubes.size(), 20000u);
+    check_rows(pow2o3f_plan().f, cubes);
+    check_rows(pow3o2f_plan().f, squares);
 }
 
 TEST(Expm1Accuracy, Expm1) { sweep(expm1_plan()); }
