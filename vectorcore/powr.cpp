@@ -421,8 +421,8 @@ inline float powrf_body(float x, float y) {
 //   so it rounds to an integer of 512 .. 1024, ties upward).  R's bits give the row
 //   ((bits >> 43) - (bits(512.0) >> 43)).  n = E - 126 - (R > 724) by integer lanes: R > 724
 //   exactly where the estimate reaches 724.5, one compare of its bits.
-//   S as in tier ex, the table term added before u^2 L(u) (the read comes before the
-//   polynomial is done).  s = S y + 1.5 2^52 in one fused step, k its low bits; the one test
+//   S as in tier ex, summed as (2048 n + c lnr) + u P(u) with P = c + u c L(u) in pairs
+//   on u^2 (the read and n are done before P).  s = S y + 1.5 2^52 in one fused step, k its low bits; the one test
 //   on the path is |k| <= 87 2048/ln2 on s's pattern (anything outside, a NaN included, is
 //   far from the shifter's), a branch to the rare routine.  z = S y - k fused (the exact
 //   difference rounded once), e^r - 1 = z (c1 + c2 z), and 2^(k >> 11) added to the row's
@@ -455,9 +455,12 @@ __attribute__((always_inline)) inline float powrf_fma_core(float x, float y) {
     __m128i nv = _mm_add_epi32(_mm_srli_epi32(_mm_castps_si128(xv), 23),
                                _mm_cmpgt_epi32(rc, _mm_load_si128(reinterpret_cast<const __m128i *>(kR724))));
     double N = __builtin_fma(_mm_cvtsd_f64(_mm_cvtepi32_pd(nv)), 2048.0, -2048.0 * 126);  // 2048 n, exact
-    double l = __builtin_fma(__builtin_fma(kLnC4, u, kLnC3), u, kLnC2);
-    double S = __builtin_fma(lnr, k2048OverLn2, __builtin_fma(k2048OverLn2, u, N));
-    S = __builtin_fma(u * u, l, S);
+    // S = (N + c lnr) + u P(u), P = c + u c L(u) in pairs on u^2: the table term and 2048 n
+    // meet while P forms.
+    double P0;  // c + c2 u onto c's register (the compiler's choice copied u first)
+    __asm__("vfmadd231sd %[c2], %[u], %[p]" : [p] "=x"(P0) : "0"(k2048OverLn2), [u] "x"(u), [c2] "m"(kLnC2));
+    double P = __builtin_fma(u * u, __builtin_fma(kLnC4, u, kLnC3), P0);
+    double S = __builtin_fma(u, P, __builtin_fma(lnr, k2048OverLn2, N));
     double yd = y;
     // s = fma(S, y, shift) and z = fma(S, y, -(s - shift)) written out so that each lands on
     // its addend's register: the compiler's own choice copied S twice on the path.
