@@ -138,8 +138,36 @@ extern "C" int __libm_spow2o3_cout_rare(const float *px, float *result) noexcept
 
 namespace {
 
+// An exact pow2o3 needs x = s^3: the odd part m of x's significand a cube, and the exponent
+// of m's unit a multiple of 3.  The cubic residues mod 15561 = 7 9 13 19 (315 of them) as a
+// bitset: a random x passes both tests about once in 150, and only then (or when flagged)
+// is the control word read before the core, for the exact-result check (the read costs
+// about half the core on this processor).
+constexpr uint32_t kCubeMod64 = 7 * 9 * 13 * 19;
+struct CubeSet64 {
+    uint64_t w[(kCubeMod64 + 63) / 64];
+};
+constexpr CubeSet64 make_cube_set64() {
+    CubeSet64 c{};
+    for (uint64_t r = 0; r < kCubeMod64; ++r) {
+        uint64_t q = r * r % kCubeMod64 * r % kCubeMod64;
+        c.w[q >> 6] |= uint64_t(1) << (q & 63);
+    }
+    return c;
+}
+constexpr CubeSet64 kCubeSet64 = make_cube_set64();
+// False where x (positive normal finite, as bits) is certainly not a cube.
+inline bool may_be_cube64(uint64_t ax) {
+    uint32_t E = uint32_t(ax >> 52);
+    uint64_t M = (ax & 0x000fffffffffffffull) | 0x0010000000000000ull;
+    uint32_t tz = uint32_t(__builtin_ctzll(M));
+    uint64_t r = (M >> tz) % kCubeMod64;
+    if (!((kCubeSet64.w[r >> 6] >> (r & 63)) & 1)) return false;
+    return (E + tz + 2u) % 3u == 0;  // m's unit is 2^(E - 1075 + tz), and 1075 = 1 mod 3
+}
+
 template <bool Fma>
-inline double pow2o3_d(double x) {
+__attribute__((noinline, cold)) double pow2o3_checked(double x) {
     uint32_t saved = get_mxcsr();
     uint64_t ax = bits(x) & 0x7fffffffffffffffull;
     uint32_t flag = outside(uint32_t(ax >> 32), k23Shift, k23Limit);
@@ -151,6 +179,14 @@ inline double pow2o3_d(double x) {
     // (A subnormal x = s^3 has its exact result too: the check follows either way.)
     if (__builtin_expect(((bits(r) + 2) & 0x1ffff) <= 4, 0)) return p23_exact<Fma>(f64(ax), r, saved);
     return r;
+}
+
+template <bool Fma>
+inline double pow2o3_d(double x) {
+    uint64_t ax = bits(x) & 0x7fffffffffffffffull;
+    uint32_t flag = outside(uint32_t(ax >> 32), k23Shift, k23Limit);
+    if (__builtin_expect(flag, 0) || __builtin_expect(may_be_cube64(ax), 0)) return pow2o3_checked<Fma>(x);
+    return p23_core<Fma>(f64(ax), ~0ull);
 }
 
 // pow2o3f's exact results come from x = s^3 with s^2 a float: s of at most 12 significant

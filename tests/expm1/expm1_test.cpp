@@ -320,6 +320,27 @@ TEST(Expm1Special, ExactPowersf) {
     check_rows(pow2o3f_plan().f, cubes);
     check_rows(pow3o2f_plan().f, squares);
 }
+// The same for pow2o3 and pow3o2: odd s up to 255 and a few up to 2^17 (beyond it s^3 has
+// more than 53 bits), every scale of x from the subnormals to the overflow.
+TEST(Expm1Special, ExactPowers) {
+    std::vector<Row<double>> cubes, squares;
+    std::vector<double> odd;
+    for (int s = 1; s <= 255; s += 2) odd.push_back(s);
+    for (double s : {59049.0, 99999.0, 104729.0, 131069.0, 131071.0}) odd.push_back(s);
+    for (double s : odd) {
+        double c = s * s * s, q = s * s;
+        for (int k = -360; k <= 341; k += (s > 255 ? 7 : 1)) {
+            double x3 = std::ldexp(c, 3 * k), r3 = std::ldexp(q, 2 * k);
+            if (x3 >= 0x1p-1074 && std::isfinite(x3) && std::ldexp(x3, -3 * k) == c)
+                cubes.push_back({x3, r3}), cubes.push_back({-x3, r3});
+            double x2 = std::ldexp(q, 2 * k), r2 = std::ldexp(c, 3 * k);
+            if (r2 >= 0x1p-1022 && std::isfinite(r2)) squares.push_back({x2, r2});
+        }
+    }
+    EXPECT_GT(cubes.size(), 90000u);
+    check_rows(pow2o3_plan().f, cubes);
+    check_rows(pow3o2_plan().f, squares);
+}
 
 TEST(Expm1Accuracy, Expm1) { sweep(expm1_plan()); }
 TEST(Expm1Accuracy, Expm1Kernel) { sweep(expm1_kernel_plan()); }
