@@ -143,6 +143,11 @@ namespace {
 // bitset: a random x passes both tests about once in 150, and only then (or when flagged)
 // is the control word read before the core, for the exact-result check (the read costs
 // about half the core on this processor).
+// Trailing zeros of a non-zero word: tzcnt from l9 on, bsr of the lowest set bit before.
+inline uint32_t trailing_zeros(uint64_t v) {
+    if constexpr (kFma) return uint32_t(__builtin_ctzll(v));
+    else return uint32_t(63 - __builtin_clzll(v & -v));
+}
 constexpr uint32_t kCubeMod64 = 7 * 9 * 13 * 19;
 struct CubeSet64 {
     uint64_t w[(kCubeMod64 + 63) / 64];
@@ -160,7 +165,7 @@ constexpr CubeSet64 kCubeSet64 = make_cube_set64();
 inline bool may_be_cube64(uint64_t ax) {
     uint32_t E = uint32_t(ax >> 52);
     uint64_t M = (ax & 0x000fffffffffffffull) | 0x0010000000000000ull;
-    uint32_t tz = uint32_t(63 - __builtin_clzll(M & -M));  // by bsr: tier ex has no tzcnt
+    uint32_t tz = trailing_zeros(M);
     uint64_t r = (M >> tz) % kCubeMod64;
     if (!((kCubeSet64.w[r >> 6] >> (r & 63)) & 1)) return false;
     return (E + tz + 2u) % 3u == 0;  // m's unit is 2^(E - 1075 + tz), and 1075 = 1 mod 3
@@ -212,7 +217,7 @@ constexpr CubeSet kCubeSet = make_cube_set();
 inline bool may_be_cube(uint32_t ax) {
     uint32_t E = ax >> 23;
     uint32_t M = (ax & 0x007fffffu) | (E ? 0x00800000u : 0u);
-    uint32_t tz = uint32_t(31 - __builtin_clz(M & -M));  // by bsr: tier ex has no tzcnt
+    uint32_t tz = trailing_zeros(M);
     uint32_t r = (M >> tz) % kCubeMod;
     if (!((kCubeSet.w[r >> 6] >> (r & 63)) & 1)) return false;
     return (E + (E == 0) + tz) % 3u == 0;  // m's unit is 2^(E - 150 + tz), 150 a multiple of 3
