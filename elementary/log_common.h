@@ -8,6 +8,7 @@
 
 #include "elementary/log_data.h"
 #include "tsr/common.h"
+#include "tsr/lane.h"
 #include "tsr/codes.h"
 #include "tsr/format.h"
 #include "tsr/report.h"
@@ -132,23 +133,11 @@ alignas(16) inline constexpr uint64_t kRedMant[2] = {0x000fffffffffffffull, 0};
 alignas(16) inline constexpr uint64_t kRedF[2] = {0x07f0000000000000ull, 0};
 alignas(16) inline constexpr uint64_t kRedW[2] = {0x77f0000000000000ull, 0};
 alignas(16) inline constexpr uint32_t kRedRound[4] = {0x8000, 0, 0, 0};
-// A scalar in lane 0 of a vector register, the other lanes left as they are: the reductions
-// below only ever read lane 0 (or clear the rest by a mask), and setting the upper lanes to
-// zero would cost an instruction on the critical path.
-inline __m128d lane0(double x) {
-    __m128d v;
-    asm("" : "=x"(v) : "0"(x));
-    return v;
-}
-inline __m128 lane0(float x) {
-    __m128 v;
-    asm("" : "=x"(v) : "0"(x));
-    return v;
-}
+// The reductions below read lane 0 alone (tsr::lane) or clear the rest by a mask.
 
 template <bool WithC>
 inline FmaRed fma_reduce(double x, float c = 1.0f) {
-    __m128i xb = _mm_castpd_si128(lane0(x));
+    __m128i xb = _mm_castpd_si128(tsr::lane(x));
     // the mask clears the upper lanes: from here on only lane 0 is ever non-zero
     __m128i m = _mm_and_si128(xb, _mm_load_si128(reinterpret_cast<const __m128i *>(kRedMant)));
     __m128i mf = _mm_srli_epi64(_mm_or_si128(m, _mm_load_si128(reinterpret_cast<const __m128i *>(kRedF))), 29);

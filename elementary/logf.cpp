@@ -174,7 +174,7 @@ inline float logf_l9_main(float x) {
     // one, so that -(W*Rd) is x*R and one fused operation gives u = x*R - 1 exactly.
     // Both formed in the vector unit, off the integer registers; only lane 0 matters (the
     // shift moves the upper lane's bits out or under the constant's ones, the mask clears it).
-    __m128i xi = _mm_castps_si128(logk::lane0(x));
+    __m128i xi = _mm_castps_si128(tsr::lane(x));
     double W = _mm_cvtsd_f64(_mm_castsi128_pd(
         _mm_or_si128(_mm_slli_epi64(xi, 29), _mm_load_si128(reinterpret_cast<const __m128i *>(kTopF)))));
     __m128i Ra = _mm_add_epi32(_mm_castps_si128(_mm_rcp_ss(_mm_castsi128_ps(xi))),

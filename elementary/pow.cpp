@@ -34,6 +34,7 @@
 #include "elementary/pow_common.h"
 #include "elementary/pow_data.h"
 #include "tsr/common.h"
+#include "tsr/lane.h"
 #include "tsr/dd.h"
 
 namespace {
@@ -579,15 +580,9 @@ TSR_DEFINE(float, __bwr_powf, (float x, float y)) { return tsr::body::powf(x, y)
 
 #if TSR_TIER_L9
 namespace {
-// The head works on the vector register x arrives in: the float viewed as the low lane of
-// a vector, the other lanes left as they are (nothing reads them; the masks below clear
-// them where it matters), so that x makes no round trip through the general registers on
-// the way to the reciprocal estimate.
-inline __m128 lane_ps(float v) {
-    __m128 r;
-    __asm__("" : "=x"(r) : "0"(v));
-    return r;
-}
+// The head works on the vector register x arrives in (tsr::lane; the masks below clear the
+// other lanes where it matters), so that x makes no round trip through the general
+// registers on the way to the reciprocal estimate.
 alignas(16) constexpr uint32_t kMantMask[4] = {0x7fffff, 0, 0, 0};
 alignas(16) constexpr uint32_t kMantExp[4] = {0x3b800000, 0, 0, 0};   // 2^-8
 // The float's rounding constant 0x8000 and its kept bits 0xffff0000, moved up 29 places,
@@ -612,7 +607,7 @@ __attribute__((always_inline)) inline float powf_l9_core(float x, float y) {
     // the exponent exactly as in the float), and the exponent rebiased, so that R reaches the
     // product as a double with no conversion on its path (m' is converted beside the
     // estimate, where it costs no time).
-    __m128 xv = lane_ps(x);
+    __m128 xv = lane(x);
     __m128 mv = _mm_or_ps(_mm_and_ps(xv, _mm_load_ps(reinterpret_cast<const float*>(kMantMask))),
                           _mm_load_ps(reinterpret_cast<const float*>(kMantExp)));
     __m128i rcp = _mm_castps_si128(_mm_rcp_ss(mv));

@@ -9,6 +9,7 @@
 #include "tsr/common.h"
 #include "tsr/codes.h"
 #include "tsr/format.h"
+#include "tsr/lane.h"
 #include "tsr/report.h"
 #include "tsr/x87.h"
 
@@ -26,40 +27,28 @@ inline bool is_nan(float x) { return __builtin_isunordered(x, x); }
 inline bool unordered(double x, double y) { return __builtin_isunordered(x, y); }
 inline bool unordered(float x, float y) { return __builtin_isunordered(x, y); }
 
-// A scalar in the low lane of a vector register, the upper lanes left as they are (the
-// scalar results read the low lane alone; _mm_set_sd would spend an instruction zeroing them).
-inline __m128d vec(double x) {
-    __m128d v;
-    asm("" : "=x"(v) : "0"(x));
-    return v;
-}
-inline __m128 vec(float x) {
-    __m128 v;
-    asm("" : "=x"(v) : "0"(x));
-    return v;
-}
 
 // The sign masks applied by the vector logic operations: no round trip through the general
 // registers.
 inline double abs_sse(double x) {
-    return _mm_cvtsd_f64(_mm_andnot_pd(_mm_castsi128_pd(_mm_set1_epi64x(int64_t(kSign64))), vec(x)));
+    return _mm_cvtsd_f64(_mm_andnot_pd(_mm_castsi128_pd(_mm_set1_epi64x(int64_t(kSign64))), lane(x)));
 }
 inline float abs_sse(float x) {
-    return _mm_cvtss_f32(_mm_andnot_ps(_mm_castsi128_ps(_mm_set1_epi32(int32_t(kSign32))), vec(x)));
+    return _mm_cvtss_f32(_mm_andnot_ps(_mm_castsi128_ps(_mm_set1_epi32(int32_t(kSign32))), lane(x)));
 }
 inline double copysign_sse(double x, double y) {
     __m128d s = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(kSign64)));
-    return _mm_cvtsd_f64(_mm_or_pd(_mm_andnot_pd(s, vec(x)), _mm_and_pd(s, vec(y))));
+    return _mm_cvtsd_f64(_mm_or_pd(_mm_andnot_pd(s, lane(x)), _mm_and_pd(s, lane(y))));
 }
 inline float copysign_sse(float x, float y) {
     __m128 s = _mm_castsi128_ps(_mm_set1_epi32(int32_t(kSign32)));
-    return _mm_cvtss_f32(_mm_or_ps(_mm_andnot_ps(s, vec(x)), _mm_and_ps(s, vec(y))));
+    return _mm_cvtss_f32(_mm_or_ps(_mm_andnot_ps(s, lane(x)), _mm_and_ps(s, lane(y))));
 }
 
-inline double maxsd(double x, double y) { return _mm_cvtsd_f64(_mm_max_sd(vec(x), vec(y))); }
-inline double minsd(double x, double y) { return _mm_cvtsd_f64(_mm_min_sd(vec(x), vec(y))); }
-inline float maxss(float x, float y) { return _mm_cvtss_f32(_mm_max_ss(vec(x), vec(y))); }
-inline float minss(float x, float y) { return _mm_cvtss_f32(_mm_min_ss(vec(x), vec(y))); }
+inline double maxsd(double x, double y) { return _mm_cvtsd_f64(_mm_max_sd(lane(x), lane(y))); }
+inline double minsd(double x, double y) { return _mm_cvtsd_f64(_mm_min_sd(lane(x), lane(y))); }
+inline float maxss(float x, float y) { return _mm_cvtss_f32(_mm_max_ss(lane(x), lane(y))); }
+inline float minss(float x, float y) { return _mm_cvtss_f32(_mm_min_ss(lane(x), lane(y))); }
 
 // fdim by halving (ex): when one operand lies in the top binade x - y may pass the largest
 // finite value; x/2 - y/2 cannot, and doubling it back overflows exactly when the true
@@ -227,12 +216,12 @@ TSR_BODY(float, fminf, (float x, float y)) { return fmaxmin_e7<false>(x, y); }
 // differ.
 TSR_BODY(double, copysign, (double x, double y)) {
     __m128d s = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(kSign64)));
-    __m128d vx = vec(x);
-    return _mm_cvtsd_f64(_mm_xor_pd(vx, _mm_and_pd(s, _mm_xor_pd(vx, vec(y)))));
+    __m128d vx = lane(x);
+    return _mm_cvtsd_f64(_mm_xor_pd(vx, _mm_and_pd(s, _mm_xor_pd(vx, lane(y)))));
 }
 TSR_BODY(float, copysignf, (float x, float y)) {
     __m128 s = _mm_castsi128_ps(_mm_set1_epi32(int32_t(kSign32)));
-    __m128 vx = vec(x);
-    return _mm_cvtss_f32(_mm_xor_ps(vx, _mm_and_ps(s, _mm_xor_ps(vx, vec(y)))));
+    __m128 vx = lane(x);
+    return _mm_cvtss_f32(_mm_xor_ps(vx, _mm_and_ps(s, _mm_xor_ps(vx, lane(y)))));
 }
 #endif

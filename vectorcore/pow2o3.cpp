@@ -25,8 +25,10 @@
 // and every step (the correction e·s/2 is 2^-54 of the result) are normal, so that no
 // underflow is raised for a normal result; a flagged lane runs on 4.  Core: s = sqrt(x) correctly
 // rounded, e = x - s^2 exactly (fused in l9, Dekker's product in ex), and
-// x^(3/2) = x·s + x·e/(2s) = x·s + e·s/2 + O(e^2/s): x·s as an exact product p + pl, the
-// result p + (pl + e·s/2), one rounding of a sum whose small part is below 2^-52 of it.
+// x^(3/2) = x·s + x·e/(2s) = x·s + e·s/2 + O(e^2/s).  Tier ex: x·s as an exact product
+// p + pl, the result p + (pl + e·s/2), one rounding of a sum whose small part is below 2^-52
+// of it.  Tiers l9 and d1: fma(x, s, e·(s/2)), the same single rounding with x·s exact inside
+// the fused operation (three steps after the root instead of five).
 // Exact results come out exact without help: sqrt is exact exactly for a perfect square,
 // and then every product is of short numbers.
 // Rare routine: NaN: x + 0; +inf: +inf; +-0: +0; x < 0: NaN, invalid, domain code; x from
@@ -37,8 +39,8 @@
 // below 2^-1022); above the core's range, up to the overflow threshold: the core on x/4,
 // times 8.
 // pow3o2f: tier ex in double, x·sqrt(x) rounded to double then to float (below 0.5 + 2^-28
-// ulp), the flag set unless 2^-68 <= x <= 2^84; tiers l9 and d1 by the reciprocal square
-// root in float (below), from 2^-51; the rare routine as the double's, with the
+// ulp), the flag set unless 2^-68 <= x <= 2^84; tiers l9 and d1 the double's l9 scheme in
+// float (below), from 2^-51; the rare routine as the double's, with the
 // float thresholds 0x1.428a3p+85 (overflow), 2^-101 (x·x underflows) and 2^-84 (subnormal
 // result, underflow code).
 #include <emmintrin.h>
@@ -47,6 +49,7 @@
 #include "tsr/codes.h"
 #include "tsr/dd.h"
 #include "tsr/format.h"
+#include "tsr/lane.h"
 #include "tsr/vectorcore.h"
 
 using namespace tsr;
@@ -67,6 +70,7 @@ constexpr bool kFma = !TSR_TIER_EX;
 constexpr uint32_t kMxcsrInexact = 0x20;
 
 inline double sqrt_rn(double x) { return _mm_cvtsd_f64(_mm_sqrt_sd(_mm_setzero_pd(), _mm_set_sd(x))); }
+
 
 // ---- pow2o3 ----------------------------------------------------------------------------------
 constexpr uint32_t k23Low = 0x00100000u, k23High = 0x7fefffffu;  // |x| normal, finite
@@ -134,8 +138,41 @@ extern "C" int __libm_spow2o3_cout_rare(const float *px, float *result) noexcept
 
 namespace {
 
+// An exact pow2o3 needs x = s^3: the odd part m of x's significand a cube, and the exponent
+// of m's unit a multiple of 3.  The cubic residues mod 15561 = 7 9 13 19 (315 of them) as a
+// bitset: a random x passes both tests about once in 150, and only then (or when flagged)
+// is the control word read before the core, for the exact-result check (the read costs
+// about half the core on this processor).
+// Trailing zeros of a non-zero word: tzcnt from l9 on, bsr of the lowest set bit before.
+inline uint32_t trailing_zeros(uint64_t v) {
+    if constexpr (kFma) return uint32_t(__builtin_ctzll(v));
+    else return uint32_t(63 - __builtin_clzll(v & -v));
+}
+constexpr uint32_t kCubeMod64 = 7 * 9 * 13 * 19;
+struct CubeSet64 {
+    uint64_t w[(kCubeMod64 + 63) / 64];
+};
+constexpr CubeSet64 make_cube_set64() {
+    CubeSet64 c{};
+    for (uint64_t r = 0; r < kCubeMod64; ++r) {
+        uint64_t q = r * r % kCubeMod64 * r % kCubeMod64;
+        c.w[q >> 6] |= uint64_t(1) << (q & 63);
+    }
+    return c;
+}
+constexpr CubeSet64 kCubeSet64 = make_cube_set64();
+// False where x (positive normal finite, as bits) is certainly not a cube.
+inline bool may_be_cube64(uint64_t ax) {
+    uint32_t E = uint32_t(ax >> 52);
+    uint64_t M = (ax & 0x000fffffffffffffull) | 0x0010000000000000ull;
+    uint32_t tz = trailing_zeros(M);
+    uint64_t r = (M >> tz) % kCubeMod64;
+    if (!((kCubeSet64.w[r >> 6] >> (r & 63)) & 1)) return false;
+    return (E + tz + 2u) % 3u == 0;  // m's unit is 2^(E - 1075 + tz), and 1075 = 1 mod 3
+}
+
 template <bool Fma>
-inline double pow2o3_d(double x) {
+__attribute__((noinline, cold)) double pow2o3_checked(double x) {
     uint32_t saved = get_mxcsr();
     uint64_t ax = bits(x) & 0x7fffffffffffffffull;
     uint32_t flag = outside(uint32_t(ax >> 32), k23Shift, k23Limit);
@@ -150,16 +187,59 @@ inline double pow2o3_d(double x) {
 }
 
 template <bool Fma>
-inline float pow2o3_f(float x) {
+inline double pow2o3_d(double x) {
+    uint64_t ax = bits(x) & 0x7fffffffffffffffull;
+    uint32_t flag = outside(uint32_t(ax >> 32), k23Shift, k23Limit);
+    if (__builtin_expect(flag, 0) || __builtin_expect(may_be_cube64(ax), 0)) return pow2o3_checked<Fma>(x);
+    return p23_core<Fma>(f64(ax), ~0ull);
+}
+
+// pow2o3f's exact results come from x = s^3 with s^2 a float: s of at most 12 significant
+// bits, s^3 of at most 24, so s of at most 8: the odd part m of x's significand is the cube
+// of an odd number up to 255 (128 of them), and the exponent of m's unit a multiple of 3.
+// The residues of those cubes mod 4093 as a bitset: any other x fails the test about 98.9%
+// of the time by integer work off the path, and only the rest reads the control word
+// (whose read costs about as much as the whole core on this processor) before the core.
+constexpr uint32_t kCubeMod = 4093;
+struct CubeSet {
+    uint64_t w[(kCubeMod + 63) / 64];
+};
+constexpr CubeSet make_cube_set() {
+    CubeSet c{};
+    for (uint64_t s = 1; s <= 255; s += 2) {
+        uint64_t r = s * s * s % kCubeMod;
+        c.w[r >> 6] |= uint64_t(1) << (r & 63);
+    }
+    return c;
+}
+constexpr CubeSet kCubeSet = make_cube_set();
+// False where x (positive, finite, non-zero, as bits) is certainly not such a cube.
+inline bool may_be_cube(uint32_t ax) {
+    uint32_t E = ax >> 23;
+    uint32_t M = (ax & 0x007fffffu) | (E ? 0x00800000u : 0u);
+    uint32_t tz = trailing_zeros(M);
+    uint32_t r = (M >> tz) % kCubeMod;
+    if (!((kCubeSet.w[r >> 6] >> (r & 63)) & 1)) return false;
+    return (E + (E == 0) + tz) % 3u == 0;  // m's unit is 2^(E - 150 + tz), 150 a multiple of 3
+}
+
+template <bool Fma>
+__attribute__((noinline, cold)) float pow2o3f_cube(float x) {
     uint32_t saved = get_mxcsr();
+    double a = f32(bits(x) & 0x7fffffffu);
+    double r = p23_core<Fma>(a, ~0ull);
+    if (((bits(r) + 2) & 0x1ffff) <= 4) r = p23_exact<Fma>(a, r, saved);
+    return float(r);
+}
+
+template <bool Fma>
+inline float pow2o3_f(float x) {
     uint32_t ax = bits(x) & 0x7fffffffu;
     // Zeros, infinities and NaNs flagged; the float's subnormals are normal doubles.
     uint32_t flag = uint32_t(ax - 1u >= 0x7f800000u - 1u);
     if (__builtin_expect(flag, 0)) return rare_exit(x, x, __libm_spow2o3_cout_rare);  // as above
-    double a = f32(ax);
-    double r = p23_core<Fma>(a, ~0ull);
-    if (__builtin_expect(((bits(r) + 2) & 0x1ffff) <= 4, 0)) r = p23_exact<Fma>(a, r, saved);
-    return float(r);
+    if (__builtin_expect(may_be_cube(ax), 0)) return pow2o3f_cube<Fma>(x);
+    return float(p23_core<Fma>(double(f32(ax)), ~0ull));
 }
 
 }  // namespace
@@ -196,8 +276,21 @@ inline dd::DD p32_parts(double x) {
 }
 template <bool Fma>
 inline double p32_core(double x) {
-    dd::DD p = p32_parts<Fma>(x);
-    return p.h + p.l;
+    if constexpr (Fma) {
+        // x^(3/2) = x s + e s/2 + 3 e^2/(8 s) + ...: the correction e (s/2) (s/2 exact) is
+        // below 2^-53 of the result and errs by 2^-52 of itself, the next term is 2^-106 of
+        // the result: fma(x, s, e (s/2)) rounds once to within 0.5 + 2^-51 ulp.  A square x
+        // has e = 0 and its exact power comes out exact.
+        // Written out: the compiler's own choice put two blends (a copy of x into a fresh
+        // register for the root, a copy of s for the residual) on the path.
+        double r, e;
+        __asm__("vsqrtsd %[x], %[x], %[r]" : [r] "=x"(r) : [x] "x"(x));
+        __asm__("vmovapd %[x], %[e]\n\tvfnmadd231sd %[r], %[r], %[e]" : [e] "=&x"(e) : [x] "x"(x), [r] "x"(r));
+        return __builtin_fma(x, r, e * (0.5 * r));
+    } else {
+        dd::DD p = p32_parts<Fma>(x);
+        return p.h + p.l;
+    }
 }
 // (h + l)·2^-180 rounded once where it is subnormal: the sum is rounded on the grid of the
 // subnormals (2^-894 before the scaling) by an offset C = 2^-842 whose ulp that is, the first
@@ -261,27 +354,23 @@ extern "C" int __libm_spow3o2_cout_rare(const float *px, float *result) noexcept
 
 namespace {
 
-// pow3o2f, tiers l9 and d1: x^(3/2) with fused multiply-add and no divider on the path, in
-// float arithmetic.  y0 = the reciprocal square root estimate of x (relative error below
-// 1.5 2^-12); s = x y0 and h = y0/2 approach sqrt(x) and 1/(2 sqrt x): with e = 1/2 - s h,
-// one Newton step leaves about 2^-22.  Then d = x - s^2 (fused, exact to its rounding) and
-// x^(3/2) = x s + x d/(2s) = fma(x, s, d (h x)), rounded once: the correction's own error
-// is near 2^-44 of the result.
-// (The double form keeps the correctly rounded square root: on this processor the divider
-// is fast enough that the estimate and its two refinement steps lengthen the chain, by
-// about 14 ticks of latency, and gain no throughput.)
-// Two kinds of x take the double square root instead: those of at most 16 significant bits (low 7
-// mantissa bits zero: every exact result) and those whose low 7 bits are all ones, among
-// them 4^k (1 - 2^-24), whose power lies 2^-48 above a midpoint of the floats.
+// pow3o2f, tiers l9 and d1: x^(3/2) in float with fused multiply-add, as the double's:
+// s = sqrt(x) correctly rounded, d = x - s^2 exact, fma(x, s, d (s/2)) rounded once (the
+// correction's own error near 2^-47 of the result); a square x gives d = 0 and its exact
+// power exactly.  Both forms keep the correctly rounded square root in place of the
+// reciprocal square root estimate and its refinement: on this processor the square root
+// instruction is fast (the estimate, one Newton step and the folded correction measured
+// 4.7 ticks of throughput and 21 of latency against 3.9 and 18.5 for the square root), and it
+// makes every exact power exact without a second path.  Over every float of the range the
+// result is the correctly rounded one but at x = 4^k (1 - 2^-24) (all 23 mantissa bits set,
+// an even power of two), whose power lies 3/8 2^-48 above a midpoint of the floats: the
+// neglected term 3 d^2/(8s) is that distance, and the sum lands on the midpoint itself.
+// Those x (a pattern no other x shares) take the double square root, which leaves 2^-52.
 template <int = 0>
-inline float pow3o2f_rsqrt(float x) {
-    float y0 = _mm_cvtss_f32(_mm_rsqrt_ss(_mm_set_ss(x)));
-    float s = x * y0, h = 0.5f * y0;
-    float e = __builtin_fmaf(-s, h, 0.5f);
-    s = __builtin_fmaf(s, e, s);
-    h = __builtin_fmaf(e, h, h);
-    float d = __builtin_fmaf(-s, s, x);
-    return __builtin_fmaf(x, s, d * (h * x));
+inline float pow3o2f_fma(float x) {
+    __m128 xv = lane(x);
+    float s = _mm_cvtss_f32(_mm_sqrt_ss(xv));
+    return __builtin_fmaf(x, s, __builtin_fmaf(-s, s, x) * (0.5f * s));
 }
 
 template <int = 0>
@@ -313,8 +402,8 @@ inline float pow3o2_f(float x) {
     uint32_t flag = outside(bits(x), range_shift(lo), range_limit(lo, 0x69800000u));
     if constexpr (Fma) {
         if (__builtin_expect(flag, 0)) return rare_exit(x, x, __libm_spow3o2_cout_rare);
-        if (__builtin_expect(((bits(x) + 1u) & 0x7eu) == 0, 0)) return pow3o2f_short(x);
-        return pow3o2f_rsqrt(x);
+        if (__builtin_expect((bits(x) & 0x7fffffu) == 0x7fffffu, 0)) return pow3o2f_short(x);
+        return pow3o2f_fma(x);
     } else {
         double d = select(mask32_of(flag), 4.0f, x);
         return finish(flag, x, float(d * sqrt_rn(d)), __libm_spow3o2_cout_rare);

@@ -38,6 +38,7 @@
 #include "elementary/pow_exact.h"
 #include "tsr/dd.h"
 #include "tsr/guard.h"
+#include "tsr/lane.h"
 #include "tsr/vectorcore.h"
 #include "vectorcore/powr_data.h"
 
@@ -216,6 +217,8 @@ __attribute__((cold, noinline)) bool powr_exact(T x, T y, T *out) {
 // magnitude (2^-7 in a directed mode).  2^z = 1 + z ln2 + z^2 E(z) (error 2^-60.7);
 // 2^(k/128) = 2^(k >> 7) (T + t) from the shared 128-row table.  The result
 // (z ln2 T + D + T) F rounds once: below 0.51 ulp before the directed modes' one rounding.
+// Tiers l9 and d1 shorten the path: Q in pairs on v^2 and v^4, the result's range tested on
+// the shifter's pattern by a branch, y without fraction bits sent off by one rounding test.
 constexpr uint32_t kXLow = 0x00100000u, kXHigh = 0x7fefffffu;  // positive normal x
 constexpr uint32_t kXShift = range_shift(kXLow), kXLimit = range_limit(kXLow, kXHigh);
 // 2^-54 <= |y| < 2^64: below, y log2 x rounds the result to 1 (the rare routine gives the
@@ -226,6 +229,7 @@ constexpr uint32_t kYShift = range_shift(kYLow), kYLimit = range_limit(kYLow, kY
 constexpr double kC = 0x1.7154740000000p+0;        // log2 e cut to 23 bits
 constexpr double kShift45 = 0x1.8p+45;              // rounds to 1/128
 constexpr double kPBound = 0x1.f3ffe00000000p+9;    // |y log2 x| beyond ~1000: the rare routine
+constexpr uint64_t kPBoundK = uint64_t(kPBound * 128);  // the same in steps of 1/128
 constexpr double kLn2 = 0x1.62e42fefa39efp-1;
 
 template <bool Fma>
@@ -255,16 +259,29 @@ inline double powr_body(double x, double y) {
     double t = ((S1 - S2) + e) + ((A - S1) + r1);
     double v = e + r1;
     // log2(1 + v/C) - v = v Q(v), |v| <= 7.05e-4: error 2^-75.9 (tools/gen/powr_tables.py).
-    double Q = dd::mul_add<Fma>(-0x1.b4ea0e9419f52p-6, v, 0x1.7a334ddfc9f86p-5);
-    Q = dd::mul_add<Fma>(Q, v, -0x1.550472a8bb463p-4);
-    Q = dd::mul_add<Fma>(Q, v, 0x1.47fd462b3b816p-3);
-    Q = dd::mul_add<Fma>(Q, v, -0x1.62e4346694107p-2);
-    Q = dd::mul_add<Fma>(Q, v, 0x1.9c3a6966457eep-24);
-    Q = dd::mul_add<Fma>(Q, v, row.lo + t);
+    constexpr double a0 = 0x1.9c3a6966457eep-24, a1 = -0x1.62e4346694107p-2, a2 = 0x1.47fd462b3b816p-3,
+                     a3 = -0x1.550472a8bb463p-4, a4 = 0x1.7a334ddfc9f86p-5, a5 = -0x1.b4ea0e9419f52p-6;
+    double Q;
+    if constexpr (Fma) {
+        // In pairs on v^2 and v^4 (two steps of latency where one after the other takes six);
+        // each pair's rounding is scaled down by the powers as in the nested form.
+        double v2 = v * v;
+        double Q45 = __builtin_fma(a5, v, a4), Q23 = __builtin_fma(a3, v, a2), Q01 = __builtin_fma(a1, v, a0);
+        Q = __builtin_fma(v2 * v2, Q45, __builtin_fma(v2, Q23, Q01));
+        Q = __builtin_fma(Q, v, row.lo + t);
+    } else {
+        Q = a5 * v + a4;
+        Q = Q * v + a3;
+        Q = Q * v + a2;
+        Q = Q * v + a1;
+        Q = Q * v + a0;
+        Q = Q * v + (row.lo + t);
+    }
     double L = S2 + Q, q = Q - (L - S2);
     // y L = P + tail: P = yh Lh exact from 26-bit halves (ex), or the rounded product and
-    // its error by fma (l9).  Beyond the bound the lane is flagged and P taken as 0, so that
-    // no step below meets an exponent outside the format (the tail stays below 2^50).
+    // its error by fma (l9).  Beyond the bound the lane is flagged and P taken as 0 (ex), so
+    // that no step below meets an exponent outside the format (the tail stays below 2^50);
+    // l9 leaves by a branch before those steps.
     double P0, tail;
     if constexpr (Fma) {
         P0 = L * ys;
@@ -274,11 +291,22 @@ inline double powr_body(double x, double y) {
         P0 = yc.h * Ls.h;
         tail = q * ys + (yc.l * Ls.h + (Ls.l * yc.h + yc.l * Ls.l));
     }
-    __m128d Pv = _mm_set_sd(P0);
-    __m128d big = _mm_cmpgt_sd(_mm_andnot_pd(_mm_set_sd(-0.0), Pv), _mm_set_sd(kPBound));
-    flag |= uint32_t(_mm_movemask_pd(big) & 1);
-    double P = _mm_cvtsd_f64(_mm_andnot_pd(big, Pv));
-    double s = P + kShift45;
+    double P, s;
+    if constexpr (Fma) {
+        // Tested on the shifter's pattern by integer, a branch off the path: s lies in the
+        // shifter's binade with |k| <= 128 kPBound, or P is beyond the bound (then s is far
+        // from the shifter's pattern).
+        P = P0;
+        s = P + kShift45;
+        if (__builtin_expect(bits(s) - (bits(kShift45) - kPBoundK) > 2 * kPBoundK, 0))
+            return rare_exit(x, y, x, __libm_dpowr_cout_rare);
+    } else {
+        __m128d Pv = _mm_set_sd(P0);
+        __m128d big = _mm_cmpgt_sd(_mm_andnot_pd(_mm_set_sd(-0.0), Pv), _mm_set_sd(kPBound));
+        flag |= uint32_t(_mm_movemask_pd(big) & 1);
+        P = _mm_cvtsd_f64(_mm_andnot_pd(big, Pv));
+        s = P + kShift45;
+    }
     int32_t k = int32_t(uint32_t(bits(s)));
     double z = tail + (P - (s - kShift45));  // P - k/128 exact
     const expd::MT &tr = expd::frac128[k & 127];
@@ -295,13 +323,20 @@ inline double powr_body(double x, double y) {
 template <bool Fma>
 __attribute__((cold, noinline)) double powr_integer(double x, double y) {
     double out;
-    if (powr_exact(x, y, &out)) return out;
+    if (powk::small_integer(bits(y)) && powr_exact(x, y, &out)) return out;
     return powr_body<Fma>(x, y);
 }
 
 template <bool Fma>
 inline double powr_d(double x, double y) {
-    if (__builtin_expect(powk::small_integer(bits(y)), 0)) return powr_integer<Fma>(x, y);
+    if constexpr (Fma) {
+        // y without fraction bits (an integer, +-0, +-inf, a NaN) by one rounding and compare.
+        __m128d yv = lane(y);
+        double yr = _mm_cvtsd_f64(_mm_round_sd(yv, yv, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+        if (__builtin_expect(!__builtin_islessgreater(y, yr), 0)) return powr_integer<Fma>(x, y);
+    } else {
+        if (__builtin_expect(powk::small_integer(bits(y)), 0)) return powr_integer<Fma>(x, y);
+    }
     return powr_body<Fma>(x, y);
 }
 
@@ -375,6 +410,93 @@ inline float powrf_body(float x, float y) {
     return finish(flag, x, y, float(dd::mul_add<Fma>(T, e, T)), __libm_spowr_cout_rare);
 }
 
+#if !TSR_TIER_EX
+// Tiers l9 and d1: the same reduction, laid out for fused multiply-add and a short path
+// from x to the result: x stays in its vector register, and only the two table indices and
+// the exponential's scale cross to the integer unit.
+//   a = 2^-10 1.m is formed by masks in the register x arrives in.  The estimate's bits go
+//   up 29 places into a double's fields, with the rounding constant of the float's integer
+//   bit (0x2000 << 29), the exponent rebias (896 << 52) and a mask of the bits from the
+//   integer's up: R as a double with no conversion (the estimate lies in [511.8, 1024.4],
+//   so it rounds to an integer of 512 .. 1024, ties upward).  R's bits give the row
+//   ((bits >> 43) - (bits(512.0) >> 43)).  n = E - 126 - (R > 724) by integer lanes: R > 724
+//   exactly where the estimate reaches 724.5, one compare of its bits.
+//   S as in tier ex, summed as (2048 n + c lnr) + u P(u) with P = c + u c L(u) in pairs
+//   on u^2 (the read and n are done before P).  s = S y + 1.5 2^52 in one fused step, k its low bits; the one test
+//   on the path is |k| <= 87 2048/ln2 on s's pattern (anything outside, a NaN included, is
+//   far from the shifter's), a branch to the rare routine.  z = S y - k fused (the exact
+//   difference rounded once), e^r - 1 = z (c1 + c2 z), and 2^(k >> 11) added to the row's
+//   exponent field by integer.
+// y with no fraction bits (an integer, +-0, +-inf, a NaN) leaves the usual path on one
+// rounding and compare: the exact powers and the rare routine sort those out.
+alignas(16) constexpr uint32_t kMant32[4] = {0x007fffffu, 0, 0, 0};
+alignas(16) constexpr uint32_t kExpM10[4] = {0x3a800000u, 0, 0, 0};          // 2^-10
+alignas(16) constexpr uint64_t kRRound[2] = {(0x2000ull << 29) + (896ull << 52), 0};
+alignas(16) constexpr uint64_t kRKeep[2] = {0xfffff80000000000ull, 0};     // bits from R's unit up
+alignas(16) constexpr uint32_t kR724[4] = {0x44351fffu, 0, 0, 0};  // just below 724.5f
+constexpr uint64_t kTBoundK = uint64_t(kTBound);
+constexpr double kMinus1 = -1.0;
+constexpr uint64_t k512Row = 0x4080000000000000ull >> 43;  // 512.0's bits >> 43
+constexpr double kExpC1 = kLn2Over2048;
+
+__attribute__((always_inline)) inline float powrf_fma_core(float x, float y) {
+    __m128 xv = lane(x);
+    __m128 av = _mm_or_ps(_mm_and_ps(xv, _mm_load_ps(reinterpret_cast<const float *>(kMant32))),
+                          _mm_load_ps(reinterpret_cast<const float *>(kExpM10)));
+    __m128i rc = _mm_castps_si128(_mm_rcp_ss(av));
+    __m128i rv = _mm_and_si128(_mm_add_epi64(_mm_slli_epi64(rc, 29), _mm_load_si128(reinterpret_cast<const __m128i *>(kRRound))),
+                               _mm_load_si128(reinterpret_cast<const __m128i *>(kRKeep)));
+    double Rd = _mm_cvtsd_f64(_mm_castsi128_pd(rv));
+    double lnr = powr::powrf_lnr[(uint64_t(_mm_cvtsi128_si64(rv)) >> 43) - k512Row];
+    // u = a R - 1, exact; written out so that the product lands on a's register (left to
+    // itself the compiler copies R first, a blend on the path).
+    double u = double(_mm_cvtss_f32(av));
+    __asm__("vfmadd213sd %[m1], %[R], %[u]" : [u] "+x"(u) : [R] "x"(Rd), [m1] "m"(kMinus1));
+    __m128i nv = _mm_add_epi32(_mm_srli_epi32(_mm_castps_si128(xv), 23),
+                               _mm_cmpgt_epi32(rc, _mm_load_si128(reinterpret_cast<const __m128i *>(kR724))));
+    double N = __builtin_fma(_mm_cvtsd_f64(_mm_cvtepi32_pd(nv)), 2048.0, -2048.0 * 126);  // 2048 n, exact
+    // S = (N + c lnr) + u P(u), P = c + u c L(u) in pairs on u^2: the table term and 2048 n
+    // meet while P forms.
+    double P0;  // c + c2 u onto c's register (the compiler's choice copied u first)
+    __asm__("vfmadd231sd %[c2], %[u], %[p]" : [p] "=x"(P0) : "0"(k2048OverLn2), [u] "x"(u), [c2] "m"(kLnC2));
+    double P = __builtin_fma(u * u, __builtin_fma(kLnC4, u, kLnC3), P0);
+    double S = __builtin_fma(u, P, __builtin_fma(lnr, k2048OverLn2, N));
+    double yd = y;
+    // s = fma(S, y, shift) and z = fma(S, y, -(s - shift)) written out so that each lands on
+    // its addend's register: the compiler's own choice copied S twice on the path.
+    double s, z;
+    __asm__("vfmadd231sd %[y], %[S], %[s]" : [s] "=x"(s) : "0"(kShift52), [S] "x"(S), [y] "x"(yd));
+    uint64_t sb = bits(s);
+    // s in the shifter's binade with |k| <= the bound; anything else (beyond it, a NaN) is
+    // far from the shifter's pattern.
+    if (__builtin_expect(sb - (bits(kShift52) - kTBoundK) > 2 * kTBoundK, 0))
+        return rare_exit(x, y, x, __libm_spowr_cout_rare);
+    __asm__("vsubsd %[K], %[s], %[z]" : [z] "=x"(z) : [s] "x"(s), [K] "m"(kShift52));
+    __asm__("vfmsub231sd %[y], %[S], %[z]" : [z] "+x"(z) : [S] "x"(S), [y] "x"(yd));
+    double T = f64(bits(powr::powrf_exp2048[sb & 2047]) + (uint64_t(int64_t(sb) >> 11) << 52));
+    double e = z * __builtin_fma(z, kExpC2, kExpC1);
+    return float(__builtin_fma(T, e, T));
+}
+
+__attribute__((cold, noinline)) float powrf_fma_other(float x, float y) {
+    uint32_t ay = bits(y) & 0x7fffffffu;
+    if (ay - 1u >= 0x7f800000u - 1u) return rare_exit(x, y, x, __libm_spowr_cout_rare);
+    float out;
+    if (powk::small_integer(bits(y)) && powr_exact(x, y, &out)) return out;
+    return powrf_fma_core(x, y);
+}
+
+inline float powrf_fma(float x, float y) {
+    uint32_t ux = bits(x);
+    if (__builtin_expect(ux - 0x00800000u >= 0x7f800000u - 0x00800000u, 0))
+        return rare_exit(x, y, x, __libm_spowr_cout_rare);
+    __m128 yv = lane(y);
+    float yr = _mm_cvtss_f32(_mm_round_ss(yv, yv, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+    if (__builtin_expect(!__builtin_islessgreater(y, yr), 0)) return powrf_fma_other(x, y);
+    return powrf_fma_core(x, y);
+}
+#endif
+
 template <bool Exact, bool Fma>
 __attribute__((cold, noinline)) float powrf_integer(float x, float y) {
     float out;
@@ -391,7 +513,11 @@ inline float powr_f(float x, float y) {
 }  // namespace
 
 TSR_BODY(double, powr, (double x, double y)) { return powr_d<kFma>(x, y); }
-TSR_BODY(float, powrf, (float x, float y)) { return powr_f<false, kFma>(x, y); }
+#if TSR_TIER_EX
+TSR_BODY(float, powrf, (float x, float y)) { return powr_f<false, false>(x, y); }
+#else
+TSR_BODY(float, powrf, (float x, float y)) { return powrf_fma(x, y); }
+#endif
 
 #if TSR_TIER_EX
 TSR_DEFINE(double, __bwr_powr, (double x, double y)) { return powr_d<false>(x, y); }

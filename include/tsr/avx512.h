@@ -7,6 +7,7 @@
 #include <bit>
 
 #include "tsr/common.h"
+#include "tsr/lane.h"
 
 #if !defined(TSR_PORTABLE_AVX512) && (TSR_TIER_Z0 || TSR_TIER_D1)
 #include <immintrin.h>
@@ -18,20 +19,7 @@
 namespace tsr::avx512 {
 
 #if TSR_AVX512_NATIVE
-// A scalar in the low lane of a vector register, the upper lanes left as they are.  The
-// scalar forms below read and compute the low lane alone, so the upper lanes never matter;
-// _mm_set_ss/_mm_set_sd would have to zero them, which the compiler did by sending the
-// argument through a general register and back (two moves on the critical path).
-inline __m128 lane(float x) {
-    __m128 v;
-    asm("" : "=x"(v) : "0"(x));
-    return v;
-}
-inline __m128d lane(double x) {
-    __m128d v;
-    asm("" : "=x"(v) : "0"(x));
-    return v;
-}
+using tsr::lane;  // the scalar forms below read and compute lane 0 alone
 #endif
 
 #if !TSR_AVX512_NATIVE

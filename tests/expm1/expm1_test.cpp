@@ -141,6 +141,13 @@ const std::vector<Row2<double>> kPowr = {
     {{2.0, 1023.5}, CR, NX, 0, NO_CODE, RN}, {{0.5, 1075.5}, 0.0, UN, ERANGE, code::powr_underflow, RN},
     {{0x1p-1074, 0.3}, CR, NX, 0, NO_CODE, RN}, {{0x1.8p-1060, 1.0}, CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE, RN},
     {{3.0, 600.0}, CR, NX, 0, NO_CODE, RN}, {{3.0, -600.0}, CR, NX, 0, NO_CODE, RN},
+    // y with no fraction bits leaves the usual path by one rounding test (as for powrf).
+    {{2.0, f64(0x7ff4000000000000)}, NAN, INV}, {{5.0, -0.0}, 1.0}, {{1.5, 4.0}, 5.0625},
+    {{0.5, 0x1p60}, 0.0, UN, ERANGE, code::powr_underflow, RN}, {{3.0, 0x1p52}, INFINITY, OV, ERANGE, code::powr_overflow, RN},
+    {{0x1.0000000000001p+0, 0x1p52}, CR, NX, 0, NO_CODE, RN}, {{3.0, -2.0}, CR, NX, 0, NO_CODE, RN},
+    // Either side of the core's bound |y log2 x| ~ 1000 (the rare routine beyond it).
+    {{2.0, 999.5}, CR, NX, 0, NO_CODE, RN}, {{2.0, 1000.5}, CR, NX, 0, NO_CODE, RN},
+    {{0.5, 999.5}, CR, NX, 0, NO_CODE, RN}, {{0.5, 1000.5}, CR, NX, 0, NO_CODE, RN},
 };
 const std::vector<Row2<float>> kPowrf = {
     {{0.0f, 0.0f}, NAN, INV}, {{INFINITY, 0.0f}, NAN, INV}, {{1.0f, INFINITY}, NAN, INV},
@@ -158,6 +165,18 @@ const std::vector<Row2<float>> kPowrf = {
     {{2.0f, 128.0f}, INFINITY, OV, ERANGE, code::powrf_overflow, RN},
     {{2.0f, 127.5f}, CR, NX, 0, NO_CODE, RN}, {{0.5f, 150.5f}, 0.0f, UN, ERANGE, code::powrf_underflow, RN},
     {{0x1p-149f, 0.5f}, CR, NX, 0, NO_CODE, RN}, {{3.0f, 80.0f}, CR, NX, 0, NO_CODE, RN},
+    // y with no fraction bits leaves the usual path by one rounding test: a signalling NaN
+    // (invalid once, a quiet NaN), integers beyond the exact powers, -0, exact powers below 1.
+    {{2.0f, f32(0x7fa00000)}, NAN, INV}, {{f32(0x7fa00000), 2.0f}, NAN, INV},
+    {{0.5f, 4096.0f}, 0.0f, UN, ERANGE, code::powrf_underflow, RN},
+    {{0x1.000002p+0f, 0x1p30f}, INFINITY, OV, ERANGE, code::powrf_overflow, RN},
+    {{3.0f, 0x1p20f}, INFINITY, OV, ERANGE, code::powrf_overflow, RN}, {{5.0f, -0.0f}, 1.0f},
+    {{1.5f, 4.0f}, 5.0625f}, {{0.75f, 3.0f}, 0.421875f}, {{3.0f, -2.0f}, CR, NX, 0, NO_CODE, RN},
+    // The row split at R = 724 (1.m near 1024/724.5, the reciprocal estimate rounding to 724
+    // or 725 there), x just either side of 1 with large y.
+    {{0x1.69d3d4p+0f, 200.5f}, CR, NX, 0, NO_CODE, RN}, {{0x1.69d3d4p-1f, -200.5f}, CR, NX, 0, NO_CODE, RN},
+    {{0x1.69df22p+0f, 0.1f}, CR, NX, 0, NO_CODE, RN}, {{0x1.69c886p+0f, -0.1f}, CR, NX, 0, NO_CODE, RN},
+    {{0x1.000002p+0f, 0x1.5p22f}, CR, NX, 0, NO_CODE, RN}, {{0x1.fffffep-1f, -0x1.5p23f}, CR, NX, 0, NO_CODE, RN},
 };
 
 // ---- pow2o3, pow3o2 ---------------------------------------------------------------------------
@@ -174,6 +193,11 @@ const std::vector<Row<float>> kPow2o3f = with_nans<float>({
     {0.0f, 0.0f}, {-0.0f, 0.0f}, {INFINITY, INFINITY}, {-INFINITY, INFINITY},
     {-8.0f, 4.0f}, {-0x1.57p+8f, 0x1.88p+5f}, {0x1p-149f, CR, NX}, {0x1p-147f, 0x1p-98f},
     {0x1.fffffep+127f, CR, NX}, {3.0f, CR, NX},
+    // Cubes of every odd part up to 255 and exponent (among them subnormal x) come out exact;
+    // the others, near them, inexact.
+    {27.0f, 9.0f}, {3375.0f, 225.0f}, {16581375.0f, 65025.0f}, {-9261.0f, 441.0f},
+    {0x1.bp-143f, 0x1.2p-95f}, {0x1.fa05fep-7f, 0x1.fc02p-5f}, {0x1.bp+3f, CR, NX}, {0x1p+3f, 4.0f},
+    {2.0f, CR, NX}, {0x1p+4f, CR, NX}, {16581377.0f, CR, NX}, {29.0f, CR, NX}, {0x1.bp-145f, CR, NX},
 });
 const std::vector<Row<double>> kPow3o2 = with_nans<double>({
     {0.0, 0.0}, {-0.0, 0.0}, {INFINITY, INFINITY}, {4.0, 8.0}, {0x1.9p+4, 125.0}, {1.0, 1.0},
@@ -274,6 +298,48 @@ TEST(Expm1Special, Rows) {
     check_rows(pow2o3f_plan().f, kPow2o3f);
     check_rows(pow3o2_plan().f, kPow3o2);
     check_rows(pow3o2f_plan().f, kPow3o2f);
+}
+// Every exact power of pow2o3f and pow3o2f, exact with no flag in every mode and tier:
+// x = s^3 (pow2o3f, either sign) or s^2 (pow3o2f, where s^3 is a float) for every odd s up
+// to 255 (beyond it s^3 has more than 24 bits) at every scale that keeps x and the power
+// floats, subnormal x among them.
+TEST(Expm1Special, ExactPowersf) {
+    std::vector<Row<float>> cubes, squares;
+    for (int s = 1; s <= 255; s += 2) {
+        double c = double(s) * s * s, q = double(s) * s;
+        for (int k = -60; k <= 60; ++k) {
+            double x3 = std::ldexp(c, 3 * k), r3 = std::ldexp(q, 2 * k);
+            if (x3 >= 0x1p-149 && x3 < 0x1p128 && double(float(x3)) == x3)
+                cubes.push_back({float(x3), float(r3)}), cubes.push_back({-float(x3), float(r3)});
+            double x2 = std::ldexp(q, 2 * k), r2 = std::ldexp(c, 3 * k);
+            if (x2 >= 0x1p-149 && r2 >= 0x1p-126 && r2 < 0x1p128)
+                squares.push_back({float(x2), float(r2)});
+        }
+    }
+    EXPECT_GT(cubes.size(), 20000u);
+    check_rows(pow2o3f_plan().f, cubes);
+    check_rows(pow3o2f_plan().f, squares);
+}
+// The same for pow2o3 and pow3o2: odd s up to 255 and a few up to 2^17 (beyond it s^3 has
+// more than 53 bits), every scale of x from the subnormals to the overflow.
+TEST(Expm1Special, ExactPowers) {
+    std::vector<Row<double>> cubes, squares;
+    std::vector<double> odd;
+    for (int s = 1; s <= 255; s += 2) odd.push_back(s);
+    for (double s : {59049.0, 99999.0, 104729.0, 131069.0, 131071.0}) odd.push_back(s);
+    for (double s : odd) {
+        double c = s * s * s, q = s * s;
+        for (int k = -360; k <= 341; k += (s > 255 ? 7 : 1)) {
+            double x3 = std::ldexp(c, 3 * k), r3 = std::ldexp(q, 2 * k);
+            if (x3 >= 0x1p-1074 && std::isfinite(x3) && std::ldexp(x3, -3 * k) == c)
+                cubes.push_back({x3, r3}), cubes.push_back({-x3, r3});
+            double x2 = std::ldexp(q, 2 * k), r2 = std::ldexp(c, 3 * k);
+            if (r2 >= 0x1p-1022 && std::isfinite(r2)) squares.push_back({x2, r2});
+        }
+    }
+    EXPECT_GT(cubes.size(), 90000u);
+    check_rows(pow2o3_plan().f, cubes);
+    check_rows(pow3o2_plan().f, squares);
 }
 
 TEST(Expm1Accuracy, Expm1) { sweep(expm1_plan()); }
