@@ -155,15 +155,15 @@ inline Pair quotient(Pair n, Pair d) {
 //     tan r = N/D,  cot r = D/N,  N = T + u,  D = 1 - T u:
 // N by a two-sum of the heads, T u by the two halves of u's head, each product exact (T's
 // head has 32 bits), D's head 1 - T u's first product by a two-sum (exact), the products of
-// the tails (2^-32 and 2^-64 of the whole) rounded in the tails; then one quotient.  Below
-// 1/64 (k = 0) tan r is u itself.  The pair is good to about 2^-76: 0.5 + 2^-12 ulp.
-constexpr LD kRoundWhole = 0x1.8p63L;  // x + 1.5 2^63 rounds x to a whole number (ulp 1)
+// the tails (T's, 2^-32 of T; u's, at most t^2/3 of u) rounded in the tails; then one
+// quotient.  Below
+// 1/64 (k = 0) tan r is u itself.  The pair is good to about 2^-74: 0.5 + 2^-10 ulp.
 inline Pair tan_quadrant(int q, LD rh, LD rl, bool cot) {
     bool rneg = rh < 0.0L;
     LD ah = __builtin_fabsl(rh), al = rneg ? -rl : rl;
-    LD kr = ah * 32.0L + kRoundWhole;
-    int k = int(ext(kr).m & 0x3f);
-    LD th = ah - (kr - kRoundWhole) * 0x1p-5L;  // exact
+    LD kf;
+    int k = round_int(ah * 32.0L, kf);  // in round-to-nearest (the core's mode)
+    LD th = ah - kf * 0x1p-5L;          // exact
     const LD *c = kTanStepPoly;
     LD s = th + al, z = s * s, z2 = z * z, z4 = z2 * z2;
     LD poly = (c[0] + z * c[1]) + z2 * (c[2] + z * c[3]) + z4 * (c[4] + z * c[5]);
