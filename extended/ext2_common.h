@@ -1,6 +1,6 @@
 // What the extended-precision trigonometric, inverse trigonometric and hyperbolic functions
 // share: arithmetic on pairs (hi + lo, |lo| below an ulp of hi, about 128 bits), the sine and
-// cosine cores on a reduced pair, the arctangent core, the reduction by quadrants, and the
+// cosine cores on a reduced pair, the tangent core (beside its code), the arctangent core, the reduction by quadrants, and the
 // one-rounding paths of tiny arguments.  Every core runs inside an X87Frame (precision 64
 // bits); the result is the pair's sum, rounded once in the caller's mode.
 //
@@ -133,12 +133,57 @@ inline Pair sin_quadrant(int q, LD rh, LD rl) {
     Pair p = (q & 1) ? cos_pair(rh, rl) : sin_pair(rh, rl);
     return (q & 2) ? neg(p) : p;
 }
-// tan (q even) or -cot (q odd) of r: a quotient of the cores.
+// ---- tangent ---------------------------------------------------------------------------------
+// n/d for pairs whose tails may reach 2^-12 of their heads, by one division: d normalised
+// (so that 1/dh is 1/d to 2^-63), inv = 1/dh, y = nh inv cut to 32 bits, the remainder
+// n - y d with y dh exact (dh split into halves of 32 bits) and nh - y dh exact (the two are
+// within 2^-31 of each other), and y + rem inv: the remainder is at most 2^-11 of n, so that
+// inv's rounding and the tail of d move the pair by less than 2^-74.
+inline Pair quotient(Pair n, Pair d) {
+    d = norm(d.h, d.l);
+    LD inv = 1.0L / d.h, y, yl, d1, d2;
+    split32(n.h * inv, y, yl);
+    split32(d.h, d1, d2);
+    LD rem = ((n.h - y * d1) - y * d2) + (n.l - y * d.l);
+    return {y, rem * inv};
+}
+// tan (q even) or -cot (q odd) of r = rh + rl, |r| at most pi/4 and a reduction's margin, by
+// the addition formula at breakpoints: c = k/32 nearest |r| (k <= 25), t = |r| - c with
+// |rh| - c exact (c is a multiple of 1/32 within 1/64 of |rh|), u = tan t = t + t^3 P(t^2)
+// (kTanStepPoly, |t| <= 1/64, relative error 2^-78.5) as the head t's and a tail, T = tan c a
+// 32-bit head and a tail (kTanTab), and
+//     tan r = N/D,  cot r = D/N,  N = T + u,  D = 1 - T u:
+// N by a two-sum of the heads, T u by the two halves of u's head, each product exact (T's
+// head has 32 bits), D's head 1 - T u's first product by a two-sum (exact), the products of
+// the tails (T's, 2^-32 of T; u's, at most t^2/3 of u) rounded in the tails; then one
+// quotient.  Below
+// 1/64 (k = 0) tan r is u itself.  The pair is good to about 2^-74: 0.5 + 2^-10 ulp.
 inline Pair tan_quadrant(int q, LD rh, LD rl, bool cot) {
-    Pair s = sin_pair(rh, rl), c = cos_pair(rh, rl);
-    bool swap = (q & 1) != cot;
-    Pair t = swap ? divp(c, s) : divp(s, c);
-    return (q & 1) ? neg(t) : t;
+    bool rneg = rh < 0.0L;
+    LD ah = __builtin_fabsl(rh), al = rneg ? -rl : rl;
+    LD kf;
+    int k = round_int(ah * 32.0L, kf);  // in round-to-nearest (the core's mode)
+    LD th = ah - kf * 0x1p-5L;          // exact
+    const LD *c = kTanStepPoly;
+    LD s = th + al, z = s * s, z2 = z * z, z4 = z2 * z2;
+    LD poly = (c[0] + z * c[1]) + z2 * (c[2] + z * c[3]) + z4 * (c[4] + z * c[5]);
+    LD ul = al + s * z * poly;  // u = th + ul
+    bool swap = (q & 1) != cot, negate = bool(q & 1) != rneg;
+    Pair r;
+    if (k == 0 && !swap) {
+        r = {th, ul};
+    } else {
+        const LD *T = kTanTab[k];
+        LD u1, u2, nh, nl, dh, dl;
+        split32(th, u1, u2);
+        fast_two_sum(T[0], th, nh, nl);  // T's head is at least 1/32 > |th|, or 0
+        nl += T[1] + ul;
+        fast_two_sum(1.0L, -(T[0] * u1), dh, dl);
+        dl = (dl - T[0] * u2) - (T[0] * ul + T[1] * (th + ul));
+        Pair n = {nh, nl}, d = {dh, dl};
+        r = swap ? quotient(d, n) : quotient(n, d);
+    }
+    return negate ? neg(r) : r;
 }
 
 // |x| = q pi/2 + r for a finite x (v its words): q modulo 4 returned, r as a pair.  At most pi/4

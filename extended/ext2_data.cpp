@@ -306,6 +306,36 @@ alignas(16) const double kAtan256[249][2] = {
     {0x1.921fb54442d18p-1, 0x1.1a62633145c07p-55},
 };
 
+// tan(k/32), k = 0..25: a 32-bit head and the extended nearest the rest.
+alignas(16) const long double kTanTab[26][2] = {
+    {0x0p+0L, 0x0p+0L},
+    {0x1.0015577800000p-5L, -0x1.44fdea0b74da05fep-39L},
+    {0x1.0055778600000p-4L, -0x1.641fef9ad88338e0p-37L},
+    {0x1.8121042000000p-4L, 0x1.9d39794f795058f4p-40L},
+    {0x1.01577af200000p-3L, -0x1.5dcb63f74c148f1ap-36L},
+    {0x1.42a13df800000p-3L, -0x1.11a61981948de81ap-37L},
+    {0x1.84906f1200000p-3L, -0x1.9b52fedf1032d080p-36L},
+    {0x1.c7490a1e00000p-3L, -0x1.c3da58b40fc6dcb2p-36L},
+    {0x1.05785a4400000p-2L, -0x1.d9d50ce35ff3bb4ep-37L},
+    {0x1.27d78b4000000p-2L, 0x1.6ee08f9c8ef06f9ap-35L},
+    {0x1.4ad71ed600000p-2L, -0x1.c638edc621591800p-35L},
+    {0x1.6e8d85a600000p-2L, 0x1.24f827f1715a874ep-36L},
+    {0x1.9312d85a00000p-2L, -0x1.01d40ef4eef5bea0p-36L},
+    {0x1.b8811e4e00000p-2L, -0x1.fec7a25f032464fep-35L},
+    {0x1.def49eaa00000p-2L, 0x1.66f428f2463d132ap-35L},
+    {0x1.03461f0800000p-1L, 0x1.4d0b94716eaddb2ep-34L},
+    {0x1.17b4f5c000000p-1L, -0x1.9716b79d0d36ff0ep-34L},
+    {0x1.2cd98fea00000p-1L, 0x1.571037e0098672acp-38L},
+    {0x1.42c8ba0e00000p-1L, 0x1.2a6f3b9fa0b22e1ap-34L},
+    {0x1.5999a9e000000p-1L, 0x1.ea2518502becd78ep-34L},
+    {0x1.7166689e00000p-1L, -0x1.7c220fa27fe732f6p-34L},
+    {0x1.8a4c52ca00000p-1L, 0x1.d69dd4d66e6bea4ep-35L},
+    {0x1.a46cb2be00000p-1L, 0x1.a82c76b2cd89a710p-35L},
+    {0x1.bfed7cca00000p-1L, 0x1.9ad258d237cd4d92p-35L},
+    {0x1.dcfa361200000p-1L, -0x1.e22283e79ecca250p-34L},
+    {0x1.fbc511e000000p-1L, -0x1.4dd0158c886110e8p-34L},
+};
+
 // pi/2: the double nearest and the extended nearest the rest.
 const long double kPi2D[2] = {0x1.921fb54442d18p+0L, 0x1.1a62633145c06e0ep-54L};
 // pi: the double nearest and the extended nearest the rest.
@@ -417,6 +447,17 @@ const long double kAtanhSmallPoly[9] = {
     0x1.1112e4edbf06405ep-4L,
     0x1.e1008207805ea608p-5L,
     0x1.cc3e42c0bd73b4e2p-5L,
+};
+
+// approximation of tan t on [-0x1.029p-6, 0x1.029p-6], degree 13, max relative error 2^-78.56 (measured by tools/gen/ext2_tables.py)
+// Coefficients of x^3, x^5 .. x^13 (the lower ones are exact: x^1: 1).
+const long double kTanStepPoly[6] = {
+    0x1.5555555555555556p-2L,
+    0x1.1111111111111112p-3L,
+    0x1.ba1ba1ba1ba1b4d0p-5L,
+    0x1.664f4882c3d4c374p-6L,
+    0x1.226e34b6d72d215ap-7L,
+    0x1.d6f8520c1eb9a706p-9L,
 };
 
 // approximation of atan t on [-0x1.029p-8, 0x1.029p-8], degree 9, max relative error 2^-82.56 (measured by tools/gen/ext2_tables.py)

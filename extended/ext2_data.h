@@ -11,6 +11,7 @@ extern const long double kRad2Deg[2];  // 180/pi
 extern const long double kDeg2Rad_32[2];  // pi/180
 extern const long double kAtanTab[33][2];
 extern const double kAtan256[249][2];  // atan(k/256), k = 8..256
+extern const long double kTanTab[26][2];  // tan(k/32), k = 0..25, 32-bit heads
 extern const long double kPi2D[2];  // pi/2, a double head
 extern const long double kPiD[2];  // pi, a double head
 extern const long double kSinPoly[9];  // x^5 .. x^21, every second power
@@ -21,6 +22,7 @@ extern const long double kSinhSmallPoly[9];  // x^3 .. x^19, every second power
 extern const long double kAsinhSmallPoly[9];  // x^3 .. x^19, every second power
 extern const long double kTanhSmallPoly[9];  // x^3 .. x^19, every second power
 extern const long double kAtanhSmallPoly[9];  // x^3 .. x^19, every second power
+extern const long double kTanStepPoly[6];  // x^3 .. x^13, every second power
 extern const long double kAtanStepPoly[4];  // x^3 .. x^9, every second power
 extern const long double kAsinPoly[16];  // x^5 .. x^35, every second power
 

@@ -2,11 +2,12 @@
 //
 // |x| = q pi/2 + r with |r| <= pi/4: within pi/4 r is x itself; beyond, the reduction by pi/4
 // (Cody and Waite below 2^30, the 4/pi window from there to the largest value) gives r as two
-// doubles, 106 bits, and q.  Then sin x = +-sin r or +-cos r by q, tan x = sin r/cos r or
-// -cos r/sin r, each a pair rounded once: 0.5 ulp plus about 2^-10 ulp.  Odd functions work
-// on |x| and take the sign on the pair, before the rounding, so that f(-x) = -f(x) in
-// round-to-nearest and each directed mode rounds the signed value.  Below 2^-32 the result is
-// x (or 1, or 1/x) and a tiny amount of the right sign, rounded once.
+// doubles, 106 bits, and q.  Then sin x = +-sin r or +-cos r by q, and tan x = tan r or
+// -cot r, from the tangent at the nearest k/32 by the addition formula and one division;
+// each a pair rounded once: 0.5 ulp plus about 2^-10 ulp.  Odd functions work on |x| and
+// take the sign on the pair, before the rounding, so that f(-x) = -f(x) in round-to-nearest
+// and each directed mode rounds the signed value.  Below 2^-32 the result is x (or 1, or
+// 1/x) and a tiny amount of the right sign, rounded once.
 #include "extended/ext2_common.h"
 
 using namespace tsr;

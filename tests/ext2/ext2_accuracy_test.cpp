@@ -1,10 +1,10 @@
 // Accuracy of the extended trigonometric, inverse trigonometric, degree and hyperbolic
 // functions against MPFR on the shared sweep: 100,000 arguments per function (the whole
 // domain log-uniformly, and the regions where the design changes: pi/4 and the Cody-Waite
-// limits 2^17 and 2^30, the breakpoints of the arctangent (ratios 2^-6 to 2^6), 3/8 and 1/2
-// for arcsine, 1/8 (the odd series), 23 and 64 for the hyperbolic functions), the extended
-// values nearest a multiple of pi/2 (tools/gen/ext2_hard_cases.py), four rounding modes, flags
-// checked.  Bounds: 0.6 ulp in
+// limits 2^17 and 2^30, the tangent's breakpoints k/32 below pi/4, the breakpoints of the
+// arctangent (ratios 2^-6 to 2^6), 3/8 and 1/2 for arcsine, 1/8 (the odd series), 23 and 64
+// for the hyperbolic functions), the extended values nearest a multiple of pi/2
+// (tools/gen/ext2_hard_cases.py), four rounding modes, flags checked.  Bounds: 0.6 ulp in
 // round-to-nearest, 2 ulp in the directed modes.
 #include <gtest/gtest.h>
 
@@ -33,7 +33,9 @@ void run_all(double scale) {
                                         {20000, {0.7L, 0x1p17L, Dist::log_uniform, true}},
                                         {20000, {0x1p17L, 0x1p31L, Dist::log_uniform, true}},
                                         {20000, {0x1p31L, big, Dist::log_uniform, true}},
-                                        {20000, {-10.0L, 10.0L, Dist::uniform}}};
+                                        {20000, {-10.0L, 10.0L, Dist::uniform}},
+                                        // the tangent's breakpoints k/32 and the switches between them
+                                        {20000, {0x1p-6L, 0.79L, Dist::uniform, true}}};
     for (const char *f : {"sinl", "cosl", "tanl", "cotl"}) th::sweep(plan(fn(f), trig, scale));
     th::sweep(bounded(th::Sweep<LD>{sincos_f("sincosl"), trig}, scale));
     // degrees: the one-quotient range, whole numbers beyond 2^63, whole degrees

@@ -17,6 +17,10 @@ Run: python3 tools/gen/ext2_tables.py [--out DIR]
   kAtanhSmallPoly
   kAtanStepPoly       atan t = t + t^3 A(t^2) on |t| <= 1/256 plus a margin (the step beyond a
                       breakpoint of kAtan256);
+  kTanStepPoly        tan t = t + t^3 P(t^2) on |t| <= 1/64 plus a margin (the step beyond a
+                      breakpoint of kTanTab);
+  kTanTab[26]         tan(k/32), k = 0..25, the breakpoints of tanl and cotl, as a head of 32 bits
+                      (exact products with a split operand) and the extended nearest the rest;
   kAtan256[249]       atan(k/256), k = 8..256, the breakpoints of atanl and atan2l, as double
                       pairs (head nearest, tail nearest the rest: 106 bits);
   kPi2D, kPiD         pi/2 and pi with a double head (so that head - atan(k/256)'s head is exact in
@@ -28,7 +32,7 @@ Fits are Remez exchanges with extended coefficients; each states its interval an
 measured with the coefficients as rounded (the fixed low terms exact)."""
 from fractions import Fraction
 
-from mpmath import mp, mpf, sin, cos, atan, asin, sinh, asinh, tanh, atanh
+from mpmath import mp, mpf, sin, cos, tan, atan, asin, sinh, asinh, tanh, atanh
 
 import tsrgen as g
 
@@ -78,6 +82,17 @@ out.extend(g.c_array("alignas(16) const double kAtan256[249][2]", rows, 1,
                      "atan(k/256), k = 8..256 (row k - 8): the double nearest and the double nearest the rest."))
 out.append("")
 hdr.append("extern const double kAtan256[249][2];  // atan(k/256), k = 8..256")
+# tan(k/32), k = 0..25 (25/32 + 1/64 > pi/4): a head of 32 bits (its products with a split
+# operand are exact) and the extended nearest the rest, 96 bits in all.
+rows = []
+for k in range(26):
+    v = tan(mpf(k) / 32)
+    h = g.round_bits(v, 32)
+    rows.append("{%s, %s}" % (hx(h), hx(g.to_format(v - h, g.X87))))
+out.extend(g.c_array("alignas(16) const long double kTanTab[26][2]", rows, 1,
+                     "tan(k/32), k = 0..25: a 32-bit head and the extended nearest the rest."))
+out.append("")
+hdr.append("extern const long double kTanTab[26][2];  // tan(k/32), k = 0..25, 32-bit heads")
 for name, v, what in (("kPi2D", mp.pi / 2, "pi/2"), ("kPiD", mp.pi, "pi")):
     h = g.to_format(v, g.BINARY64)
     out.append("// %s: the double nearest and the extended nearest the rest." % what)
@@ -122,6 +137,7 @@ fit("kAtanPoly", atan, -T, T, 13, {1: Fraction(1)}, "odd", "atan t", -78)
 fit("kAtanSmallPoly", atan, -mpf(1) / 8 * mpf("1.01"), mpf(1) / 8 * mpf("1.01"), 19, {1: Fraction(1)}, "odd", "atan z", -70)
 for name, f in (("kSinhSmallPoly", sinh), ("kAsinhSmallPoly", asinh), ("kTanhSmallPoly", tanh), ("kAtanhSmallPoly", atanh)):
     fit(name, f, -mpf(1) / 8 * mpf("1.01"), mpf(1) / 8 * mpf("1.01"), 19, {1: Fraction(1)}, "odd", name[1:-9].lower() + " x", -72)
+fit("kTanStepPoly", tan, -T, T, 13, {1: Fraction(1)}, "odd", "tan t", -76)
 fit("kAtanStepPoly", atan, -mpf(1) / 256 * mpf("1.01"), mpf(1) / 256 * mpf("1.01"), 9, {1: Fraction(1)}, "odd", "atan t", -76)
 fit("kAsinPoly", asin, -mpf(1) / 2, mpf(1) / 2, 35, {1: Fraction(1), 3: Fraction(1, 6)}, "odd", "asin x", -71)
 
