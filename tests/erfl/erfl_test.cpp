@@ -16,7 +16,8 @@ namespace {
 
 using namespace th;
 using extt::LD;
-using extt::ld;
+// An extended value from its significand and sign-and-exponent words.
+inline LD ld(uint64_t m, uint16_t se) { return f80(se, m); }
 namespace code = tsr::code;
 using R = Row<LD>;
 
@@ -40,9 +41,9 @@ LD pred(LD x) {
 
 Func<LD> fn(const char *name) {
     std::string n = name;
-    if (n == "erfl") return extt::plain("erfl", mpfr_erf, erfl_local, erfl);
-    if (n == "erfcl") return extt::plain("erfcl", mpfr_erfc, erfcl_local, erfcl);
-    return extt::plain("erfinvl", erft::mpfr_erfinv, erfinvl_local, erfinvl);
+    if (n == "erfl") return func<LD>("erfl", mpfr_erf, erfl_local, erfl);
+    if (n == "erfcl") return func<LD>("erfcl", mpfr_erfc, erfcl_local, erfcl);
+    return func<LD>("erfinvl", erft::mpfr_erfinv, erfinvl_local, erfinvl);
 }
 
 std::vector<R> with_nans(std::vector<R> own) {
