@@ -76,6 +76,19 @@ inline i128 mul_s(i128 t, int64_t u) {
 }
 inline u128 w128(const uint64_t (&w)[2]) { return u128(w[0]) << 64 | w[1]; }
 
+// The last steps of the first phase stay in the vector registers: a trip through a general
+// register would add two transfers to the critical path.
+// y 2^q for a normal y and a normal result: q added to the exponent field.
+inline double scale_normal(double y, int64_t q) {
+    __m128i v = _mm_add_epi64(_mm_castpd_si128(_mm_set_sd(y)), _mm_cvtsi64_si128(q << 52));
+    return _mm_cvtsd_f64(_mm_castsi128_pd(v));
+}
+// The power of two at the bottom of |y|'s binade (y normal).
+inline double binade(double y) {
+    __m128d m = _mm_castsi128_pd(_mm_cvtsi64_si128(int64_t(0x7ff0000000000000)));
+    return _mm_cvtsd_f64(_mm_and_pd(_mm_set_sd(y), m));
+}
+
 // ---- exp -------------------------------------------------------------------------------
 
 constexpr double kInvLn2x512 = 0x1.71547652b82fep+9;  // 512/ln 2
@@ -188,13 +201,15 @@ inline double cr_exp(double x) {
         double r2 = r * r;
         double p = mul_add(r2, mul_add(r, kE5, kE4), mul_add(r, kE3, kE2));
         // 2^(j/512) e^r = T (1 + U)(1 + r + r^2 p): T r exact, the rest (below 2^-18) rounded
-        // at 2^-72; with r's own rounding (2^-64, times T) H + L is within 2^-62.8.
+        // at 2^-72; with r's own rounding (2^-64, times T) H + L is within 2^-62.8.  T r^2
+        // is formed beside p, so that p waits for one fused step only, not three.
         dd::DD tr = dd::two_prod<kFma>(T.hi, r);
         dd::DD h1 = dd::fast_two_sum(T.hi, tr.h);
-        double L = opaque(h1.l + (tr.l + T.hi * mul_add(p, r2, T.lo)));
+        double r2t = r2 * T.hi;
+        double L = opaque(mul_add(p, r2t, tr.l + T.hi * T.lo) + h1.l);
         double H = g.finish(h1.h);
         double y = settle(H, L, kExpMargin);
-        if (__builtin_expect(y != 0, 1)) return f64(bits(y) + (uint64_t(k >> 9) << 52));
+        if (__builtin_expect(y != 0, 1)) return scale_normal(y, k >> 9);
         return exp_phase2(x, k);
     }
     if (a < 0x3c900000) return 1.0 + opaque(x);  // |x| < 2^-54: 1 + x rounds as e^x
@@ -221,11 +236,13 @@ inline double cr_exp(double x) {
 
 constexpr double kLn2Hi = 0x1.62e42fefa4000p-1;  // ln 2, a multiple of 2^-39 (e kLn2Hi exact)
 constexpr double kLn2Lo = -0x1.8432a1b0e2634p-43;
-// ln(1 + r) = r - r^2/2 + r^3 q(r), q = c3 + c4 r + ... + c7 r^4, for |r| <= 2^-8.
-constexpr double kL3 = 0x1.5555555555472p-2, kL4 = -0x1.ffffffff78a26p-3, kL5 = 0x1.99999a0883151p-3;
-constexpr double kL6 = -0x1.5556d57aed8c2p-3, kL7 = 0x1.2435dd79a68dep-3;
-// H + L within 2^-63 of ln x (relative); the margin 2^-60 of the binade of H.
+// ln(1 + r) = r - r^2/2 + r^3 q(r), q = kL3 + kL4 r + ... + kL7 r^4 (crd_data.h: its error
+// is below 2^-62.83 of the result over every r the index table lets through, |r| < 2^-7.88).
+// The roundings of the first phase add below 2^-67 of the result (the terms rounded are at
+// most 2^-24 of it away from x = 1, and carried exactly next to it): H + L lies within
+// 2^-62.7 of ln x, under the margin, 2^-60 of the binade of H (at least 2^-61 |H|).
 constexpr double kLogMargin = 0x1p-60;
+constexpr uint64_t kOneBits = 0x3fe0000000000000u;  // (1 + i/128)/2 = the pattern kOneBits + i 2^45
 constexpr u128 kLn2Fix = u128(0xb17217f7d1cf79abu) << 64 | 0xc9e3b39803f2f6afu;  // ln 2 2^128
 
 inline int clz64(uint64_t v) { return __builtin_clzll(v); }
@@ -289,12 +306,11 @@ inline double cr_log(double x) {
     {
         RnGuardInexact g;
         double m = opaque(f64(0x3ff0000000000000u | f));
-        // c = 1/m to 7 fraction bits, from the processor's approximate reciprocal (its value
-        // differs between processors; any c within 2^-8 of 1/m serves): c = (1 + i/128)/2
-        float mf = std::bit_cast<float>(uint32_t(0x3f800000u | (f >> 29)));
-        uint32_t cb = (std::bit_cast<uint32_t>(_mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(mf)))) + 0x8000) & 0xffff0000u;
-        int i = int(cb >> 16) - 0x3f00;
-        double c = double(std::bit_cast<float>(cb));
+        // c = (1 + i/128)/2 near 1/m, i from the top bits of f: one load, where the
+        // processor's approximate reciprocal would cost a round trip through single
+        // precision on the critical path.  (i = 128 gives the pattern of 1.0.)
+        int i = cr_log_index[f >> (52 - kLogIndexBits)];
+        double c = f64(kOneBits + (uint64_t(i) << 45));
         // r = m c - 1 is exact: a multiple of 2^-60 below 2^-7 in magnitude
         double r;
         if constexpr (kFma) {
@@ -318,7 +334,7 @@ inline double cr_log(double x) {
         double H = g.finish(h2.h);  // H + L, not renormalised: |L| below 2^-23 |H|
         // the margin: 2^-60 of H's binade, at least 2^-61 |H| (the first phase is within
         // 2^-63.9 |H| as measured), and at least 2^-62 of the result's binade
-        double v = settle(H, L, kLogMargin * f64(bits(H) & 0x7ff0000000000000u));
+        double v = settle(H, L, kLogMargin * binade(H));
         if (__builtin_expect(v != 0, 1)) return v;
     }
     return log_phase2(e, f);
