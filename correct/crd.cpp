@@ -68,11 +68,38 @@ inline u128 mulhi(u128 a, u128 b) {
     return u128(ah) * bh + ((u128(ah) * bl) >> 64) + ((u128(al) * bh) >> 64);
 }
 // A signed 128-bit fraction times a signed 64-bit one, the high 128 bits of the 192-bit
-// product (floor, error below one unit of 2^-128).
-inline i128 mul_s(i128 t, int64_t u) {
-    int64_t th = int64_t(t >> 64);
-    uint64_t tl = uint64_t(t);
-    return i128(th) * u + ((i128(tl) * u) >> 64);
+// product (floor, error below one unit of 2^-128).  Two 64-bit multiplications: the signed
+// high x u, and the low word (unsigned) times u's pattern, whose high half is floor(tl u
+// 2^-64) once tl is taken off for a negative u (u_neg: all ones when u < 0).
+// The signed product is one imul: written as a product of two 128-bit values, the compiler
+// builds it from three multiplications and spills the accumulator of the loops below.
+inline i128 mul_s(i128 t, int64_t u, uint64_t u_neg) {
+    uint64_t th = uint64_t(u128(t) >> 64), tl = uint64_t(t);
+    int64_t ph, pl;
+    __asm__("imulq %3" : "=a"(pl), "=d"(ph) : "%a"(int64_t(th)), "rm"(u) : "cc");
+    uint64_t mid = uint64_t((u128(tl) * uint64_t(u)) >> 64) - (tl & u_neg);
+    u128 mid_s = u128(uint64_t(int64_t(mid) >> 63)) << 64 | mid;  // sign-extended
+    return i128(((u128(uint64_t(ph)) << 64) | uint64_t(pl)) + mid_s);
+}
+// One Horner step on the words themselves, t u + row with mul_s's rounding: kept as two
+// 64-bit words (as 128-bit values the compiler sign-extends the middle word through memory).
+struct Words {
+    uint64_t h, l;
+};
+inline Words horner_step(Words t, int64_t u, uint64_t u_neg, const uint64_t (&row)[2]) {
+    int64_t ph, pl;
+    __asm__("imulq %3" : "=a"(pl), "=d"(ph) : "%a"(int64_t(t.h)), "rm"(u) : "cc");
+    uint64_t mid = uint64_t((u128(t.l) * uint64_t(u)) >> 64) - (t.l & u_neg);
+    uint64_t l1 = uint64_t(pl) + mid, c1 = l1 < mid;
+    uint64_t l2 = l1 + row[1], c2 = l2 < row[1];
+    return {uint64_t(ph) + uint64_t(int64_t(mid) >> 63) + c1 + row[0] + c2, l2};
+}
+inline i128 join(Words t) { return i128(u128(t.h) << 64 | t.l); }
+// The high 128 bits of the product of two signed 128-bit fractions, by magnitudes (error
+// below 3 units of 2^-128).
+inline i128 mul_ss(i128 a, i128 b) {
+    u128 p = mulhi(u128(a < 0 ? -a : a), u128(b < 0 ? -b : b));
+    return (a < 0) != (b < 0) ? -i128(p) : i128(p);
 }
 inline u128 w128(const uint64_t (&w)[2]) { return u128(w[0]) << 64 | w[1]; }
 
@@ -257,20 +284,40 @@ inline double log_phase2(int e, uint64_t f) {
     uint64_t s = (f + 0x9555555555555u) >> 52;
     int64_t u = int64_t((f << (12 - s)) | (s << 63));
     int N = e + int(s);
+    uint64_t un = uint64_t(u >> 63);  // all ones for a negative u
+    auto row = [](const uint64_t (*rows)[2], int k) { return i128(w128(rows[k])); };
     const uint64_t (*rows)[2];
-    int deg;
-    if (((uint64_t(u) + 0x0400000000000000u) >> 59) == 0) rows = cr_log_series_near, deg = 16;
-    else rows = cr_log_series_far, deg = 44;
-    i128 t = i128(w128(rows[deg]));
-    for (int k = deg - 1; k >= 2; --k) t = mul_s(t, u) + i128(w128(rows[k]));
-    i128 v = mul_s((mul_s(t, u) >> 1) + i128(w128(rows[1])), u);  // u (row1 + u t/2)
+    i128 t;
+    if (((uint64_t(u) + 0x0400000000000000u) >> 59) == 0) {
+        rows = cr_log_series_near;
+        Words w = {rows[16][0], rows[16][1]};
+        for (int k = 15; k >= 2; --k) w = horner_step(w, u, un, rows[k]);
+        t = join(w);
+    } else {
+        // Rows 23..44 and 2..22 as two chains side by side, joined by u^21: t = lo + u^21 hi.
+        // u^21 from u^2 (exact) by squarings, each product's error below 3 units of 2^-128
+        // and never growing (every factor below 1/2): the join's error, with hi below 1/8,
+        // stays under 4 units, the chains' own under 2 each.
+        rows = cr_log_series_far;
+        Words hw = {rows[44][0], rows[44][1]}, lw = {rows[22][0], rows[22][1]};
+        for (int k = 21; k >= 2; --k) {
+            hw = horner_step(hw, u, un, rows[k + 22]);
+            lw = horner_step(lw, u, un, rows[k]);
+        }
+        i128 hi = join(horner_step(hw, u, un, rows[23])), lo = join(lw);
+        u128 u2 = u128(i128(u) * u);
+        u128 u4 = mulhi(u2, u2), u8 = mulhi(u4, u4), u10 = mulhi(u8, u2);
+        i128 u21 = mul_s(i128(mulhi(u10, u10)), u, un);
+        t = lo + mul_ss(hi, u21);
+    }
+    i128 v = mul_s((mul_s(t, u, un) >> 1) + row(rows, 1), u, un);  // u (row1 + u t/2)
     int64_t W;
     int scale;
     if (N == 0) {
         // ln(1 + u) itself: u normalised first, so that the sum keeps 62 significant bits
         int z = clz64(uint64_t(u < 0 ? -u : u)) - 1;
-        int64_t un = int64_t(uint64_t(u) << z);
-        i128 L = (i128(un) << 63) + mul_s(v, un);  // 2^z ln(1 + u)/2 under 2^128
+        int64_t uz = int64_t(uint64_t(u) << z);
+        i128 L = (i128(uz) << 63) + mul_s(v, uz, un);  // 2^z ln(1 + u)/2 under 2^128
         W = int64_t(L >> 64);
         scale = -63 - z;
     } else {
@@ -279,7 +326,7 @@ inline double log_phase2(int e, uint64_t f) {
         // nn ln 2 under 2^64: the high 128 bits of nn times the 128-bit ln 2
         i128 P = i128(nn) * i128(uint64_t(kLn2Fix >> 64)) +
                  ((i128(nn) * i128(uint64_t(kLn2Fix))) >> 64);
-        i128 L = (i128(u) << 63) + mul_s(v, u);  // ln(1 + u)/2 under 2^128
+        i128 L = (i128(u) << 63) + mul_s(v, u, un);  // ln(1 + u)/2 under 2^128
         i128 S = P + (L >> (63 - z));
         W = int64_t(S >> 64);
         scale = -z;
