@@ -50,14 +50,18 @@ inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 
 // The first phase's verdict in the caller's mode: the double both H + (L -+ margin) round to,
 // or 0 (never a result of either function on this path) when they differ.
-inline double settle(double h, double l, double margin) {
+// settle_pair takes L - margin and L + margin formed already (l the trace's L).
+inline double settle_pair(double h, double l_minus, double l_plus, double l) {
     if (__builtin_expect(__libm_crd_test != 0, 0)) {
         if (__libm_crd_test & 2) __libm_crd_trace[0] = h, __libm_crd_trace[1] = l;
         if (__libm_crd_test & 1) return 0;
     }
-    double a = opaque(h) + opaque(l - margin);
-    double b = opaque(h) + opaque(l + margin);
+    double a = opaque(h) + opaque(l_minus);
+    double b = opaque(h) + opaque(l_plus);
     return a == b ? a : 0;
+}
+inline double settle(double h, double l, double margin) {
+    return settle_pair(h, l - margin, l + margin, l);
 }
 
 // High 128 bits of the product of two unsigned 128-bit fractions, from three 64-bit
@@ -143,7 +147,7 @@ constexpr uint64_t kLn2_512Extra = 0x57a;  // bits 129..140, in units of 2^-140
 //       after rounding to 128 bits), Horner's truncations below 2^-124;
 //   R = T + T E with T = 2^(j/512) to 2^-121 (relative): in all below 2^-119.0 relative.
 // R (1.0 = 2^120) has its top at bit 120 or 121; W = R >> 64 (56 or 57 bits) with a sticky 1.
-inline double exp_phase2(double x, int64_t k) {
+__attribute__((noinline)) double exp_phase2(double x, int64_t k) {
     uint64_t ix = bits(x);
     int e = int((ix >> 52) & 0x7ff);
     int64_t m = int64_t((ix & 0xfffffffffffffu) | 0x10000000000000u);
@@ -191,7 +195,7 @@ inline double exp_phase2(double x, int64_t k) {
 
 // 2^-54 <= |x| < 2^-30: e^x = 1 + x + x^2/2 + x^3/6 with an error below x^4/24 < 2^-124.5,
 // summed in 128 bits with 1.0 = 2^126 (each term truncated: below 3 units of 2^-126).
-inline double exp_small(double x) {
+__attribute__((noinline)) double exp_small(double x) {
     uint64_t ix = bits(x);
     int E = int((ix >> 52) & 0x7ff) - 1023;  // -54 .. -31
     u128 m = (ix & 0xfffffffffffffu) | 0x10000000000000u;  // |x| = m 2^(E - 52)
@@ -229,13 +233,17 @@ inline double cr_exp(double x) {
         double p = mul_add(r2, mul_add(r, kE5, kE4), mul_add(r, kE3, kE2));
         // 2^(j/512) e^r = T (1 + U)(1 + r + r^2 p): T r exact, the rest (below 2^-18) rounded
         // at 2^-72; with r's own rounding (2^-64, times T) H + L is within 2^-62.8.  T r^2
-        // is formed beside p, so that p waits for one fused step only, not three.
+        // is formed beside p, so that p waits for one fused step only, not three, and the
+        // margin joins the part summed first: L -+ margin come out of the same two steps as
+        // L would, each off by a rounding below 2^-73 (|L| < 2^-20), far inside the margin.
         dd::DD tr = dd::two_prod<kFma>(T.hi, r);
         dd::DD h1 = dd::fast_two_sum(T.hi, tr.h);
         double r2t = r2 * T.hi;
-        double L = opaque(mul_add(p, r2t, tr.l + T.hi * T.lo) + h1.l);
+        double c = tr.l + T.hi * T.lo;
+        double Lm = opaque(mul_add(p, r2t, c - kExpMargin) + h1.l);
+        double Lp = opaque(mul_add(p, r2t, c + kExpMargin) + h1.l);
         double H = g.finish(h1.h);
-        double y = settle(H, L, kExpMargin);
+        double y = settle_pair(H, Lm, Lp, 0.5 * (Lm + Lp));
         if (__builtin_expect(y != 0, 1)) return scale_normal(y, k >> 9);
         return exp_phase2(x, k);
     }
@@ -280,7 +288,7 @@ inline int clz64(uint64_t v) { return __builtin_clzll(v); }
 // is 2^-122.2 (near) and 2^-118.6 (far) of ln(1 + u) after rounding to 128 bits, the Horner
 // steps' truncations below 2^-124 of it.  With N: N ln 2 (ln 2 to 2^-128), their sum's
 // relative error stays below 2^-118.5 (|N ln 2 + ln(1 + u)| >= |ln(1 + u)| / 2 or N = 0).
-inline double log_phase2(int e, uint64_t f) {
+__attribute__((noinline)) double log_phase2(int e, uint64_t f) {
     uint64_t s = (f + 0x9555555555555u) >> 52;
     int64_t u = int64_t((f << (12 - s)) | (s << 63));
     int N = e + int(s);
