@@ -302,21 +302,22 @@ __attribute__((noinline)) double log_phase2(int e, uint64_t f) {
         for (int k = 15; k >= 2; --k) w = horner_step(w, u, un, rows[k]);
         t = join(w);
     } else {
-        // Rows 23..44 and 2..22 as two chains side by side, joined by u^21: t = lo + u^21 hi.
-        // u^21 from u^2 (exact) by squarings, each product's error below 3 units of 2^-128
-        // and never growing (every factor below 1/2): the join's error, with hi below 1/8,
-        // stays under 4 units, the chains' own under 2 each.
+        // Three chains side by side, rows 2..15, 16..29 and 30..44, joined by u^14:
+        // t = a + u^14 (b + u^14 c).  u^14 from u^2 (exact) by products each within 3 units
+        // of 2^-128, errors that never grow (every factor below 1/2): with b and c below 1/8
+        // each join adds under 4 units, each chain under 2.
         rows = cr_log_series_far;
-        Words hw = {rows[44][0], rows[44][1]}, lw = {rows[22][0], rows[22][1]};
-        for (int k = 21; k >= 2; --k) {
-            hw = horner_step(hw, u, un, rows[k + 22]);
-            lw = horner_step(lw, u, un, rows[k]);
+        Words a = {rows[15][0], rows[15][1]}, b = {rows[29][0], rows[29][1]};
+        Words c = horner_step({rows[44][0], rows[44][1]}, u, un, rows[43]);
+        for (int k = 14; k >= 2; --k) {
+            a = horner_step(a, u, un, rows[k]);
+            b = horner_step(b, u, un, rows[k + 14]);
+            c = horner_step(c, u, un, rows[k + 28]);
         }
-        i128 hi = join(horner_step(hw, u, un, rows[23])), lo = join(lw);
         u128 u2 = u128(i128(u) * u);
-        u128 u4 = mulhi(u2, u2), u8 = mulhi(u4, u4), u10 = mulhi(u8, u2);
-        i128 u21 = mul_s(i128(mulhi(u10, u10)), u, un);
-        t = lo + mul_ss(hi, u21);
+        u128 u4 = mulhi(u2, u2);
+        i128 u14 = i128(mulhi(mulhi(mulhi(u4, u4), u4), u2));
+        t = join(a) + mul_ss(join(b) + mul_ss(join(c), u14), u14);
     }
     i128 v = mul_s((mul_s(t, u, un) >> 1) + row(rows, 1), u, un);  // u (row1 + u t/2)
     int64_t W;
