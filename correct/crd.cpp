@@ -297,10 +297,18 @@ __attribute__((noinline)) double log_phase2(int e, uint64_t f) {
     const uint64_t (*rows)[2];
     i128 t;
     if (((uint64_t(u) + 0x0400000000000000u) >> 59) == 0) {
+        // Two chains, rows 2..8 and 9..16, joined by u^7 (below 2^-42; its error, and the
+        // join's, below 3 units of 2^-128)
         rows = cr_log_series_near;
-        Words w = {rows[16][0], rows[16][1]};
-        for (int k = 15; k >= 2; --k) w = horner_step(w, u, un, rows[k]);
-        t = join(w);
+        Words a = {rows[8][0], rows[8][1]};
+        Words b = horner_step({rows[16][0], rows[16][1]}, u, un, rows[15]);
+        for (int k = 7; k >= 2; --k) {
+            a = horner_step(a, u, un, rows[k]);
+            b = horner_step(b, u, un, rows[k + 7]);
+        }
+        u128 u2 = u128(i128(u) * u);
+        i128 u7 = mul_s(i128(mulhi(mulhi(u2, u2), u2)), u, un);
+        t = join(a) + mul_ss(join(b), u7);
     } else {
         // Three chains side by side, rows 2..15, 16..29 and 30..44, joined by u^14:
         // t = a + u^14 (b + u^14 c).  u^14 from u^2 (exact) by products each within 3 units

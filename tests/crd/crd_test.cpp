@@ -136,6 +136,18 @@ void sample(size_t n, uint64_t seed) {
 }
 
 TEST(CrdSample, EveryModeEveryTier) { sample(100000, 11); }
+
+// The second phase's near series (|u| < 2^-6: x within 2^-6 of a power of two, above or below)
+// and both sides of its switch to the far series, forced, every mode and tier.
+TEST(CrdSample, LogSecondPhaseNearSeries) {
+    std::mt19937_64 g(13);
+    std::uniform_real_distribution<double> near(-0x1.2p-6, 0x1.2p-6);
+    std::uniform_int_distribution<int> scale(-1000, 1000);
+    std::vector<double> xs;
+    for (int i = 0; i < 20000; ++i) xs.push_back(std::ldexp(1 + near(g), i % 2 ? scale(g) : 0));
+    Forced f;
+    check_rows(f_log(), cr_rows(xs));
+}
 TEST(CrdLong, EveryModeEveryTier) { sample(1000000, 101); }
 
 // Flags over regions: inexact always, underflow where the result is tiny, nothing else.
