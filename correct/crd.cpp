@@ -280,9 +280,12 @@ constexpr double kLn2Hi = 0x1.62e42fefa4000p-1;  // ln 2, a multiple of 2^-39 (e
 constexpr double kLn2Lo = -0x1.8432a1b0e2634p-43;
 // ln(1 + r) = r - r^2/2 + r^3 q(r), q = kL3 + kL4 r + ... + kL7 r^4 (crd_data.h: its error
 // is below 2^-62.83 of the result over every r the index table lets through, |r| < 2^-7.88).
-// The roundings of the first phase add below 2^-67 of the result (the terms rounded are at
-// most 2^-24 of it away from x = 1, and carried exactly next to it): H + L lies within
-// 2^-62.7 of ln x, under the margin, 2^-60 of the binade of H (at least 2^-61 |H|).
+// The roundings of the first phase add below 2^-66 of the result: B's (at most 2^-53 of
+// |B| <= 2^-32.5, against a result of at least 0.3 |e|, or B = 0 where e = -1 meets c = 1/2),
+// r^3 q's three and L's sums' (each below 2^-75.5 absolute, against a result of at least
+// 2^-9 wherever A is not 0; where A = 0, relative to r itself).  H + A + r - r^2/2 is exact.
+// H + L lies within 2^-62.6 of ln x, under the margin, 2^-60 of the binade of H (at least
+// 2^-61 |H|).
 constexpr double kLogMargin = 0x1p-60;
 constexpr uint64_t kOneBits = 0x3fe0000000000000u;  // (1 + i/128)/2 = the pattern kOneBits + i 2^45
 constexpr u128 kLn2Fix = u128(0xb17217f7d1cf79abu) << 64 | 0xc9e3b39803f2f6afu;  // ln 2 2^128
@@ -403,7 +406,7 @@ inline double cr_log(double x) {
         double L = opaque((r2 * r * q + B) + (h1.l + h2.l - 0.5 * sq.l));
         double H = g.finish(h2.h);  // H + L, not renormalised: |L| below 2^-23 |H|
         // the margin: 2^-60 of H's binade, at least 2^-61 |H| (the first phase is within
-        // 2^-62.7 |H|, 2^-62.81 measured), and at least 2^-62 of the result's binade
+        // 2^-62.6 |H|, 2^-62.81 measured), and at least 2^-62 of the result's binade
         double v = settle(H, L, kLogMargin * binade(H));
         if (__builtin_expect(v != 0, 1)) return v;
     }
