@@ -50,14 +50,18 @@ inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 
 // The first phase's verdict in the caller's mode: the double both H + (L -+ margin) round to,
 // or 0 (never a result of either function on this path) when they differ.
-inline double settle(double h, double l, double margin) {
+// settle_pair takes L - margin and L + margin formed already (l the trace's L).
+inline double settle_pair(double h, double l_minus, double l_plus, double l) {
     if (__builtin_expect(__libm_crd_test != 0, 0)) {
         if (__libm_crd_test & 2) __libm_crd_trace[0] = h, __libm_crd_trace[1] = l;
         if (__libm_crd_test & 1) return 0;
     }
-    double a = opaque(h) + opaque(l - margin);
-    double b = opaque(h) + opaque(l + margin);
+    double a = opaque(h) + opaque(l_minus);
+    double b = opaque(h) + opaque(l_plus);
     return a == b ? a : 0;
+}
+inline double settle(double h, double l, double margin) {
+    return settle_pair(h, l - margin, l + margin, l);
 }
 
 // High 128 bits of the product of two unsigned 128-bit fractions, from three 64-bit
@@ -67,14 +71,61 @@ inline u128 mulhi(u128 a, u128 b) {
     uint64_t ah = uint64_t(a >> 64), al = uint64_t(a), bh = uint64_t(b >> 64), bl = uint64_t(b);
     return u128(ah) * bh + ((u128(ah) * bl) >> 64) + ((u128(al) * bh) >> 64);
 }
-// A signed 128-bit fraction times a signed 64-bit one, the high 128 bits of the 192-bit
-// product (floor, error below one unit of 2^-128).
-inline i128 mul_s(i128 t, int64_t u) {
-    int64_t th = int64_t(t >> 64);
-    uint64_t tl = uint64_t(t);
-    return i128(th) * u + ((i128(tl) * u) >> 64);
+// Products of a signed 128-bit fraction t = (th, tl) by a signed 64-bit fraction u: the high
+// 128 bits of the 192-bit product (floor, error below one unit of 2^-128) from two 64-bit
+// multiplications: the signed th u (one imul: written as a product of 128-bit values the
+// compiler makes three multiplications of it), and tl, unsigned, times u's pattern, whose
+// high half is floor(tl u 2^-64) once tl is taken off for a negative u (u_neg: all ones when
+// u < 0).
+struct Words {
+    uint64_t h, l;
+};
+inline Words imul64(int64_t a, int64_t b) {
+    int64_t ph, pl;
+    __asm__("imulq %3" : "=a"(pl), "=d"(ph) : "%a"(a), "rm"(b) : "cc");
+    return {uint64_t(ph), uint64_t(pl)};
+}
+inline uint64_t mid_word(uint64_t tl, int64_t u, uint64_t u_neg) {
+    return uint64_t((u128(tl) * uint64_t(u)) >> 64) - (tl & u_neg);
+}
+inline i128 join(Words t) { return i128(u128(t.h) << 64 | t.l); }
+// t u, for the steps in sequence: 128-bit additions (add with carry)
+inline i128 mul_s(i128 t, int64_t u, uint64_t u_neg) {
+    uint64_t th = uint64_t(u128(t) >> 64), tl = uint64_t(t);
+    uint64_t mid = mid_word(tl, u, u_neg);
+    u128 mid_s = u128(uint64_t(int64_t(mid) >> 63)) << 64 | mid;  // sign-extended
+    return i128(u128(join(imul64(int64_t(th), u))) + mid_s);
+}
+// t u + row, one step of the chains below: on 64-bit words with the carries written out (as
+// 128-bit values, the compiler sign-extends the middle word through memory and spills the
+// accumulators of chains side by side)
+inline Words horner_step(Words t, int64_t u, uint64_t u_neg, const uint64_t (&row)[2]) {
+    Words p = imul64(int64_t(t.h), u);
+    uint64_t mid = mid_word(t.l, u, u_neg);
+    uint64_t l1 = p.l + mid, c1 = l1 < mid;
+    uint64_t l2 = l1 + row[1], c2 = l2 < row[1];
+    return {p.h + uint64_t(int64_t(mid) >> 63) + c1 + row[0] + c2, l2};
+}
+// The high 128 bits of the product of two signed 128-bit fractions, by magnitudes (error
+// below 3 units of 2^-128).
+inline i128 mul_ss(i128 a, i128 b) {
+    u128 p = mulhi(u128(a < 0 ? -a : a), u128(b < 0 ? -b : b));
+    return (a < 0) != (b < 0) ? -i128(p) : i128(p);
 }
 inline u128 w128(const uint64_t (&w)[2]) { return u128(w[0]) << 64 | w[1]; }
+
+// The last steps of the first phase stay in the vector registers: a trip through a general
+// register would add two transfers to the critical path.
+// y 2^q for a normal y and a normal result: q added to the exponent field.
+inline double scale_normal(double y, int64_t q) {
+    __m128i v = _mm_add_epi64(_mm_castpd_si128(_mm_set_sd(y)), _mm_cvtsi64_si128(q << 52));
+    return _mm_cvtsd_f64(_mm_castsi128_pd(v));
+}
+// The power of two at the bottom of |y|'s binade (y normal).
+inline double binade(double y) {
+    __m128d m = _mm_castsi128_pd(_mm_cvtsi64_si128(int64_t(0x7ff0000000000000)));
+    return _mm_cvtsd_f64(_mm_and_pd(_mm_set_sd(y), m));
+}
 
 // ---- exp -------------------------------------------------------------------------------
 
@@ -103,7 +154,7 @@ constexpr uint64_t kLn2_512Extra = 0x57a;  // bits 129..140, in units of 2^-140
 //       after rounding to 128 bits), Horner's truncations below 2^-124;
 //   R = T + T E with T = 2^(j/512) to 2^-121 (relative): in all below 2^-119.0 relative.
 // R (1.0 = 2^120) has its top at bit 120 or 121; W = R >> 64 (56 or 57 bits) with a sticky 1.
-inline double exp_phase2(double x, int64_t k) {
+__attribute__((noinline)) double exp_phase2(double x, int64_t k) {
     uint64_t ix = bits(x);
     int e = int((ix >> 52) & 0x7ff);
     int64_t m = int64_t((ix & 0xfffffffffffffu) | 0x10000000000000u);
@@ -151,7 +202,7 @@ inline double exp_phase2(double x, int64_t k) {
 
 // 2^-54 <= |x| < 2^-30: e^x = 1 + x + x^2/2 + x^3/6 with an error below x^4/24 < 2^-124.5,
 // summed in 128 bits with 1.0 = 2^126 (each term truncated: below 3 units of 2^-126).
-inline double exp_small(double x) {
+__attribute__((noinline)) double exp_small(double x) {
     uint64_t ix = bits(x);
     int E = int((ix >> 52) & 0x7ff) - 1023;  // -54 .. -31
     u128 m = (ix & 0xfffffffffffffu) | 0x10000000000000u;  // |x| = m 2^(E - 52)
@@ -188,13 +239,19 @@ inline double cr_exp(double x) {
         double r2 = r * r;
         double p = mul_add(r2, mul_add(r, kE5, kE4), mul_add(r, kE3, kE2));
         // 2^(j/512) e^r = T (1 + U)(1 + r + r^2 p): T r exact, the rest (below 2^-18) rounded
-        // at 2^-72; with r's own rounding (2^-64, times T) H + L is within 2^-62.8.
+        // at 2^-72; with r's own rounding (2^-64, times T) H + L is within 2^-62.8.  T r^2
+        // is formed beside p, so that p waits for one fused step only, not three, and the
+        // margin joins the part summed first: L -+ margin come out of the same two steps as
+        // L would, each off by a rounding below 2^-73 (|L| < 2^-20), far inside the margin.
         dd::DD tr = dd::two_prod<kFma>(T.hi, r);
         dd::DD h1 = dd::fast_two_sum(T.hi, tr.h);
-        double L = opaque(h1.l + (tr.l + T.hi * mul_add(p, r2, T.lo)));
+        double r2t = r2 * T.hi;
+        double c = tr.l + T.hi * T.lo;
+        double Lm = opaque(mul_add(p, r2t, c - kExpMargin) + h1.l);
+        double Lp = opaque(mul_add(p, r2t, c + kExpMargin) + h1.l);
         double H = g.finish(h1.h);
-        double y = settle(H, L, kExpMargin);
-        if (__builtin_expect(y != 0, 1)) return f64(bits(y) + (uint64_t(k >> 9) << 52));
+        double y = settle_pair(H, Lm, Lp, 0.5 * (Lm + Lp));
+        if (__builtin_expect(y != 0, 1)) return scale_normal(y, k >> 9);
         return exp_phase2(x, k);
     }
     if (a < 0x3c900000) return 1.0 + opaque(x);  // |x| < 2^-54: 1 + x rounds as e^x
@@ -221,11 +278,16 @@ inline double cr_exp(double x) {
 
 constexpr double kLn2Hi = 0x1.62e42fefa4000p-1;  // ln 2, a multiple of 2^-39 (e kLn2Hi exact)
 constexpr double kLn2Lo = -0x1.8432a1b0e2634p-43;
-// ln(1 + r) = r - r^2/2 + r^3 q(r), q = c3 + c4 r + ... + c7 r^4, for |r| <= 2^-8.
-constexpr double kL3 = 0x1.5555555555472p-2, kL4 = -0x1.ffffffff78a26p-3, kL5 = 0x1.99999a0883151p-3;
-constexpr double kL6 = -0x1.5556d57aed8c2p-3, kL7 = 0x1.2435dd79a68dep-3;
-// H + L within 2^-63 of ln x (relative); the margin 2^-60 of the binade of H.
+// ln(1 + r) = r - r^2/2 + r^3 q(r), q = kL3 + kL4 r + ... + kL7 r^4 (crd_data.h: its error
+// is below 2^-62.83 of the result over every r the index table lets through, |r| < 2^-7.88).
+// The roundings of the first phase add below 2^-66 of the result: B's (at most 2^-53 of
+// |B| <= 2^-32.5, against a result of at least 0.3 |e|, or B = 0 where e = -1 meets c = 1/2),
+// r^3 q's three and L's sums' (each below 2^-75.5 absolute, against a result of at least
+// 2^-9 wherever A is not 0; where A = 0, relative to r itself).  H + A + r - r^2/2 is exact.
+// H + L lies within 2^-62.6 of ln x, under the margin, 2^-60 of the binade of H (at least
+// 2^-61 |H|).
 constexpr double kLogMargin = 0x1p-60;
+constexpr uint64_t kOneBits = 0x3fe0000000000000u;  // (1 + i/128)/2 = the pattern kOneBits + i 2^45
 constexpr u128 kLn2Fix = u128(0xb17217f7d1cf79abu) << 64 | 0xc9e3b39803f2f6afu;  // ln 2 2^128
 
 inline int clz64(uint64_t v) { return __builtin_clzll(v); }
@@ -236,24 +298,52 @@ inline int clz64(uint64_t v) { return __builtin_clzll(v); }
 // is 2^-122.2 (near) and 2^-118.6 (far) of ln(1 + u) after rounding to 128 bits, the Horner
 // steps' truncations below 2^-124 of it.  With N: N ln 2 (ln 2 to 2^-128), their sum's
 // relative error stays below 2^-118.5 (|N ln 2 + ln(1 + u)| >= |ln(1 + u)| / 2 or N = 0).
-inline double log_phase2(int e, uint64_t f) {
+__attribute__((noinline)) double log_phase2(int e, uint64_t f) {
     uint64_t s = (f + 0x9555555555555u) >> 52;
     int64_t u = int64_t((f << (12 - s)) | (s << 63));
     int N = e + int(s);
+    uint64_t un = uint64_t(u >> 63);  // all ones for a negative u
     const uint64_t (*rows)[2];
-    int deg;
-    if (((uint64_t(u) + 0x0400000000000000u) >> 59) == 0) rows = cr_log_series_near, deg = 16;
-    else rows = cr_log_series_far, deg = 44;
-    i128 t = i128(w128(rows[deg]));
-    for (int k = deg - 1; k >= 2; --k) t = mul_s(t, u) + i128(w128(rows[k]));
-    i128 v = mul_s((mul_s(t, u) >> 1) + i128(w128(rows[1])), u);  // u (row1 + u t/2)
+    i128 t;
+    if (((uint64_t(u) + 0x0400000000000000u) >> 59) == 0) {
+        // Two chains, rows 2..8 and 9..16, joined by u^7 (below 2^-42; its error, and the
+        // join's, below 3 units of 2^-128)
+        rows = cr_log_series_near;
+        Words a = {rows[8][0], rows[8][1]};
+        Words b = horner_step({rows[16][0], rows[16][1]}, u, un, rows[15]);
+        for (int k = 7; k >= 2; --k) {
+            a = horner_step(a, u, un, rows[k]);
+            b = horner_step(b, u, un, rows[k + 7]);
+        }
+        u128 u2 = u128(i128(u) * u);
+        i128 u7 = mul_s(i128(mulhi(mulhi(u2, u2), u2)), u, un);
+        t = join(a) + mul_ss(join(b), u7);
+    } else {
+        // Three chains side by side, rows 2..15, 16..29 and 30..44, joined by u^14:
+        // t = a + u^14 (b + u^14 c).  u^14 from u^2 (exact) by products each within 3 units
+        // of 2^-128, errors that never grow (every factor below 1/2): with b and c below 1/8
+        // each join adds under 4 units, each chain under 2.
+        rows = cr_log_series_far;
+        Words a = {rows[15][0], rows[15][1]}, b = {rows[29][0], rows[29][1]};
+        Words c = horner_step({rows[44][0], rows[44][1]}, u, un, rows[43]);
+        for (int k = 14; k >= 2; --k) {
+            a = horner_step(a, u, un, rows[k]);
+            b = horner_step(b, u, un, rows[k + 14]);
+            c = horner_step(c, u, un, rows[k + 28]);
+        }
+        u128 u2 = u128(i128(u) * u);
+        u128 u4 = mulhi(u2, u2);
+        i128 u14 = i128(mulhi(mulhi(mulhi(u4, u4), u4), u2));
+        t = join(a) + mul_ss(join(b) + mul_ss(join(c), u14), u14);
+    }
+    i128 v = mul_s((mul_s(t, u, un) >> 1) + i128(w128(rows[1])), u, un);  // u (row1 + u t/2)
     int64_t W;
     int scale;
     if (N == 0) {
         // ln(1 + u) itself: u normalised first, so that the sum keeps 62 significant bits
         int z = clz64(uint64_t(u < 0 ? -u : u)) - 1;
-        int64_t un = int64_t(uint64_t(u) << z);
-        i128 L = (i128(un) << 63) + mul_s(v, un);  // 2^z ln(1 + u)/2 under 2^128
+        int64_t uz = int64_t(uint64_t(u) << z);
+        i128 L = (i128(uz) << 63) + mul_s(v, uz, un);  // 2^z ln(1 + u)/2 under 2^128
         W = int64_t(L >> 64);
         scale = -63 - z;
     } else {
@@ -262,7 +352,7 @@ inline double log_phase2(int e, uint64_t f) {
         // nn ln 2 under 2^64: the high 128 bits of nn times the 128-bit ln 2
         i128 P = i128(nn) * i128(uint64_t(kLn2Fix >> 64)) +
                  ((i128(nn) * i128(uint64_t(kLn2Fix))) >> 64);
-        i128 L = (i128(u) << 63) + mul_s(v, u);  // ln(1 + u)/2 under 2^128
+        i128 L = (i128(u) << 63) + mul_s(v, u, un);  // ln(1 + u)/2 under 2^128
         i128 S = P + (L >> (63 - z));
         W = int64_t(S >> 64);
         scale = -z;
@@ -289,12 +379,11 @@ inline double cr_log(double x) {
     {
         RnGuardInexact g;
         double m = opaque(f64(0x3ff0000000000000u | f));
-        // c = 1/m to 7 fraction bits, from the processor's approximate reciprocal (its value
-        // differs between processors; any c within 2^-8 of 1/m serves): c = (1 + i/128)/2
-        float mf = std::bit_cast<float>(uint32_t(0x3f800000u | (f >> 29)));
-        uint32_t cb = (std::bit_cast<uint32_t>(_mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(mf)))) + 0x8000) & 0xffff0000u;
-        int i = int(cb >> 16) - 0x3f00;
-        double c = double(std::bit_cast<float>(cb));
+        // c = (1 + i/128)/2 near 1/m, i from the top bits of f: one load, where the
+        // processor's approximate reciprocal would cost a round trip through single
+        // precision on the critical path.  (i = 128 gives the pattern of 1.0.)
+        int i = cr_log_index[f >> (52 - kLogIndexBits)];
+        double c = f64(kOneBits + (uint64_t(i) << 45));
         // r = m c - 1 is exact: a multiple of 2^-60 below 2^-7 in magnitude
         double r;
         if constexpr (kFma) {
@@ -317,8 +406,8 @@ inline double cr_log(double x) {
         double L = opaque((r2 * r * q + B) + (h1.l + h2.l - 0.5 * sq.l));
         double H = g.finish(h2.h);  // H + L, not renormalised: |L| below 2^-23 |H|
         // the margin: 2^-60 of H's binade, at least 2^-61 |H| (the first phase is within
-        // 2^-63.9 |H| as measured), and at least 2^-62 of the result's binade
-        double v = settle(H, L, kLogMargin * f64(bits(H) & 0x7ff0000000000000u));
+        // 2^-62.6 |H|, 2^-62.81 measured), and at least 2^-62 of the result's binade
+        double v = settle(H, L, kLogMargin * binade(H));
         if (__builtin_expect(v != 0, 1)) return v;
     }
     return log_phase2(e, f);

@@ -10,6 +10,7 @@ using u128 = unsigned __int128;
 extern const Pair cr_exp2_512[512] TSR_HIDDEN;
 extern const uint64_t cr_exp2_fixed[512][2] TSR_HIDDEN;
 extern const Pair cr_log_recip[129] TSR_HIDDEN;
+extern const uint8_t cr_log_index[512] TSR_HIDDEN;
 extern const uint64_t kExpSeries[7][2] TSR_HIDDEN;
 extern const uint64_t cr_log_series_near[17][2] TSR_HIDDEN;
 extern const uint64_t cr_log_series_far[45][2] TSR_HIDDEN;
@@ -19,5 +20,13 @@ extern const uint64_t cr_log_series_far[45][2] TSR_HIDDEN;
 constexpr double kExpSeriesErrLog2 = -120.68;
 constexpr double kLogNearErrLog2 = -122.16;
 constexpr double kLogFarErrLog2 = -118.62;
+
+// The log first phase: c = (1 + i/128)/2 with i = cr_log_index[top 9 bits of m's fraction],
+// r = m c - 1 within 2^-7.889; ln(1 + r) = r - r^2/2 + r^3 (kL3 + kL4 r + ... + kL7 r^4), its
+// error below 2^-62.83 of the result ln(2^e m) over every slice (at m = 1.9921875, sampled densely).
+constexpr int kLogIndexBits = 9;
+constexpr double kL3 = 0x1.5555555555472p-2, kL4 = -0x1.ffffffff78a26p-3, kL5 = 0x1.99999a0883151p-3;
+constexpr double kL6 = -0x1.5556d57aed8c2p-3, kL7 = 0x1.2435dd79a68dep-3;
+constexpr double kLogPolyErrLog2 = -62.83;
 
 }  // namespace tsr::crd

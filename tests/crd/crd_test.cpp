@@ -136,6 +136,18 @@ void sample(size_t n, uint64_t seed) {
 }
 
 TEST(CrdSample, EveryModeEveryTier) { sample(100000, 11); }
+
+// The second phase's near series (|u| < 2^-6: x within 2^-6 of a power of two, above or below)
+// and both sides of its switch to the far series, forced, every mode and tier.
+TEST(CrdSample, LogSecondPhaseNearSeries) {
+    std::mt19937_64 g(13);
+    std::uniform_real_distribution<double> near(-0x1.2p-6, 0x1.2p-6);
+    std::uniform_int_distribution<int> scale(-1000, 1000);
+    std::vector<double> xs;
+    for (int i = 0; i < 20000; ++i) xs.push_back(std::ldexp(1 + near(g), i % 2 ? scale(g) : 0));
+    Forced f;
+    check_rows(f_log(), cr_rows(xs));
+}
 TEST(CrdLong, EveryModeEveryTier) { sample(1000000, 101); }
 
 // Flags over regions: inexact always, underflow where the result is tiny, nothing else.
@@ -219,6 +231,10 @@ void first_phase(size_t n) {
     std::mt19937_64 g(9);
     std::uniform_real_distribution<double> u(0.98, 1.02);
     for (size_t i = 0; i < n / 4; ++i) lg.push_back(u(g));
+    // just above 1 - 2^-8, where c = 1/2 meets r = -2^-8 and the polynomial's error relative
+    // to ln x peaks (2^-62.83 by tools/gen/crd_tables.py)
+    std::uniform_real_distribution<double> edge(1 - 0x1p-8, 1 - 0x1p-8 + 0x1p-16);
+    for (size_t i = 0; i < n / 16; ++i) lg.push_back(edge(g));
     for_each_tier(tsr_tiers___libm_cr_exp, [&](const auto &t) {
         PhaseOne p = phase_one(t.fn, ex, mpfr_exp, false);
         std::printf("[  PHASE 1 ] cr_exp %s: max error 2^%.2f at %a (margin 2^-61)\n", t.name, std::log2(p.worst), p.at);

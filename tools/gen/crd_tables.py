@@ -135,6 +135,60 @@ LN2_HI_GRID = -39  # ln2's short head 0x3fe62e42fefa4000 is a multiple of 2^-39
 log_recip = [dd_pair(-mp.log((1 + mpf(i) / 128) / 2), LN2_HI_GRID) for i in range(129)]
 assert (bits(log_recip[0][0]), bits(log_recip[0][1])) == (0x3fe62e42fefa4000, 0xbd48432a1b0e2634)
 assert log_recip[128] == (0, 0)
+
+# The first phase's multiplier c = (1 + i/128)/2 for a significand m in [1, 2), chosen by
+# the top LOG_INDEX_BITS bits of m's fraction: the i whose c keeps |m c - 1| smallest over
+# the whole slice of m (r = m c - 1 is exact: c has 8 significant bits).
+LOG_INDEX_BITS = 9
+N_IDX = 1 << LOG_INDEX_BITS
+
+
+def log_index_row(j):
+    lo, hi = 1 + Fraction(j, N_IDX), 1 + Fraction(j + 1, N_IDX)
+    return min(range(129), key=lambda i: max(abs(lo * Fraction(128 + i, 256) - 1),
+                                             abs(hi * Fraction(128 + i, 256) - 1)))
+
+
+log_index = [log_index_row(j) for j in range(N_IDX)]
+# A + r is summed as a fast two-sum, the larger first: -ln c >= |r| wherever c < 1 (e = 0;
+# for e = -1 and i >= 1, |A| = ln(1 + i/128) is larger still).
+for j, i in enumerate(log_index):
+    if i < 128:
+        r_max = max(abs((1 + Fraction(j + d, N_IDX)) * Fraction(128 + i, 256) - 1) for d in (0, 1))
+        assert mpf(r_max.numerator) / r_max.denominator <= -mp.log(mpf(128 + i) / 256), j
+# ln(1 + r) = r - r^2/2 + r^3 (c3 + c4 r + ... + c7 r^4), the first phase's polynomial (the
+# design's coefficients); its error is measured below over every slice's range of r.
+LOG_POLY = ["0x1.5555555555472p-2", "-0x1.ffffffff78a26p-3", "0x1.99999a0883151p-3",
+            "-0x1.5556d57aed8c2p-3", "0x1.2435dd79a68dep-3"]
+log_poly = [mpf(float.fromhex(h)) for h in LOG_POLY]
+
+
+def log_poly_err(r):
+    return abs(r - r * r / 2 + r ** 3 * poly(log_poly, r) - mp.log1p(r))
+
+
+def log_first_phase_bound(samples=48):
+    """Max over the slices of the polynomial's error relative to the result ln(2^e m): for
+    e = 0 and e = -1 (where the result can be small) point by point, for every other e
+    against |result| >= ln 2.  Also the largest |r| met."""
+    worst, at, rmax = mpf(0), None, mpf(0)
+    for j in range(N_IDX):
+        c = mpf(128 + log_index[j]) / 256
+        m0, m1 = 1 + mpf(j) / N_IDX, 1 + mpf(j + 1) / N_IDX
+        for s in range(samples + 1):
+            m = m0 + (m1 - m0) * s / samples
+            r = m * c - 1
+            rmax = max(rmax, abs(r))
+            e_abs = log_poly_err(r)
+            for res in (mp.log(m), mp.log(m / 2), mp.ln2):
+                if res:
+                    rel = e_abs / abs(res)
+                    if rel > worst:
+                        worst, at = rel, m
+    return worst, at, rmax
+
+
+log_poly_rel, log_poly_at, log_r_max = log_first_phase_bound()
 ln2_128 = int(mp.nint(mp.ln2 * mpf(2) ** 128))
 assert ln2_128 == (0xb17217f7d1cf79ab << 64 | 0xc9e3b39803f2f6af)
 
@@ -182,6 +236,7 @@ header = [H, "#pragma once", '#include "tsr/common.h"', "", "namespace tsr::crd 
           "extern const Pair cr_exp2_512[512] TSR_HIDDEN;",
           "extern const uint64_t cr_exp2_fixed[512][2] TSR_HIDDEN;",
           "extern const Pair cr_log_recip[129] TSR_HIDDEN;",
+          "extern const uint8_t cr_log_index[%d] TSR_HIDDEN;" % N_IDX,
           "extern const uint64_t kExpSeries[7][2] TSR_HIDDEN;",
           "extern const uint64_t cr_log_series_near[17][2] TSR_HIDDEN;",
           "extern const uint64_t cr_log_series_far[45][2] TSR_HIDDEN;", "",
@@ -190,6 +245,13 @@ header = [H, "#pragma once", '#include "tsr/common.h"', "", "namespace tsr::crd 
           "constexpr double kExpSeriesErrLog2 = %.2f;" % l2(exp_fit_err),
           "constexpr double kLogNearErrLog2 = %.2f;" % l2(near_err),
           "constexpr double kLogFarErrLog2 = %.2f;" % l2(far_err), "",
+          "// The log first phase: c = (1 + i/128)/2 with i = cr_log_index[top %d bits of m's fraction]," % LOG_INDEX_BITS,
+          "// r = m c - 1 within 2^%.3f; ln(1 + r) = r - r^2/2 + r^3 (kL3 + kL4 r + ... + kL7 r^4), its" % l2(log_r_max),
+          "// error below 2^%.2f of the result ln(2^e m) over every slice (at m = %s, sampled densely)." % (l2(log_poly_rel), mp.nstr(log_poly_at, 8)),
+          "constexpr int kLogIndexBits = %d;" % LOG_INDEX_BITS,
+          "constexpr double kL3 = %s, kL4 = %s, kL5 = %s;" % tuple(LOG_POLY[:3]),
+          "constexpr double kL6 = %s, kL7 = %s;" % tuple(LOG_POLY[3:]),
+          "constexpr double kLogPolyErrLog2 = %.2f;" % l2(log_poly_rel), "",
           "}  // namespace tsr::crd", ""]
 src = [H, '#include "correct/crd_data.h"', "", "namespace tsr::crd {", ""]
 src += tsrgen.c_array("const Pair cr_exp2_512[512]",
@@ -203,6 +265,11 @@ src += tsrgen.c_array("const Pair cr_log_recip[129]",
                       ["{%s, %s}" % (hexfloat(tsrgen.exact(h)), hexfloat(tsrgen.exact(l))) for h, l in log_recip],
                       2, comment="-ln((1 + i/128)/2) = hi + lo: hi a multiple of 2^-39 (e ln2_hi + hi exact),\n"
                                  "lo the rest to nearest (error of the pair below 2^-93).")
+src.append("")
+src += tsrgen.c_array("const uint8_t cr_log_index[%d]" % N_IDX, [str(i) for i in log_index], 16,
+                      comment="i of the first phase's c = (1 + i/128)/2 for a significand whose top %d fraction bits\n"
+                              "are the index: the c keeping |m c - 1| smallest over the slice (at most 2^%.3f)."
+                              % (LOG_INDEX_BITS, l2(log_r_max)))
 src.append("")
 src += tsrgen.c_array("const uint64_t kExpSeries[7][2]", [words(n) for n in exp_series], 1,
                       comment="c2..c8: e^r - 1 = r + r^2 (c2 + c3 r + ... + c8 r^6), unsigned fractions under 2^128;\n"
@@ -221,6 +288,8 @@ if __name__ == "__main__":
     print("exp series: abs err 2^%.2f" % l2(exp_fit_err))
     print("log near: rel err 2^%.2f at %s" % (l2(near_err), mp.nstr(near_at, 6)))
     print("log far: rel err 2^%.2f at %s" % (l2(far_err), mp.nstr(far_at, 6)))
+    print("log first phase: |r| <= 2^%.3f, polynomial 2^%.2f of the result at m = %s"
+          % (l2(log_r_max), l2(log_poly_rel), mp.nstr(log_poly_at, 10)))
     for c in checks:
         print(c)
     tsrgen.write_outputs({"correct/crd_data.h": "\n".join(header), "correct/crd_data.cpp": "\n".join(src)})
