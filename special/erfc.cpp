@@ -12,8 +12,8 @@
 // most 0.21 of erfc: 2 t d).  The scale keeps every partial product of the kernel above
 // 2^-1022.  x >= 0: (head + tail) 2^-192, one rounding in the scaled range and an exact
 // scaling (the result is normal below 26.54).  x < 0: 2 - erfc(|x|), the head subtracted
-// from 2 exactly and the tails after it.  Both forms are computed and the sign selects one;
-// the unused one is masked to zero first, so that it raises nothing.
+// from 2 exactly and the tail after it.  One sequence serves both signs, its constants
+// chosen by the sign (0 or 2, the scale with the sign, the tail's scale or 0).
 //
 // Rare routine __libm_derfc_cout_rare: NaN x + x; +infinity 0 and -infinity 2, exactly;
 // |x| < 2^-70: 1 - x, which rounds in every mode as 1 - (2/sqrt(pi)) x does; from
