@@ -48,7 +48,7 @@ inline double erf_core(double x, uint32_t &flag) {
     double a = f64(bits(x) & kAbs);
     flag = outside(hi(a), kShift, kLimit);
     a = and_mask(a, ~mask_of(flag));  // the stand-in 0, whose steps are exact
-    double t = select(mask_of(a < kLastRow), a, kLastRow);
+    double t = a < kLastRow ? a : kLastRow;  // a is no NaN (flagged ones are 0 here)
     Grid g = grid(t);
     DD v = kernel<Fma, false, 10, 8, 4, 1>(erf_rows[g.k], g.x0, g.d);
     // the sign before the last rounding, which then rounds in the mode's direction

@@ -12,8 +12,10 @@
 // The value is formed as F(x0) +- D d (1 + G): the product of D's head with d is exact
 // (two_prod), F's head and that product are summed exactly (|F(x0)| >= |D d| on every row:
 // erf(x0) >= D x0 >= 2 D |d| for k >= 1, erfc(x0) >= D/(2 x0 + 2) > D/256), and every
-// other piece (F's tail, D's tail times d, the exact product's error, D d G) is a small
-// correction, so the one rounding of head + correction is the result's only large error.
+// other piece but one (F's tail, D's tail times d, the exact product's error, D d (G + u)) is
+// a small correction; the one, -D d u (up to 2^-5 of F), is taken exactly into the head as
+// well (see kernel), so that the one rounding of head + correction is the result's only
+// large error.
 #pragma once
 #include "special/erf_data.h"
 #include "tsr/common.h"
@@ -31,23 +33,44 @@ inline double with_sign(double v, uint64_t sign) { return f64(bits(v) ^ sign); }
 constexpr double kScale = 0x1p192;     // erfc rows are erfc(x0) 2^192
 constexpr double kUnscale = 0x1p-192;
 
-// G(u, e) with the first NU terms of chain_u (u^1 .. u^NU), NUE of chain_ue, NUE2 of
-// chain_ue2 and NUE3 of chain_ue3.
+// The powers u, u^2, u^4, u^8 for Estrin's scheme.
+struct Powers {
+    double p[4];
+    explicit Powers(double u) : p{u, u * u, 0.0, 0.0} {
+        p[2] = p[1] * p[1];
+        p[3] = p[2] * p[2];
+    }
+};
+// c[0] + c[1] u + ... + c[N-1] u^(N-1) in Estrin's order: the lower 2^j coefficients plus
+// u^(2^j) times the rest, 2^j the largest power of two below N.  The chains are the kernel's
+// critical path; Horner's order would put N - 1 dependent multiply-adds on it, this one
+// about log2 N (the terms fall off as u^i with u <= 0.11, so the order changes nothing
+// that shows in the sum's error).
 template <bool Fma, int N>
-inline double chain(const double *c, double u) {
-    double p = c[N - 1];
-    for (int i = N - 2; i >= 0; --i) p = dd::mul_add<Fma>(p, u, c[i]);
-    return p;
+inline double chain(const double *c, const Powers &w) {
+    if constexpr (N == 1) {
+        return c[0];
+    } else if constexpr (N == 2) {
+        return dd::mul_add<Fma>(c[1], w.p[0], c[0]);
+    } else {
+        constexpr int L = N > 8 ? 8 : N > 4 ? 4 : 2;
+        constexpr int J = L == 8 ? 3 : L == 4 ? 2 : 1;
+        return dd::mul_add<Fma>(chain<Fma, N - L>(c + L, w), w.p[J], chain<Fma, L>(c, w));
+    }
 }
-// With Rest, G + u: the first term of chain_u (-u) left out, not subtracted.
+// G(u, e) with the first NU terms of chain_u (u^1 .. u^NU), NUE of chain_ue, NUE2 of
+// chain_ue2 and NUE3 of chain_ue3.  With Rest, G + u: the first term of chain_u (-u) left
+// out, not subtracted.
 template <bool Fma, int NU, int NUE, int NUE2, int NUE3, bool Rest = false>
 inline double taylor_g(double u, double e) {
-    double p0 = Rest ? u * chain<Fma, NU - 1>(chain_u + 1, u) : chain<Fma, NU>(chain_u, u);
-    double p1 = chain<Fma, NUE>(chain_ue, u);
+    static_assert(NU <= 16 && NUE <= 16);
+    Powers w(u);
+    double p0 = Rest ? u * chain<Fma, NU - 1>(chain_u + 1, w) : chain<Fma, NU>(chain_u, w);
+    double p1 = chain<Fma, NUE>(chain_ue, w);
     double pe = p1;
     if constexpr (NUE2 > 0) {
-        double p2 = chain<Fma, NUE2>(chain_ue2, u);
-        if constexpr (NUE3 > 0) p2 = dd::mul_add<Fma>(chain<Fma, NUE3>(chain_ue3, u), e, p2);
+        double p2 = chain<Fma, NUE2>(chain_ue2, w);
+        if constexpr (NUE3 > 0) p2 = dd::mul_add<Fma>(chain<Fma, NUE3>(chain_ue3, w), e, p2);
         pe = dd::mul_add<Fma>(p2, e, p1);
     }
     return dd::mul_add<Fma>(pe, e, u * p0);
@@ -56,43 +79,62 @@ inline double taylor_g(double u, double e) {
 // The accurate kernel: F(x0 + d + dl) for the row, with `sub` true for erfc (the correction
 // subtracted) and false for erf.  d is exact (t - x0); dl an optional further part of the
 // argument below d's last bit (cdfnorm's -x/sqrt(2) in two parts).  Returns an unnormalised
-// head and tail: head the exact sum of F's head and the leading product, tail the
-// corrections, up to a fifth of the head (D d G): a caller that compares the value
-// normalises it first.
+// head and tail: a caller that compares the value normalises it first.
+//
+// D d (1 + G) is taken in three layers: D d = p + q (p = dh d exact, dh of 26 bits; q = dl d),
+// G = -u + rest with the first-order term -u (up to a tenth) apart, so that the chains'
+// rounding errors fall on the small rest only.  u = x0 d is exact (x0 has at most 8 bits
+// above the unit of the grid and d at most 44 below t's leading bit), and p u, up to a
+// fiftieth of F, is formed exactly (two_prod): the head is F's head less p plus p u, two
+// exact sums, and everything left for the tail is below 2^-9 of F, so that its roundings
+// stay below 2^-62 of the result.  The partial products of p u stay above 2^-969 for every
+// row that gives a normal result (the erfc rows are scaled by 2^192 for that).
 template <bool Fma, bool Sub, int NU, int NUE, int NUE2, int NUE3, bool HasDl = false>
 inline DD kernel(const Row &r, double x0, double d, double dl = 0.0) {
     static_assert(NU > 0 && NUE > 0);
     double u = x0 * d, e = d * d;
-    // G = -u + rest: the first-order term (up to a tenth) apart, so that the rounding errors
-    // of the chains fall on the small rest only.
     double rest = taylor_g<Fma, NU, NUE, NUE2, NUE3, true>(u, e);
     // dh has 26 bits: only d is split, so that d = 0 (the stand-in of a flagged argument)
     // raises nothing.
     DD p = dd::two_prod_k<Fma>(d, r.dh, DD{r.dh, 0.0});
-    // D (d + dl)(1 + G) - D d, less the exact product's error: D's tail, dl and G.
-    // dh is short (26 bits): D d = p + dl d, and G multiplies both.
+    DD pu = dd::two_prod<Fma>(p.h, u);
     double q = r.dl * d;
+    // The tail: F's tail, p's error and q, each times (1 - u), pu's error, dl's term; the
+    // chains' part w rest last (the critical path).
+    double lo = p.l + q;
+    double small = dd::mul_add<Fma>(-lo, u, lo) - pu.l;
+    if constexpr (HasDl) small = dd::mul_add<Fma>(r.dh, dl, small);
     double w = p.h + q;
-    double corr = dd::mul_add<Fma>(w, rest, dd::mul_add<Fma>(-w, u, q));
-    if constexpr (HasDl) corr = dd::mul_add<Fma>(r.dh, dl, corr);
     if constexpr (Sub) {
         DD s = dd::fast_two_sum(r.h, -p.h);
-        return {s.h, s.l + (r.l - (p.l + corr))};
+        DD s2 = dd::fast_two_sum(s.h, pu.h);
+        double tail = (s.l + s2.l) + (r.l - small);
+        return {s2.h, dd::mul_add<Fma>(-w, rest, tail)};
     } else {
         DD s = dd::fast_two_sum(r.h, p.h);
-        return {s.h, s.l + (r.l + (p.l + corr))};
+        DD s2 = dd::fast_two_sum(s.h, -pu.h);
+        double tail = (s.l + s2.l) + (r.l + small);
+        return {s2.h, dd::mul_add<Fma>(w, rest, tail)};
     }
 }
 
-// The grid point and offset of t (0 <= t < 2^31): t 128 + 2^52 rounds t 128 to an integer
-// k in the current mode (exact for the stand-in 0: no conversion to an integer, which would
-// raise inexact), x0 = k/128 and d = t - x0 exactly; a directed mode may leave |d| up to
-// 1/128, and one step of k brings it back within 1/256.
+// The grid point and offset of t (0 <= t < 2^31): x0 = k/128 with k the integer nearest
+// t 128, d = t - x0 exactly, |d| <= 1/256.  With SSE4.1 one rounding instruction whose
+// immediate gives the mode (nearest, the inexact flag suppressed) and an exact conversion of
+// the integral k.  Without it, t 128 + 2^52 rounds t 128 to an integer k in the current mode
+// (exact for the stand-in 0: no conversion of a fraction to an integer, which would raise
+// inexact); a directed mode may leave |d| up to 1/128, and one step of k brings it back
+// within 1/256.
 struct Grid {
     double x0, d;
     uint32_t k;
 };
 inline Grid grid(double t) {
+#if defined(__SSE4_1__)
+    double r = __builtin_roundeven(t * 128.0);
+    double x0 = r * 0x1p-7;
+    return {x0, t - x0, uint32_t(int(r))};
+#else
     constexpr double kShifter = 0x1p52;
     double r = t * 128.0 + kShifter;
     uint32_t k = uint32_t(bits(r) - bits(kShifter));
@@ -101,6 +143,7 @@ inline Grid grid(double t) {
     k = k + uint32_t(d > 0x1p-8) - uint32_t(d < -0x1p-8);
     x0 = double(int(k)) * 0x1p-7;
     return {x0, t - x0, k};
+#endif
 }
 
 // (h + l) 2^-S for a value below 2^-1022 (h >= 0), rounded once onto the subnormal grid:

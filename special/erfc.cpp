@@ -12,8 +12,8 @@
 // most 0.21 of erfc: 2 t d).  The scale keeps every partial product of the kernel above
 // 2^-1022.  x >= 0: (head + tail) 2^-192, one rounding in the scaled range and an exact
 // scaling (the result is normal below 26.54).  x < 0: 2 - erfc(|x|), the head subtracted
-// from 2 exactly and the tails after it.  Both forms are computed and the sign selects one;
-// the unused one is masked to zero first, so that it raises nothing.
+// from 2 exactly and the tail after it.  One sequence serves both signs, its constants
+// chosen by the sign (0 or 2, the scale with the sign, the tail's scale or 0).
 //
 // Rare routine __libm_derfc_cout_rare: NaN x + x; +infinity 0 and -infinity 2, exactly;
 // |x| < 2^-70: 1 - x, which rounds in every mode as 1 - (2/sqrt(pi)) x does; from
@@ -57,20 +57,23 @@ inline DD erfc_scaled(double t) {
 
 template <bool Fma>
 inline double erfc_core(double x, uint32_t &flag) {
-    uint64_t sx = bits(x) & kSign;
     double a = f64(bits(x) & kAbs);
     flag = outside(hi(a), kShift, kLimit) | uint32_t(int32_t(hi(x)) >= kSubnormalWord);
     a = and_mask(a, ~mask_of(flag));  // the stand-in 0, whose steps are exact
-    uint64_t neg = mask_of(sx != 0);
+    uint64_t neg = mask_of(int64_t(bits(x)) < 0);
     double end = select(neg, kNegativeEnd, kLastRow);
-    double t = select(mask_of(a < end), a, end);
+    double t = a < end ? a : end;  // a is no NaN (flagged ones are 0 here): one minimum
     DD v = erfc_scaled<Fma>(t);
-    // x >= 0: erfc(t) itself.  x < 0: 2 - erfc(t), from the parts masked to zero for x >= 0.
-    double pos = (v.h + v.l) * kUnscale;
-    double nh = and_mask(v.h, neg) * kUnscale, nl = and_mask(v.l, neg) * kUnscale;
-    DD s = dd::fast_two_sum(and_mask(2.0, neg), -nh);
-    double negr = s.h + (s.l - nl);
-    return select(neg, negr, pos);
+    // x >= 0: erfc(t), v rounded once and scaled exactly.  x < 0: 2 - erfc(t), the rounded
+    // head subtracted from 2 exactly and the tail after it.  One form for both signs: the
+    // constants (0 or 2, the scale with the sign, the tail's scale or 0) are chosen by the
+    // sign, so that the tail of x >= 0, whose scaled value could be subnormal, is zeroed
+    // before it is scaled.
+    DD n = dd::fast_two_sum(v.h, v.l);
+    double h = n.h * select(neg, -kUnscale, kUnscale);
+    double l = n.l * select(neg, -kUnscale, 0.0);
+    DD s = dd::fast_two_sum(and_mask(2.0, neg), h);
+    return s.h + (s.l + l);
 }
 
 }  // namespace

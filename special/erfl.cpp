@@ -15,9 +15,9 @@
 //        2^-65, half an ulp of 1): 1 - erfc(|x|) with erfc as the pair below.  Beyond:
 //        sign (1 - 2^-100), which is 1 in round-to-nearest and the neighbour of 1 towards
 //        zero where the mode asks for it.
-// erfcl: erfc(x) = exp(-x^2) erfcx(x) for |x| >= 1/8: erfcx from its rows up to 8 and as
-//        (1/x) F(1/x^2) above (F a polynomial in t = 1/x^2 on [0, 1/64]); x^2 exact as a pair
-//        into the extended exponential core; the product of the two pairs scaled by 2^k
+// erfcl: erfc(x) = exp(-x^2) erfcx(x) for |x| >= 1/8: erfcx from its rows (up to 128,
+//        past the last non-zero result); x^2 exact as a pair into the extended exponential
+//        core; the product of the two pairs scaled by 2^k
 //        with one rounding, into the subnormal range too.  From 106.74... (erfc below 2^-16446)
 //        zero with underflow and the code erfcl_underflow; negative x: 2 - erfc(|x|), and
 //        2 (rounded in the caller's mode) below -6.5.  |x| < 1/8: 1 - erf(x) from the pair
@@ -64,25 +64,15 @@ template <int N> inline void odd_series(const LD *w, LD x, LD &hi, LD &lo) {
     lo = pe + x * l;
 }
 
-// erfc(a) = 2^k (hi + lo) for a in [1/8, kErfcZeroFrom).
+// erfc(a) = 2^k (hi + lo) for a in [1/8, kErfcZeroFrom) (below 128).
 struct ErfcPair {
     LD hi, lo;
     int k;
 };
 inline ErfcPair erfc_pair(LD a, const Ext &v) {
     LD gh, gl;
-    if ((v.se & 0x7fff) < 0x4002) {  // a < 8: erfcx from its row
-        const LD *row = row_of(kErfcxRows, v, kField8th);
-        poly_pair<kErfcxRowsDegree>(row + 1, a - row[0], gh, gl);
-    } else {  // erfcx(a) = (1/a) F(1/a^2), 1/a as a pair (a r - 1 exact by Dekker's product)
-        LD r = 1.0L / a, p, pe;
-        two_prod(a, r, p, pe);
-        LD rl = r * ((1.0L - p) - pe);
-        LD fh, fl;
-        poly_pair<kErfcxAsymDegree>(kErfcxAsym + 1, r * r, fh, fl);
-        two_prod(r, fh, gh, pe);
-        gl = pe + (r * fl + rl * fh);
-    }
+    const LD *row = row_of(kErfcxRows, v, kField8th);  // the rows reach 128
+    poly_pair<kErfcxRowsDegree>(row + 1, a - row[0], gh, gl);
     LD qh, ql;
     two_prod(a, a, qh, ql);
     ExpPair e = exp_pair(-qh, -ql);

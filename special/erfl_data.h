@@ -5,10 +5,8 @@ namespace tsr::xerf {
 
 extern const long double kErfSmall[11];
 constexpr int kErfSmallDegree = 8;
-extern const long double kErfcxRows[96][15];
+extern const long double kErfcxRows[160][15];
 constexpr int kErfcxRowsDegree = 12;
-extern const long double kErfcxAsym[15];
-constexpr int kErfcxAsymDegree = 12;
 extern const long double kErfinvSmall[13];
 constexpr int kErfinvSmallDegree = 10;
 extern const long double kErfinvRows[32][13];

@@ -57,8 +57,10 @@ template <class T> std::vector<Row<T>> erfc_rows(int under) {
         crun(T(d ? 26.6 : 9.5)), crun(T(d ? 27.0 : 10.0)), cr(T(d ? 26.4 : 9.0)), cr(T(d ? -5.8635847487551676 : -3.9)),
     });
     if constexpr (d) {
+        // (the last three: the kernel's former worst cases, 0.52 to 0.55 ulp, near the end of a row)
         for (double x : {26.5, 0x1.a7fffffffffffp+4, 26.54325845425098, 26.543258454250985, 26.699372268345602,
-                         27.2, 0x1p-70, 0x1.fffffffffffffp-71, 5.9921875, -5.9999999})
+                         27.2, 0x1p-70, 0x1.fffffffffffffp-71, 5.9921875, -5.9999999, 0x1.9d0d95a596adbp+4,
+                         0x1.a50e3e21a02a8p+4, 0x1.9ece74fa7b1fcp+4})
             r.push_back(x > 26.54 ? crun(x) : cr(x));
     }
     return r;
@@ -77,7 +79,9 @@ template <class T> std::vector<Row<T>> cdfnorm_rows(int under) {
         crun(T(d ? -38.0 : -13.5)), cr(T(d ? -37.5 : -12.9)), cr(T(d ? 8.292361075813595 : 5.5)),
     });
     if constexpr (d) {
-        for (double x : {-37.5193793471445, -37.74026543984266, 8.29236107581359, 0x1p-70, -0x1.fffffffffffffp-71})
+        // and -36.509..., which reached 0.554 ulp while the kernel rounded -D d u into its tail
+        for (double x : {-37.5193793471445, -37.74026543984266, 8.29236107581359, 0x1p-70, -0x1.fffffffffffffp-71,
+                         -0x1.2412976c2c093p+5})
             r.push_back(x <= -37.5193793471445 ? crun(x) : cr(x));
     }
     return r;
@@ -128,9 +132,7 @@ template <class T> Sweep<T> cdfnorm_plan(Func<T> f) {
     s.regions.push_back({35000, {T(d ? 0x1p-1074 : 0x1p-149), T(0x1p10), Dist::log_uniform, true}});
     s.regions.push_back({45000, {T(d ? -39 : -14.5), T(9), Dist::uniform}});
     s.regions.push_back({20000, {T(d ? -38.6 : -14.3), T(d ? -36.5 : -12.5), Dist::uniform}});
-    // The double form reaches 0.5543 ulp in the far tail (x about -36.5), above the 0.55 aimed
-    // at: the bound holds what is reached, so that a regression fails.
-    bounds(s, d ? 0.555 : 0.51);
+    bounds(s, d ? 0.55 : 0.51);
     return s;
 }
 
