@@ -73,17 +73,17 @@ inline CD chyp(double x, double y) {
         if (COSH) return mk(c * M, s * (M * x));
         return mk(c * (x * M), s * M);
     }
-    RnGuard rn;
+    RnGuardInexact rn;
     double C[2], S[2], sn[2], cs[2];
     int n1, n2;
     hyp_pairs(x, y, C, n1, S, n2, sn, cs);
     double re, im;
     if (COSH) {
-        __libm_mul_k64(n1, C, cs, &re);
-        __libm_mul_k64(n2, S, sn, &im);
+        re = mul_scaled(n1, C, cs);
+        im = mul_scaled(n2, S, sn);
     } else {
-        __libm_mul_k64(n2, S, cs, &re);
-        __libm_mul_k64(n1, C, sn, &im);
+        re = mul_scaled(n2, S, cs);
+        im = mul_scaled(n1, C, sn);
     }
     return mk(rn.finish(re), im);
 }
@@ -112,7 +112,7 @@ inline CD ctanh_core(double x, double y) {
         double re = with_sign(1.0 - 0x1p-1022, x);
         return mk(re, bexp(y) == 0 ? with_sign(0.0, y) : tan_local(y) * 0.0);
     }
-    RnGuard rn;
+    RnGuardInexact rn;
     X87Precision p;
     double C[2], S[2], sn[2], cs[2];
     int n1, n2;
