@@ -203,6 +203,13 @@ TSR_DEFINE(CF, cacosf, (CF z)) { return narrowc(cacos_core(__real__ z, __imag__ 
 TSR_DEFINE(CF, cacoshf, (CF z)) { return narrowc(cacosh_core(__real__ z, __imag__ z)); }
 TSR_DEFINE(CD, casin, (CD z)) { return rot_out(casinh_local(rot_in(z))); }
 TSR_DEFINE(CD, catan, (CD z)) { return rot_out(catanh_local(rot_in(z))); }
-TSR_DEFINE(CF, casinf, (CF z)) { return rot_outf(casinhf_local(rot_inf(z))); }
-TSR_DEFINE(CF, catanf, (CF z)) { return rot_outf(catanhf_local(rot_inf(z))); }
+// As the float circular forms: turned in double, the float pair formed once.
+TSR_DEFINE(CF, casinf, (CF z)) {
+    CD w = rot_in(widen(z));
+    return narrowc(rot_out(casinh_core(__real__ w, __imag__ w)));
+}
+TSR_DEFINE(CF, catanf, (CF z)) {
+    CD w = rot_in(widen(z));
+    return narrowc(rot_out(catanh_core(__real__ w, __imag__ w)));
+}
 #endif

@@ -137,7 +137,19 @@ TSR_BODY(CF, ctanhf, (CF z)) { return narrowc(ctanh_core(__real__ z, __imag__ z)
 TSR_DEFINE(CD, ccos, (CD z)) { return ccosh_local(rot_in(z)); }
 TSR_DEFINE(CD, csin, (CD z)) { return rot_out(csinh_local(rot_in(z))); }
 TSR_DEFINE(CD, ctan, (CD z)) { return rot_out(ctanh_local(rot_in(z))); }
-TSR_DEFINE(CF, ccosf, (CF z)) { return ccoshf_local(rot_inf(z)); }
-TSR_DEFINE(CF, csinf, (CF z)) { return rot_outf(csinhf_local(rot_inf(z))); }
-TSR_DEFINE(CF, ctanf, (CF z)) { return rot_outf(ctanhf_local(rot_inf(z))); }
+// The float forms turn the widened argument and the double result (a sign flip commutes
+// with the narrowing, and a NaN keeps its bits either way): the float pair, which g++ packs
+// through memory, is formed once.
+TSR_DEFINE(CF, ccosf, (CF z)) {
+    CD w = rot_in(widen(z));
+    return narrowc(chyp<true>(__real__ w, __imag__ w));
+}
+TSR_DEFINE(CF, csinf, (CF z)) {
+    CD w = rot_in(widen(z));
+    return narrowc(rot_out(chyp<false>(__real__ w, __imag__ w)));
+}
+TSR_DEFINE(CF, ctanf, (CF z)) {
+    CD w = rot_in(widen(z));
+    return narrowc(rot_out(ctanh_core(__real__ w, __imag__ w)));
+}
 #endif

@@ -80,19 +80,9 @@ inline double flip(double x) { return f64(bits(x) ^ ~ABS); }
 inline double flip_num(double x) { return is_nan(x) ? x : flip(x); }
 // The quarter turns that carry the inverse circular functions onto the hyperbolic ones:
 // z -> iz as (-y + ix), y's sign flipped unless y is NaN; w -> -iw as (v, -u), u's sign
-// flipped unless u is NaN (the float forms flip every non-NaN the same way).
+// flipped unless u is NaN (the float forms turn their widened values the same way).
 inline CD rot_in(CD z) { return mk(flip_num(__imag__ z), __real__ z); }
 inline CD rot_out(CD w) { return mk(__imag__ w, flip_num(__real__ w)); }
-inline CF rot_inf(CF z) {
-    float y = __imag__ z;
-    if ((bits(y) & 0x7fffffffu) <= 0x7f800000u) y = -y;
-    return mkf(y, __real__ z);
-}
-inline CF rot_outf(CF w) {
-    float u = __real__ w;
-    if ((bits(u) & 0x7fffffffu) <= 0x7f800000u) u = -u;
-    return mkf(__imag__ w, u);
-}
 
 // ---- double-double: the shared kit, exact in round-to-nearest, which every caller holds ------
 using dd::DD;
