@@ -13,8 +13,9 @@
 // - The logarithm part, ln(A + sqrt(A^2 - 1)), is taken as log1p(W + sqrt(W (A + 1))) with
 //   W = A - 1 formed without cancellation (b^2/(r + a + 1) + b^2/(s + 1 - a) halved for a < 1,
 //   b^2/(r + a + 1) + (s + a - 1) halved for a >= 1) while A <= 1.5.
-// The angles come from the double-double atan2 kernel; the logarithms from the extended
-// logarithms.  Each part is within about 2^-60 relative before its one rounding to double.
+// The angles come from the extended atan2 kernel (__libm_atan2_k80), the logarithms from the
+// double-double logarithm kernel on the extended argument as a head and a tail (log_ld,
+// log1p_ld).  Each part is within about 2^-58 relative before its one rounding to double.
 //
 // atanh: Re = ln(((x + 1)^2 + y^2) / ((x - 1)^2 + y^2)) / 4, or where that ratio is near 1,
 // atanh(2x / (1 + x^2 + y^2)) / 2; Im = atan2(2y, (1 - x^2) - y^2) / 2, or where the
@@ -33,7 +34,7 @@ constexpr LD ACOS_SWITCH = 0xa.4467381d7dbf488p-4L;  // 0.6417: acos B below, at
 constexpr double PI2_D = 0x1.921fb54442d18p+0;  // pi/2 rounded
 constexpr LD ASIN_SWITCH = 0xe.666666666666666p-4L;  // 0.9: asin B below, atan2 above
 
-inline LD atanh_ld(LD u) { return 0.5L * log1pl_local(2.0L * u / (1.0L - u)); }
+inline LD atanh_ld(LD u) { return 0.5L * log1p_ld(2.0L * u / (1.0L - u)); }
 
 struct Hft {
     LD A, r, s;
@@ -45,11 +46,11 @@ inline Hft hft(LD a, LD b) {
 }
 // ln(A + sqrt(A^2 - 1)) = acosh A.
 inline LD hft_log(const Hft &h, LD a, LD b) {
-    if (h.A > 1.5L) return logl_local(h.A + sqrtl_(h.A * h.A - 1.0L));
+    if (h.A > 1.5L) return log_ld(h.A + sqrtl_(h.A * h.A - 1.0L));
     LD b2 = b * b;
     LD w = a < 1.0L ? 0.5L * (b2 / (h.r + a + 1.0L) + b2 / (h.s + (1.0L - a)))
                     : 0.5L * (b2 / (h.r + a + 1.0L) + (h.s + (a - 1.0L)));
-    return log1pl_local(w + sqrtl_(w * (h.A + 1.0L)));
+    return log1p_ld(w + sqrtl_(w * (h.A + 1.0L)));
 }
 // The two forms of sqrt(A^2 - a^2)-like quantities used by the angle near B = 1: the angle
 // is atan2(num, a) with num = b-side value.
@@ -89,7 +90,7 @@ inline CD cacos_core(double x, double y) {
         double ac = acosh_local(f64(abits(x)));
         return mk(acos_local(with_sign(1.0, x)), neg(y) ? ac : -ac);
     }
-    RnGuard rn;
+    RnGuardInexact rn;
     X87Precision p;
     LD R, L;
     acos_parts(opaque(x), y, R, L);
@@ -111,7 +112,7 @@ inline CD cacosh_core(double x, double y) {
         return mk(x * x, y * y);
     }
     if (is_inf(y)) return mk(y * y, atan2_local(y, x));
-    RnGuard rn;
+    RnGuardInexact rn;
     X87Precision p;
     LD R, L;
     acos_parts(opaque(x), y, R, L);
@@ -133,7 +134,7 @@ inline CD casinh_core(double x, double y) {
         if (f64(abits(y)) < 1.0) return mk(x, asin_local(y));
         return mk(with_sign(acosh_local(f64(abits(y))), x), asin_local(with_sign(1.0, y)));
     }
-    RnGuard rn;
+    RnGuardInexact rn;
     X87Precision p;
     LD a = f64(abits(opaque(y))), b = f64(abits(x));
     Hft h = hft(a, b);
@@ -154,7 +155,7 @@ inline LD catanh_re(LD x, LD y) {
     LD y2 = y * y;
     LD q = ((x + 1.0L) * (x + 1.0L) + y2) / ((x - 1.0L) * (x - 1.0L) + y2);
     LD d = q - 1.0L;
-    LD r = (d <= 0.03L && d >= -0.03L) ? 0.5L * atanh_ld(2.0L * x / (1.0L + x * x + y2)) : 0.25L * logl_local(q);
+    LD r = (d <= 0.03L && d >= -0.03L) ? 0.5L * atanh_ld(2.0L * x / (1.0L + x * x + y2)) : 0.25L * log_ld(q);
     return negx ? -r : r;
 }
 
@@ -174,12 +175,12 @@ inline CD catanh_core(double x, double y) {
     if (is_zero(y)) {
         if (f64(abits(x)) <= 1.0) return mk(atanh_local(x), y);
         if (is_inf(x)) return mk(with_sign(0.0, x), asin_local(with_sign(1.0, y)));
-        RnGuard rn;
+        RnGuardInexact rn;
         X87Precision p;
         double re = double(catanh_re(opaque(x), 0.0L));
         return mk(rn.finish(re), asin_local(with_sign(1.0, y)));
     }
-    RnGuard rn;
+    RnGuardInexact rn;
     X87Precision p;
     LD X = opaque(x), Y = y;
     LD d = (1.0L - X * X) - Y * Y;
@@ -202,6 +203,13 @@ TSR_DEFINE(CF, cacosf, (CF z)) { return narrowc(cacos_core(__real__ z, __imag__ 
 TSR_DEFINE(CF, cacoshf, (CF z)) { return narrowc(cacosh_core(__real__ z, __imag__ z)); }
 TSR_DEFINE(CD, casin, (CD z)) { return rot_out(casinh_local(rot_in(z))); }
 TSR_DEFINE(CD, catan, (CD z)) { return rot_out(catanh_local(rot_in(z))); }
-TSR_DEFINE(CF, casinf, (CF z)) { return rot_outf(casinhf_local(rot_inf(z))); }
-TSR_DEFINE(CF, catanf, (CF z)) { return rot_outf(catanhf_local(rot_inf(z))); }
+// As the float circular forms: turned in double, the float pair formed once.
+TSR_DEFINE(CF, casinf, (CF z)) {
+    CD w = rot_in(widen(z));
+    return narrowc(rot_out(casinh_core(__real__ w, __imag__ w)));
+}
+TSR_DEFINE(CF, catanf, (CF z)) {
+    CD w = rot_in(widen(z));
+    return narrowc(rot_out(catanh_core(__real__ w, __imag__ w)));
+}
 #endif

@@ -73,17 +73,17 @@ inline CD chyp(double x, double y) {
         if (COSH) return mk(c * M, s * (M * x));
         return mk(c * (x * M), s * M);
     }
-    RnGuard rn;
+    RnGuardInexact rn;
     double C[2], S[2], sn[2], cs[2];
     int n1, n2;
     hyp_pairs(x, y, C, n1, S, n2, sn, cs);
     double re, im;
     if (COSH) {
-        __libm_mul_k64(n1, C, cs, &re);
-        __libm_mul_k64(n2, S, sn, &im);
+        re = mul_scaled(n1, C, cs);
+        im = mul_scaled(n2, S, sn);
     } else {
-        __libm_mul_k64(n2, S, cs, &re);
-        __libm_mul_k64(n1, C, sn, &im);
+        re = mul_scaled(n2, S, cs);
+        im = mul_scaled(n1, C, sn);
     }
     return mk(rn.finish(re), im);
 }
@@ -112,7 +112,7 @@ inline CD ctanh_core(double x, double y) {
         double re = with_sign(1.0 - 0x1p-1022, x);
         return mk(re, bexp(y) == 0 ? with_sign(0.0, y) : tan_local(y) * 0.0);
     }
-    RnGuard rn;
+    RnGuardInexact rn;
     X87Precision p;
     double C[2], S[2], sn[2], cs[2];
     int n1, n2;
@@ -137,7 +137,19 @@ TSR_BODY(CF, ctanhf, (CF z)) { return narrowc(ctanh_core(__real__ z, __imag__ z)
 TSR_DEFINE(CD, ccos, (CD z)) { return ccosh_local(rot_in(z)); }
 TSR_DEFINE(CD, csin, (CD z)) { return rot_out(csinh_local(rot_in(z))); }
 TSR_DEFINE(CD, ctan, (CD z)) { return rot_out(ctanh_local(rot_in(z))); }
-TSR_DEFINE(CF, ccosf, (CF z)) { return ccoshf_local(rot_inf(z)); }
-TSR_DEFINE(CF, csinf, (CF z)) { return rot_outf(csinhf_local(rot_inf(z))); }
-TSR_DEFINE(CF, ctanf, (CF z)) { return rot_outf(ctanhf_local(rot_inf(z))); }
+// The float forms turn the widened argument and the double result (a sign flip commutes
+// with the narrowing, and a NaN keeps its bits either way): the float pair, which g++ packs
+// through memory, is formed once.
+TSR_DEFINE(CF, ccosf, (CF z)) {
+    CD w = rot_in(widen(z));
+    return narrowc(chyp<true>(__real__ w, __imag__ w));
+}
+TSR_DEFINE(CF, csinf, (CF z)) {
+    CD w = rot_in(widen(z));
+    return narrowc(rot_out(chyp<false>(__real__ w, __imag__ w)));
+}
+TSR_DEFINE(CF, ctanf, (CF z)) {
+    CD w = rot_in(widen(z));
+    return narrowc(rot_out(ctanh_core(__real__ w, __imag__ w)));
+}
 #endif

@@ -75,7 +75,7 @@ inline CD cexp_core(double x, double y) {
         if (neg(x)) return mk(0.0, 0.0);
         return mk(x, y - y);
     }
-    RnGuard rn;
+    RnGuardInexact rn;
     double S[2], C[2];
     int g;
     angle<B>(opaque(y), S, C, g);
@@ -91,9 +91,7 @@ inline CD cexp_core(double x, double y) {
         if constexpr (B == kE) __libm_exp_k64(x, &n, E);
         else if constexpr (B == k2) __libm_exp2_k64(x, &n, E);
         else __libm_exp10_k64(x, &n, E);
-        double re, im;
-        __libm_mul_k64(n, E, C, &re);
-        __libm_mul_k64(n + g, E, S, &im);
+        double re = mul_scaled(n, E, C), im = mul_scaled(n + g, E, S);
         return mk(rn.finish(re), im);
     }
     double w = neg(x) ? opaque(0x1p-1022) : opaque(0x1p1023);

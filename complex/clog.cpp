@@ -1,8 +1,8 @@
 // The complex logarithms ln z, log2 z and log10 z.
 //
 // Real part: ln |z| = ln(x^2 + y^2) / 2 in extended precision, where every square of a
-// double is representable: q = x^2 + y^2 to 2^-63 relative, and ln q by the extended
-// logarithm.  Where q is near 1 (|q - 1| < 1/16) that would keep q's rounding as an absolute
+// double is representable: q = x^2 + y^2 to 2^-63 relative, and ln q by the double-double
+// logarithm kernel on q as a head and a tail (log_ld).  Where q is near 1 (|q - 1| < 1/16) that would keep q's rounding as an absolute
 // error of the small result, so w = x^2 + y^2 - 1 is formed from the exact squares (Dekker
 // products): with m >= s the larger and smaller part, m^2 - 1 is exact in extended, and the
 // sum of the four exact terms is rounded once in extended (the two heads, of like size and
@@ -43,7 +43,7 @@ inline LD log_abs(double x, double y) {
     }
     LD q = LD(m) * LD(m) + LD(s) * LD(s);
     LD d = q - 1.0L;
-    if (!(d < 0.0625L && d > -0.0625L)) return 0.5L * logl_local(q);
+    if (!(d < 0.0625L && d > -0.0625L)) return 0.5L * log_ld(q);
     auto [mh, ml] = two_prod(m, m);
     LD a = LD(mh) - 1.0L;  // exact: mh has 53 bits and lies above 1/4
     LD w;
@@ -53,7 +53,7 @@ inline LD log_abs(double x, double y) {
         auto [sh, sl] = two_prod(s, s);
         w = (LD(a) + LD(sh)) + (LD(ml) + LD(sl));
     }
-    return 0.5L * log1pl_local(w);
+    return 0.5L * log1p_ld(w);
 }
 
 template <Base B>
@@ -77,7 +77,25 @@ inline CD clog_core(double x, double y) {
 
 #if TSR_TIER_EX
 TSR_BODY(CD, clog, (CD z)) { return clog_core<kE>(__real__ z, __imag__ z); }
-TSR_BODY(CF, clogf, (CF z)) { return narrowc(clog_core<kE>(__real__ z, __imag__ z)); }
+// clogf for finite, non-zero parts, in double: with m >= s the larger and smaller magnitude,
+// q = m^2 + s^2 rounds once (the squares of floats are exact); where q lies in (1/2, 2),
+// m^2 - 1 is exact too (m^2 has 48 significant bits and lies above 2^-2), so that
+// ln|z| = log1p((m^2 - 1) + s^2) / 2 keeps its relative accuracy next to the unit circle;
+// elsewhere |ln q| > 0.69 and ln q / 2 is within an ulp of double.  The angle is the double
+// atan2.  Each part within about 2^-51 relative before its rounding to float.
+TSR_BODY(CF, clogf, (CF z)) {
+    double x = __real__ z, y = __imag__ z;
+    if (!is_nzfinite(x) || !is_nzfinite(y)) return narrowc(clog_core<kE>(x, y));
+    double m = f64(abits(x)), s = f64(abits(y));
+    if (m < s) {
+        double t = m;
+        m = s;
+        s = t;
+    }
+    double q = m * m + s * s;
+    double re = (q > 0.5 && q < 2.0) ? 0.5 * log1p_local((m * m - 1.0) + s * s) : 0.5 * log_local(q);
+    return mkf(narrowf(re), narrowf(atan2_local(y, x)));
+}
 TSR_DEFINE(CD, clog2, (CD z)) { return clog_core<k2>(__real__ z, __imag__ z); }
 TSR_DEFINE(CD, clog10, (CD z)) { return clog_core<k10>(__real__ z, __imag__ z); }
 TSR_DEFINE(CF, clog2f, (CF z)) { return narrowc(clog_core<k2>(__real__ z, __imag__ z)); }

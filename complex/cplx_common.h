@@ -26,6 +26,9 @@ extern "C" {
 void __libm_mul_k64(int n, const double a[2], const double b[2], double *r) noexcept TSR_HIDDEN;
 // x^2 + y^2 = 2^k (r[0] + r[1]); k returned.
 double __libm_hypot2_k64(double r[2], double x, double y) noexcept TSR_HIDDEN;
+// The angle of (x, y) with atan2's quadrant rule for finite, non-zero extended x and y,
+// relative error below 2^-62.
+long double __libm_atan2_k80(long double y, long double x) noexcept TSR_HIDDEN;
 // Smith's division a / b.
 double _Complex __libm_cdiv(double _Complex a, double _Complex b) noexcept TSR_HIDDEN;
 float _Complex __libm_cdivf(float _Complex a, float _Complex b) noexcept TSR_HIDDEN;
@@ -77,24 +80,33 @@ inline double flip(double x) { return f64(bits(x) ^ ~ABS); }
 inline double flip_num(double x) { return is_nan(x) ? x : flip(x); }
 // The quarter turns that carry the inverse circular functions onto the hyperbolic ones:
 // z -> iz as (-y + ix), y's sign flipped unless y is NaN; w -> -iw as (v, -u), u's sign
-// flipped unless u is NaN (the float forms flip every non-NaN the same way).
+// flipped unless u is NaN (the float forms turn their widened values the same way).
 inline CD rot_in(CD z) { return mk(flip_num(__imag__ z), __real__ z); }
 inline CD rot_out(CD w) { return mk(__imag__ w, flip_num(__real__ w)); }
-inline CF rot_inf(CF z) {
-    float y = __imag__ z;
-    if ((bits(y) & 0x7fffffffu) <= 0x7f800000u) y = -y;
-    return mkf(y, __real__ z);
-}
-inline CF rot_outf(CF w) {
-    float u = __real__ w;
-    if ((bits(u) & 0x7fffffffu) <= 0x7f800000u) u = -u;
-    return mkf(__imag__ w, u);
-}
 
 // ---- double-double: the shared kit, exact in round-to-nearest, which every caller holds ------
 using dd::DD;
 using dd::fast_two_sum;
 using dd::two_prod;
+
+// 2^n (a[0] + a[1]) (b[0] + b[1]) rounded once: __libm_mul_k64, its usual case inline.  With
+// both heads between 2^-400 and 2^400 no partial product leaves the normal range, so the
+// kernel's normalisation of the factors changes nothing (scaling by powers of two commutes
+// with every rounding); where the rounded product times 2^n is normal, that scaling is exact.
+// The result is the kernel's, bit for bit.
+inline double mul_scaled(int n, const double a[2], const double b[2]) {
+    constexpr int LOW = 1023 - 400, SPAN = 800;  // biased exponents of 2^-400 .. 2^400
+    if (unsigned(bexp(a[0]) - LOW) < unsigned(SPAN) && unsigned(bexp(b[0]) - LOW) < unsigned(SPAN)) {
+        auto [ph, pl] = two_prod(a[0], b[0]);
+        pl += a[0] * b[1] + a[1] * b[0];
+        double s = ph + pl;
+        int es = bexp(s) - 1023 + n;
+        if (es > -1022 && es < 1023 && n > -1023 && n < 1024) return s * f64(uint64_t(n + 1023) << 52);
+    }
+    double r;
+    __libm_mul_k64(n, a, b, &r);
+    return r;
+}
 
 // ---- extended --------------------------------------------------------------------------
 inline LD ld(const double v[2]) { return LD(v[0]) + LD(v[1]); }
@@ -108,17 +120,48 @@ inline LD sqrtl_(LD v) {
     asm("fsqrt" : "+t"(v));
     return v;
 }
-// atan2 of extended arguments through the double-double kernel: relative error below 2^-63.
+// atan2 of extended arguments, relative error below 2^-62: the extended kernel for finite,
+// non-zero parts, the double-double kernel (with its quadrant constants) for the rest.
 inline LD atan2_ld(LD y, LD x) {
+    if (y != 0.0L && x != 0.0L && y - y == 0.0L && x - x == 0.0L) return __libm_atan2_k80(y, x);
     double yy[2], xx[2], r[2];
     to_pair(y, yy);
     to_pair(x, xx);
     __libm_atan2_k64(r, yy, xx);
     return ld(r);
 }
+constexpr LD LN2_L = 0xb.17217f7d1cf79acp-4L;    // ln 2, rounded to 64 bits
+// ln v for a positive finite extended v: the double-double logarithm kernel on v as a head
+// and a tail, relative error below 2^-59 where |v - 1| > 1/32 (the kernel's absolute error,
+// about 2^-66, where its table value and the series of its reduced argument cancel; next to
+// 1 the callers take log1p_ld instead).  A v beyond the double range (a sum of squares
+// of doubles can be) is scaled by 2^-+1200 first, k ln 2 added back in extended, where the
+// result is at least 693 in magnitude and the sum does not cancel.
+inline LD log_ld(LD v) {
+    LD k = 0.0L;
+    if (v > 0x1p1000L) v *= 0x1p-1200L, k = 1200.0L;
+    else if (v < 0x1p-1000L) v *= 0x1p1200L, k = -1200.0L;
+    double p[2], r[2];
+    to_pair(v, p);
+    __libm_log_k64(p[0], p[1], r);
+    return k * LN2_L + ld(r);
+}
+// ln(1 + w) for an extended w >= -1/2, relative error below 2^-59.  Below 2^-20 in
+// magnitude, the series w - w^2/2 + w^3/3 - w^4/4 in extended (the next term is 2^-82 of
+// w): the kernel would round the sum of its argument's tail and the part of the head
+// beyond 32 bits once in double, 2^-53 of a result this small.  Above, 1 + w as an exact
+// head and a tail, which the kernel takes whole: that rounding is then below 2^-85.
+inline LD log1p_ld(LD w) {
+    if (w < 0x1p-20L && w > -0x1p-20L)
+        return w - (w * w) * (0.5L - w * (0xa.aaaaaaaaaaaaaabp-5L - 0.25L * w));
+    double p[2], r[2];
+    to_pair(w, p);
+    DD s = dd::two_sum(1.0, p[0]);
+    __libm_log_k64(s.h, s.l + p[1], r);
+    return ld(r);
+}
 constexpr LD PI_L = 0xc.90fdaa22168c235p-2L;     // pi, rounded to 64 bits
 constexpr LD PI_2_L = 0xc.90fdaa22168c235p-3L;   // pi/2
-constexpr LD LN2_L = 0xb.17217f7d1cf79acp-4L;    // ln 2, rounded to 64 bits
 constexpr LD LOG2E_L = 0xb.8aa3b295c17f0bcp-3L;  // log2 e
 constexpr LD LOG10E_L = 0xd.e5bd8a937287195p-5L; // log10 e
 

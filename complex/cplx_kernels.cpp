@@ -3,6 +3,7 @@
 // helpers.
 #include "complex/cplx_common.h"
 
+#include "elementary/invtrig_common.h"
 #include "tsr/x87.h"
 
 using namespace tsr;
@@ -103,6 +104,52 @@ extern "C" double __libm_hypot2_k64(double r[2], double x, double y) noexcept {
     r[0] = res.h;
     r[1] = res.l;
     return k;
+}
+
+// The extended angle: t = the smaller of |y|, |x| over the larger (one rounding to 64 bits),
+// reduced on atan's 5-bit grid: c holds t's leading bits, z = (t - c)/(1 + t c) with t - c
+// exact (c and t share a binade), the denominator and the quotient rounded to 64 bits, and
+// atan z = z + z s(z), |z| <= 2^-6, whose second term is rounded in double (2^-53 of a
+// term below 2^-18 of the angle).  T = atan c comes in two parts.  The sum of the parts
+// and the quadrant steps (pi/2 - r, pi - r) round to 64 bits each: relative error below
+// 2^-62 in all.  Below 2^-6 the grid is left out (c = 0), below 2^-60 atan t = t.
+// The octant is applied without branches (the quadrants of random points would mispredict
+// them): r becomes off + sg r, off and sg by the two tests, then y's sign.
+namespace {
+constexpr LD OCT_OFF[4] = {0.0L, PI_2_L, PI_L, PI_2_L};  // |y| > |x| adds 1, x < 0 adds 2
+constexpr double OCT_SG[4] = {1.0, -1.0, -1.0, 1.0};
+constexpr double Y_SG[2] = {1.0, -1.0};
+}  // namespace
+
+extern "C" LD __libm_atan2_k80(LD y, LD x) noexcept {
+    bool ny = y < 0.0L, nx = x < 0.0L;
+    LD a = __builtin_fabsl(y), b = __builtin_fabsl(x);
+    bool swap = a > b;
+    LD num = swap ? b : a, den = swap ? a : b;
+    LD t = num / den;
+    LD r = t;
+    if (t >= 0x1p-60L) {  // t's conversion to double neither underflows nor loses bits
+        double th = double(t);
+        if (th < 0x1p-6) {
+            r = t + t * LD(invtrig::k64_series(th));
+        } else {
+            uint64_t tb = bits(th);
+            double c = f64((tb & 0xffff800000000000ull) | 0x0000400000000000ull);
+            const invtrig::HiLo &T = invtrig::atan32[(uint32_t(tb >> 32) >> 15) - 0x7f20];
+            LD z = (t - LD(c)) / (1.0L + t * LD(c));
+            // z is at most 2^-6 of the angle, so the series needs only 2^-58 here: its
+            // terms up to z^8, in Estrin's order (the first three coefficients of the
+            // kernel's fit; the next term, z^10/11, is below 2^-63).
+            double zd = double(z), v = zd * zd;
+            const double *K = invtrig::k64_poly;
+            double q = (K[0] + v * K[1]) + (v * v) * K[2];
+            double ser = v * (invtrig::k64_third[0] + (invtrig::k64_third[1] + v * q));
+            r = LD(T.hi) + (LD(T.lo) + (z + z * LD(ser)));
+        }
+    }
+    int q = int(swap) | int(nx) << 1;
+    r = OCT_OFF[q] + LD(OCT_SG[q]) * r;
+    return LD(Y_SG[ny]) * r;
 }
 
 // Smith's division: the quotient of the smaller by the larger part of b scales the other, so

@@ -8,7 +8,7 @@
 //
 // There is no special-value table: the cases below are taken in order, and infinities and
 // NaNs fall into the formulas.
-// 1. a, b, c, d finite and not zero: the general form.
+// 1. a, b, c, d finite and not zero: the general form, its angle in radians.
 // 2. b = d = 0: for a < 0, |a|^c (cos 180c + i sin 180c) in degrees; otherwise (a^c, b).
 // 3. c = d = 0: 1, with a zero imaginary part signed by sin(ln(a^2 + b^2) + atan2(b, a)).
 // 4. b = 0: for a > 0, a^c (cos(d ln a) + i sin(d ln a)); a < 0 the general form; a zero or
@@ -48,16 +48,45 @@ inline CD polar(LD M, LD u, LD v) {
     return mk(double(opaque(re)), double(opaque(im)));
 }
 
+// e^U for an extended U: below 2^11 in magnitude, the double-double kernel on U's head,
+// times 1 + U's tail (below 2^-53 of the head, so its square is negligible) and the kernel's
+// power of two, which extended holds; the extended exponential elsewhere.
+inline LD exp_ld(LD U) {
+    if (!(U < 2048.0L && U > -2048.0L)) return expl_local(U);
+    double uh = double(U), E[2];
+    LD ul = U - LD(uh);
+    int n;
+    __libm_exp_k64(uh, &n, E);
+    LD e = ld(E);
+    return (e + e * ul) * pow2l(n);
+}
+
 inline CD general(double a, double b, double c, double d) {
     LD A = a, B = b;
-    LD L = 0.5L * logl_local(A * A + B * B);
+    LD L = 0.5L * log_ld(A * A + B * B);
     LD Td = arg_deg(a, b);
     LD U = LD(c) * L - LD(d) * (Td / DEG_PER_RAD);
-    return polar(expl_local(U), LD(d) * L, LD(c) * Td);
+    return polar(exp_ld(U), LD(d) * L, LD(c) * Td);
+}
+
+// The general form for four finite, non-zero parts, where no angle is exact in degrees: the
+// whole angle dL + cT in radians (one rounding to 64 bits), one sine and cosine.  An angle
+// beyond the double range takes the form in degrees.
+inline CD general_rad(double a, double b, double c, double d) {
+    LD A = a, B = b;
+    LD L = 0.5L * log_ld(A * A + B * B);
+    LD T = atan2_ld(B, A);
+    double ph[2];
+    to_pair(LD(d) * L + LD(c) * T, ph);
+    if (!is_finite(ph[0])) return general(a, b, c, d);
+    LD M = exp_ld(LD(c) * L - LD(d) * T), s, co;
+    sincos_ld(ph[0], ph[1], s, co);
+    LD re = M * co, im = M * s;
+    return mk(double(opaque(re)), double(opaque(im)));
 }
 
 inline CD cpow_core(double a, double b, double c, double d) {
-    if (is_nzfinite(a) && is_nzfinite(b) && is_nzfinite(c) && is_nzfinite(d)) return general(a, b, c, d);
+    if (is_nzfinite(a) && is_nzfinite(b) && is_nzfinite(c) && is_nzfinite(d)) return general_rad(a, b, c, d);
     if (is_zero(b) && is_zero(d)) {
         if (neg(a) && !is_nan(a)) {
             LD P = powl_local(-LD(a), LD(c));

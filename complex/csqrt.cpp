@@ -4,7 +4,7 @@
 // sqrt(x^2 + y^2), t = (h + |x|) / 2 (a sum of two positive values, no cancellation),
 // p = sqrt(t), q = |y| / (2p).  Each step rounds to 64 bits, so the parts are within about
 // 2^-61 relative before their one rounding to double.  For x < 0 the parts change places:
-// (q, p).  Special values as C99 Annex G gives them.
+// (q, p).  Special values as C99 Annex G gives them.  csqrtf takes the same steps in double.
 #include "complex/cplx_common.h"
 
 #include "tsr/x87.h"
@@ -52,5 +52,16 @@ inline CD csqrt_core(double x, double y) {
 
 #if TSR_TIER_EX
 TSR_BODY(CD, csqrt, (CD z)) { return csqrt_core(__real__ z, __imag__ z); }
-TSR_BODY(CF, csqrtf, (CF z)) { return narrowc(csqrt_core(__real__ z, __imag__ z)); }
+// csqrtf for finite parts with y not zero: the same steps in double, where the squares of
+// floats are exact and neither overflow nor underflow: each part within 2^-51 relative
+// before its rounding to float (0.5 + 2^-27 float ulp).  The rest through the double form.
+TSR_BODY(CF, csqrtf, (CF z)) {
+    double x = __real__ z, y = __imag__ z;
+    if (!is_nzfinite(y) || !is_finite(x)) return narrowc(csqrt_core(x, y));
+    double ax = f64(abits(x)), ay = f64(abits(y));
+    double h = __builtin_sqrt(ax * ax + ay * ay);
+    double p = __builtin_sqrt(0.5 * (h + ax)), q = ay / (2.0 * p);
+    if (neg(x)) return mkf(narrowf(q), narrowf(with_sign(p, y)));
+    return mkf(narrowf(p), narrowf(with_sign(q, y)));
+}
 #endif

@@ -23,18 +23,11 @@ using tsr::dd::two_sum;
 
 namespace {
 
-inline double series(double z) {  // (atan z - z)/z, z small
-    double v = z * z;
-    double p = k64_poly[5];
-    for (int i = 4; i >= 0; --i) p = p * v + k64_poly[i];
-    return v * (k64_third[0] + (k64_third[1] + v * p));
-}
-
 // atan(t) for 0 <= t <= 1 in double-double.
 inline DD atan_dd(DD t) {
     uint32_t H = hi(t.h);
     if (H < 0x3f900000u) {  // t < 2^-6
-        return fast_two_sum(t.h, t.l + t.h * series(t.h));
+        return fast_two_sum(t.h, t.l + t.h * k64_series(t.h));
     }
     double c = f64((bits(t.h) & 0xffff800000000000ull) | 0x0000400000000000ull);
     DD num = two_sum(t.h - c, t.l);  // t.h - c exact
@@ -44,7 +37,7 @@ inline DD atan_dd(DD t) {
     DD z = div(num, den);
     const HiLo &T = atan32[(H >> 15) - 0x7f20];
     DD s = fast_two_sum(T.hi, z.h);
-    return fast_two_sum(s.h, s.l + T.lo + z.l + z.h * series(z.h));
+    return fast_two_sum(s.h, s.l + T.lo + z.l + z.h * k64_series(z.h));
 }
 
 const DD kPio2 = {kPio2Hi, kPio2Lo};

@@ -335,7 +335,8 @@ double draw(std::mt19937_64 &g, Dom d) {
 }
 
 template <class T, class Fn>
-void accuracy(const char *name, Fn fn, const MpcFn &ref, Dom dx, Dom dy, size_t n, double bound, uint64_t seed, int cut = 40) {
+void accuracy(const char *name, Fn fn, const MpcFn &ref, Dom dx, Dom dy, size_t n, double bound, uint64_t seed, int cut = 40,
+              int mode = 0) {
     std::vector<std::pair<T, T>> in(n);
     std::mt19937_64 g(seed);
     for (auto &p : in) p = {T(draw(g, dx)), T(draw(g, dy))};
@@ -352,7 +353,11 @@ void accuracy(const char *name, Fn fn, const MpcFn &ref, Dom dx, Dom dy, size_t 
             mpc_set_d_d(z, double(x), double(y), MPC_RNDNN);
             ref(r, z);
             mpc_abs(m, r, MPFR_RNDN);
-            auto got = fn(x, y);
+            decltype(fn(x, y)) got;
+            {
+                th::ModeGuard mg(th::kModes[mode].fe);
+                got = fn(x, y);
+            }
             record(wr[k], __real__ got, mpc_realref(r), m, x, y, cut);
             record(wi[k], __imag__ got, mpc_imagref(r), m, x, y, cut);
         }
@@ -365,8 +370,8 @@ void accuracy(const char *name, Fn fn, const MpcFn &ref, Dom dx, Dom dy, size_t 
         if (wr[k].err > re.err) re = wr[k];
         if (wi[k].err > im.err) im = wi[k];
     }
-    printf("[  ACCURACY] %-9s re %.3f ulp at (%a, %a)   im %.3f ulp at (%a, %a)   %zu inputs\n", name, re.err,
-           re.x, re.y, im.err, im.x, im.y, n);
+    printf("[  ACCURACY] %-9s re %.3f ulp at (%a, %a)   im %.3f ulp at (%a, %a)   %zu inputs%s%s\n", name, re.err,
+           re.x, re.y, im.err, im.x, im.y, n, mode ? ", " : "", mode ? th::kModes[mode].name : "");
     EXPECT_LT(re.err, bound) << name << " real part at (" << re.x << ", " << re.y << ")";
     EXPECT_LT(im.err, bound) << name << " imaginary part at (" << im.x << ", " << im.y << ")";
 }
@@ -417,8 +422,24 @@ void run_accuracy(const Acc &a, size_t n, uint64_t seed) {
     std::string fname = std::string(a.name) + "f";
     accuracy<float>(fname.c_str(), [f](float x, float y) { return f(mkf(x, y)); }, a.ref, a.dx, a.dy, n, 1.0, seed + 1);
 }
+// The directed modes: the functions force round-to-nearest for their kernels (SSE) and
+// leave the extended unit in the caller's mode, whose last rounding is the caller's.  That
+// rounding may add up to an ulp, and where the exact part lies just inside a power of two
+// and its approximation just outside (tanh next to -1 rounded downward), the ulp of the
+// binade beyond counts twice in the ulp of the exact value: parts within 2.5 ulp.
+void run_accuracy_directed(const Acc &a, size_t n, uint64_t seed) {
+    FnD d = a.d;
+    FnF f = a.f;
+    for (int m = 1; m < 4; m++) {
+        accuracy<double>(a.name, [d](double x, double y) { return d(mk(x, y)); }, a.ref, a.dx, a.dy, n, 2.5, seed, 40, m);
+        std::string fname = std::string(a.name) + "f";
+        accuracy<float>(fname.c_str(), [f](float x, float y) { return f(mkf(x, y)); }, a.ref, a.dx, a.dy, n, 2.5,
+                        seed + 1, 40, m);
+    }
+}
 class ComplexAccuracyOf : public ::testing::TestWithParam<size_t> {};
 TEST_P(ComplexAccuracyOf, Function) { run_accuracy(acc_rows()[GetParam()], 100000, 1); }
+TEST_P(ComplexAccuracyOf, Directed) { run_accuracy_directed(acc_rows()[GetParam()], 20000, 3); }
 TEST_P(ComplexAccuracyOf, LongFunction) { run_accuracy(acc_rows()[GetParam()], 1000000, 7); }
 INSTANTIATE_TEST_SUITE_P(Complex, ComplexAccuracyOf, ::testing::Range<size_t>(0, acc_rows().size()),
                          [](const ::testing::TestParamInfo<size_t> &i) {
@@ -618,6 +639,48 @@ TEST(ComplexKernels, MulAndHypot2) {
             EXPECT_LT(std::fabs(mpfr_get_d(t, MPFR_RNDN)), 0x1p-100) << x << " " << y;
             EXPECT_TRUE(std::fabs(r[0]) < 0x1p1010 && std::fabs(r[0]) > 0x1p-1010) << x << " " << y;
         }
+}
+
+// The extended helpers of the inverse functions, clog and cpow against MPFR, relative error:
+// __libm_atan2_k80 in every octant (ratios from 2^-80 to 2^80, on and off its grid), log_ld
+// over the whole range of a sum of squares of doubles (away from 1, where its callers take
+// log1p_ld), log1p_ld from 2^-70 to 1/2 on both sides of zero (where the kernel alone would
+// round its argument's tail once in double).
+TEST(ComplexKernels, ExtendedAtan2AndLogs) {
+    std::mt19937_64 g(11);
+    std::uniform_real_distribution<double> u(0.0, 1.0);
+    auto rel = [](long double got, th::Mp &want) {
+        th::Mp t;
+        mpfr_set_ld(t, got, MPFR_RNDN);
+        mpfr_sub(t, t, want, MPFR_RNDN);
+        mpfr_div(t, t, want, MPFR_RNDN);
+        return std::fabs(mpfr_get_d(t, MPFR_RNDN));
+    };
+    auto sgn = [&g](long double v) { return (g() & 1) ? -v : v; };
+    double worst_a = 0, worst_l = 0, worst_p = 0;
+    th::Mp want, a, b;
+    for (int i = 0; i < 20000; i++) {
+        long double y = sgn(std::ldexp(1.0L + u(g), int(u(g) * 160) - 80)), x = sgn(1.0L + u(g));
+        if (i & 1) std::swap(x, y);
+        mpfr_set_ld(a, y, MPFR_RNDN);
+        mpfr_set_ld(b, x, MPFR_RNDN);
+        mpfr_atan2(want, a, b, MPFR_RNDN);
+        worst_a = std::max(worst_a, rel(__libm_atan2_k80(y, x), want));
+        long double v = std::ldexp(1.0L + u(g), int(u(g) * 4200) - 2100);
+        if (v > 0.96875L && v < 1.03125L) continue;
+        mpfr_set_ld(a, v, MPFR_RNDN);
+        mpfr_log(want, a, MPFR_RNDN);
+        if (!mpfr_zero_p(want)) worst_l = std::max(worst_l, rel(tsr::cplx::log_ld(v), want));
+        long double w = sgn(std::ldexp(1.0L + u(g), int(u(g) * 70) - 71));
+        mpfr_set_ld(a, w, MPFR_RNDN);
+        mpfr_log1p(want, a, MPFR_RNDN);
+        worst_p = std::max(worst_p, rel(tsr::cplx::log1p_ld(w), want));
+    }
+    printf("[  ACCURACY] atan2_k80 2^%.1f, log_ld 2^%.1f, log1p_ld 2^%.1f (relative, 20000 each)\n",
+           std::log2(worst_a), std::log2(worst_l), std::log2(worst_p));
+    EXPECT_LT(worst_a, 0x1p-62);
+    EXPECT_LT(worst_l, 0x1p-59);
+    EXPECT_LT(worst_p, 0x1p-59);
 }
 
 
