@@ -31,10 +31,12 @@ inline double log_d(double x) {
     return o[0] + o[1];
 }
 
-// ln x from the float-accuracy kernel: absolute error about 2^-36 (its last polynomial is
-// good to 2^-28 relative on |u| < 2^-8.5); enough where ln Gamma is far from zero and not
-// exponentiated (lgammaf for x > 0, where the result exceeds 0.2 wherever a logarithm enters).
-inline double log_f(double x) { return __libm_log_k32(x); }
+// ln x from the float-accuracy kernel's table step: absolute error about 2^-36 (its last
+// polynomial is good to 2^-28 relative on |u| < 2^-8.5); enough where ln Gamma is far from
+// zero and not exponentiated (lgammaf for x > 0, where the result exceeds 0.2 wherever a
+// logarithm enters).  Every argument there is a normal double (a float, or a product of
+// factors above 3).
+inline double log_f(double x) { return log_k32_normal(x); }
 
 inline double piece_d(int k, double t) {
     const double *c = kLgPieceD[k];
