@@ -134,21 +134,21 @@ inline DD lgd_stirling_short(double x) {
 // Stirling takes over from the products below.
 template <int StirlingFrom = 16>
 inline DD lgd_pos(double x) {
+    if (x >= StirlingFrom) {  // the widest region first
+        if (x < 0x1p52) return lgd_stirling_short<false>(x);
+        return lgd_stirling(x, false);
+    }
     if (x < 0x1p-70) return dd::neg(log_dd({x, 0.0}));
     if (x < 0.6875) {
         DD a = x < 0.0625 ? piece_dd(kPieceOfOne, x) : lgd_pieces(x, 1);
         return dd::add(a, dd::neg(log_dd({x, 0.0})));
     }
     if (x < 4.0625) return lgd_pieces(x, 0);
-    if (x < StirlingFrom) {
-        // ln Gamma(x - n) + ln((x - 1)...(x - n)), x - n in [49/16, 65/16): each factor exact.
-        int n = int(x - 3.0625);
-        DD q = {x - 1.0, 0.0};
-        for (int i = 2; i <= n; ++i) q = dd::mul(q, x - i);
-        return dd::add(lgd_pieces(x - n, 0), log_dd(q));
-    }
-    if (x < 0x1p52) return lgd_stirling_short<false>(x);
-    return lgd_stirling(x, false);
+    // ln Gamma(x - n) + ln((x - 1)...(x - n)), x - n in [49/16, 65/16): each factor exact.
+    int n = int(x - 3.0625);
+    DD q = {x - 1.0, 0.0};
+    for (int i = 2; i <= n; ++i) q = dd::mul(q, x - i);
+    return dd::add(lgd_pieces(x - n, 0), log_dd(q));
 }
 
 // ln|Gamma(x)| for x < 0 not an integer (|x| < 2^52), as a pair, and the sign of Gamma(x).
