@@ -60,14 +60,16 @@ inline double lgf_pieces(double x, int s) {
     return piece_d(k, t);
 }
 
-constexpr double kFloatTiny = 0x1p-40;
+constexpr double kFloatTiny = 0x1p-120;
 
 // ln Gamma(x) for x > 0 a float; Coarse: the logarithms from the float kernel (see log_f).
 template <bool Coarse = false> inline double lgf_pos(double x) {
     auto log_d = [](double v) { return Coarse ? log_f(v) : tsr::gamma::log_d(v); };
     if (x < 0.6875) {
-        // Below kFloatTiny ln Gamma(1 + x) (about -0.58 x) is under 2^-40 of ln x and is left
-        // out: the piece's eighth power of x would underflow for the least floats.
+        // Below kFloatTiny ln Gamma(1 + x) (about -0.58 x) is under 2^-120 and is left out:
+        // the piece's eighth power of x underflows below 2^-127.75.  (Not earlier: tgammaf
+        // of a tiny x is 1/x e^(-0.58 x), and 1/x lies within 2^-48 of a rounding boundary
+        // for some floats, where the term decides the rounding.)
         double a = x < kFloatTiny ? 0.0 : x < 0.0625 ? piece_d(2, x) : lgf_pieces(x, 1);
         return a - log_d(x);
     }
