@@ -1,12 +1,7 @@
-// The logarithm kernels.  k64: a double-double argument, R from a 65-row table of short
-// reciprocals picked by a shifter, -ln R in a head with 21 low zero bits (so n*ln2_hi + head
-// is exact) and a tail; the result is left as head + tail.  k32: the float-accuracy
-// reduction of logf's ex tier on a double.
+// The logarithm kernels.  k64: a double-double argument, its special cases, then both words
+// brought into [1, 2) for the reduction of log_kernels.h; the result is left as head + tail.
+// k32: the float-accuracy reduction of logf's ex tier on a double.
 #include "elementary/log_kernels.h"
-
-#include "elementary/log_data.h"
-#include "tsr/common.h"
-#include "tsr/format.h"
 
 using namespace tsr;
 
@@ -41,25 +36,7 @@ extern "C" void __libm_log_k64(double hi, double lo, double out[2]) noexcept {
     double s1 = f64(uint64_t(0x3ff - k / 2) << 52), s2 = f64(uint64_t(0x3ff - (k - k / 2)) << 52);
     hi = hi * s1 * s2;
     lo = lo * s1 * s2;
-    uint32_t i = uint32_t(bits(0x1.000000000004p+46 + hi)) & 0x7f;  // round((hi - 1)*64)
-    const double *t = logtab::log_k64_rows[i];
-    double R = t[0];
-    double a = (hi + 0x1p21) - 0x1p21;  // hi to 32 bits: a*R is exact
-    double bb = ((hi - a) + lo) * R;
-    double aR1 = a * R - 1.0;
-    double r = aR1 + bb;
-    double dn = double(n);
-    // approximation of log(1 + r) on [-0x1.18p-7, 0x1.09p-7], degree 8, max relative error
-    // 2^-62.91 (measured by tools/gen/approximations.py)
-    double p = -0x1.000b405a2836dp-3;
-    p = p * r + 0x1.249c02481059dp-3;
-    p = p * r - 0x1.555555228b38fp-3;
-    p = p * r + 0x1.9999997b36c81p-3;
-    p = p * r - 0x1.0000000000262p-2;
-    p = p * r + 0x1.5555555555613p-2;
-    p = p * r - 0.5;
-    out[0] = aR1 + (0x1.62e42fefa38p-1 * dn + t[1]);
-    out[1] = (r * r) * p + (bb + (dn * 0x1.ef35793c7673p-45 + t[2]));
+    log_k64_reduced(hi, lo, n, out);
 }
 
 extern "C" double __libm_log_k32(double x) noexcept {
@@ -79,12 +56,5 @@ extern "C" double __libm_log_k32(double x) noexcept {
         b = bits(x);
         bias += 64;
     }
-    int n = int(b >> 52) - bias;
-    uint32_t i = uint32_t(b >> 44) & 0xff;
-    double m = f64((b & 0x000fffffffffffffull) | 0x3ff0000000000000ull);
-    // approximation of log(1 + u) on [-0x1.76p-9, 0x1.7p-9], degree 3, max relative error
-    // 2^-28.21 (measured by tools/gen/approximations.py)
-    double u = double(logtab::log_rcp256_r[i]) * m - 1.0;
-    return n * 0x1.62e42fefa39efp-1 + logtab::log_rcp256_l[i] +
-           ((0x1.5555a6890dd1p-2 * u - 0x1.00001e7362febp-1) * u * u + u);
+    return log_k32_table(b, int(b >> 52) - bias);
 }

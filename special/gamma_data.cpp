@@ -217,6 +217,18 @@ const double kHalfLn2PiDD[2] = {0x1.d67f1c864beb5p-1, -0x1.65b5a1b7ff5dfp-55};  
 const double kLnPiDD[2] = {0x1.250d048e7a1bdp+0, 0x1.7abf2ad8d5088p-57};  // ln pi as a pair
 const double kPiDD[2] = {0x1.921fb54442d18p+1, 0x1.1a62633145c07p-53};  // pi as a pair
 
+// x S(x) = P(u), u = 1/x^2, S(x) = ln Gamma(x) - ((x - 1/2) ln x - x + ln(2 pi)/2): coefficients
+// of u^0..u^6; approximation of x S(x) in u on [0, 0x1p-6], degree 6, max absolute error 2^-57.58 (measured by tools/gen/gamma_tables.py)
+// (S's absolute error is this over x: below 2^-60.58 for x >= 8).
+const double kShortStirling[kShortStirlingDegree + 1] = {
+    0x1.5555555555555p-4, -0x1.6c16c16c14a12p-9,
+    0x1.a01a017df5a89p-11, -0x1.38134d7e7536ep-11,
+    0x1.b92c4bd91984fp-11, -0x1.ef90281a35da4p-10,
+    0x1.4c0e33399ee7bp-8,
+};
+const double kHalfLn2PiLessHalf[2] = {0x1.acfe390c97d69p-2, 0x1.3494bc9001442p-56};  // ln(2 pi)/2 - 1/2 as a pair
+const double kHalfLn2PiPlusHalf[2] = {0x1.6b3f8e4325f5ap+0, 0x1.4d252f2400510p-54};  // ln(2 pi)/2 + 1/2 as a pair
+
 // The pieces for the double forms: double coefficients of t^0..t^13, those of t^0..t^2 the
 // heads of pairs whose tails are kLgPieceDDTail (the error stated is with the pairs' sums).
 const double kLgPieceDD[kPieces][kPieceDegreeDD + 1] = {

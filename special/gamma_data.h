@@ -26,6 +26,10 @@ constexpr int kPiecePairsDD = 3;   // t^0.. t^2 as pairs
 extern const double kLgPieceDD[kPieces][kPieceDegreeDD + 1];
 extern const double kLgPieceDDTail[kPieces][kPiecePairsDD];
 extern const double kHalfLn2PiDD[2], kLnPiDD[2], kPiDD[2];
+constexpr double kShortStirlingFrom = 8;
+constexpr int kShortStirlingDegree = 6;  // of P in 1/x^2
+extern const double kShortStirling[kShortStirlingDegree + 1];
+extern const double kHalfLn2PiLessHalf[2], kHalfLn2PiPlusHalf[2];
 
 // The least binary64 argument whose result overflows (2.5599833278516387e+305).
 constexpr double k_lgamma_over = 0x1.754d9278b51a8p+1014;

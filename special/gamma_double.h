@@ -9,15 +9,20 @@
 //                    t^0..t^2 as pairs (fit error below 2^-62 relative, gamma_data.cpp); the
 //                    last steps run on pairs, so that the rounding adds about 2^-64;
 //   65/16..16        ln Gamma(x - n) + ln((x - n)...(x - 1)), the product an exact pair to
-//                    2^-100 and its logarithm from the double-double kernel;
-//   x >= 16          Stirling with eight terms of the series (truncation below 2^-70), the
+//                    2^-100 and its logarithm from the double-double kernel (lgamma: up to 8);
+//   16 (8) .. 2^52   the short Stirling: (x - 1/2)(ln x - 1) from 26-bit halves, the tail
+//                    as one fitted polynomial in 1/x^2 (lgamma takes it from 8, where its
+//                    absolute error of 2^-58.6 is 2^-61.7 of the result; tgamma, which
+//                    carries the pair's absolute error into its relative one, from 16);
+//   x >= 2^52        Stirling with eight terms of the series (truncation below 2^-70), the
 //                    main terms as pairs;
 //   x < 0, |x| < 24  ln Gamma(1 + z) - ln|x (x + 1) ... (x + n + 1)| as the extended core
 //                    does; where the result is below 1/4 in magnitude (the bands about the
 //                    zeros) the terms cancel and lgamma hands over to the extended core
 //                    (its absolute error 2^-65 here is enough for tgamma);
 //   x <= -24         reflection: ln pi - ln|sin(pi d)| - ln Gamma(1 - x), d = x - round(x),
-//                    the last by Stirling at y = -x (1 - x itself is not always exact);
+//                    the last by the short Stirling at y = -x (1 - x itself is not always
+//                    exact);
 //                    lgamma hands results below 1/2 to the extended core (sin(pi d) comes to
 //                    about 2^-62 relative from the sine kernel).
 // The logarithm kernel's error is about 2^-70 absolute (its polynomial is good to 2^-62.9
@@ -40,14 +45,20 @@ inline DD log_dd(DD v) {
     return dd::fast_two_sum(o[0], o[1]);
 }
 
-// Piece k at t (|t| <= 1/16) as a pair: Horner in double down to t^kPiecePairsDD, then the
-// steps on the pairs (the product t times a pair by Dekker's product).  The rounding of the
+// Piece k at t (|t| <= 1/16) as a pair: the polynomial in double down to t^kPiecePairsDD,
+// then Horner's steps on the pairs (the product t times a pair by Dekker's product).  The rounding of the
 // double part, t^3 Q(t), stays below 2^-64 of the result, also on the pieces of the zeros.
 inline DD piece_dd(int k, double t) {
     const double *c = kLgPieceDD[k];
     const double *cl = kLgPieceDDTail[k];
-    double q = c[kPieceDegreeDD];
-    for (int i = kPieceDegreeDD - 1; i >= kPiecePairsDD; --i) q = q * t + c[i];
+    // Q(t) = c3 + c4 t + ... + c13 t^10 by Estrin (the chain of four levels instead of ten
+    // Horner steps); its rounding stays below 2^-52 of t^3 Q, like Horner's.
+    static_assert(kPieceDegreeDD == 13 && kPiecePairsDD == 3, "the Estrin tree below");
+    double t2 = t * t, t4 = t2 * t2, t8 = t4 * t4;
+    double b0 = (c[3] + c[4] * t) + t2 * (c[5] + c[6] * t);
+    double b1 = (c[7] + c[8] * t) + t2 * (c[9] + c[10] * t);
+    double b2 = (c[11] + c[12] * t) + t2 * c[13];
+    double q = (b0 + t4 * b1) + t8 * b2;
     DD p = dd::two_sum(c[kPiecePairsDD - 1], t * q);
     p = dd::fast_two_sum(p.h, p.l + cl[kPiecePairsDD - 1]);
     for (int i = kPiecePairsDD - 2; i >= 0; --i) {
@@ -87,22 +98,57 @@ inline DD lgd_stirling(double x, bool next) {
     return dd::add(s, DD{kHalfLn2PiDD[0], kHalfLn2PiDD[1] + ser * r});
 }
 
-// ln Gamma(x) for a finite x > 0, as a pair.
+// Stirling for kShortStirlingFrom <= x < 2^52, or with `Next` ln Gamma(x + 1), in few steps:
+//   ln Gamma(x) = (x - 1/2)(ln x - 1) + (ln(2 pi)/2 - 1/2) + P(1/x^2)/x,
+//   ln Gamma(x + 1) = (x + 1/2)(ln x - 1) + (ln(2 pi)/2 + 1/2) + P(1/x^2)/x.
+// t = x - 1/2 is exact below 2^52 (it stays on x's grid), x + 1/2 is exact but where it
+// enters the next binade, where its rounding error te (a multiple of x's last place) joins
+// the low word as te m; m = ln x - 1 is exact from the logarithm's normalised head (at
+// least ln 8 > 2).  With t and m cut into 26-bit heads and their remainders,
+// th mh is exact, and so is th ml (26 and 27 bits): the one product that rounds, tl m, is
+// below 2^-25 of the result, so the low word (about 2^-24 of the result) carries about
+// 2^-77 relative; the tail P(u)/x has the absolute error of its fit (2^-60.6) and of 1/x
+// and the product (2^-52 of it, 2^-58.6 at x = 8).  No cancellation: every term is positive.
+template <bool Next>
+inline DD lgd_stirling_short(double x) {
+    double o[2];
+    log_k64_normal(x, o);
+    DD L = dd::fast_two_sum(o[0], o[1]);
+    double t = Next ? x + 0.5 : x - 0.5;
+    double te = Next ? 0.5 - (t - x) : 0.0;  // x + 1/2 rounds where it enters the next binade
+    double m = L.h - 1.0;
+    DD ts = dd::split_cut(t), ms = dd::split_cut(m);
+    double hi = ts.h * ms.h;
+    // P(u) by Estrin: three independent pairs, then u^2 and u^4.
+    const double *c = kShortStirling;
+    double r = 1.0 / x, u = r * r, u2 = u * u;
+    double p = (c[0] + c[1] * u) + u2 * ((c[2] + c[3] * u) + u2 * ((c[4] + c[5] * u) + u2 * c[6]));
+    const double *k = Next ? kHalfLn2PiPlusHalf : kHalfLn2PiLessHalf;
+    double lo = ts.h * ms.l + (ts.l * m + (t * L.l + (r * p + (k[1] + te * m))));
+    DD s = dd::fast_two_sum(hi, k[0]);  // hi > 8 > k[0]
+    return dd::fast_two_sum(s.h, s.l + lo);
+}
+
+// ln Gamma(x) for a finite x > 0, as a pair.  From `StirlingFrom` on (16 for tgamma, whose
+// result carries the pair's absolute error; 8 for lgamma, which needs it relative) the short
+// Stirling takes over from the products below.
+template <int StirlingFrom = 16>
 inline DD lgd_pos(double x) {
+    if (x >= StirlingFrom) {  // the widest region first
+        if (x < 0x1p52) return lgd_stirling_short<false>(x);
+        return lgd_stirling(x, false);
+    }
     if (x < 0x1p-70) return dd::neg(log_dd({x, 0.0}));
     if (x < 0.6875) {
         DD a = x < 0.0625 ? piece_dd(kPieceOfOne, x) : lgd_pieces(x, 1);
         return dd::add(a, dd::neg(log_dd({x, 0.0})));
     }
     if (x < 4.0625) return lgd_pieces(x, 0);
-    if (x < 16.0) {
-        // ln Gamma(x - n) + ln((x - 1)...(x - n)), x - n in [49/16, 65/16): each factor exact.
-        int n = int(x - 3.0625);
-        DD q = {x - 1.0, 0.0};
-        for (int i = 2; i <= n; ++i) q = dd::mul(q, x - i);
-        return dd::add(lgd_pieces(x - n, 0), log_dd(q));
-    }
-    return lgd_stirling(x, false);
+    // ln Gamma(x - n) + ln((x - 1)...(x - n)), x - n in [49/16, 65/16): each factor exact.
+    int n = int(x - 3.0625);
+    DD q = {x - 1.0, 0.0};
+    for (int i = 2; i <= n; ++i) q = dd::mul(q, x - i);
+    return dd::add(lgd_pieces(x - n, 0), log_dd(q));
 }
 
 // ln|Gamma(x)| for x < 0 not an integer (|x| < 2^52), as a pair, and the sign of Gamma(x).
@@ -135,7 +181,8 @@ inline DD lgd_neg(double x, int *sign) {
     __libm_sincos_k64(pd.h, s, c);
     DD sn = dd::fast_two_sum(s[0], s[1] + c[0] * pd.l);
     DD r = dd::add(DD{kLnPiDD[0], kLnPiDD[1]}, dd::neg(log_dd(sn)));
-    return dd::add(r, dd::neg(lgd_stirling(y, true)));  // ln Gamma(1 - x) = ln Gamma(y + 1)
+    // ln Gamma(1 - x) = ln Gamma(y + 1)
+    return dd::add(r, dd::neg(y < 0x1p52 ? lgd_stirling_short<true>(y) : lgd_stirling(y, true)));
 }
 
 }  // namespace

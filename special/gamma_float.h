@@ -25,22 +25,32 @@
 namespace tsr::gamma {
 namespace {
 
+// ln x for a positive normal double (every argument here: floats, |sin(pi d)| of a float d,
+// products of factors above 3) from the double-double kernel's reduction, inline.
 inline double log_d(double x) {
     double o[2];
-    __libm_log_k64(x, 0.0, o);
+    log_k64_normal(x, o);
     return o[0] + o[1];
 }
 
-// ln x from the float-accuracy kernel: absolute error about 2^-36 (its last polynomial is
-// good to 2^-28 relative on |u| < 2^-8.5); enough where ln Gamma is far from zero and not
-// exponentiated (lgammaf for x > 0, where the result exceeds 0.2 wherever a logarithm enters).
-inline double log_f(double x) { return __libm_log_k32(x); }
+// ln x from the float-accuracy kernel's table step: absolute error about 2^-36 (its last
+// polynomial is good to 2^-28 relative on |u| < 2^-8.5); enough where ln Gamma is far from
+// zero and not exponentiated (lgammaf for x > 0, where the result exceeds 0.2 wherever a
+// logarithm enters).  Every argument there is a normal double (a float, or a product of
+// factors above 3).
+inline double log_f(double x) { return log_k32_normal(x); }
 
+// Piece k at t by Estrin (four levels instead of eleven Horner steps); on the pieces of the
+// zeros (no constant term) every term is within a factor 0.1 of the leading t c1, so the
+// relative error stays a few units of 2^-53.
 inline double piece_d(int k, double t) {
     const double *c = kLgPieceD[k];
-    double p = c[kPieceDegreeD];
-    for (int i = kPieceDegreeD - 1; i >= 0; --i) p = p * t + c[i];
-    return p;
+    static_assert(kPieceDegreeD == 11, "the Estrin tree below");
+    double t2 = t * t, t4 = t2 * t2, t8 = t4 * t4;
+    double b0 = (c[0] + c[1] * t) + t2 * (c[2] + c[3] * t);
+    double b1 = (c[4] + c[5] * t) + t2 * (c[6] + c[7] * t);
+    double b2 = (c[8] + c[9] * t) + t2 * (c[10] + c[11] * t);
+    return (b0 + t4 * b1) + t8 * b2;
 }
 
 // ln Gamma(s + x) for s + x in [11/16, 65/16) (s = 0 or 1), as lg_pieces.
@@ -50,11 +60,17 @@ inline double lgf_pieces(double x, int s) {
     return piece_d(k, t);
 }
 
+constexpr double kFloatTiny = 0x1p-120;
+
 // ln Gamma(x) for x > 0 a float; Coarse: the logarithms from the float kernel (see log_f).
 template <bool Coarse = false> inline double lgf_pos(double x) {
     auto log_d = [](double v) { return Coarse ? log_f(v) : tsr::gamma::log_d(v); };
     if (x < 0.6875) {
-        double a = x < 0.0625 ? piece_d(2, x) : lgf_pieces(x, 1);
+        // Below kFloatTiny ln Gamma(1 + x) (about -0.58 x) is under 2^-120 and is left out:
+        // the piece's eighth power of x underflows below 2^-127.75.  (Not earlier: tgammaf
+        // of a tiny x is 1/x e^(-0.58 x), and 1/x lies within 2^-48 of a rounding boundary
+        // for some floats, where the term decides the rounding.)
+        double a = x < kFloatTiny ? 0.0 : x < 0.0625 ? piece_d(2, x) : lgf_pieces(x, 1);
         return a - log_d(x);
     }
     if (x < 4.0625) return lgf_pieces(x, 0);

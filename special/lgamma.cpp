@@ -54,6 +54,8 @@ inline double round_dd(RnGuardInexact &g, DD p) {
 }
 constexpr double kDoubleNearZero = 0.5;
 
+template <class T, bool Fast> T lgamma_neg(T x, int *sign);
+
 template <class T, bool Fast = true> inline T lgamma_core(T x, int *sign) {
     using L = Lg<T>;
     *sign = 1;
@@ -72,12 +74,19 @@ template <class T, bool Fast = true> inline T lgamma_core(T x, int *sign) {
         // Doubles: the double-double core, its pair rounded once in the caller's mode.
         if constexpr (Fast && sizeof(T) == 8) {
             RnGuardInexact g;
-            return round_dd(g, lgd_pos(opaque(x)));
+            return round_dd(g, lgd_pos<int(kShortStirlingFrom)>(opaque(x)));
         }
         Frame fr;
         Pair p = lg_pos(opaque(LD(x)));
         return round_out<T>(fr, p);
     }
+    return lgamma_neg<T, Fast>(x, sign);
+}
+
+// x < 0, finite and nonzero: out of line, so that the positive axis runs without the frame
+// that the negative one needs (the x87 test for an integer, the sign, the extended core).
+template <class T, bool Fast> __attribute__((noinline)) T lgamma_neg(T x, int *sign) {
+    using L = Lg<T>;
     if (neg_integer(LD(x))) return report(x, T(1) / opaque(T(0)), L::pole);
     if constexpr (Fast && sizeof(T) == 4) {
         double r;

@@ -266,7 +266,7 @@ template <class T> Sweep<T> lgamma_plan(Func<T> f, T hi, double rn) {
                 {20000, {T(-24.5), T(-0.0001), Dist::uniform}},
                 {10000, {T(-1e6), T(-24), Dist::uniform}},
                 {5000, {T(-0x1p50), T(-1e6)}}}};
-    for (T e : {T(0.6875), T(1), T(2), T(4.0625), T(16)}) s.regions.push_back({2000, {e - T(1) / 64, e + T(1) / 64, Dist::uniform}});
+    for (T e : {T(0.6875), T(1), T(2), T(4.0625), T(8), T(16)}) s.regions.push_back({2000, {e - T(1) / 64, e + T(1) / 64, Dist::uniform}});
     // Next to the first negative zeros ln|Gamma| is small beside its terms: the float and
     // double forms leave their cores for the extended one there, and the extended core's
     // pieces must hold their error well below its ulp. Both sides of each zero, densely, in
@@ -308,12 +308,15 @@ TEST(GammaAccuracy, Tgammal) { sweep(tgamma_plan(tgammal_f(), 1755.5L, -1760.0L,
 // products would underflow); the huge ones from 2^50, where x - 1/2 rounds (2^52 in double,
 // 2^63 in extended) and the double core brings x down for its product (2^60); the far
 // negative axis of Gamma, where the double core hands results below 2^-1016 to the extended
-// one (about -170.6) and the subnormal results begin.
+// one (about -170.6) and the subnormal results begin; the half unit below each power of two
+// on the negative axis, where 1/2 - x (the reflection's Stirling) enters the next binade.
 template <class T> Sweep<T> boundary_plan(Func<T> f, bool gamma) {
     Sweep<T> s{f,
                {{8000, {T(-0.5), T(-0x1p-12), Dist::uniform}},
                 {4000, {T(0x1p-80), T(0x1p-60), Dist::log_uniform, true}},
                 {4000, {T(-0.99), T(-0.5), Dist::uniform}}}};
+    for (int k = 5; k <= (gamma ? 7 : 10); ++k)
+        s.regions.push_back({1000, {-T(1 << k), T(0.5) - T(1 << k), Dist::uniform}});
     if (gamma) {
         s.regions.push_back({8000, {T(-184), T(-168), Dist::uniform}});
     } else {

@@ -19,6 +19,10 @@
                   2^-42: the float results need about 2^-31).
   double Stirling the first STIRLING_TERMS_D terms of the series in double, truncation
                   error stated for x >= 16; ln(2 pi)/2 and ln pi in double.
+  short Stirling  the whole tail x S(x), S = ln Gamma(x) - ((x - 1/2) ln x - x + ln(2 pi)/2),
+                  as one polynomial P(u) in u = 1/x^2 for x >= SHORT_FROM (a least-squares
+                  fit of the exact tail, so S = P(u)/x without the series' truncation), and
+                  ln(2 pi)/2 -+ 1/2 as pairs: the double forms' Stirling.
   factorials      0! .. 25!, exact in extended (and 0! .. 22! in double, 0! .. 13! in float).
   thresholds      the first argument of each precision whose result overflows, from the
                   exact value of ln Gamma (mpmath at 256 bits).
@@ -52,6 +56,9 @@ STIRLING_TERMS_D = 8
 DEGREE_DD = 13  # the double-double pieces of the double forms' core
 PAIRS_DD = 3  # their coefficients of t^0..t^2 as pairs of doubles
 TARGET_DD = mpf(2) ** -62
+SHORT_FROM = 8  # the short Stirling's first argument
+SHORT_DEGREE = 6  # of P in u = 1/x^2
+SHORT_TARGET = mpf(2) ** -57  # absolute error of x S(x); S's is this over x
 
 
 def x87(v):
@@ -92,6 +99,21 @@ def stirling():
     nxt = abs(mp.bernoulli(2 * STIRLING_TERMS + 2)) / ((2 * STIRLING_TERMS + 2) * (2 * STIRLING_TERMS + 1))
     bound = nxt / mpf(STIRLING_FROM) ** (2 * STIRLING_TERMS + 1)
     return coeffs, bound
+
+
+def stirling_short():
+    """x S(x) = P(1/x^2) for x >= SHORT_FROM: double coefficients and the measured absolute
+    error of the rounded polynomial in u."""
+    hl = mp.log(2 * mp.pi) / 2
+
+    def f(u):
+        if u == 0:
+            return mpf(1) / 12
+        x = 1 / mp.sqrt(u)
+        return x * (mp.loggamma(x) - ((x - mpf(1) / 2) * mp.log(x) - x + hl))
+    with mp.workprec(256):
+        fit = g.least_squares(f, 0, 1 / mpf(SHORT_FROM) ** 2, SHORT_DEGREE, relative=False, points=200)
+    return fit
 
 
 def lnsin():
@@ -182,7 +204,11 @@ def main():
          "constexpr int kPiecePairsDD = %d;   // t^0.. t^%d as pairs" % (PAIRS_DD, PAIRS_DD - 1),
          "extern const double kLgPieceDD[kPieces][kPieceDegreeDD + 1];",
          "extern const double kLgPieceDDTail[kPieces][kPiecePairsDD];",
-         "extern const double kHalfLn2PiDD[2], kLnPiDD[2], kPiDD[2];", ""]
+         "extern const double kHalfLn2PiDD[2], kLnPiDD[2], kPiDD[2];",
+         "constexpr double kShortStirlingFrom = %d;" % SHORT_FROM,
+         "constexpr int kShortStirlingDegree = %d;  // of P in 1/x^2" % SHORT_DEGREE,
+         "extern const double kShortStirling[kShortStirlingDegree + 1];",
+         "extern const double kHalfLn2PiLessHalf[2], kHalfLn2PiPlusHalf[2];", ""]
 
     th = thresholds()
     for name, (v, fmt) in th.items():
@@ -259,6 +285,19 @@ def main():
     c.append("const double kHalfLn2PiD = %s;  // ln(2 pi)/2" % g.hexfloat(hl))
     c.append("const double kLnPiD = %s;  // ln pi" % g.hexfloat(mp.log(mp.pi)))
     for name, v, what in (("kHalfLn2PiDD", hl, "ln(2 pi)/2"), ("kLnPiDD", mp.log(mp.pi), "ln pi"), ("kPiDD", mp.pi, "pi")):
+        head = g.to_format(v, g.BINARY64)
+        c.append("const double %s[2] = {%s, %s};  // %s as a pair" % (name, g.hexfloat(head), g.hexfloat(v - head), what))
+    c.append("")
+    sf = stirling_short()
+    if sf.err > SHORT_TARGET:
+        raise SystemExit("short Stirling: error %s above the target" % mp.nstr(sf.err, 5))
+    c += ["// x S(x) = P(u), u = 1/x^2, S(x) = ln Gamma(x) - ((x - 1/2) ln x - x + ln(2 pi)/2): coefficients",
+          "// of u^0..u^%d; %s" % (SHORT_DEGREE, g.approx_comment(0, 1 / mpf(SHORT_FROM) ** 2, SHORT_DEGREE,
+                                                             sf.err_log2(), SCRIPT, "x S(x) in u", relative=False)),
+          "// (S's absolute error is this over x: below 2^%.2f for x >= %d)." % (sf.err_log2() - math.log2(SHORT_FROM), SHORT_FROM)]
+    c += g.c_array("const double kShortStirling[kShortStirlingDegree + 1]", [g.hexfloat(v) for v in sf.coeffs], 2)
+    for name, v, what in (("kHalfLn2PiLessHalf", hl - mpf(1) / 2, "ln(2 pi)/2 - 1/2"),
+                          ("kHalfLn2PiPlusHalf", hl + mpf(1) / 2, "ln(2 pi)/2 + 1/2")):
         head = g.to_format(v, g.BINARY64)
         c.append("const double %s[2] = {%s, %s};  // %s as a pair" % (name, g.hexfloat(head), g.hexfloat(v - head), what))
     c.append("")
