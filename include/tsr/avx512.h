@@ -80,8 +80,10 @@ inline double mul_rn(double a, double b) {
 }
 inline double fma_rn(double a, double b, double c) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtsd_f64(_mm_fmadd_round_sd(lane(a), lane(b), lane(c),
-                                            _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+    // The addend's register is the result's (the 231 form): the callers' addend is a
+    // shifter constant loaded for this alone, so nothing is copied.
+    asm("vfmadd231sd %{rn-sae%}, %3, %2, %0" : "=v"(c) : "0"(c), "v"(a), "v"(b));
+    return c;
 #else
     return rn_sae([&] { return __builtin_fma(opaque(a), b, c); });
 #endif
