@@ -252,16 +252,20 @@ __attribute__((noinline, cold)) double exp2_fma_directed(double x) {
 inline double exp2_fma(double x) {
     uint32_t H = hi(x) & 0x7fffffff;
     if (__builtin_expect(H - 0x3c800000u >= 0x408ff000u - 0x3c800000u, 0)) return exp2_fma_edge(x);
+    // z0 and d1 take r beside the shifter step rather than after it: x less x rounded to a
+    // multiple of 1/64 (exact, the same r as the shifter's to nearest), five cycles from x
+    // where the shifter's add and two subtractions take six.
 #if TSR_TIER_Z0
     double s = avx512::add_rn(x, kSp2);
-    double r = avx512::reduce_rn<6>(x);
+    double r = x - avx512::round_rn<6>(x);
 #else
     double s = x + kSp2;
-    double r = x - (s + kSpNeg2);
-    if (__builtin_expect(!rn_or_exact_sq(r * r), 0)) return exp2_fma_directed(x);
 #if TSR_TIER_D1
-    r = avx512::reduce_rn<6>(x);
+    double r = x - avx512::round_rn<6>(x);
+#else
+    double r = x - (s + kSpNeg2);
 #endif
+    if (__builtin_expect(!rn_or_exact_sq(r * r), 0)) return exp2_fma_directed(x);
 #endif
     double Tb;
     double P = exp2_fma_poly(s, r, r * r, Tb);
@@ -310,7 +314,7 @@ inline float exp2f_fma(float x) {
         return exp2f_fma_edge(x);
 #if TSR_TIER_Z0
     float s = avx512::add_rn(x, kSpf);
-    float r = avx512::reduce_rn<5>(x);
+    float r = x - avx512::round_rn<5>(x);
 #else
     float s = x + kSpf;
     float r = x - (s + kSpNegf);

@@ -48,7 +48,7 @@ inline double under_rz(F f) {
 // Tiers z0 and d1: each operation rounds toward zero by its own embedded rounding.
 struct OpsZ0 {
     static double div(double a, double b) { return avx512::div_rz(a, b); }
-    static double fnma(double q, double b, double a) { return avx512::fma_rz(-q, b, a); }
+    static double fnma(double q, double b, double a) { return avx512::fnma_rz(q, b, a); }
     static double trunc(double x) { return avx512::trunc_sae(x); }
 };
 #endif

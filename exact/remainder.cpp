@@ -6,7 +6,7 @@
 //   l9   the fused round-toward-zero reduction, the partial quotients' low bits telling
 //        the parity, under a control word set to round toward zero; below an exponent
 //        distance of 60 the integer division (one step of it);
-//   z0   (and d1) the fused reduction with embedded round-toward-zero.
+//   z0   (and d1) the same split, the fused reduction with embedded round-toward-zero.
 // remainderf: ex through the double ex body (its zero-divisor report is the double one), e7
 // the integer division on the float significands, l9/z0/d1 the fused reduction on the
 // widened values.  remainderl: fprem1.  remquol: the integer division of the 64-bit
@@ -189,15 +189,23 @@ TSR_BODY(float, remainderf, (float x, float y)) {
 }
 #endif
 
-#if TSR_TIER_L9
+#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 // Exponent fields closer than this: the integer division needs one divq, cheaper than the
-// two control-word loads of the fused reduction.
+// fused reduction (l9: its two control-word loads; z0, d1: its chain of a rounding-toward-
+// zero division, a truncation and a fused step, measured a half slower in throughput and
+// latency on the AMD core of docs/performance/avx512.md).
 constexpr uint64_t kOneDivision = 60;
+inline bool one_division(double x, double y) {
+    uint64_t ax = bits(x) & 0x7fffffffffffffffull, ay = bits(y) & 0x7fffffffffffffffull;
+    return ax - ay < (kOneDivision << 52);
+}
+#endif
+
+#if TSR_TIER_L9
 TSR_BODY(double, remainder, (double x, double y)) {
     double r;
     if (rem_special(x, y, r, code::remainder_divisor_0)) return r;
-    uint64_t ax = bits(x) & 0x7fffffffffffffffull, ay = bits(y) & 0x7fffffffffffffffull;
-    if (ax - ay < (kOneDivision << 52)) return rem_int(x, y);
+    if (one_division(x, y)) return rem_int(x, y);
     return rem_fused(x, y, nearest_l9);
 }
 TSR_BODY(float, remainderf, (float x, float y)) {
@@ -211,6 +219,7 @@ TSR_BODY(float, remainderf, (float x, float y)) {
 TSR_BODY(double, remainder, (double x, double y)) {
     double r;
     if (rem_special(x, y, r, code::remainder_divisor_0)) return r;
+    if (one_division(x, y)) return rem_int(x, y);
     return rem_fused(x, y, rem::fused_nearest<rem::OpsZ0>);
 }
 TSR_BODY(float, remainderf, (float x, float y)) {

@@ -19,6 +19,17 @@
 namespace tsr::avx512 {
 
 #if TSR_AVX512_NATIVE
+// The rounding additions and products, the reductions, the rounding-toward-zero division
+// and the reduction's fused step are written as the instruction itself on the scalars'
+// registers: through the intrinsics each operand passes a vector lane whose register the
+// result then takes, so the compiler copied a scalar still needed later (vmovsd reg,reg,reg,
+// which on the AMD cores measured is a two-cycle merge, not an eliminated move) in front of
+// the instruction on the critical path.  They read their operands alone and depend on
+// nothing else (fixed rounding, flags suppressed), so the statements are left free to be
+// scheduled and shared.  The exponent extraction and the reciprocal estimate stay
+// intrinsics: there the compiler's own placement of the copy was off the critical path.
+#define TSR_AVX512_OP2(insn, r, a, b) asm(insn " %2, %1, %0" : "=v"(r) : "v"(a), "v"(b))
+
 using tsr::lane;  // the scalar forms below read and compute lane 0 alone
 #endif
 
@@ -39,22 +50,28 @@ inline auto rn_sae(F op) {
 // a + b, a * b, a * b + c rounded to nearest whatever the control word says, no flags.
 inline double add_rn(double a, double b) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtsd_f64(_mm_add_round_sd(lane(a), lane(b), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+    double r;
+    TSR_AVX512_OP2("vaddsd %{rn-sae%},", r, a, b);
+    return r;
 #else
     return rn_sae([&] { return opaque(a) + opaque(b); });
 #endif
 }
 inline double mul_rn(double a, double b) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtsd_f64(_mm_mul_round_sd(lane(a), lane(b), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+    double r;
+    TSR_AVX512_OP2("vmulsd %{rn-sae%},", r, a, b);
+    return r;
 #else
     return rn_sae([&] { return opaque(a) * opaque(b); });
 #endif
 }
 inline double fma_rn(double a, double b, double c) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtsd_f64(_mm_fmadd_round_sd(lane(a), lane(b), lane(c),
-                                            _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+    // The addend's register is the result's (the 231 form): the callers' addend is a
+    // shifter constant loaded for this alone, so nothing is copied.
+    asm("vfmadd231sd %{rn-sae%}, %3, %2, %0" : "=v"(c) : "0"(c), "v"(a), "v"(b));
+    return c;
 #else
     return rn_sae([&] { return __builtin_fma(opaque(a), b, c); });
 #endif
@@ -63,7 +80,9 @@ inline double fma_rn(double a, double b, double c) {
 // a + b in single precision, rounded to nearest whatever the control word says, no flags.
 inline float add_rn(float a, float b) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtss_f32(_mm_add_round_ss(lane(a), lane(b), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+    float r;
+    TSR_AVX512_OP2("vaddss %{rn-sae%},", r, a, b);
+    return r;
 #else
     return rn_sae([&] { return opaque(a) + opaque(b); });
 #endif
@@ -76,7 +95,9 @@ inline float add_rn(float a, float b) {
 template <int M>
 inline double reduce_rn(double x) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtsd_f64(_mm_reduce_sd(lane(x), lane(x), (M << 4) | 0x8));
+    double r;
+    asm("vreducesd %2, %1, %1, %0" : "=v"(r) : "v"(x), "i"((M << 4) | 0x8));
+    return r;
 #else
     return rn_sae([&] {
         double t = opaque(x * double(1ull << M));
@@ -88,12 +109,48 @@ inline double reduce_rn(double x) {
 template <int M>
 inline float reduce_rn(float x) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtss_f32(_mm_reduce_ss(lane(x), lane(x), (M << 4) | 0x8));
+    float r;
+    asm("vreducess %2, %1, %1, %0" : "=v"(r) : "v"(x), "i"((M << 4) | 0x8));
+    return r;
 #else
     return rn_sae([&] {
         float t = opaque(x * float(1u << M));
         float k = opaque(t + 0x1.8p23f) - 0x1.8p23f;
         return x - k * (1.0f / float(1u << M));
+    });
+#endif
+}
+
+// x rounded to the nearest multiple of 2^-M, ties to even (vrndscalesd/vrndscaless with M
+// fraction bits, precision exception suppressed), whatever the control word says.  x minus
+// it is the same exact reduction reduce_rn gives, one subtraction later but shorter: on the
+// AMD cores measured (docs/performance/avx512.md) vreducesd takes six cycles, this
+// instruction three and the subtraction two.  The two differ only in the sign of a zero
+// difference rounding downward (x - x is -0 there, reduce_rn gives +0).  The portable
+// definition rounds by the 1.5·2^52 (2^23) shifter and holds for |x|·2^M < 2^51 (2^22).
+template <int M>
+inline double round_rn(double x) {
+#if TSR_AVX512_NATIVE
+    double r;
+    asm("vrndscalesd %2, %1, %1, %0" : "=v"(r) : "v"(x), "i"((M << 4) | 0x8));
+    return r;
+#else
+    return rn_sae([&] {
+        double k = opaque(opaque(x * double(1ull << M)) + 0x1.8p52) - 0x1.8p52;
+        return k * (1.0 / double(1ull << M));
+    });
+#endif
+}
+template <int M>
+inline float round_rn(float x) {
+#if TSR_AVX512_NATIVE
+    float r;
+    asm("vrndscaless %2, %1, %1, %0" : "=v"(r) : "v"(x), "i"((M << 4) | 0x8));
+    return r;
+#else
+    return rn_sae([&] {
+        float k = opaque(opaque(x * float(1u << M)) + 0x1.8p23f) - 0x1.8p23f;
+        return k * (1.0f / float(1u << M));
     });
 #endif
 }
@@ -149,7 +206,9 @@ inline auto rz_sae(F op) {
 // a / b and a * b + c rounded toward zero whatever the control word says, no flags.
 inline double div_rz(double a, double b) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtsd_f64(_mm_div_round_sd(lane(a), lane(b), _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC));
+    double r;
+    asm("vdivsd %{rz-sae%}, %2, %1, %0" : "=v"(r) : "v"(a), "v"(b));
+    return r;
 #else
     return rz_sae([&] { return opaque(a) / opaque(b); });
 #endif
@@ -161,11 +220,25 @@ inline double fma_rz(double a, double b, double c) {
     return rz_sae([&] { return __builtin_fma(opaque(a), b, c); });
 #endif
 }
+// c - a * b rounded toward zero, no flags: fma_rz(-a, b, c) in one instruction
+// (vfnmadd..sd), without the sign flip in front of it.
+inline double fnma_rz(double a, double b, double c) {
+#if TSR_AVX512_NATIVE
+    // The sum's register is the result's (the 231 form): a remainder reduced in a loop stays in
+    // one register rather than being copied back each round.
+    asm("vfnmadd231sd %{rz-sae%}, %3, %2, %0" : "=v"(c) : "0"(c), "v"(a), "v"(b));
+    return c;
+#else
+    return rz_sae([&] { return __builtin_fma(-opaque(a), b, c); });
+#endif
+}
 // x truncated to an integer (vrndscalesd, imm 3: toward zero, precision exception
 // suppressed); the portable form truncates by the pattern.
 inline double trunc_sae(double x) {
 #if TSR_AVX512_NATIVE
-    return _mm_cvtsd_f64(_mm_roundscale_sd(lane(x), lane(x), _MM_FROUND_TO_ZERO | _MM_FROUND_NO_EXC));
+    double r;
+    asm("vrndscalesd $0xb, %1, %1, %0" : "=v"(r) : "v"(x));
+    return r;
 #else
     uint64_t b = bits(x);
     int k = int((b >> 52) & 0x7ff) - 1023;
