@@ -191,6 +191,7 @@ class Entry:
 E, TWO, TEN = "elementary/exp.cpp", "elementary/exp2.cpp", "elementary/exp10.cpp"
 EXPC, EXPK = "elementary/exp_common.h", "elementary/exp_kernels.cpp"
 LOGC, LOG, LOG2, LOG10 = "elementary/log_common.h", "elementary/log.cpp", "elementary/log2.cpp", "elementary/log10.cpp"
+LOGKH = "elementary/log_kernels.h"  # the kernels' bodies shared inline with other families
 LOGK, LOGF, LOG1P, LOG2P1 = "elementary/log_kernels.cpp", "elementary/logf.cpp", "elementary/log1p.cpp", "elementary/log2p1.cpp"
 POW = POWF = "elementary/pow.cpp"
 
@@ -277,12 +278,12 @@ ENTRIES = [
           [0, (named("L", d("3fdbcb7b1526e50e")), d("3c69509ed32130bc")), d("bfcbcb7b1526e53f"),
            d("3fc287a7636f43bb"), d("bfbbcb7b14641063"), d("3fb63c6276640f43"), d("bfb28808b8a217c3"),
            d("3fafc4bd1a7123b3")], window=(-1, 8)),
-    Entry(LOGK, ["double p = -0x1.000b405a2836dp-3"], "log(1 + r)", log1p_over(), k64_range(),
+    Entry(LOGKH, ["double p = -0x1.000b405a2836dp-3"], "log(1 + r)", log1p_over(), k64_range(),
           [0, ONE, dec(-0.5), d("3fd5555555555613"), d("bfd0000000000262"), d("3fc9999997b36c81"),
            d("bfc555555228b38f"), d("3fc249c02481059d"), d("bfc000b405a2836d")], window=(0, 7)),
     Entry(LOGK, ["__libm_log_k32", "double t = x - 1.0"], "log(1 + t)", log1p_over(), sym(Fraction(1, 128)),
           LOG_T6, window=(0, 4)),
-    Entry(LOGK, ["__libm_log_k32", "double u = double("], "log(1 + u)", log1p_over(), rcp256_range(), LOG_R3,
+    Entry(LOGKH, ["log_k32_table", "double u = double("], "log(1 + u)", log1p_over(), rcp256_range(), LOG_R3,
           window=(0, 2)),
     Entry(LOGF, ["inline float logf_ex", "if constexpr (B == Base::e)"], "log(1 + t)", log1p_over(),
           (Fraction(-1, 64), Fraction(1, 32)), LOG_T6, window=(0, 3)),
