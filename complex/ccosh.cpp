@@ -113,13 +113,27 @@ inline CD ctanh_core(double x, double y) {
         return mk(re, bexp(y) == 0 ? with_sign(0.0, y) : tan_local(y) * 0.0);
     }
     RnGuardInexact rn;
-    X87Precision p;
+    // The quotients in round-to-nearest, then each part rounded once in the caller's mode.
+    X87Frame f(true);
     double C[2], S[2], sn[2], cs[2];
     int n1, n2;
     hyp_pairs(x, y, C, n1, S, n2, sn, cs);
     LD ch = ld(C) * pow2l(n1), sh = ld(S) * pow2l(n2), s = ld(sn), c = ld(cs);
     LD d = sh * sh + c * c;
     LD re = sh * ch / d, im = s * c / d;
+    // Where |re| is large, re = +-(1 - t) with t = (cos^2 y - |sinh x| e^-|x|) / d (the same
+    // quotient, since |sinh x| - cosh x = -e^-|x|): a real part just inside +-1 then stays
+    // inside it whatever the last rounding does (its own rounding errors would otherwise put
+    // it one extended unit beyond, and a directed rounding to double a whole unit of the next
+    // binade further, two units of the exact part's).  Below 1/2 the difference would cancel.
+    if (__builtin_fabsl(re) > 0.5L) {
+        LD sa = __builtin_fabsl(sh);
+        LD t = (c * c - sa / (ch + sa)) / d;
+        re = __builtin_copysignl(1.0L - t, re);
+    }
+    re = opaque(re);
+    im = opaque(im);
+    f.release();
     double r = double(opaque(re)), i = double(opaque(im));
     return mk(rn.finish(r), i);
 }
