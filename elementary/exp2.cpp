@@ -52,7 +52,9 @@ inline double exp2_ex(double x) {
             return report(x, opaque(kMax) * kMax, code::exp2_overflow);
         }
     }
-    RnGuard g;
+    // x is not an integer here (those came back exact above), so 2^x is inexact and the
+    // guard may tell the mode by its probe, whose inexact flag the result raises anyway.
+    RnGuardInexact g;
     x = opaque(x);
     double s = opaque(128.0 * x + S);
     double kf = s - S;
@@ -108,9 +110,12 @@ inline bool is_intf(float x) {
     return (bits(x) & ((1u << (23 - e)) - 1)) == 0;
 }
 
-// The float core of tier ex: double arithmetic on the centred 64-row table.
+// The float core of tier ex: double arithmetic on the centred 64-row table.  Guard: the
+// probing one where x is known not to be an integer (the result is then inexact), the one
+// that reads the control word where an integer may come (an exact subnormal power).
+template <class Guard>
 inline float exp2f_ex_core(float x) {
-    RnGuard g;
+    Guard g;
     x = opaque(x);
     double u = x;
     auto [r, T, n] = centred64_reduce(u, 64.0 * u, -0x1p-6);
@@ -133,7 +138,7 @@ inline float exp2f_ex(float x) {
     }
     if (b <= 0x42f9ffff) {
         if (b <= 0x317fffff) return x + 1.0f;
-        return exp2f_ex_core(x);
+        return exp2f_ex_core<RnGuardInexact>(x);
     }
     if (b >= 0x7f800000) return bits(x) == 0xff800000u ? 0.0f : x + x;
     if (bits(x) >> 31) {
@@ -141,7 +146,7 @@ inline float exp2f_ex(float x) {
     } else if (b > 0x42ffffff) {
         return report(x, opaque(kMaxF) * kMaxF, code::exp2f_overflow);
     }
-    float y = exp2f_ex_core(x);
+    float y = exp2f_ex_core<RnGuard>(x);
     if (bits(y) <= 0x007fffff) return report(x, y, code::exp2f_underflow);
     return y;
 }
