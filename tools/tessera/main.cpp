@@ -2,7 +2,7 @@
 //   tessera info [--tiers]      processor features, dispatch level, the tier of every slot
 //   tessera eval FUNC ARG...    one call: result bits, flags, errno, reported error code
 //   tessera bench [FUNC...]     cycles per call against the system libm, side by side
-//   tessera bench-bwr           the reproducible forms against their dispatched functions
+//   tessera bench-bwr [NAME...] the reproducible forms against their dispatched functions
 #include <cstdio>
 #include <cstring>
 
@@ -14,7 +14,7 @@ static void usage(FILE *to) {
         "       tessera eval FUNC ARG... [--tier T | --all-tiers] [--mode nearest|upward|downward|towardzero|all]\n"
         "       tessera bench [FUNC...] [--tier T|selected] [--reps N] [--passes N] [--range LO HI]\n"
         "                     [--plt] [--markdown] [--table-only]\n"
-        "       tessera bench-bwr\n"
+        "       tessera bench-bwr [NAME...]\n"
         "       tessera --version\n"
         "Operands: decimal or hex floating constants (1.5, 0x1.8p+0), inf, nan, snan (signed),\n"
         "raw bits as raw:0x... (16 hex digits for double, 8 for float, 20 for long double),\n"
