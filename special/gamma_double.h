@@ -45,29 +45,48 @@ inline DD log_dd(DD v) {
     return dd::fast_two_sum(o[0], o[1]);
 }
 
-// Piece k at t (|t| <= 1/16) as a pair: the polynomial in double down to t^kPiecePairsDD,
-// then Horner's steps on the pairs (the product t times a pair by Dekker's product).  The rounding of the
-// double part, t^3 Q(t), stays below 2^-64 of the result, also on the pieces of the zeros.
+// The same inline for a pair whose head is a positive normal double, 2^n its binade, and
+// whose logarithm is at least 1/4 in magnitude (no case of the kernel's own, and its head,
+// exact, is then the larger word): both words brought into [1, 2) by 2^-n, exact for the
+// callers' arguments (2^-70 <= v.h < 2^42).
+inline DD log_dd_normal(DD v) {
+    uint64_t b = bits(v.h);
+    int n = int(b >> 52) - 1023;
+    double o[2];
+    log_k64_reduced<true>(f64((b & 0x000fffffffffffffull) | 0x3ff0000000000000ull),
+                          v.l * f64(uint64_t(1023 - n) << 52), n, o);
+    return dd::fast_two_sum(o[0], o[1]);
+}
+
+// Piece k at t (|t| <= 1/16) as a pair: c0 + c1 t + c2 t^2 + t^3 Q(t), the first three
+// terms exact pairs side by side (products of 27-bit cuts, below 2^-104 of them), Q in
+// double.  The one long chain is Q's, and after it only t^3 Q joins by one exact sum (the
+// earlier Horner steps on pairs ran one after the other).  The rounding of t^3 Q (t q and
+// its product by t^2: 2^-52 of it, with Q's own) stays below 2^-60 of the result, also on
+// the pieces of the zeros of ln Gamma at 1 and 2, where c0 = 0 and the result is c1 t to
+// within t^2: there |t^3 Q| / |c1 t| <= 2^-8.5.
 inline DD piece_dd(int k, double t) {
     const double *c = kLgPieceDD[k];
     const double *cl = kLgPieceDDTail[k];
     // Q(t) = c3 + c4 t + ... + c13 t^10 by Estrin (the chain of four levels instead of ten
     // Horner steps); its rounding stays below 2^-52 of t^3 Q, like Horner's.
-    static_assert(kPieceDegreeDD == 13 && kPiecePairsDD == 3, "the Estrin tree below");
+    static_assert(kPieceDegreeDD == 13 && kPiecePairsDD == 3, "the terms below");
     double t2 = t * t, t4 = t2 * t2, t8 = t4 * t4;
     double b0 = (c[3] + c[4] * t) + t2 * (c[5] + c[6] * t);
     double b1 = (c[7] + c[8] * t) + t2 * (c[9] + c[10] * t);
     double b2 = (c[11] + c[12] * t) + t2 * c[13];
     double q = (b0 + t4 * b1) + t8 * b2;
-    DD p = dd::two_sum(c[kPiecePairsDD - 1], t * q);
-    p = dd::fast_two_sum(p.h, p.l + cl[kPiecePairsDD - 1]);
-    for (int i = kPiecePairsDD - 2; i >= 0; --i) {
-        DD m = dd::two_prod(t, p.h);
-        m.l += t * p.l;
-        DD s = dd::two_sum(c[i], m.h);
-        p = dd::fast_two_sum(s.h, s.l + (m.l + cl[i]));
-    }
-    return p;
+    DD a1 = dd::two_prod_cut(t, c[1]);
+    DD tt = dd::two_prod_cut(t, t);
+    DD a2 = dd::two_prod_cut(tt.h, c[2]);
+    double tq = t * q;
+    double a3 = tt.h * tq;
+    DD v = dd::two_sum(c[0], a1.h);
+    DD x = dd::two_sum(v.h, a2.h);
+    DD y = dd::two_sum(x.h, a3);
+    double low = ((cl[0] + v.l) + (x.l + ((a1.l + t * cl[1]) + (a2.l + (tt.l * c[2] + tt.h * cl[2]))))) +
+                 (tt.l * tq + y.l);
+    return dd::fast_two_sum(y.h, low);
 }
 
 // ln Gamma(s + x) for s + x in [11/16, 65/16), s an integer: t = x - (centre - s) exact
@@ -103,20 +122,22 @@ inline DD lgd_stirling(double x, bool next) {
 //   ln Gamma(x + 1) = (x + 1/2)(ln x - 1) + (ln(2 pi)/2 + 1/2) + P(1/x^2)/x.
 // t = x - 1/2 is exact below 2^52 (it stays on x's grid), x + 1/2 is exact but where it
 // enters the next binade, where its rounding error te (a multiple of x's last place) joins
-// the low word as te m; m = ln x - 1 is exact from the logarithm's normalised head (at
-// least ln 8 > 2).  With t and m cut into 26-bit heads and their remainders,
-// th mh is exact, and so is th ml (26 and 27 bits): the one product that rounds, tl m, is
-// below 2^-25 of the result, so the low word (about 2^-24 of the result) carries about
-// 2^-77 relative; the tail P(u)/x has the absolute error of its fit (2^-60.6) and of 1/x
-// and the product (2^-52 of it, 2^-58.6 at x = 8).  No cancellation: every term is positive.
+// the low word as te m.  The logarithm comes as the kernel's exact head o0 and its tail o1
+// (|o1| < 2^-14, not normalised against o0): m = o0 - 1 is exact (o0 > ln 8 - 2^-14 > 2,
+// so m in [1, o0) stays on o0's grid), and only the tail waits for the kernel's polynomial.
+// With t and m cut into 26-bit heads and their remainders, th mh is exact, and so is th ml
+// (26 and 27 bits): the products that round, tl m and t o1, are below 2^-25 and 2^-14 of
+// the result, so the low word carries about 2^-67 relative; the tail P(u)/x has the
+// absolute error of its fit (2^-60.6) and of 1/x and the product (2^-52 of it, 2^-58.6 at
+// x = 8).  No cancellation: every term but o1 is positive, and o1 is below 2^-14 of m.
+// t o1 is added last: the chain through the logarithm's polynomial is the longest.
 template <bool Next>
 inline DD lgd_stirling_short(double x) {
     double o[2];
-    log_k64_normal(x, o);
-    DD L = dd::fast_two_sum(o[0], o[1]);
+    log_k64_normal<true>(x, o);
     double t = Next ? x + 0.5 : x - 0.5;
     double te = Next ? 0.5 - (t - x) : 0.0;  // x + 1/2 rounds where it enters the next binade
-    double m = L.h - 1.0;
+    double m = o[0] - 1.0;
     DD ts = dd::split_cut(t), ms = dd::split_cut(m);
     double hi = ts.h * ms.h;
     // P(u) by Estrin: three independent pairs, then u^2 and u^4.
@@ -124,7 +145,7 @@ inline DD lgd_stirling_short(double x) {
     double r = 1.0 / x, u = r * r, u2 = u * u;
     double p = (c[0] + c[1] * u) + u2 * ((c[2] + c[3] * u) + u2 * ((c[4] + c[5] * u) + u2 * c[6]));
     const double *k = Next ? kHalfLn2PiPlusHalf : kHalfLn2PiLessHalf;
-    double lo = ts.h * ms.l + (ts.l * m + (t * L.l + (r * p + (k[1] + te * m))));
+    double lo = (ts.h * ms.l + (ts.l * m + (r * p + (k[1] + te * m)))) + t * o[1];
     DD s = dd::fast_two_sum(hi, k[0]);  // hi > 8 > k[0]
     return dd::fast_two_sum(s.h, s.l + lo);
 }
@@ -141,14 +162,14 @@ inline DD lgd_pos(double x) {
     if (x < 0x1p-70) return dd::neg(log_dd({x, 0.0}));
     if (x < 0.6875) {
         DD a = x < 0.0625 ? piece_dd(kPieceOfOne, x) : lgd_pieces(x, 1);
-        return dd::add(a, dd::neg(log_dd({x, 0.0})));
+        return dd::add(a, dd::neg(log_dd_normal({x, 0.0})));
     }
     if (x < 4.0625) return lgd_pieces(x, 0);
     // ln Gamma(x - n) + ln((x - 1)...(x - n)), x - n in [49/16, 65/16): each factor exact.
     int n = int(x - 3.0625);
     DD q = {x - 1.0, 0.0};
     for (int i = 2; i <= n; ++i) q = dd::mul(q, x - i);
-    return dd::add(lgd_pieces(x - n, 0), log_dd(q));
+    return dd::add(lgd_pieces(x - n, 0), log_dd_normal(q));
 }
 
 // ln|Gamma(x)| for x < 0 not an integer (|x| < 2^52), as a pair, and the sign of Gamma(x).
