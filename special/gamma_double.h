@@ -45,10 +45,9 @@ inline DD log_dd(DD v) {
     return dd::fast_two_sum(o[0], o[1]);
 }
 
-// The same inline for a pair whose head is a positive normal double, 2^n its binade, and
-// whose logarithm is at least 1/4 in magnitude (no case of the kernel's own, and its head,
-// exact, is then the larger word): both words brought into [1, 2) by 2^-n, exact for the
-// callers' arguments (2^-70 <= v.h < 2^42).
+// The same inline for a pair whose head is a positive normal double, 2^n its binade (none of
+// the kernel's special cases): both words brought into [1, 2) by 2^-n in one step, exact
+// for the callers' arguments (v.h from 2^-123 to 2^80, no low word below 2^-900).
 inline DD log_dd_normal(DD v) {
     uint64_t b = bits(v.h);
     int n = int(b >> 52) - 1023;
@@ -150,6 +149,48 @@ inline DD lgd_stirling_short(double x) {
     return dd::fast_two_sum(s.h, s.l + lo);
 }
 
+// ln Gamma(x) for an extended x in [8, 2^52), x = m 2^(e - 63) (m with its leading bit), as
+// a pair whose sum rounded once to extended is the result: the short Stirling again, with
+// x = xh + xl (xh its leading 53 bits, xl the last 11, exact, 0 <= xl < ulp(xh)), the
+// tail's leading term as a pair, so that every term reaches the 64 bits of the result:
+//   ln Gamma(x) = (xh - 1/2 + xl)(o0 - 1 + o1 + o2) + (ln(2 pi)/2 - 1/2) + (c0 + u P1(u)) / x,
+// o0 + o1 + o2 the logarithm in the kernel's three words (about 2^-70 absolute; o0 exact,
+// o1 below 2^-14, o2 below 2^-22), th = xh - 1/2 and m = o0 - 1 exact and multiplied from
+// 26-bit cuts, th o1 an exact product; 1/x as a pair rh + rl to about 2^-100, c0/x (below
+// 2^-9.6 of the result) an exact product and the fit's error below 2^-65.9 absolute
+// (2^-71 of the result at x = 8); u P1(u)/x is below 2^-20 of the result.  The large terms
+// are summed exactly in turn, the low words (below 2^-25 of the result) in double: about
+// 2^-69 relative in all, a few hundredths of the extended result's last place.
+inline DD lgx_stirling_short(uint64_t m, int e) {
+    double xh = f64((uint64_t(e + 1023) << 52) | ((m >> 11) & 0x000fffffffffffffull));
+    double lo11 = double(int64_t(m & 0x7ff));
+    double xl = lo11 * f64(uint64_t(e - 63 + 1023) << 52);
+    double o[3];
+    log_k64_reduced3(f64(((m >> 11) & 0x000fffffffffffffull) | 0x3ff0000000000000ull), lo11 * 0x1p-63, e, o);
+    double th = xh - 0.5;   // exact below 2^52
+    double mm = o[0] - 1.0;  // exact, as in lgd_stirling_short
+    DD ts = dd::split_cut(th), ms = dd::split_cut(mm);
+    double hi = ts.h * ms.h;
+    // 1/x = rh + rl: 1 - xh rh from the product's pair, 1 - q.h exact (q.h within an ulp of 1).
+    double rh = 1.0 / xh;
+    DD q = dd::two_prod_cut(rh, xh);
+    double rl = rh * (((1.0 - q.h) - q.l) - xl * rh);
+    const double *c = kShortStirlingX;
+    static_assert(kShortStirlingXDegree == 7, "the Estrin tree below");
+    double u = rh * rh, u2 = u * u, u4 = u2 * u2;
+    double p1 = ((c[1] + c[2] * u) + u2 * (c[3] + c[4] * u)) + u4 * ((c[5] + c[6] * u) + u2 * c[7]);
+    DD cr = dd::two_prod_cut(c[0], rh);
+    double crl = cr.l + (c[0] * rl + kShortStirlingXTail * rh);
+    DD w = dd::two_prod_cut(th, o[1]);
+    const double *k = kHalfLn2PiLessHalf;
+    DD s1 = dd::fast_two_sum(hi, k[0]);  // hi > 7 > k[0]
+    DD s2 = dd::fast_two_sum(s1.h, cr.h);
+    DD s3 = dd::fast_two_sum(s2.h, w.h);  // |w| < 2^-14 s2.h
+    double low = ((s1.l + s2.l) + (k[1] + crl)) + ((ts.h * ms.l + ts.l * mm) + (xl * mm + (u * p1) * rh)) +
+                 ((w.l + th * o[2]) + (s3.l + xl * (o[1] + o[2])));
+    return {s3.h, low};
+}
+
 // ln Gamma(x) for a finite x > 0, as a pair.  From `StirlingFrom` on (16 for tgamma, whose
 // result carries the pair's absolute error; 8 for lgamma, which needs it relative) the short
 // Stirling takes over from the products below.
@@ -173,14 +214,21 @@ inline DD lgd_pos(double x) {
 }
 
 // ln|Gamma(x)| for x < 0 not an integer (|x| < 2^52), as a pair, and the sign of Gamma(x).
+// The reflection takes over from |x| = ReflectFrom (at least 8, where the short Stirling
+// starts): its pair has the absolute error of ln Gamma(1 - x) (2^-58.6 at |x| = 8, less
+// beyond), which tgamma carries into its relative error and so takes it from 24 only;
+// lgamma takes it from 8 and hands the results it cannot hold relatively to the extended
+// core.
+template <int ReflectFrom = 24>
 inline DD lgd_neg(double x, int *sign) {
+    static_assert(ReflectFrom >= kShortStirlingFrom, "the short Stirling's range");
     double y = -x;
     double fl = __builtin_floor(y);
     *sign = (uint64_t(fl) & 1) ? 1 : -1;
     // -ln|x| alone (the next term, -gamma x, is below 2^-76 of it); the products below
     // would lose their tails to underflow.
     if (y < 0x1p-70) return dd::neg(log_dd({y, 0.0}));
-    if (y < 24.0) {
+    if (y < ReflectFrom) {
         int n = int(fl);
         double z = x + (n + 1);  // in (0, 1); rounds for n = 0 and x above -1/2
         DD a;
@@ -193,7 +241,7 @@ inline DD lgd_neg(double x, int *sign) {
         DD q = {-x, 0.0};
         for (int i = 1; i <= n; ++i) q = dd::mul(q, -(x + i));
         q = dd::mul(q, dd::two_sum(x, double(n + 1)));
-        return dd::add(a, dd::neg(log_dd(q)));
+        return dd::add(a, dd::neg(log_dd_normal(q)));
     }
     // d = y - round(y), exact; sin(pi d) from pi d as a pair: sin(h + l) = sin h + l cos h.
     double d = y - __builtin_floor(y + 0.5);
@@ -201,7 +249,7 @@ inline DD lgd_neg(double x, int *sign) {
     double s[2], c[2];
     __libm_sincos_k64(pd.h, s, c);
     DD sn = dd::fast_two_sum(s[0], s[1] + c[0] * pd.l);
-    DD r = dd::add(DD{kLnPiDD[0], kLnPiDD[1]}, dd::neg(log_dd(sn)));
+    DD r = dd::add(DD{kLnPiDD[0], kLnPiDD[1]}, dd::neg(log_dd_normal(sn)));  // sn >= 2^-50
     // ln Gamma(1 - x) = ln Gamma(y + 1)
     return dd::add(r, dd::neg(y < 0x1p52 ? lgd_stirling_short<true>(y) : lgd_stirling(y, true)));
 }

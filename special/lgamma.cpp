@@ -52,7 +52,8 @@ inline double round_dd(RnGuardInexact &g, DD p) {
     g.restore();
     return opaque(h) + opaque(l);
 }
-constexpr double kDoubleNearZero = 0.5;
+constexpr double kDoubleNearZero = 0.5, kDoubleNearZeroReflect = 8.0;
+constexpr int kReflectFromD = 8;  // lgamma's reflection (tgamma's from 24)
 
 template <class T, bool Fast> T lgamma_neg(T x, int *sign);
 
@@ -93,24 +94,34 @@ template <class T, bool Fast = true> inline T lgamma_core(T x, int *sign) {
 
 // x < 0, finite and nonzero: out of line, so that the positive axis runs without the frame
 // that the negative one needs (the x87 test for an integer, the sign, the extended core).
+// The extended core on the negative axis, out of line: the x87 frame and the extended copy
+// of x stay off the double cores' way.
+template <class T> __attribute__((noinline)) T lgamma_neg_ext(T x, int *sign) {
+    Frame fr;
+    Pair p = lg_neg(opaque(LD(x)), sign);
+    return round_out<T>(fr, p);
+}
+
 template <class T, bool Fast> __attribute__((noinline)) T lgamma_neg(T x, int *sign) {
     using L = Lg<T>;
-    if (neg_integer(LD(x))) return report(x, T(1) / opaque(T(0)), L::pole);
+    // An integer: every double from 2^52 on; below, x is one if its truncation is.
+    if (x <= T(-0x1p52) || double(int64_t(x)) == double(x)) return report(x, T(1) / opaque(T(0)), L::pole);
     if constexpr (Fast && sizeof(T) == 4) {
         double r;
         if (lgf_neg(double(x), sign, &r)) return T(r);
         // next to a zero: the extended core below
     }
     if constexpr (Fast && sizeof(T) == 8) {
-        // Where the result is below 1/2 in magnitude its terms have cancelled and the pair's
-        // absolute error (2^-65 to 2^-62) is too large beside it: the extended core.
+        // Where the result is small its terms have cancelled and the pair's absolute error is
+        // too large beside it: the extended core.  That error is 2^-65 to 2^-62 from the
+        // products above -8 and from the reflection beyond -24, but up to 2^-58.6 from the
+        // reflection between (Stirling's tail at 1 - x from 9), where results below 8 go.
         RnGuardInexact g;
-        DD p = lgd_neg(opaque(x), sign);
-        if (!(p.h < kDoubleNearZero && p.h > -kDoubleNearZero)) return round_dd(g, p);
+        DD p = lgd_neg<kReflectFromD>(opaque(x), sign);
+        double near = x > -24.0 && x <= -kReflectFromD ? kDoubleNearZeroReflect : kDoubleNearZero;
+        if (!(p.h < near && p.h > -near)) return round_dd(g, p);
     }
-    Frame fr;
-    Pair p = lg_neg(opaque(LD(x)), sign);
-    return round_out<T>(fr, p);
+    return lgamma_neg_ext<T>(x, sign);
 }
 
 // The reproducible float forms keep the extended core (their results are the recorded ones).
@@ -121,6 +132,17 @@ inline double lgamma_bwr_core(double x, int *sign) { return lgamma_core<double, 
 inline LD lgammal_core(LD x, int *sign) {
     *sign = 1;
     Ext v = ext(x);
+    // Stirling's range first, [8, 2^52) with the leading bit set (the encodings the x87
+    // unit takes): the double-double path in SSE arithmetic, its pair added once on the x87
+    // unit in the caller's rounding field at 64 bits.
+    if (uint32_t(v.se) - 0x4002u < 0x4033u - 0x4002u && (v.m >> 63)) {
+        RnGuardInexact g;
+        DD p = lgx_stirling_short(v.m, int(v.se) - 0x3fff);
+        double h = opaque(p.h), l = opaque(p.l);
+        g.restore();
+        Frame fr;
+        return fr.finish<LD>(h, l, [](LD a, LD b) { return a + b; });
+    }
     uint32_t f = v.se & 0x7fff;
     if (__builtin_expect(f == 0x7fff || x80::invalid_encoding(v), 0)) {
         if (f == 0x7fff && v.m == 0x8000000000000000ull) return x * x;  // +-inf: +inf
