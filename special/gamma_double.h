@@ -191,6 +191,17 @@ inline DD lgx_stirling_short(uint64_t m, int e) {
     return {s3.h, low};
 }
 
+// (v - lo)(v - lo - 1)...(v - hi) as a pair for factors that are exact: in pairs whose
+// products are exact, the pairs multiplied in turn (half the chain of products one factor
+// at a time), about 2^-104 relative for each product.
+inline DD shifted_product(double v, int lo, int hi) {
+    DD q = hi > lo ? dd::two_prod(v - lo, v - (lo + 1)) : DD{v - lo, 0.0};
+    int i = lo + 2;
+    for (; i + 1 <= hi; i += 2) q = dd::mul(q, dd::two_prod(v - i, v - (i + 1)));
+    if (i == hi) q = dd::mul(q, v - i);
+    return q;
+}
+
 // ln Gamma(x) for a finite x > 0, as a pair.  From `StirlingFrom` on (16 for tgamma, whose
 // result carries the pair's absolute error; 8 for lgamma, which needs it relative) the short
 // Stirling takes over from the products below.
@@ -206,15 +217,9 @@ inline DD lgd_pos(double x) {
         return dd::add(a, dd::neg(log_dd_normal({x, 0.0})));
     }
     if (x < 4.0625) return lgd_pieces(x, 0);
-    // ln Gamma(x - n) + ln((x - 1)...(x - n)), x - n in [49/16, 65/16): each factor exact,
-    // taken in pairs whose products are exact, the pairs multiplied in turn (half the chain
-    // of products one factor at a time; 2^-104 relative each, as before).
+    // ln Gamma(x - n) + ln((x - 1)...(x - n)), x - n in [49/16, 65/16): each factor exact.
     int n = int(x - 3.0625);
-    DD q = n >= 2 ? dd::two_prod(x - 1.0, x - 2.0) : DD{x - 1.0, 0.0};
-    int i = 3;
-    for (; i + 1 <= n; i += 2) q = dd::mul(q, dd::two_prod(x - i, x - (i + 1)));
-    if (i == n) q = dd::mul(q, x - i);
-    return dd::add(lgd_pieces(x - n, 0), log_dd_normal(q));
+    return dd::add(lgd_pieces(x - n, 0), log_dd_normal(shifted_product(x, 1, n)));
 }
 
 // ln|Gamma(x)| for x < 0 not an integer (|x| < 2^52), as a pair, and the sign of Gamma(x).
@@ -242,9 +247,7 @@ inline DD lgd_neg(double x, int *sign) {
         else a = lgd_pieces(x, n + 2);  // ln Gamma(x + n + 2)
         // |x (x + 1) ... (x + n + 1)|: every factor but the last exact and negative; the last,
         // z, as the exact pair x + (n + 1) (z itself rounds for |x| < 2^-52).
-        DD q = {-x, 0.0};
-        for (int i = 1; i <= n; ++i) q = dd::mul(q, -(x + i));
-        q = dd::mul(q, dd::two_sum(x, double(n + 1)));
+        DD q = dd::mul(shifted_product(y, 0, n), dd::two_sum(x, double(n + 1)));
         return dd::add(a, dd::neg(log_dd_normal(q)));
     }
     // d = y - round(y), exact; sin(pi d) from pi d as a pair: sin(h + l) = sin h + l cos h.
