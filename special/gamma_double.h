@@ -1,5 +1,6 @@
 // The double forms' core: ln|Gamma(x)| of a double argument as a double-double pair, in SSE
-// arithmetic at round-to-nearest (the callers hold a guard), for lgamma and tgamma.
+// arithmetic at round-to-nearest (the callers hold a guard), for lgamma and tgamma, and
+// lgammal's Stirling range (lgx_stirling_short, a pair good to the 64 bits of extended).
 //
 // A double result within about 0.501 ulp needs ln|Gamma| to about 2^-62 relative (lgamma) or
 // absolute (tgamma, which exponentiates it).  The regions are the extended core's:
@@ -7,27 +8,29 @@
 //   x < 11/16        ln Gamma(1 + x) - ln x;
 //   11/16..65/16     the 27 pieces of width 1/8, degree 13 with double coefficients, those of
 //                    t^0..t^2 as pairs (fit error below 2^-62 relative, gamma_data.cpp); the
-//                    last steps run on pairs, so that the rounding adds about 2^-64;
-//   65/16..16        ln Gamma(x - n) + ln((x - n)...(x - 1)), the product an exact pair to
-//                    2^-100 and its logarithm from the double-double kernel (lgamma: up to 8);
+//                    terms c0, c1 t, c2 t^2 as exact pairs, so that the rounding adds about
+//                    2^-60 of the result at worst (t^3 Q(t));
+//   65/16..16        ln Gamma(x - n) + ln((x - n)...(x - 1)), the product a pair to 2^-100
+//                    and its logarithm from the double-double kernel (lgamma: up to 8);
 //   16 (8) .. 2^52   the short Stirling: (x - 1/2)(ln x - 1) from 26-bit halves, the tail
 //                    as one fitted polynomial in 1/x^2 (lgamma takes it from 8, where its
 //                    absolute error of 2^-58.6 is 2^-61.7 of the result; tgamma, which
 //                    carries the pair's absolute error into its relative one, from 16);
 //   x >= 2^52        Stirling with eight terms of the series (truncation below 2^-70), the
 //                    main terms as pairs;
-//   x < 0, |x| < 24  ln Gamma(1 + z) - ln|x (x + 1) ... (x + n + 1)| as the extended core
-//                    does; where the result is below 1/4 in magnitude (the bands about the
-//                    zeros) the terms cancel and lgamma hands over to the extended core
-//                    (its absolute error 2^-65 here is enough for tgamma);
-//   x <= -24         reflection: ln pi - ln|sin(pi d)| - ln Gamma(1 - x), d = x - round(x),
+//   x < 0, |x| < R   ln Gamma(1 + z) - ln|x (x + 1) ... (x + n + 1)| as the extended core
+//                    does (R = 8 for lgamma, 24 for tgamma); where the result is small (the
+//                    bands about the zeros) the terms cancel and lgamma hands over to the
+//                    extended core (its absolute error 2^-65 here is enough for tgamma);
+//   x <= -R          reflection: ln pi - ln|sin(pi d)| - ln Gamma(1 - x), d = x - round(x),
 //                    the last by the short Stirling at y = -x (1 - x itself is not always
-//                    exact);
-//                    lgamma hands results below 1/2 to the extended core (sin(pi d) comes to
-//                    about 2^-62 relative from the sine kernel).
-// The logarithm kernel's error is about 2^-70 absolute (its polynomial is good to 2^-62.9
-// relative on |r| < 2^-7), so on Stirling's range the relative error of the pair stays below
-// 2^-70 / ln x and tgamma's absolute error below 171 * 2^-70 = 2^-62.6.
+//                    exact); sin(pi d) comes to about 2^-62 relative from the sine kernel,
+//                    and lgamma hands results below 1/2 (below 8 above -24) to the extended
+//                    core.
+// The logarithm kernel's error is up to about 2^-66.5 absolute (the roundings of r and of
+// r^2 p; its polynomial alone is good to 2^-62.9 relative on |r| < 2^-7), so on Stirling's
+// range the relative error it brings stays below 2^-66.5 / (ln x - 1) and tgamma's absolute
+// error below 171 * 2^-66.5 = 2^-59.1 (measured: tgamma within 0.512 ulp).
 #pragma once
 #include "elementary/log_kernels.h"
 #include "elementary/trig_kernels.h"

@@ -2,7 +2,8 @@
 // lgamma and gamma (one address) store the sign in signgam; lgamma_r and gamma_r (one
 // address, also __libm_lgamma) hand it back through their pointer and touch no shared state.
 //
-// The extended forms run the one core of gamma_common.h on the x87 unit; the double forms run
+// The extended forms run the one core of gamma_common.h on the x87 unit (lgammal on [8, 2^52)
+// the double-double path of gamma_double.h, to 64 bits); the double forms run
 // the double-double core of gamma_double.h and the float forms the double core of
 // gamma_float.h, both handing the bands next to the zeros on the negative axis to the
 // extended core (the reproducible forms run the extended core throughout);
