@@ -106,37 +106,31 @@ def stirling():
     return coeffs, bound
 
 
+def stirling_tail(u):
+    """x S(x) at u = 1/x^2, S = ln Gamma(x) - ((x - 1/2) ln x - x + ln(2 pi)/2)."""
+    if u == 0:
+        return mpf(1) / 12
+    x = 1 / mp.sqrt(u)
+    return x * (mp.loggamma(x) - ((x - mpf(1) / 2) * mp.log(x) - x + mp.log(2 * mp.pi) / 2))
+
+
 def stirling_short():
     """x S(x) = P(1/x^2) for x >= SHORT_FROM: double coefficients and the measured absolute
     error of the rounded polynomial in u."""
-    hl = mp.log(2 * mp.pi) / 2
-
-    def f(u):
-        if u == 0:
-            return mpf(1) / 12
-        x = 1 / mp.sqrt(u)
-        return x * (mp.loggamma(x) - ((x - mpf(1) / 2) * mp.log(x) - x + hl))
     with mp.workprec(256):
-        fit = g.least_squares(f, 0, 1 / mpf(SHORT_FROM) ** 2, SHORT_DEGREE, relative=False, points=200)
+        fit = g.least_squares(stirling_tail, 0, 1 / mpf(SHORT_FROM) ** 2, SHORT_DEGREE, relative=False, points=200)
     return fit
 
 
 def stirling_short_x():
     """x S(x) = P(1/x^2) for x >= SHORT_FROM, to SHORT_X_DEGREE: double heads, the constant
     term's tail, and the measured absolute error with the pair's sum."""
-    hl = mp.log(2 * mp.pi) / 2
-
-    def f(u):
-        if u == 0:
-            return mpf(1) / 12
-        x = 1 / mp.sqrt(u)
-        return x * (mp.loggamma(x) - ((x - mpf(1) / 2) * mp.log(x) - x + hl))
     b = 1 / mpf(SHORT_FROM) ** 2
     with mp.workprec(256):
-        fit = g.least_squares(f, 0, b, SHORT_X_DEGREE, relative=False, fmt=FIT, prec=256, points=200)
+        fit = g.least_squares(stirling_tail, 0, b, SHORT_X_DEGREE, relative=False, fmt=FIT, prec=256, points=200)
         heads = [g.to_format(v, g.BINARY64) for v in fit.coeffs]
         tail = g.to_format(fit.coeffs[0] - heads[0], g.BINARY64)
-        err, _ = g.measure([heads[0] + tail] + heads[1:], f, 0, b, False)
+        err, _ = g.measure([heads[0] + tail] + heads[1:], stirling_tail, 0, b, False)
     return heads, tail, err
 
 
