@@ -61,13 +61,17 @@ template <class T, bool Fast> T lgamma_neg(T x, int *sign);
 template <class T, bool Fast = true> inline T lgamma_core(T x, int *sign) {
     using L = Lg<T>;
     *sign = 1;
-    // Doubles: Stirling's range first, the widest, which no special case reaches (a NaN
-    // fails the quiet comparisons, which raise nothing).
+    // Stirling's range first, the widest, which no special case reaches (a NaN fails the
+    // quiet comparisons, which raise nothing).  Doubles:
     if constexpr (Fast && sizeof(T) == 8) {
         if (__builtin_isgreaterequal(x, kShortStirlingFrom) && __builtin_isless(x, 0x1p52)) {
             RnGuardInexact g;
             return round_dd(g, lgd_stirling_short<false>(opaque(x)));
         }
+    }
+    // Floats: the same for the float core's Stirling range, up to the overflow.
+    if constexpr (Fast && sizeof(T) == 4) {
+        if (__builtin_isgreaterequal(x, 16.0f) && __builtin_isless(x, L::first_over)) return T(lgf_pos<true>(double(x)));
     }
     if (__builtin_expect(!(x == x), 0)) return x + x;
     T ax = x < 0 ? -x : x;
