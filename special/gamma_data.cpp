@@ -229,6 +229,17 @@ const double kShortStirling[kShortStirlingDegree + 1] = {
 const double kHalfLn2PiLessHalf[2] = {0x1.acfe390c97d69p-2, 0x1.3494bc9001442p-56};  // ln(2 pi)/2 - 1/2 as a pair
 const double kHalfLn2PiPlusHalf[2] = {0x1.6b3f8e4325f5ap+0, 0x1.4d252f2400510p-54};  // ln(2 pi)/2 + 1/2 as a pair
 
+// The same x S(x) = P(u) to degree 7 for the extended forms, the constant term the pair
+// kShortStirlingX[0] + kShortStirlingXTail; approximation of x S(x) in u on [0, 0x1p-6], degree 7, max absolute error 2^-65.95 (measured by tools/gen/gamma_tables.py)
+// (S's absolute error below 2^-68.95 for x >= 8).
+const double kShortStirlingX[kShortStirlingXDegree + 1] = {
+    0x1.5555555555555p-4, -0x1.6c16c16c16b2bp-9,
+    0x1.a01a019ee3056p-11, -0x1.38137ec41d7b8p-11,
+    0x1.b94f7029a18bap-11, -0x1.f5ffb49e671a9p-10,
+    0x1.96e155594ff23p-8, -0x1.55cf70be79817p-6,
+};
+const double kShortStirlingXTail = 0x1.54644d03462a5p-58;  // the constant term's tail
+
 // The pieces for the double forms: double coefficients of t^0..t^13, those of t^0..t^2 the
 // heads of pairs whose tails are kLgPieceDDTail (the error stated is with the pairs' sums).
 const double kLgPieceDD[kPieces][kPieceDegreeDD + 1] = {

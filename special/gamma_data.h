@@ -30,6 +30,9 @@ constexpr double kShortStirlingFrom = 8;
 constexpr int kShortStirlingDegree = 6;  // of P in 1/x^2
 extern const double kShortStirling[kShortStirlingDegree + 1];
 extern const double kHalfLn2PiLessHalf[2], kHalfLn2PiPlusHalf[2];
+constexpr int kShortStirlingXDegree = 7;  // the extended forms' tail, in 1/x^2
+extern const double kShortStirlingX[kShortStirlingXDegree + 1];
+extern const double kShortStirlingXTail;
 
 // The least binary64 argument whose result overflows (2.5599833278516387e+305).
 constexpr double k_lgamma_over = 0x1.754d9278b51a8p+1014;

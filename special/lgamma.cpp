@@ -2,7 +2,8 @@
 // lgamma and gamma (one address) store the sign in signgam; lgamma_r and gamma_r (one
 // address, also __libm_lgamma) hand it back through their pointer and touch no shared state.
 //
-// The extended forms run the one core of gamma_common.h on the x87 unit; the double forms run
+// The extended forms run the one core of gamma_common.h on the x87 unit (lgammal on [8, 2^52)
+// the double-double path of gamma_double.h, to 64 bits); the double forms run
 // the double-double core of gamma_double.h and the float forms the double core of
 // gamma_float.h, both handing the bands next to the zeros on the negative axis to the
 // extended core (the reproducible forms run the extended core throughout);
@@ -52,13 +53,26 @@ inline double round_dd(RnGuardInexact &g, DD p) {
     g.restore();
     return opaque(h) + opaque(l);
 }
-constexpr double kDoubleNearZero = 0.5;
+constexpr double kDoubleNearZero = 0.5, kDoubleNearZeroReflect = 8.0;
+constexpr int kReflectFromD = 8;  // lgamma's reflection (tgamma's from 24)
 
 template <class T, bool Fast> T lgamma_neg(T x, int *sign);
 
 template <class T, bool Fast = true> inline T lgamma_core(T x, int *sign) {
     using L = Lg<T>;
     *sign = 1;
+    // Stirling's range first, the widest, which no special case reaches (a NaN fails the
+    // quiet comparisons, which raise nothing).  Doubles:
+    if constexpr (Fast && sizeof(T) == 8) {
+        if (__builtin_isgreaterequal(x, kShortStirlingFrom) && __builtin_isless(x, 0x1p52)) {
+            RnGuardInexact g;
+            return round_dd(g, lgd_stirling_short<false>(opaque(x)));
+        }
+    }
+    // Floats: the same for the float core's Stirling range, up to the overflow.
+    if constexpr (Fast && sizeof(T) == 4) {
+        if (__builtin_isgreaterequal(x, 16.0f) && __builtin_isless(x, L::first_over)) return T(lgf_pos<true>(double(x)));
+    }
     if (__builtin_expect(!(x == x), 0)) return x + x;
     T ax = x < 0 ? -x : x;
     if (__builtin_expect(ax > std::numeric_limits<T>::max(), 0)) return ax;  // +-inf
@@ -85,24 +99,34 @@ template <class T, bool Fast = true> inline T lgamma_core(T x, int *sign) {
 
 // x < 0, finite and nonzero: out of line, so that the positive axis runs without the frame
 // that the negative one needs (the x87 test for an integer, the sign, the extended core).
+// The extended core on the negative axis, out of line: the x87 frame and the extended copy
+// of x stay off the double cores' way.
+template <class T> __attribute__((noinline)) T lgamma_neg_ext(T x, int *sign) {
+    Frame fr;
+    Pair p = lg_neg(opaque(LD(x)), sign);
+    return round_out<T>(fr, p);
+}
+
 template <class T, bool Fast> __attribute__((noinline)) T lgamma_neg(T x, int *sign) {
     using L = Lg<T>;
-    if (neg_integer(LD(x))) return report(x, T(1) / opaque(T(0)), L::pole);
+    // An integer: every double from 2^52 on; below, x is one if its truncation is.
+    if (x <= T(-0x1p52) || double(int64_t(x)) == double(x)) return report(x, T(1) / opaque(T(0)), L::pole);
     if constexpr (Fast && sizeof(T) == 4) {
         double r;
         if (lgf_neg(double(x), sign, &r)) return T(r);
         // next to a zero: the extended core below
     }
     if constexpr (Fast && sizeof(T) == 8) {
-        // Where the result is below 1/2 in magnitude its terms have cancelled and the pair's
-        // absolute error (2^-65 to 2^-62) is too large beside it: the extended core.
+        // Where the result is small its terms have cancelled and the pair's absolute error is
+        // too large beside it: the extended core.  That error is 2^-65 to 2^-62 from the
+        // products above -8 and from the reflection beyond -24, but up to 2^-58.6 from the
+        // reflection between (Stirling's tail at 1 - x from 9), where results below 8 go.
         RnGuardInexact g;
-        DD p = lgd_neg(opaque(x), sign);
-        if (!(p.h < kDoubleNearZero && p.h > -kDoubleNearZero)) return round_dd(g, p);
+        DD p = lgd_neg<kReflectFromD>(opaque(x), sign);
+        double near = x > -24.0 && x <= -kReflectFromD ? kDoubleNearZeroReflect : kDoubleNearZero;
+        if (!(p.h < near && p.h > -near)) return round_dd(g, p);
     }
-    Frame fr;
-    Pair p = lg_neg(opaque(LD(x)), sign);
-    return round_out<T>(fr, p);
+    return lgamma_neg_ext<T>(x, sign);
 }
 
 // The reproducible float forms keep the extended core (their results are the recorded ones).
@@ -113,6 +137,17 @@ inline double lgamma_bwr_core(double x, int *sign) { return lgamma_core<double, 
 inline LD lgammal_core(LD x, int *sign) {
     *sign = 1;
     Ext v = ext(x);
+    // Stirling's range first, [8, 2^52) with the leading bit set (the encodings the x87
+    // unit takes): the double-double path in SSE arithmetic, its pair added once on the x87
+    // unit in the caller's rounding field at 64 bits.
+    if (uint32_t(v.se) - 0x4002u < 0x4033u - 0x4002u && (v.m >> 63)) {
+        RnGuardInexact g;
+        DD p = lgx_stirling_short(v.m, int(v.se) - 0x3fff);
+        double h = opaque(p.h), l = opaque(p.l);
+        g.restore();
+        Frame fr;
+        return fr.finish<LD>(h, l, [](LD a, LD b) { return a + b; });
+    }
     uint32_t f = v.se & 0x7fff;
     if (__builtin_expect(f == 0x7fff || x80::invalid_encoding(v), 0)) {
         if (f == 0x7fff && v.m == 0x8000000000000000ull) return x * x;  // +-inf: +inf

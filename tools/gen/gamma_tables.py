@@ -23,6 +23,9 @@
                   as one polynomial P(u) in u = 1/x^2 for x >= SHORT_FROM (a least-squares
                   fit of the exact tail, so S = P(u)/x without the series' truncation), and
                   ln(2 pi)/2 -+ 1/2 as pairs: the double forms' Stirling.
+  extended short  the same tail fitted again to degree SHORT_X_DEGREE with its constant term
+  Stirling        (about 1/12) as a pair of doubles, for the extended forms' double-double
+                  path on [SHORT_FROM, 2^52) (absolute error below 2^-65).
   factorials      0! .. 25!, exact in extended (and 0! .. 22! in double, 0! .. 13! in float).
   thresholds      the first argument of each precision whose result overflows, from the
                   exact value of ln Gamma (mpmath at 256 bits).
@@ -59,6 +62,8 @@ TARGET_DD = mpf(2) ** -62
 SHORT_FROM = 8  # the short Stirling's first argument
 SHORT_DEGREE = 6  # of P in u = 1/x^2
 SHORT_TARGET = mpf(2) ** -57  # absolute error of x S(x); S's is this over x
+SHORT_X_DEGREE = 7  # the extended forms' tail, in u = 1/x^2
+SHORT_X_TARGET = mpf(2) ** -65
 
 
 def x87(v):
@@ -101,19 +106,32 @@ def stirling():
     return coeffs, bound
 
 
+def stirling_tail(u):
+    """x S(x) at u = 1/x^2, S = ln Gamma(x) - ((x - 1/2) ln x - x + ln(2 pi)/2)."""
+    if u == 0:
+        return mpf(1) / 12
+    x = 1 / mp.sqrt(u)
+    return x * (mp.loggamma(x) - ((x - mpf(1) / 2) * mp.log(x) - x + mp.log(2 * mp.pi) / 2))
+
+
 def stirling_short():
     """x S(x) = P(1/x^2) for x >= SHORT_FROM: double coefficients and the measured absolute
     error of the rounded polynomial in u."""
-    hl = mp.log(2 * mp.pi) / 2
-
-    def f(u):
-        if u == 0:
-            return mpf(1) / 12
-        x = 1 / mp.sqrt(u)
-        return x * (mp.loggamma(x) - ((x - mpf(1) / 2) * mp.log(x) - x + hl))
     with mp.workprec(256):
-        fit = g.least_squares(f, 0, 1 / mpf(SHORT_FROM) ** 2, SHORT_DEGREE, relative=False, points=200)
+        fit = g.least_squares(stirling_tail, 0, 1 / mpf(SHORT_FROM) ** 2, SHORT_DEGREE, relative=False, points=200)
     return fit
+
+
+def stirling_short_x():
+    """x S(x) = P(1/x^2) for x >= SHORT_FROM, to SHORT_X_DEGREE: double heads, the constant
+    term's tail, and the measured absolute error with the pair's sum."""
+    b = 1 / mpf(SHORT_FROM) ** 2
+    with mp.workprec(256):
+        fit = g.least_squares(stirling_tail, 0, b, SHORT_X_DEGREE, relative=False, fmt=FIT, prec=256, points=200)
+        heads = [g.to_format(v, g.BINARY64) for v in fit.coeffs]
+        tail = g.to_format(fit.coeffs[0] - heads[0], g.BINARY64)
+        err, _ = g.measure([heads[0] + tail] + heads[1:], stirling_tail, 0, b, False)
+    return heads, tail, err
 
 
 def lnsin():
@@ -208,7 +226,10 @@ def main():
          "constexpr double kShortStirlingFrom = %d;" % SHORT_FROM,
          "constexpr int kShortStirlingDegree = %d;  // of P in 1/x^2" % SHORT_DEGREE,
          "extern const double kShortStirling[kShortStirlingDegree + 1];",
-         "extern const double kHalfLn2PiLessHalf[2], kHalfLn2PiPlusHalf[2];", ""]
+         "extern const double kHalfLn2PiLessHalf[2], kHalfLn2PiPlusHalf[2];",
+         "constexpr int kShortStirlingXDegree = %d;  // the extended forms' tail, in 1/x^2" % SHORT_X_DEGREE,
+         "extern const double kShortStirlingX[kShortStirlingXDegree + 1];",
+         "extern const double kShortStirlingXTail;", ""]
 
     th = thresholds()
     for name, (v, fmt) in th.items():
@@ -300,6 +321,16 @@ def main():
                           ("kHalfLn2PiPlusHalf", hl + mpf(1) / 2, "ln(2 pi)/2 + 1/2")):
         head = g.to_format(v, g.BINARY64)
         c.append("const double %s[2] = {%s, %s};  // %s as a pair" % (name, g.hexfloat(head), g.hexfloat(v - head), what))
+    c.append("")
+    xh, xt, xerr = stirling_short_x()
+    if xerr > SHORT_X_TARGET:
+        raise SystemExit("extended short Stirling: error %s above the target" % mp.nstr(xerr, 5))
+    c += ["// The same x S(x) = P(u) to degree %d for the extended forms, the constant term the pair" % SHORT_X_DEGREE,
+          "// kShortStirlingX[0] + kShortStirlingXTail; %s" % g.approx_comment(
+              0, 1 / mpf(SHORT_FROM) ** 2, SHORT_X_DEGREE, float(mp.log(xerr, 2)), SCRIPT, "x S(x) in u", relative=False),
+          "// (S's absolute error below 2^%.2f for x >= %d)." % (float(mp.log(xerr, 2)) - math.log2(SHORT_FROM), SHORT_FROM)]
+    c += g.c_array("const double kShortStirlingX[kShortStirlingXDegree + 1]", [g.hexfloat(v) for v in xh], 2)
+    c.append("const double kShortStirlingXTail = %s;  // the constant term's tail" % g.hexfloat(xt))
     c.append("")
     c += ["// The pieces for the double forms: double coefficients of t^0..t^%d, those of t^0..t^%d the"
           % (DEGREE_DD, PAIRS_DD - 1),
