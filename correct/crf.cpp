@@ -189,21 +189,32 @@ inline double quick_sinh(double a) {
     return 0.5 * (exp_core(k, r) - exp_core(-k, -r));
 }
 
-// 2^x: k = x 128 rounded, x - k/128 exact (the bits of x below 2^-8), times ln 2 within
-// 2^-52 relative.
-inline double quick_exp2(double x) {
-    int64_t k;
-    double kd = nearest_int(x * 128.0, k);
-    return exp_core(k, (x - kd * 0x1p-7) * q::kLn2);
-}
+// ---- the exponentials' kernel, in any rounding mode --------------------------------------
+//
+// expf, exp2f and exp10f run their kernel in the caller's rounding mode, with no guard on the
+// control word: every step keeps its bound in all four modes (each rounding within one unit
+// rather than half of one, the reduction's integer the one the mode gives), the kernel raises
+// inexact alone (their exact results are handed to the careful route before it runs, or come
+// out of it exact, no flag raised), and the one narrowing is the caller's.  Its bound is
+// 2^-37.1 relative, so the rounding test keeps kExpMargin units of y's last place from the
+// grid (2^16 units >= 2^-36 |y|, beyond 2^-37.1 |f(x)| < 2^-36.1 2^B): the careful route takes
+// about one argument in 2^11.
+constexpr uint64_t kExpMargin = 65536;
+inline bool settles_by(double y, uint64_t margin) { return ((bits(y) + margin) & kBelowGrid) > 2 * margin; }
 
-// 10^x: as e^x with log10(2)/128 in two pieces (the reduced r in decimal units within 2^-80
-// of x - k log10(2)/128), then times ln 10 (2^-52 relative).
-inline double quick_exp10(double x) {
+// 2^(z/128) for |z| < 19400.  k = z rounded to an integer by the shifter (to nearest, or as
+// the caller's mode says) and r = z - k, |r| <= 1, within 2^-53 (exact for |z| >= 2,
+// Sterbenz); 2^(z/128) = 2^(k >> 7) T (1 + p(r)) with T = 2^(j/128), j = k & 127 (2^-53),
+// the scaling exact (a normal double from 2^-152 to 2^129), p within 2^-37.21 of
+// 2^(r/128) - 1 (|p| < 2^-7.4), its evaluation within 2^-59 and the last fused step within
+// 2^-52: below 2^-37.15 relative.
+inline double exp2_128(double z) {
     int64_t k;
-    double kd = nearest_int(x * q::kLog2_10x128, k);
-    double r = __builtin_fma(-kd, q::kLg2d128Lo, __builtin_fma(-kd, q::kLg2d128Hi, x));
-    return exp_core(k, r * q::kLn10);
+    double kd = nearest_int(z, k);
+    double r = z - kd;
+    double p = __builtin_fma(r * r, __builtin_fma(r, q::kExp2Poly[2], q::kExp2Poly[1]), r * q::kExp2Poly[0]);
+    double s = f64(bits(q::kExp2J[k & 127]) + (uint64_t(k >> 7) << 52));
+    return __builtin_fma(s, p, s);
 }
 
 // ln(1 + r) for -2^-9 <= r <= 2^-8: the polynomial (2^-58.12), evaluated within 2^-52.
@@ -647,43 +658,64 @@ inline float cr_invsqrtf(float x) {
 // The quick phase takes the arguments of the main range (their special values, tiny and
 // saturated ranges and everything else go to the careful route, as at tier ex).
 
+// z = x 128/ln2 for 2^-25 <= |x| < 88.72284 (|z| < 2^14.3): the constant within 2^-53 and
+// the product's rounding (each 2^-52 in a directed mode) leave z within 2^-37.1, which moves
+// the result by 2^-44.6 relative: with exp2_128's, below 2^-37.1 relative.  e^x is inexact
+// for x != 0.  Negative x from -88.72284 on (subnormal and zero results) takes the careful
+// route.
 inline float cr_expf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    // 2^-25 <= |x|, x < 88.72284 (overflow), x > -104 (below the least subnormal)
-    float r;
-    if (__builtin_expect(a >= 0x33000000 && a < (s ? 0x42d00000u : 0x42b17218u), 1) &&
-        quick_try([&] { return quick_exp(x); }, r))
-        return s && a >= 0x42aeac50 ? report(x, r, code::expf_underflow) : r;  // below 2^-126
+    uint32_t a = bits(x) & 0x7fffffff;
+    if (__builtin_expect(a - 0x33000000u < 0x42b17218u - 0x33000000u, 1)) {
+        double y = exp2_128(double(x) * q::kInvLn2x128);
+        if (__builtin_expect(settles_by(y, kExpMargin), 1)) {
+            float r = narrow(y);
+            return bits(x) >= 0xc2aeac50u ? report(x, r, code::expf_underflow) : r;  // below 2^-126
+        }
+    }
 #endif
     return careful_expf(x);
 }
 
-#if TSR_CRF_QUICK
-// |x| (bits a, below 2^8) is an integer: no bit of its significand below 2^0.
-inline bool is_integer(uint32_t a) { return a >= 0x3f800000 && (a << ((a >> 23) - 118)) == 0; }
-#endif
-
+// z = 128 x exact for 2^-25 <= |x| < 128.  2^n for an integer n comes out exact (r = 0, p = 0,
+// no rounding) and on the grid: the rounding test hands it to the careful route, no flag
+// raised.
 inline float cr_exp2f(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    // 2^-25 <= |x|, x < 128, x > -151; not an integer (2^n is exact).
-    float r;
-    if (__builtin_expect(a >= 0x33000000 && a < (s ? 0x43170000u : 0x43000000u) && !is_integer(a), 1) &&
-        quick_try([&] { return quick_exp2(x); }, r))
-        return s && a > 0x42fc0000 ? report(x, r, code::exp2f_underflow) : r;  // below -126
+    uint32_t a = bits(x) & 0x7fffffff;
+    if (__builtin_expect(a - 0x33000000u < 0x43000000u - 0x33000000u, 1)) {
+        double y = exp2_128(double(x) * 128.0);
+        if (__builtin_expect(settles_by(y, kExpMargin), 1)) {
+            float r = narrow(y);
+            return bits(x) > 0xc2fc0000u ? report(x, r, code::exp2f_underflow) : r;  // below -126
+        }
+    }
 #endif
     return careful_exp2f(x);
 }
 
+#if TSR_CRF_QUICK
+// x = 1, 2, ..., 10 (10^x exact as a float): x in [1, 10] with no bit below 2^0.  Both
+// conditions are evaluated (no branch on a test true for one argument in nine over [-37, 38]).
+inline bool exact_pow10(uint32_t b) {
+    uint32_t below_one = b << (((b >> 23) - 118) & 31);
+    return (b - 0x3f800000u <= 0x41200000u - 0x3f800000u) & (below_one == 0);
+}
+#endif
+
+// z = x 128 log2(10) for 2^-27 <= |x| < 38.53184 (|z| < 2^14.3), within 2^-37.1 as for expf:
+// below 2^-37.1 relative.  The exact powers 10^1 .. 10^10 take the careful route first (the
+// kernel would raise inexact).
 inline float cr_exp10f(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    // 2^-27 <= |x|, x < 38.53184, x > -45.45553; not an integer (10^n is exact for n <= 10)
-    float r;
-    if (__builtin_expect(a >= 0x32000000 && a < (s ? 0x4235d276u : 0x421a209bu) && !is_integer(a), 1) &&
-        quick_try([&] { return quick_exp10(x); }, r))
-        return s && a >= 0x4217b819 ? report(x, r, code::exp10f_underflow) : r;
+    uint32_t a = bits(x) & 0x7fffffff;
+    if (__builtin_expect(a - 0x32000000u < 0x421a209bu - 0x32000000u && !exact_pow10(bits(x)), 1)) {
+        double y = exp2_128(double(x) * q::kLog2_10x128);
+        if (__builtin_expect(settles_by(y, kExpMargin), 1)) {
+            float r = narrow(y);
+            return bits(x) >= 0xc217b819u ? report(x, r, code::exp10f_underflow) : r;
+        }
+    }
 #endif
     return careful_exp10f(x);
 }

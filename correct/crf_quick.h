@@ -47,6 +47,10 @@ inline constexpr double kExp2J[128] = {
 // interval [-0x1.62fp-9, 0x1.62fp-9], degree 4, max rel. error 2^-52.48 (tools/gen/crf_quick.py)
 inline constexpr double kExpPoly[] = {0x1.00000000006cfp-1, 0x1.55555c75b1defp-3, 0x1.555548567b460p-5};
 
+// 2^(r/128) - 1 = c1 r + c2 r^2 + c3 r^3 (absolute error)
+// interval [-0x1p+0, 0x1p+0], degree 3, max abs. error 2^-37.21 (tools/gen/crf_quick.py)
+inline constexpr double kExp2Poly[] = {0x1.62e42fefa02cbp-8, 0x1.ebfc220edbedbp-17, 0x1.c6b0c450ed9c8p-26};
+
 inline constexpr double kInvLn2x128 = 0x1.71547652b82fep+7;  // 128/ln2
 inline constexpr double kLn2d128Hi = 0x1.62e42fefa0000p-8;  // ln2/128, high 38 bits
 inline constexpr double kLn2d128Lo = 0x1.cf79abc9e3b3ap-47;  // ln2/128 - kLn2d128Hi

@@ -2,11 +2,9 @@
 //
 // Tier ex settles every float by its double kernel, its rows and its careful phase, whose
 // completeness the searches establish (docs/accuracy/crf.md); the other tiers run a quick
-// kernel of their own first.  Their results agree with tier ex's for an argument in every
-// mode, flags included, exactly when they agree in round-to-nearest and toward zero with the
-// same flags: the two roundings and inexactness fix the interval of the 25-bit grid (floats
-// and the points halfway between them) where the value lies, and the kernels run in
-// round-to-nearest whatever the caller's mode.
+// kernel of their own first.  The comparison runs in all four modes: the kernels of the
+// exponentials run in the caller's mode (their value, and whether the test settles it, depend
+// on it).
 #pragma once
 #include <atomic>
 #include <cstdint>
@@ -88,8 +86,8 @@ inline std::vector<Pair> pairs(bool portable = false) {
     return v;
 }
 
-// Runs `p` over its ranges (every `stride`-th key) on `threads` threads, in round-to-nearest
-// and toward zero, and returns the arguments where the result or the flags differ, as
+// Runs `p` over its ranges (every `stride`-th key) on `threads` threads, in the four modes,
+// and returns the arguments where the result or the flags differ, as
 // "member key" lines (at most 20).  `count` receives the number of keys run.
 inline std::vector<std::string> differences(const Pair &p, unsigned threads, uint32_t stride, uint64_t *count = nullptr) {
     std::mutex mu;
@@ -108,7 +106,7 @@ inline std::vector<std::string> differences(const Pair &p, unsigned threads, uin
                 for (uint64_t c; (c = next.fetch_add(1 << 16)) < n;)
                     for (uint64_t i = c; i < n && i < c + (1 << 16); ++i) {
                         uint32_t key = uint32_t(a + i * stride);
-                        for (unsigned rc : {0x0000u, 0x6000u}) {  // nearest, toward zero
+                        for (unsigned rc : {0x0000u, 0x2000u, 0x4000u, 0x6000u}) {  // nearest, down, up, toward zero
                             _mm_setcsr(0x1f80 | rc);
                             uint64_t r1 = p.test(key);
                             unsigned f1 = _mm_getcsr() & kFlags;
@@ -118,7 +116,7 @@ inline std::vector<std::string> differences(const Pair &p, unsigned threads, uin
                             if (r1 != r2 || f1 != f2) {
                                 char line[96];
                                 std::snprintf(line, sizeof line, "%s %08x (%s: %016llx flags %02x, ex %016llx flags %02x)",
-                                              p.what, key, rc ? "rz" : "rn", (unsigned long long)r1, f1,
+                                              p.what, key, rc == 0 ? "rn" : rc == 0x2000 ? "rd" : rc == 0x4000 ? "ru" : "rz", (unsigned long long)r1, f1,
                                               (unsigned long long)r2, f2);
                                 std::lock_guard<std::mutex> g(mu);
                                 if (out.size() < 20) out.push_back(line);

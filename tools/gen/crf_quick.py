@@ -8,7 +8,8 @@ a margin scaled to that bound) settles it; otherwise they run the careful route 
 This script writes that kernel's tables and polynomials, each polynomial with the interval
 it covers and its measured error (the polynomial as stored, against mpmath at 256 bits):
 
-  - 2^(j/128), j = 0..127, and e^r on |r| <= ln2/256 (expf, exp2f, exp10f);
+  - 2^(j/128), j = 0..127, e^r on |r| <= ln2/256 (expm1f, sinhf, coshf) and 2^(r/128) on
+    |r| <= 1 (expf, exp2f, exp10f);
   - 256 pairs (1/c, ln c) over the significand in [0x1.66p-1, 0x1.66p+0) cut at every 2^15
     float steps, 1/c with 28 bits so that z/c - 1 is exact, and log(1 + r) over the r they
     leave (logf, log2f, log10f);
@@ -64,6 +65,12 @@ def main():
     a = tsrgen.remez(lambda r: mp.exp(r), -rmax, rmax, 4, fixed={0: 1, 1: 1})
     assert a.err < mpf(2) ** -51
     out += ["", "// e^r = 1 + r + c2 r^2 + c3 r^3 + c4 r^4"] + coeff_lines("kExpPoly", a, range(2, 5))
+    # expf, exp2f and exp10f: 2^(r/128) - 1 on |r| <= 1 (r = z - k, z = x 128/ln2 or x 128 or
+    # x 128 log2(10), k an integer next to z: the nearest in round-to-nearest, the one the
+    # caller's mode gives otherwise), absolute error: the value is T (1 + p).
+    a = tsrgen.remez(lambda r: mp.power(2, r / 128) - 1, mpf(-1), mpf(1), 3, relative=False, fixed={0: 0})
+    assert a.err < mpf(2) ** -37.2
+    out += ["", "// 2^(r/128) - 1 = c1 r + c2 r^2 + c3 r^3 (absolute error)"] + coeff_lines("kExp2Poly", a, range(1, 4))
     # x 128/ln2, and ln2/128 in two pieces: the first with 38 bits, so that k times it is
     # exact for |k| < 2^15 (|x| < 105 leaves |k| <= 19340).
     l1 = bits_rounded(ln2 / 128, 38)
