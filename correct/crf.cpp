@@ -196,10 +196,10 @@ inline double quick_sinh(double a) {
 // rather than half of one, the reduction's integer the one the mode gives), the kernel raises
 // inexact alone (their exact results are handed to the careful route before it runs, or come
 // out of it exact, no flag raised), and the one narrowing is the caller's.  Its bound is
-// 2^-37.1 relative, so the rounding test keeps kExpMargin units of y's last place from the
+// 2^-37.1 relative, so the rounding test keeps kWideMargin units of y's last place from the
 // grid (2^16 units >= 2^-36 |y|, beyond 2^-37.1 |f(x)| < 2^-36.1 2^B): the careful route takes
-// about one argument in 2^11.
-constexpr uint64_t kExpMargin = 65536;
+// about one argument in 2^11.  The logarithms' kernel (below) runs the same way, within 2^-37.6.
+constexpr uint64_t kWideMargin = 65536;
 inline bool settles_by(double y, uint64_t margin) { return ((bits(y) + margin) & kBelowGrid) > 2 * margin; }
 
 // 2^(z/128) for |z| < 19400.  k = z rounded to an integer by the shifter (to nearest, or as
@@ -225,23 +225,24 @@ inline double log1p_poly(double r) {
     return __builtin_fma(r2, __builtin_fma(r, p, q::kLogPoly[0]), r);
 }
 
-// ln x, x a positive normal float.  x = 2^e z with z in [0x1.66p-1, 0x1.66p+0) (float bits
-// from 0x3f330000), row i of z's 256; r = z/c - 1 is exact (z 24 bits times 1/c 28 bits,
-// then Sterbenz), |r| <= 2^-8, and ln x = e ln2 + ln c + ln(1 + r).  e kLn2Hi is exact; the
-// rows next to 1 have c = 1 (ln x = ln(1 + r), relative error that of the polynomial and its
-// evaluation, below 2^-51).  Elsewhere |ln x| >= 2^-9 and the terms summed are at most three
-// times |ln x|: with the table (2^-53), two roundings of the sum and the polynomial
-// (2^-58.12, evaluated within 2^-52 of ln(1 + r)), below 2^-49.5 relative.
-inline double quick_log(float x) {
-    uint32_t ix = bits(x);
+// x = 2^e z, x a positive normal float, z in [0x1.66p-1, 0x1.66p+0) (float bits from
+// 0x3f330000), row i of z's 256; z as a double straight from its float bits.  r = z/c - 1 is
+// exact in any mode (z 24 bits times 1/c 28 bits, then Sterbenz), |r| <= 2^-8, and
+// ln z = ln c + ln(1 + r), ln(1 + r) = r + r^2 (c2 + c3 r) + c4 r^4 within 2^-38.87 of it
+// (relative).  The rows next to 1 have c = 1, ln c = 0; elsewhere |ln(1 + r)| <= 2 |ln z|
+// (|ln z| >= 2^-9 there, |r| <= 2^-8).  The kernel runs in the caller's mode, as the
+// exponentials' does: each rounding below within a unit.
+struct LogReduced {
+    double e, lnc, r, r2, a;  // e, ln c (2^-53), r, r^2, c2 + c3 r
+    double poly() const { return __builtin_fma(r2 * r2, q::kLogPoly4[2], __builtin_fma(r2, a, r)); }
+};
+inline LogReduced log_reduce(uint32_t ix) {
     uint32_t t = ix - 0x3f330000;
-    int e = int32_t(t) >> 23;
     unsigned i = (t >> 15) & 255;
-    double z = f32(ix - (t & 0xff800000u));
+    uint32_t zb = ix - (t & 0xff800000u);
+    double z = f64((uint64_t(zb) << 29) + (uint64_t(1023 - 127) << 52));
     double r = __builtin_fma(z, q::kLogInvC[i], -1.0);
-    double ed = e;
-    double hi = __builtin_fma(ed, q::kLn2Hi, q::kLogC[i]);
-    return hi + __builtin_fma(ed, q::kLn2Lo, log1p_poly(r));
+    return {double(int32_t(t) >> 23), q::kLogC[i], r, r * r, __builtin_fma(r, q::kLogPoly4[1], q::kLogPoly4[0])};
 }
 
 // ln(1 + x), x a float above -1 with |x| >= 2^-24.  Near 0 (-2^-9 <= x < 2^-8) r = x and
@@ -668,7 +669,7 @@ inline float cr_expf(float x) {
     uint32_t a = bits(x) & 0x7fffffff;
     if (__builtin_expect(a - 0x33000000u < 0x42b17218u - 0x33000000u, 1)) {
         double y = exp2_128(double(x) * q::kInvLn2x128);
-        if (__builtin_expect(settles_by(y, kExpMargin), 1)) {
+        if (__builtin_expect(settles_by(y, kWideMargin), 1)) {
             float r = narrow(y);
             return bits(x) >= 0xc2aeac50u ? report(x, r, code::expf_underflow) : r;  // below 2^-126
         }
@@ -685,7 +686,7 @@ inline float cr_exp2f(float x) {
     uint32_t a = bits(x) & 0x7fffffff;
     if (__builtin_expect(a - 0x33000000u < 0x43000000u - 0x33000000u, 1)) {
         double y = exp2_128(double(x) * 128.0);
-        if (__builtin_expect(settles_by(y, kExpMargin), 1)) {
+        if (__builtin_expect(settles_by(y, kWideMargin), 1)) {
             float r = narrow(y);
             return bits(x) > 0xc2fc0000u ? report(x, r, code::exp2f_underflow) : r;  // below -126
         }
@@ -711,7 +712,7 @@ inline float cr_exp10f(float x) {
     uint32_t a = bits(x) & 0x7fffffff;
     if (__builtin_expect(a - 0x32000000u < 0x421a209bu - 0x32000000u && !exact_pow10(bits(x)), 1)) {
         double y = exp2_128(double(x) * q::kLog2_10x128);
-        if (__builtin_expect(settles_by(y, kExpMargin), 1)) {
+        if (__builtin_expect(settles_by(y, kWideMargin), 1)) {
             float r = narrow(y);
             return bits(x) >= 0xc217b819u ? report(x, r, code::exp10f_underflow) : r;
         }
@@ -721,11 +722,6 @@ inline float cr_exp10f(float x) {
 }
 
 #if TSR_CRF_QUICK
-// The logarithm of x times `scale` (1, 1/ln 2, 1/ln 10: two more roundings, 2^-52), x a
-// positive normal float whose logarithm is inexact.
-inline bool quick_log_settles(float x, double scale, float &r) {
-    return quick_try([=] { return quick_log(x) * scale; }, r);
-}
 // x positive, normal, finite.
 inline bool log_quick_range(uint32_t b) { return b - 0x00800000u < 0x7f000000u; }
 // The float 10^k of each exponent 0..33 of [1, 2^34) that has one (k = 0..10), else 0.
@@ -735,30 +731,47 @@ constexpr uint32_t kPow10ByExp[34] = {
     0, 0x501502f9};
 #endif
 
+// ln x = (e ln2 + ln c + r) + r^2 (c2 + c3 r) + c4 r^4: four roundings of terms at most
+// 3 |ln x| (e ln 2 + ln c), 5 |ln x| (with r) and |ln x|, below 2^-48.2 relative, and the
+// polynomial's 2^-37.87 (twice 2^-38.87): below 2^-37.8 relative.  logf(1) comes out 0, exact
+// and on the grid: the careful route.
 inline float cr_logf(float x) {
 #if TSR_CRF_QUICK
-    float r;
-    if (__builtin_expect(log_quick_range(bits(x)) && bits(x) != 0x3f800000, 1) && quick_log_settles(x, 1.0, r)) return r;
+    if (__builtin_expect(log_quick_range(bits(x)), 1)) {
+        LogReduced l = log_reduce(bits(x));
+        double rh = l.r + __builtin_fma(l.e, q::kLn2, l.lnc);
+        double y = __builtin_fma(l.r2 * l.r2, q::kLogPoly4[2], __builtin_fma(l.r2, l.a, rh));
+        if (__builtin_expect(settles_by(y, kWideMargin), 1)) return narrow(y);
+    }
 #endif
     return careful_logf(x);
 }
 
+// log2 x = e + ln z/ln 2, ln z = ln c + the polynomial (within 2^-37.8 of it, 1.07 |ln x| at
+// most where e != 0), the quotient by ln 2 inside one fused step: below 2^-37.7 relative.  A
+// power of 2 comes out exact (r = 0, ln c = 0) and on the grid: the careful route.
 inline float cr_log2f(float x) {
 #if TSR_CRF_QUICK
-    float r;  // a power of 2 has an exact logarithm
-    if (__builtin_expect(log_quick_range(bits(x)) && (bits(x) & 0x7fffff) != 0, 1) && quick_log_settles(x, q::kInvLn2, r))
-        return r;
+    if (__builtin_expect(log_quick_range(bits(x)), 1)) {
+        LogReduced l = log_reduce(bits(x));
+        double y = __builtin_fma(l.lnc + l.poly(), q::kInvLn2, l.e);
+        if (__builtin_expect(settles_by(y, kWideMargin), 1)) return narrow(y);
+    }
 #endif
     return careful_log2f(x);
 }
 
+// log10 x = e log10(2) + ln z/ln 10 (the product e log10(2) one more rounding): below 2^-37.6
+// relative.  10^k, k = 0..10, has an exact logarithm that the kernel would flag inexact: the
+// careful route first.
 inline float cr_log10f(float x) {
 #if TSR_CRF_QUICK
-    float r;  // 10^k, k = 0..10, has an exact logarithm
     uint32_t e = (bits(x) >> 23) - 127;
-    if (__builtin_expect(log_quick_range(bits(x)) && (e >= 34 || bits(x) != kPow10ByExp[e]), 1) &&
-        quick_log_settles(x, q::kInvLn10, r))
-        return r;
+    if (__builtin_expect(log_quick_range(bits(x)) && (e >= 34 || bits(x) != kPow10ByExp[e]), 1)) {
+        LogReduced l = log_reduce(bits(x));
+        double y = __builtin_fma(l.lnc + l.poly(), q::kInvLn10, l.e * q::kLog10_2);
+        if (__builtin_expect(settles_by(y, kWideMargin), 1)) return narrow(y);
+    }
 #endif
     return careful_log10f(x);
 }

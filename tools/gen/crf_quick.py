@@ -12,7 +12,7 @@ it covers and its measured error (the polynomial as stored, against mpmath at 25
     |r| <= 1 (expf, exp2f, exp10f);
   - 256 pairs (1/c, ln c) over the significand in [0x1.66p-1, 0x1.66p+0) cut at every 2^15
     float steps, 1/c with 28 bits so that z/c - 1 is exact, and log(1 + r) over the r they
-    leave (logf, log2f, log10f);
+    leave (log1pf, log2p1f: degree 6; logf, log2f, log10f: degree 4);
   - (sin, cos)(i pi/256), i = 0..255, pi/256 in three pieces, and sin r, cos r on
     |r| <= pi/512 (sinf, cosf, sincosf, tanf);
   - atan(i/64), i = 0..64, and atan v on |v| <= 1/128 (atanf, asinf, acosf).
@@ -112,12 +112,18 @@ def main():
     a = tsrgen.remez(lambda r: mp.log1p(r), rlo, rhi, 6, fixed={0: 0, 1: 1})
     assert a.err < mpf(2) ** -53
     out += ["", "// ln(1 + r) = r + c2 r^2 + ... + c6 r^6 over the r the rows leave"] + coeff_lines("kLogPoly", a, range(2, 7))
+    # logf, log2f, log10f: a shorter polynomial for the kernel that runs in the caller's mode
+    # (its rounding test keeps a wider margin).
+    a = tsrgen.remez(lambda r: mp.log1p(r), rlo, rhi, 4, fixed={0: 0, 1: 1})
+    assert a.err < mpf(2) ** -38.8
+    out += ["// ln(1 + r) = r + c2 r^2 + c3 r^3 + c4 r^4 over the same r"] + coeff_lines("kLogPoly4", a, range(2, 5))
     lh = bits_rounded(ln2, 45)
     out += ["",
             "inline constexpr double kLn2Hi = %s;  // ln 2, high 45 bits: e times it is exact" % hx(lh),
             "inline constexpr double kLn2Lo = %s;  // ln 2 - kLn2Hi" % hx(dbl(ln2 - lh)),
             "inline constexpr double kInvLn2 = %s;  // 1/ln 2" % hx(1 / ln2),
             "inline constexpr double kInvLn10 = %s;  // 1/ln 10" % hx(1 / mp.log(10)),
+            "inline constexpr double kLog10_2 = %s;  // log10(2)" % hx(mp.log10(2)),
             ""]
 
     # ---- sine and cosine -----------------------------------------------------------------
