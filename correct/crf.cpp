@@ -202,6 +202,17 @@ inline double quick_sinh(double a) {
 constexpr uint64_t kWideMargin = 65536;
 inline bool settles_by(double y, uint64_t margin) { return ((bits(y) + margin) & kBelowGrid) > 2 * margin; }
 
+// One try of a kernel that runs in the caller's mode (its value within 2^-37.1 relative): the
+// value narrowed into r when the rounding test settles it.
+template <class Kernel> inline bool wide_try(Kernel kernel, float &r) {
+    double y = kernel();
+    if (__builtin_expect(settles_by(y, kWideMargin), 1)) {
+        r = narrow(y);
+        return true;
+    }
+    return false;
+}
+
 // 2^(z/128) for |z| < 19400.  k = z rounded to an integer by the shifter (to nearest, or as
 // the caller's mode says) and r = z - k, |r| <= 1, within 2^-53 (exact for |z| >= 2,
 // Sterbenz); 2^(z/128) = 2^(k >> 7) T (1 + p(r)) with T = 2^(j/128), j = k & 127 (2^-53),
@@ -284,28 +295,29 @@ inline double quick_atan(double n, double d) {
     return big ? (q::kPiHalfHi - w) + q::kPiHalfLo : w;
 }
 
-// sin and cos of a, 2^-12 <= a < 2^16.  k = a 256/pi rounded (k < 2^22.4); the three
-// pieces of pi/256 give r = a - k pi/256 within 2^-52 |r| + 2^-96 (k kPid256_1 and the first
-// difference exact, the pieces within 2^-120 of pi/256), |r| <= pi/512 (1 + 2^-40).  With
-// i = k mod 256 and (S, C) = (sin, cos)(i pi/256) negated when k mod 512 >= 256:
+// sin and cos of a, 2^-12 <= |a| < 2^16, in the caller's mode (as the exponentials' kernel).
+// k = a 256/pi rounded to nearest by roundsd whatever the mode (the product within 2^-29 of
+// a 256/pi, |k| < 2^22.4); r = a - k pi/256 in two fused steps with pi/256 in two pieces (within
+// 2^-116 of it): the first step exact but for its rounding, 2^-52 |r1| with |r1| <= |r| +
+// 2^-37.6, the second 2^-52 |r|, the missing piece 2^-93.6: r within 2^-51 |r| + 2^-89.5,
+// |r| <= pi/512 (1 + 2^-20).  With (S, C) = (sin, cos)(i pi/256), i = k mod 512 (negative k
+// included: the kernel takes x with its sign):
 //     sin a = S + C sin r + S (cos r - 1),    cos a = C - S sin r + C (cos r - 1).
 // The terms summed are at most three times the result (|S| or |C| of the row at the
-// result's zero is 0 or at least sin(pi/256), twice the largest |r|), each within 2^-52 of
-// its value (the table 2^-53, the polynomials 2^-58), and two roundings: below 2^-49
-// relative, as long as |r| is far above 2^-96 (no float below 2^16 comes within 2^-40 of a
-// multiple of pi/512, by the run of every one of them).
+// result's zero is 0 or at least sin(pi/256), twice the largest |r|), each within 2^-51 of
+// its value (the table 2^-53, the polynomials 2^-58, r), and two roundings (2^-52 each in a
+// directed mode): below 2^-48 relative; r's 2^-89.5 adds 2^-48.5 at most where the result
+// is r's sine or cosine alone (no float below 2^16 comes within 2^-40 of a multiple of
+// pi/512, by the run of every one of them): below 2^-47 relative.
 inline void quick_sincos(double a, double *ps, double *pc) {
-    int64_t k;
-    double kd = nearest_int(a * q::k256dPi, k);
-    double r = __builtin_fma(-kd, q::kPid256_1, a);
-    r = __builtin_fma(-kd, q::kPid256_2, r);
-    r = __builtin_fma(-kd, q::kPid256_3, r);
+    double kd = __builtin_roundeven(a * q::k256dPi);
+    int64_t k = int64_t(kd);
+    double r = __builtin_fma(-kd, q::kPid256B, __builtin_fma(-kd, q::kPid256A, a));
     double r2 = r * r;
     double sr = __builtin_fma(r * r2, __builtin_fma(r2, q::kSinPoly[1], q::kSinPoly[0]), r);
     double cm = r2 * __builtin_fma(r2, q::kCosPoly[1], q::kCosPoly[0]);
-    unsigned i = unsigned(k) & 255;
-    uint64_t flip = uint64_t(k & 256) << 55;  // the sign bit when k mod 512 >= 256
-    double s = f64(bits(q::kSinCos[2 * i]) ^ flip), c = f64(bits(q::kSinCos[2 * i + 1]) ^ flip);
+    unsigned i = unsigned(k) & 511;
+    double s = q::kSinCos[2 * i], c = q::kSinCos[2 * i + 1];
     *ps = __builtin_fma(s, cm, __builtin_fma(c, sr, s));
     *pc = __builtin_fma(c, cm, __builtin_fma(-s, sr, c));
 }
@@ -843,13 +855,12 @@ inline bool quick_trig_range(uint32_t a) { return a - 0x39800000u < 0x47800000u 
 
 inline float cr_sinf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     float r;
-    if (__builtin_expect(quick_trig_range(a), 1) &&
-        quick_try([&] {
+    if (__builtin_expect(quick_trig_range(bits(x) & 0x7fffffff), 1) &&
+        wide_try([&] {
             double sv, cv;
-            quick_sincos(f32(a), &sv, &cv);
-            return with_sign(sv, s);
+            quick_sincos(x, &sv, &cv);
+            return sv;
         }, r))
         return r;
 #endif
@@ -858,12 +869,11 @@ inline float cr_sinf(float x) {
 
 inline float cr_cosf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff;
     float r;
-    if (__builtin_expect(quick_trig_range(a), 1) &&
-        quick_try([&] {
+    if (__builtin_expect(quick_trig_range(bits(x) & 0x7fffffff), 1) &&
+        wide_try([&] {
             double sv, cv;
-            quick_sincos(f32(a), &sv, &cv);
+            quick_sincos(x, &sv, &cv);
             return cv;
         }, r))
         return r;
@@ -871,17 +881,16 @@ inline float cr_cosf(float x) {
     return careful_cosf(x);
 }
 
-// tan a = sin a / cos a, each within 2^-49 relative (their bound holds at their zeros as
-// everywhere), and one rounding of the quotient: below 2^-47.9 relative, inside the margin.
+// tan a = sin a / cos a, each within 2^-47 relative (their bound holds at their zeros as
+// everywhere), and one rounding of the quotient (2^-52): below 2^-45.9 relative.
 inline float cr_tanf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     float r;
-    if (__builtin_expect(quick_trig_range(a), 1) &&
-        quick_try([&] {
+    if (__builtin_expect(quick_trig_range(bits(x) & 0x7fffffff), 1) &&
+        wide_try([&] {
             double sv, cv;
-            quick_sincos(f32(a), &sv, &cv);
-            return with_sign(sv / cv, s);
+            quick_sincos(x, &sv, &cv);
+            return sv / cv;
         }, r))
         return r;
 #endif
@@ -890,20 +899,14 @@ inline float cr_tanf(float x) {
 
 inline void cr_sincosf(float x, float *ps, float *pc) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    if (__builtin_expect(quick_trig_range(a), 1)) {
-        Quick qk;
+    if (__builtin_expect(quick_trig_range(bits(x) & 0x7fffffff), 1)) {
         double sv, cv;
-        quick_sincos(f32(a), &sv, &cv);
-        if (__builtin_expect(quick_settles(sv) && quick_settles(cv), 1)) {
-            sv = opaque(with_sign(sv, s));
-            cv = opaque(cv);
-            if (__builtin_expect(!qk.plain, 0)) set_mxcsr(qk.saved);
+        quick_sincos(x, &sv, &cv);
+        if (__builtin_expect(settles_by(sv, kWideMargin) && settles_by(cv, kWideMargin), 1)) {
             *ps = narrow(sv);
             *pc = narrow(cv);
             return;
         }
-        qk.abandon();
     }
 #endif
     careful_sincosf(x, ps, pc);

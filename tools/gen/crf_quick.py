@@ -13,7 +13,7 @@ it covers and its measured error (the polynomial as stored, against mpmath at 25
   - 256 pairs (1/c, ln c) over the significand in [0x1.66p-1, 0x1.66p+0) cut at every 2^15
     float steps, 1/c with 28 bits so that z/c - 1 is exact, and log(1 + r) over the r they
     leave (log1pf, log2p1f: degree 6; logf, log2f, log10f: degree 4);
-  - (sin, cos)(i pi/256), i = 0..255, pi/256 in three pieces, and sin r, cos r on
+  - (sin, cos)(i pi/256), i = 0..511, pi/256 in three pieces, and sin r, cos r on
     |r| <= pi/512 (sinf, cosf, sincosf, tanf);
   - atan(i/64), i = 0..64, and atan v on |v| <= 1/128 (atanf, asinf, acosf).
 """
@@ -128,10 +128,10 @@ def main():
 
     # ---- sine and cosine -----------------------------------------------------------------
     rows = []
-    for i in range(256):
-        rows += [hx(mp.sinpi(mpf(i) / 256)), hx(mp.cospi(mpf(i) / 256))]  # cos(pi/2) exactly 0
-    out += tsrgen.c_array("inline constexpr double kSinCos[512]", rows, 4,
-                          comment="sin(i pi/256), cos(i pi/256), i = 0..255, rounded to nearest.")
+    for i in range(512):
+        rows += [hx(mp.sinpi(mpf(i) / 256)), hx(mp.cospi(mpf(i) / 256))]  # exact 0 where the value is
+    out += tsrgen.c_array("inline constexpr double kSinCos[1024]", rows, 4,
+                          comment="sin(i pi/256), cos(i pi/256), i = 0..511 (a whole turn), rounded to nearest.")
     p = mp.pi / 256
     p1 = bits_rounded(p, 30)
     p2 = bits_rounded(p - p1, 30)
@@ -141,6 +141,8 @@ def main():
             "inline constexpr double kPid256_1 = %s;  // pi/256, high 30 bits: k times it exact for k < 2^23" % hx(p1),
             "inline constexpr double kPid256_2 = %s;  // the next 30 bits" % hx(p2),
             "inline constexpr double kPid256_3 = %s;  // the rest, rounded (pieces within 2^-120 of pi/256)" % hx(p3),
+            "inline constexpr double kPid256A = %s;  // pi/256 rounded" % hx(dbl(p)),
+            "inline constexpr double kPid256B = %s;  // pi/256 - kPid256A rounded (the two within 2^-116 of pi/256)" % hx(dbl(p - dbl(p))),
             ""]
     rmax = mp.pi / 512 * (1 + mpf(2) ** -20)
     a = tsrgen.remez(lambda r: mp.sin(r), -rmax, rmax, 5, fixed={1: 1}, parity="odd")
