@@ -12,6 +12,9 @@
 // since scaling by 2^3k (2^2k) only scales their result.
 #include "correct/crf_common.h"
 #include "correct/crf_quick.h"
+#include "tsr/avx512.h"
+
+#include <immintrin.h>
 
 using namespace tsr;
 using namespace tsr::crf;
@@ -275,23 +278,36 @@ inline double quick_log1p(double x) {
     return hi + __builtin_fma(ed, q::kLn2Lo, log1p_poly(r));
 }
 
-// atan t for t = n/d, n and d positive doubles (d finite, n finite or +inf).  Above 1,
-// pi/2 - atan u with u = d/n; below, u = n/d (one rounding, 2^-53).
-// u in [0, 1] is taken to the nearest c = i/64: v = (u - c)/(1 + u c), u - c exact (u and
-// c within a factor 2 of each other, or c = 0), the denominator and the quotient rounded
-// once each, |v| <= 1/128 (1 + 2^-40); atan u = atan c + atan v with the polynomial
-// (2^-65.89).  atan c >= 2 |atan v| when c != 0: with the table (2^-53) and the sum's
-// rounding, atan u within 2^-51 relative; pi/2 - atan u (>= pi/4 >= atan u) keeps that with
-// one more rounding and pi/2 in two pieces.  Below 2^-50.5 relative.
+// An estimate of 1/d, d a positive double below 2^128, within 1.5 2^-12 relative (or 0 from
+// 2^126 on at tier l9): vrcp14sd at z0 and d1, rcpss on d as a float at l9.  Its bits differ
+// between processor makers; the kernel below is exact for any estimate within the bound.
+inline double recip_estimate(double d) {
+#if TSR_TIER_Z0 || TSR_TIER_D1
+    return tsr::avx512::rcp14(d);
+#else
+    return double(_mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(float(d)))));
+#endif
+}
+
+// atan t for t = n/d, n and d positive finite doubles, in the caller's mode (as the
+// exponentials' kernel).  u = min(n, d)/max(n, d) in [0, 1] is never formed: its estimate
+// (within 2^-11.4 relative, 0 where u < 2^-126) taken to the nearest 64th by roundsd,
+// whatever the mode, gives c = i/64 with |u - c| <= 1/128 + 2^-11.4, and
+// v = (u - c)/(1 + u c) = (nn - c dd)/(dd + c nn) comes from one division: c times either
+// exact inside the fused steps, each rounded once, and the quotient (three roundings, 2^-50.4
+// relative in a directed mode); |v| <= 1/128 + 2^-10.  atan u = atan c + atan v with the
+// polynomial (2^-48.49 relative).  atan c >= 1.9 |atan v| where c != 0, so the terms summed
+// are at most 3.2 atan u: with the table (2^-53) and the sum's rounding, atan u within 2^-46
+// relative; pi/2 - atan u (>= pi/4 >= atan u) where n > d keeps that with one more rounding
+// and pi/2 in two pieces.  Below 2^-45.5 relative.
 inline double quick_atan(double n, double d) {
     bool big = n > d;
-    double u = big ? d / n : n / d;
-    int64_t k;
-    double c = nearest_int(u * 64.0, k) * 0x1p-6;
-    double v = (u - c) / __builtin_fma(u, c, 1.0);
+    double nn = big ? d : n, dd = big ? n : d;
+    double kd = __builtin_roundeven(nn * recip_estimate(dd) * 64.0);
+    double c = kd * 0x1p-6;
+    double v = __builtin_fma(-c, dd, nn) / __builtin_fma(c, nn, dd);
     double v2 = v * v;
-    double p = __builtin_fma(v2, __builtin_fma(v2, q::kAtanPoly[2], q::kAtanPoly[1]), q::kAtanPoly[0]);
-    double w = q::kAtanC[k] + __builtin_fma(v * v2, p, v);
+    double w = q::kAtanC[int64_t(kd)] + __builtin_fma(v * v2, __builtin_fma(v2, q::kAtanPoly[1], q::kAtanPoly[0]), v);
     return big ? (q::kPiHalfHi - w) + q::kPiHalfLo : w;
 }
 
@@ -524,28 +540,27 @@ TSR_CRF_CAREFUL float careful_atanf(float x) {
 // atan |x| for 2^-12 <= |x| < inf.
 inline float cr_atanf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    uint32_t a = bits(x) & 0x7fffffff;
     float r;
     if (__builtin_expect(a - 0x39800000u < 0x7f800000u - 0x39800000u, 1) &&
-        quick_try([&] { return with_sign(quick_atan(f32(a), 1.0), s); }, r))
+        wide_try([&] { return __builtin_copysign(quick_atan(f32(a), 1.0), double(x)); }, r))
         return r;
 #endif
     return careful_atanf(x);
 }
 
 // asin |x| = atan t, t = |x|/sqrt((1 - |x|)(1 + |x|)), for 2^-12 <= |x| < 1: 1 - |x| and
-// 1 + |x| are exact (|x| has no bit below 2^-36), the product, root and the quotient of
-// quick_atan round once each (its u within 2^-51.4 relative), and atan magnifies a relative
-// error of its argument by at most 1:
-// below 2^-49.5 relative.
+// 1 + |x| are exact (|x| has no bit below 2^-36), the product and the root round once each
+// (t within 2^-51 relative in a directed mode), and atan magnifies a relative error of its
+// argument by at most 1: below 2^-45 relative.
 inline float cr_asinf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    uint32_t a = bits(x) & 0x7fffffff;
     float r;
     if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1) &&
-        quick_try([&] {
+        wide_try([&] {
             double m = f32(a);
-            return with_sign(quick_atan(m, __builtin_sqrt((1.0 - m) * (1.0 + m))), s);
+            return __builtin_copysign(quick_atan(m, __builtin_sqrt((1.0 - m) * (1.0 + m))), double(x));
         }, r))
         return r;
 #endif
@@ -554,13 +569,13 @@ inline float cr_asinf(float x) {
 
 // acos x = atan t (x > 0) or pi - atan t (x < 0), t = sqrt((1 - |x|)(1 + |x|))/|x|, for
 // 2^-12 <= |x| < 1: t as for asin, and pi - atan t (>= pi/2 >= atan t) one more rounding
-// with pi in two pieces: below 2^-49 relative.  acos 1 = 0 is exact: the careful route.
+// with pi in two pieces: below 2^-44.5 relative.  acos 1 = 0 is exact: the careful route.
 inline float cr_acosf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     float r;
     if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1) &&
-        quick_try([&] {
+        wide_try([&] {
             double m = f32(a);
             double w = quick_atan(__builtin_sqrt((1.0 - m) * (1.0 + m)), m);
             return s ? (q::kPiHi - w) + q::kPiLo : w;

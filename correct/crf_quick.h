@@ -503,9 +503,9 @@ inline constexpr double kAtanC[65] = {
     0x1.819d0b7158a4dp-1, 0x1.85d69576cc2c5p-1, 0x1.89ff5ff57f1f8p-1, 0x1.8e17aa99cc05ep-1,
     0x1.921fb54442d18p-1,
 };
-// atan v = v + a3 v^3 + a5 v^5 + a7 v^7
-// interval [-0x1.001p-7, 0x1.001p-7], degree 7, max rel. error 2^-65.89 (tools/gen/crf_quick.py)
-inline constexpr double kAtanPoly[] = {-0x1.5555555555502p-2, 0x1.99999989c3f11p-3, -0x1.248b74d90951ap-3};
+// atan v = v + a3 v^3 + a5 v^5
+// interval [-0x1.2p-7, 0x1.2p-7], degree 5, max rel. error 2^-48.49 (tools/gen/crf_quick.py)
+inline constexpr double kAtanPoly[] = {-0x1.5555554f06722p-2, 0x1.99918b8b19569p-3};
 inline constexpr double kPiHi = 0x1.921fb54442d18p+1;  // pi
 inline constexpr double kPiLo = 0x1.1a62633145c07p-53;  // pi - kPiHi
 inline constexpr double kPiHalfHi = 0x1.921fb54442d18p+0;  // pi/2
