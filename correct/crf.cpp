@@ -549,36 +549,58 @@ inline float cr_atanf(float x) {
     return careful_atanf(x);
 }
 
-// asin |x| = atan t, t = |x|/sqrt((1 - |x|)(1 + |x|)), for 2^-12 <= |x| < 1: 1 - |x| and
-// 1 + |x| are exact (|x| has no bit below 2^-36), the product and the root round once each
-// (t within 2^-51 relative in a directed mode), and atan magnifies a relative error of its
-// argument by at most 1: below 2^-45 relative.
+#if TSR_CRF_QUICK
+// asin on [0, 1/2] in the caller's mode: m + m z P(z), z = m^2 (or given exactly), P of
+// degree 8 by Estrin's scheme (the polynomial 2^-43.93 relative).  The correction m z P is at
+// most 0.05 m: z's and m z's roundings and P's evaluation move the result by below 2^-55
+// relative, the last fused step 2^-52: below 2^-43.8 relative.
+inline double asin_poly(double m, double z) {
+    double z2 = z * z, z4 = z2 * z2;
+    const double *c = q::kAsinPoly;
+    double p01 = __builtin_fma(z2, __builtin_fma(z, c[3], c[2]), __builtin_fma(z, c[1], c[0]));
+    double p23 = __builtin_fma(z2, __builtin_fma(z, c[7], c[6]), __builtin_fma(z, c[5], c[4]));
+    double p = __builtin_fma(z4 * z4, c[8], __builtin_fma(z4, p23, p01));
+    return __builtin_fma(m * z, p, m);
+}
+#endif
+
+// asin x for 2^-12 <= |x| < 1.  Below 1/2, the polynomial at x.  From 1/2 on,
+// asin |x| = pi/2 - 2 asin s, s = sqrt(z), z = (1 - |x|)/2 exact (Sterbenz, then a halving),
+// s within 2^-52: asin s within 2^-43.7 relative, 2 asin s <= pi/3 at most twice the result
+// (>= pi/6), one more rounding and pi/2 in two pieces: below 2^-42.6 relative.  The square
+// root runs beside the polynomial (z is known before it).
 inline float cr_asinf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff;
     float r;
     if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1) &&
         wide_try([&] {
-            double m = f32(a);
-            return __builtin_copysign(quick_atan(m, __builtin_sqrt((1.0 - m) * (1.0 + m))), double(x));
+            double xd = x;
+            if (a < 0x3f000000) return asin_poly(xd, xd * xd);  // odd: x with its sign
+            double z = (1.0 - f32(a)) * 0.5;
+            double y = __builtin_fma(-2.0, asin_poly(__builtin_sqrt(z), z), q::kPiHalfHi) + q::kPiHalfLo;
+            return __builtin_copysign(y, xd);
         }, r))
         return r;
 #endif
     return careful_asinf(x);
 }
 
-// acos x = atan t (x > 0) or pi - atan t (x < 0), t = sqrt((1 - |x|)(1 + |x|))/|x|, for
-// 2^-12 <= |x| < 1: t as for asin, and pi - atan t (>= pi/2 >= atan t) one more rounding
-// with pi in two pieces: below 2^-44.5 relative.  acos 1 = 0 is exact: the careful route.
+// acos x for 2^-12 <= |x| < 1.  Below 1/2, pi/2 - asin x (asin x at most half the result,
+// two roundings, pi/2 in two pieces): below 2^-44 relative.  From 1/2 on, 2 asin s (exact
+// doubling) for x > 0 and pi - 2 asin s for x < 0 (2 asin s at most half the result), s as
+// for asin: below 2^-43.5 relative.  acos 1 = 0 is exact: the careful route.
 inline float cr_acosf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    uint32_t a = bits(x) & 0x7fffffff;
     float r;
     if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1) &&
         wide_try([&] {
-            double m = f32(a);
-            double w = quick_atan(__builtin_sqrt((1.0 - m) * (1.0 + m)), m);
-            return s ? (q::kPiHi - w) + q::kPiLo : w;
+            double xd = x;
+            if (a < 0x3f000000) return (q::kPiHalfHi - asin_poly(xd, xd * xd)) + q::kPiHalfLo;
+            double z = (1.0 - f32(a)) * 0.5;
+            double w = asin_poly(__builtin_sqrt(z), z);
+            return xd > 0 ? 2.0 * w : __builtin_fma(-2.0, w, q::kPiHi) + q::kPiLo;
         }, r))
         return r;
 #endif

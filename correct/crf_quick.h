@@ -506,6 +506,9 @@ inline constexpr double kAtanC[65] = {
 // atan v = v + a3 v^3 + a5 v^5
 // interval [-0x1.2p-7, 0x1.2p-7], degree 5, max rel. error 2^-48.49 (tools/gen/crf_quick.py)
 inline constexpr double kAtanPoly[] = {-0x1.5555554f06722p-2, 0x1.99918b8b19569p-3};
+// asin x = x + x z (c3 + c5 z + ... + c19 z^8), z = x^2
+// interval [0, 0x1p-1], degree 19, max rel. error 2^-43.93 (tools/gen/crf_quick.py)
+inline constexpr double kAsinPoly[] = {0x1.555555565a972p-3, 0x1.333331f26b188p-4, 0x1.6db762b424616p-5, 0x1.f1ab4356fbc7ep-6, 0x1.7027eafc2f2b9p-6, 0x1.0e11689d6d0a5p-6, 0x1.30da27bcf1a06p-6, -0x1.6ff136931ec53p-9, 0x1.056f80361e44fp-5};
 inline constexpr double kPiHi = 0x1.921fb54442d18p+1;  // pi
 inline constexpr double kPiLo = 0x1.1a62633145c07p-53;  // pi - kPiHi
 inline constexpr double kPiHalfHi = 0x1.921fb54442d18p+0;  // pi/2

@@ -15,7 +15,8 @@ it covers and its measured error (the polynomial as stored, against mpmath at 25
     leave (log1pf, log2p1f: degree 6; logf, log2f, log10f: degree 4);
   - (sin, cos)(i pi/256), i = 0..511, pi/256 in three pieces, and sin r, cos r on
     |r| <= pi/512 (sinf, cosf, sincosf, tanf);
-  - atan(i/64), i = 0..64, and atan v on |v| <= 1/128 + 2^-10 (atanf, asinf, acosf).
+  - atan(i/64), i = 0..64, and atan v on |v| <= 1/128 + 2^-10 (atanf);
+  - asin x on [0, 1/2] (asinf, acosf).
 """
 import os
 import sys
@@ -161,6 +162,10 @@ def main():
     a = tsrgen.remez(lambda v: mp.atan(v), -vmax, vmax, 5, fixed={1: 1}, parity="odd")
     assert a.err < mpf(2) ** -48
     out += ["// atan v = v + a3 v^3 + a5 v^5"] + coeff_lines("kAtanPoly", a, (3, 5))
+    # asinf, acosf: asin on [0, 1/2] (above, from asin((1 - |x|)/2)^(1/2)).
+    a = tsrgen.remez(lambda v: mp.asin(v), mpf(0), mpf(0.5), 19, fixed={1: 1}, parity="odd")
+    assert a.err < mpf(2) ** -43.9
+    out += ["// asin x = x + x z (c3 + c5 z + ... + c19 z^8), z = x^2"] + coeff_lines("kAsinPoly", a, range(3, 20, 2))
     out += ["inline constexpr double kPiHi = %s;  // pi" % hx(mp.pi),
             "inline constexpr double kPiLo = %s;  // pi - kPiHi" % hx(mp.pi - dbl(mp.pi)),
             "inline constexpr double kPiHalfHi = %s;  // pi/2" % hx(mp.pi / 2),
