@@ -56,27 +56,34 @@ inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 
 // ---- the quick phase (tiers l9, z0, d1) ----------------------------------------------------
 //
-// The exponentials, logarithms, sine and cosine first run a short kernel of their own in
-// double (tables and polynomials of correct/crf_quick.h, fused multiply-adds), whose error
-// is below 2^-49 relative (each kernel's bound is worked out beside it).  kQuickMargin units
-// of y's last place are at least 2^-47 |f(x)| (|f(x)| < 2^(B+1) in y's binade [2^B, 2^(B+1))
-// and a unit is 2^(B-52)), well beyond that bound: a value more than kQuickMargin units away
-// from every point of its 25-bit grid has the exact value in the same grid interval, and
-// narrowing it is correct in every mode, flags included (crf_common.h).  A value the test
-// cannot settle (about one argument in 2^21, and the exact results, which sit on the grid)
-// goes to the careful route, tier ex's: the double kernel of this library, the rows and the
-// careful phase.  The kernel always runs in round-to-nearest, so the value it settles does
-// not depend on the caller's mode and one run of every float in one mode checks them all.
+// Eighteen members first run a short kernel of their own in double (tables and polynomials
+// of correct/crf_quick.h, fused multiply-adds), with an error bound worked out beside each.
+// A value more than a margin of units of y's last place away from every point of its 25-bit
+// grid, the margin above that bound, has the exact value in the same grid interval, and
+// narrowing it is correct in every mode, flags included (crf_common.h): with y in the binade
+// [2^B, 2^(B+1)), |f(x)| < 2^(B+1) and a unit is 2^(B-52).  A value the test cannot settle
+// (and the exact results, which sit on the grid) goes to the careful route, tier ex's: the
+// double kernel of this library, the rows and the careful phase, out of line.  There are two
+// kinds of kernel:
+//   - expf, exp2f, exp10f, logf, log2f, log10f, sinf, cosf, sincosf, tanf, atanf, asinf and
+//     acosf run in the caller's mode, with no guard on the control word (each rounding
+//     within one unit; reductions to an integer by roundsd or as the mode says, as each
+//     states), within 2^-37.1 relative, settled at kWideMargin units (2^16: about one
+//     argument in 2^11 goes to the careful route).  Their values depend on the mode: the
+//     comparison with tier ex runs in all four.
+//   - expm1f, sinhf, coshf, log1pf and log2p1f run in round-to-nearest under the guard of
+//     Quick below, within 2^-49 relative, settled at kQuickMargin units (64, at least
+//     2^-47 |f(x)|: about one argument in 2^21).
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 #define TSR_CRF_QUICK 1
 #else
 #define TSR_CRF_QUICK 0
 #endif
 
-// The careful route of a member with a quick phase stays out of line there, so that the
-// quick phase keeps its registers.
+// The careful route of a member with a quick phase stays out of line there (and out of the
+// hot code), so that the quick phase keeps its registers.
 #if TSR_CRF_QUICK
-#define TSR_CRF_CAREFUL __attribute__((noinline))
+#define TSR_CRF_CAREFUL __attribute__((noinline, cold))
 #else
 #define TSR_CRF_CAREFUL inline
 #endif
@@ -84,8 +91,10 @@ inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 #if TSR_CRF_QUICK
 namespace q = tsr::crf::quick;
 
+// y more than `margin` units of its last place away from every point of its 25-bit grid.
+inline bool settles_by(double y, uint64_t margin) { return ((bits(y) + margin) & kBelowGrid) > 2 * margin; }
 constexpr uint64_t kQuickMargin = 64;
-inline bool quick_settles(double y) { return ((bits(y) + kQuickMargin) & kBelowGrid) > 2 * kQuickMargin; }
+inline bool quick_settles(double y) { return settles_by(y, kQuickMargin); }
 
 // The control word around the quick kernel.  Reading the control and status word waits for
 // every floating-point operation in flight (it holds their flags), which would cost more than
@@ -203,7 +212,6 @@ inline double quick_sinh(double a) {
 // grid (2^16 units >= 2^-36 |y|, beyond 2^-37.1 |f(x)| < 2^-36.1 2^B): the careful route takes
 // about one argument in 2^11.  The logarithms' kernel (below) runs the same way, within 2^-37.6.
 constexpr uint64_t kWideMargin = 65536;
-inline bool settles_by(double y, uint64_t margin) { return ((bits(y) + margin) & kBelowGrid) > 2 * margin; }
 
 // One try of a kernel that runs in the caller's mode (its value within 2^-37.1 relative): the
 // value narrowed into r when the rounding test settles it.
