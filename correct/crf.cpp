@@ -688,8 +688,37 @@ TSR_CRF_CAREFUL float careful_log2p1f(float x) {
 
 // ---- roots ---------------------------------------------------------------------------------
 
+#if TSR_TIER_Z0 || TSR_TIER_D1
+// cbrt of a positive normal float (bits a) at tiers z0 and d1, every operation with embedded
+// round-to-nearest and exceptions suppressed (the vector extension's {rn-sae}): the kernel
+// raises no flag, so the exact results (the perfect cubes), which it leaves within its bound
+// of their grid point, reach the careful route with nothing raised.  |x| = 2^(3q + j) m,
+// j = 0, 1, 2, m in [1, 2) in row i of 32: r = m/c - 1 exact (m 24 bits times 1/c 20 bits,
+// then Sterbenz), |r| <= 2^-6, cbrt |x| = 2^q T (1 + r P(r)), T = 2^(j/3) cbrt(c) (2^-53),
+// the polynomial 2^-39.14 relative, its evaluation and the last fused step below 2^-52, the
+// scaling exact (a normal double): below 2^-39 relative, settled at kWideMargin.
+inline double quick_cbrt(uint32_t a) {
+    namespace av = tsr::avx512;
+    uint32_t e3 = (a >> 23) + 254;  // 3q + j + 381
+    uint32_t qb = e3 / 3, j = e3 - 3 * qb;
+    unsigned i = (a >> 18) & 31;
+    double m = f64(uint64_t(a & 0x7fffff) << 29 | 0x3ff0000000000000);
+    double r = av::fma_rn(m, q::kCbrtInvC[i], -1.0);
+    double t = q::kCbrtT[32 * j + i];
+    const double *c = q::kCbrtPoly;
+    double p = av::fma_rn(av::mul_rn(r, r), av::fma_rn(r, c[3], c[2]), av::fma_rn(r, c[1], c[0]));
+    return av::fma_rn(av::mul_rn(t, r), p, t) * pow2(int(qb) - 127);
+}
+#endif
+
 inline float cr_cbrtf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+#if TSR_TIER_Z0 || TSR_TIER_D1
+    float qr;
+    if (__builtin_expect(a - 0x00800000u < 0x7f800000u - 0x00800000u, 1) &&
+        wide_try([&] { return __builtin_copysign(quick_cbrt(a), double(x)); }, qr))
+        return qr;
+#endif
     if (a == 0 || a >= 0x7f800000) return x + x;
     int e;
     float m = scaled(a, 3, e);  // |x| = m 2^3e, m in [1, 8)

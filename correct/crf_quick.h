@@ -514,5 +514,47 @@ inline constexpr double kPiLo = 0x1.1a62633145c07p-53;  // pi - kPiHi
 inline constexpr double kPiHalfHi = 0x1.921fb54442d18p+0;  // pi/2
 inline constexpr double kPiHalfLo = 0x1.1a62633145c07p-54;  // pi/2 - kPiHalfHi
 
+// 1/c of each 32nd of [1, 2), 20 bits: m (1/c) - 1 is exact.
+inline constexpr double kCbrtInvC[32] = {
+    0x1.f81f800000000p-1, 0x1.e913200000000p-1, 0x1.dae6000000000p-1, 0x1.cd85600000000p-1,
+    0x1.c0e0800000000p-1, 0x1.b4e8200000000p-1, 0x1.a98f000000000p-1, 0x1.9ec8e00000000p-1,
+    0x1.948b000000000p-1, 0x1.8acba00000000p-1, 0x1.8181800000000p-1, 0x1.78a4c00000000p-1,
+    0x1.702e000000000p-1, 0x1.6816800000000p-1, 0x1.6058200000000p-1, 0x1.58ed200000000p-1,
+    0x1.51d0800000000p-1, 0x1.4afd600000000p-1, 0x1.446f800000000p-1, 0x1.3e22c00000000p-1,
+    0x1.3813800000000p-1, 0x1.323e400000000p-1, 0x1.2c9fc00000000p-1, 0x1.2735000000000p-1,
+    0x1.21fb800000000p-1, 0x1.1cf0600000000p-1, 0x1.1811800000000p-1, 0x1.135c800000000p-1,
+    0x1.0ecf600000000p-1, 0x1.0a68200000000p-1, 0x1.0624e00000000p-1, 0x1.0204000000000p-1,
+};
+// 2^(j/3) cbrt(c), j = 0, 1, 2 (32 rows each), rounded to nearest.
+inline constexpr double kCbrtT[96] = {
+    0x1.015392779b4fbp+0, 0x1.03f066835bdb7p+0, 0x1.06800fc09d7dfp+0, 0x1.09032a16b845cp+0,
+    0x1.0b7a47f9677c4p+0, 0x1.0de6000ae78ebp+0, 0x1.1046c8e509728p+0, 0x1.129d2338f3868p+0,
+    0x1.14e97707e5370p+0, 0x1.172c26ebdfdd8p+0, 0x1.1965a8a5ccaaep+0, 0x1.1b964acb75380p+0,
+    0x1.1dbe63b39ea09p+0, 0x1.1fde462ba6bc2p+0, 0x1.21f63d374b4c3p+0, 0x1.240699a179623p+0,
+    0x1.260f93f2b6688p+0, 0x1.281175f5bed50p+0, 0x1.2a0c738c0adb8p+0, 0x1.2c00cda828d5cp+0,
+    0x1.2deeb320249e1p+0, 0x1.2fd65c2fc8f91p+0, 0x1.31b7ff34b378ap+0, 0x1.3393cedd9284dp+0,
+    0x1.3569e17fedbb1p+0, 0x1.373a7df8d2f43p+0, 0x1.3905b50f2ea96p+0, 0x1.3acbbb7763ff6p+0,
+    0x1.3c8caebdb540ep+0, 0x1.3e48b7e5c6a2dp+0, 0x1.3ffffedaaaaccp+0, 0x1.41b29c2e5454fp+0,
+    0x1.4436051f5f9d0p+0, 0x1.4780b0dcd060bp+0, 0x1.4abac5a6ff7a4p+0, 0x1.4de507eb115dfp+0,
+    0x1.5100302da53bcp+0, 0x1.540cfc381a8b6p+0, 0x1.570c0177ef193p+0, 0x1.59fde2116c947p+0,
+    0x1.5ce3210e48c5fp+0, 0x1.5fbc3aa972ba3p+0, 0x1.6289c33f1fa2fp+0, 0x1.654c1dd2226dbp+0,
+    0x1.6803b72a39db0p+0, 0x1.6ab0f79a680dap+0, 0x1.6d543da5dfa9dp+0, 0x1.6fedef177b48cp+0,
+    0x1.727e532976d50p+0, 0x1.7505c6d4a85cap+0, 0x1.77848b76aa412p+0, 0x1.79faf2e3a2634p+0,
+    0x1.7c69381e13c34p+0, 0x1.7ecfa1ff8e1c7p+0, 0x1.812e75072a32dp+0, 0x1.8385f10ffafb9p+0,
+    0x1.85d6323da34cfp+0, 0x1.881f91d86ee7ep+0, 0x1.8a622503a1970p+0, 0x1.8c9e2e2693188p+0,
+    0x1.8ed3d27ba1e86p+0, 0x1.910345af8627ep+0, 0x1.932cba0d7949ap+0, 0x1.95504e8a5225bp+0,
+    0x1.987af3d7b4adbp+0, 0x1.9ca0a6b93d44ap+0, 0x1.a0b172c85883fp+0, 0x1.a4ae4f8055a0dp+0,
+    0x1.a898255b9ea1fp+0, 0x1.ac6fe377ef729p+0, 0x1.b0364619a91c0p+0, 0x1.b3ec1989f601ep+0,
+    0x1.b79202e1c863ap+0, 0x1.bb289ea64fccfp+0, 0x1.beb0a7c39c708p+0, 0x1.c22a9af8ad8b8p+0,
+    0x1.c597015378f27p+0, 0x1.c8f65e44b779dp+0, 0x1.cc4928e073200p+0, 0x1.cf8fe166c5209p+0,
+    0x1.d2cae1955f7afp+0, 0x1.d5fa9e8f6ed98p+0, 0x1.d91f6aaff8074p+0, 0x1.dc39ad0ffe3c3p+0,
+    0x1.df49b0088491fp+0, 0x1.e24fccdd7045bp+0, 0x1.e54c59db97bdbp+0, 0x1.e83fa77700c9dp+0,
+    0x1.eb29d923aeaccp+0, 0x1.ee0b5f5ec241ap+0, 0x1.f0e454c9ffbddp+0, 0x1.f3b50d0f3b8c7p+0,
+    0x1.f67db715f8e88p+0, 0x1.f93e93f95c229p+0, 0x1.fbf7e31729639p+0, 0x1.fea9cb700ca49p+0,
+};
+// cbrt(1 + r) = 1 + c1 r + c2 r^2 + c3 r^3 + c4 r^4
+// interval [-0x1.f82p-7, 0x1.f82p-7], degree 4, max rel. error 2^-39.14 (tools/gen/crf_quick.py)
+inline constexpr double kCbrtPoly[] = {0x1.5555554c21534p-2, -0x1.c71c71cb0b8dfp-4, 0x1.f9c0aea95a70bp-5, -0x1.5124df02dc8f2p-5};
+
 }  // namespace
 }  // namespace tsr::crf::quick

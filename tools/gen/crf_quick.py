@@ -16,7 +16,8 @@ it covers and its measured error (the polynomial as stored, against mpmath at 25
   - (sin, cos)(i pi/256), i = 0..511, pi/256 in three pieces, and sin r, cos r on
     |r| <= pi/512 (sinf, cosf, sincosf, tanf);
   - atan(i/64), i = 0..64, and atan v on |v| <= 1/128 + 2^-10 (atanf);
-  - asin x on [0, 1/2] (asinf, acosf).
+  - asin x on [0, 1/2] (asinf, acosf);
+  - 2^(j/3) cbrt(c) over 32 rows of [1, 2) and cbrt(1 + r) (cbrtf, tiers z0 and d1).
 """
 import os
 import sys
@@ -170,6 +171,23 @@ def main():
             "inline constexpr double kPiLo = %s;  // pi - kPiHi" % hx(mp.pi - dbl(mp.pi)),
             "inline constexpr double kPiHalfHi = %s;  // pi/2" % hx(mp.pi / 2),
             "inline constexpr double kPiHalfLo = %s;  // pi/2 - kPiHalfHi" % hx(mp.pi / 2 - dbl(mp.pi / 2))]
+
+    # ---- cube root (tiers z0, d1) --------------------------------------------------------
+    # The significand m in [1, 2) cut into 32 rows; 1/c with 20 bits (m/c - 1 exact), and
+    # 2^(j/3) cbrt(c) for the exponent's remainder j = 0, 1, 2.
+    inv, rlo, rhi = [], mpf(0), mpf(0)
+    for i in range(32):
+        ic = bits_rounded(1 / (1 + (mpf(i) + mpf(0.5)) / 32), 20)
+        inv.append(ic)
+        rlo, rhi = min(rlo, (1 + mpf(i) / 32) * ic - 1), max(rhi, (1 + mpf(i + 1) / 32) * ic - 1)
+    out += [""] + tsrgen.c_array("inline constexpr double kCbrtInvC[32]", [hx(v) for v in inv], 4,
+                                 comment="1/c of each 32nd of [1, 2), 20 bits: m (1/c) - 1 is exact.")
+    out += tsrgen.c_array("inline constexpr double kCbrtT[96]",
+                          [hx(mp.cbrt(mpf(2) ** j / ic)) for j in range(3) for ic in inv], 4,
+                          comment="2^(j/3) cbrt(c), j = 0, 1, 2 (32 rows each), rounded to nearest.")
+    a = tsrgen.remez(lambda r: mp.cbrt(1 + r), rlo, rhi, 4, fixed={0: 1})
+    assert a.err < mpf(2) ** -39
+    out += ["// cbrt(1 + r) = 1 + c1 r + c2 r^2 + c3 r^3 + c4 r^4"] + coeff_lines("kCbrtPoly", a, range(1, 5))
     out += ["", "}  // namespace", "}  // namespace tsr::crf::quick", ""]
     text = "\n".join(out)
     tsrgen.write_outputs({"correct/crf_quick.h": text})
