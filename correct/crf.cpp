@@ -12,6 +12,9 @@
 // since scaling by 2^3k (2^2k) only scales their result.
 #include "correct/crf_common.h"
 #include "correct/crf_quick.h"
+#include "tsr/avx512.h"
+
+#include <immintrin.h>
 
 using namespace tsr;
 using namespace tsr::crf;
@@ -53,27 +56,34 @@ inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 
 // ---- the quick phase (tiers l9, z0, d1) ----------------------------------------------------
 //
-// The exponentials, logarithms, sine and cosine first run a short kernel of their own in
-// double (tables and polynomials of correct/crf_quick.h, fused multiply-adds), whose error
-// is below 2^-49 relative (each kernel's bound is worked out beside it).  kQuickMargin units
-// of y's last place are at least 2^-47 |f(x)| (|f(x)| < 2^(B+1) in y's binade [2^B, 2^(B+1))
-// and a unit is 2^(B-52)), well beyond that bound: a value more than kQuickMargin units away
-// from every point of its 25-bit grid has the exact value in the same grid interval, and
-// narrowing it is correct in every mode, flags included (crf_common.h).  A value the test
-// cannot settle (about one argument in 2^21, and the exact results, which sit on the grid)
-// goes to the careful route, tier ex's: the double kernel of this library, the rows and the
-// careful phase.  The kernel always runs in round-to-nearest, so the value it settles does
-// not depend on the caller's mode and one run of every float in one mode checks them all.
+// Eighteen members first run a short kernel of their own in double (tables and polynomials
+// of correct/crf_quick.h, fused multiply-adds), with an error bound worked out beside each.
+// A value more than a margin of units of y's last place away from every point of its 25-bit
+// grid, the margin above that bound, has the exact value in the same grid interval, and
+// narrowing it is correct in every mode, flags included (crf_common.h): with y in the binade
+// [2^B, 2^(B+1)), |f(x)| < 2^(B+1) and a unit is 2^(B-52).  A value the test cannot settle
+// (and the exact results, which sit on the grid) goes to the careful route, tier ex's: the
+// double kernel of this library, the rows and the careful phase, out of line.  There are two
+// kinds of kernel:
+//   - expf, exp2f, exp10f, logf, log2f, log10f, sinf, cosf, sincosf, tanf, atanf, asinf and
+//     acosf run in the caller's mode, with no guard on the control word (each rounding
+//     within one unit; reductions to an integer by roundsd or as the mode says, as each
+//     states), within 2^-37.1 relative, settled at kWideMargin units (2^16: about one
+//     argument in 2^11 goes to the careful route).  Their values depend on the mode: the
+//     comparison with tier ex runs in all four.
+//   - expm1f, sinhf, coshf, log1pf and log2p1f run in round-to-nearest under the guard of
+//     Quick below, within 2^-49 relative, settled at kQuickMargin units (64, at least
+//     2^-47 |f(x)|: about one argument in 2^21).
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 #define TSR_CRF_QUICK 1
 #else
 #define TSR_CRF_QUICK 0
 #endif
 
-// The careful route of a member with a quick phase stays out of line there, so that the
-// quick phase keeps its registers.
+// The careful route of a member with a quick phase stays out of line there (and out of the
+// hot code), so that the quick phase keeps its registers.
 #if TSR_CRF_QUICK
-#define TSR_CRF_CAREFUL __attribute__((noinline))
+#define TSR_CRF_CAREFUL __attribute__((noinline, cold))
 #else
 #define TSR_CRF_CAREFUL inline
 #endif
@@ -81,8 +91,10 @@ inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 #if TSR_CRF_QUICK
 namespace q = tsr::crf::quick;
 
+// y more than `margin` units of its last place away from every point of its 25-bit grid.
+inline bool settles_by(double y, uint64_t margin) { return ((bits(y) + margin) & kBelowGrid) > 2 * margin; }
 constexpr uint64_t kQuickMargin = 64;
-inline bool quick_settles(double y) { return ((bits(y) + kQuickMargin) & kBelowGrid) > 2 * kQuickMargin; }
+inline bool quick_settles(double y) { return settles_by(y, kQuickMargin); }
 
 // The control word around the quick kernel.  Reading the control and status word waits for
 // every floating-point operation in flight (it holds their flags), which would cost more than
@@ -189,21 +201,42 @@ inline double quick_sinh(double a) {
     return 0.5 * (exp_core(k, r) - exp_core(-k, -r));
 }
 
-// 2^x: k = x 128 rounded, x - k/128 exact (the bits of x below 2^-8), times ln 2 within
-// 2^-52 relative.
-inline double quick_exp2(double x) {
-    int64_t k;
-    double kd = nearest_int(x * 128.0, k);
-    return exp_core(k, (x - kd * 0x1p-7) * q::kLn2);
+// ---- the exponentials' kernel, in any rounding mode --------------------------------------
+//
+// expf, exp2f and exp10f run their kernel in the caller's rounding mode, with no guard on the
+// control word: every step keeps its bound in all four modes (each rounding within one unit
+// rather than half of one, the reduction's integer the one the mode gives), the kernel raises
+// inexact alone (their exact results are handed to the careful route before it runs, or come
+// out of it exact, no flag raised), and the one narrowing is the caller's.  Its bound is
+// 2^-37.1 relative, so the rounding test keeps kWideMargin units of y's last place from the
+// grid (2^16 units >= 2^-36 |y|, beyond 2^-37.1 |f(x)| < 2^-36.1 2^B): the careful route takes
+// about one argument in 2^11.  The logarithms' kernel (below) runs the same way, within 2^-37.6.
+constexpr uint64_t kWideMargin = 65536;
+
+// One try of a kernel that runs in the caller's mode (its value within 2^-37.1 relative): the
+// value narrowed into r when the rounding test settles it.
+template <class Kernel> inline bool wide_try(Kernel kernel, float &r) {
+    double y = kernel();
+    if (__builtin_expect(settles_by(y, kWideMargin), 1)) {
+        r = narrow(y);
+        return true;
+    }
+    return false;
 }
 
-// 10^x: as e^x with log10(2)/128 in two pieces (the reduced r in decimal units within 2^-80
-// of x - k log10(2)/128), then times ln 10 (2^-52 relative).
-inline double quick_exp10(double x) {
+// 2^(z/128) for |z| < 19400.  k = z rounded to an integer by the shifter (to nearest, or as
+// the caller's mode says) and r = z - k, |r| <= 1, within 2^-53 (exact for |z| >= 2,
+// Sterbenz); 2^(z/128) = 2^(k >> 7) T (1 + p(r)) with T = 2^(j/128), j = k & 127 (2^-53),
+// the scaling exact (a normal double from 2^-152 to 2^129), p within 2^-37.21 of
+// 2^(r/128) - 1 (|p| < 2^-7.4), its evaluation within 2^-59 and the last fused step within
+// 2^-52: below 2^-37.15 relative.
+inline double exp2_128(double z) {
     int64_t k;
-    double kd = nearest_int(x * q::kLog2_10x128, k);
-    double r = __builtin_fma(-kd, q::kLg2d128Lo, __builtin_fma(-kd, q::kLg2d128Hi, x));
-    return exp_core(k, r * q::kLn10);
+    double kd = nearest_int(z, k);
+    double r = z - kd;
+    double p = __builtin_fma(r * r, __builtin_fma(r, q::kExp2Poly[2], q::kExp2Poly[1]), r * q::kExp2Poly[0]);
+    double s = f64(bits(q::kExp2J[k & 127]) + (uint64_t(k >> 7) << 52));
+    return __builtin_fma(s, p, s);
 }
 
 // ln(1 + r) for -2^-9 <= r <= 2^-8: the polynomial (2^-58.12), evaluated within 2^-52.
@@ -214,23 +247,24 @@ inline double log1p_poly(double r) {
     return __builtin_fma(r2, __builtin_fma(r, p, q::kLogPoly[0]), r);
 }
 
-// ln x, x a positive normal float.  x = 2^e z with z in [0x1.66p-1, 0x1.66p+0) (float bits
-// from 0x3f330000), row i of z's 256; r = z/c - 1 is exact (z 24 bits times 1/c 28 bits,
-// then Sterbenz), |r| <= 2^-8, and ln x = e ln2 + ln c + ln(1 + r).  e kLn2Hi is exact; the
-// rows next to 1 have c = 1 (ln x = ln(1 + r), relative error that of the polynomial and its
-// evaluation, below 2^-51).  Elsewhere |ln x| >= 2^-9 and the terms summed are at most three
-// times |ln x|: with the table (2^-53), two roundings of the sum and the polynomial
-// (2^-58.12, evaluated within 2^-52 of ln(1 + r)), below 2^-49.5 relative.
-inline double quick_log(float x) {
-    uint32_t ix = bits(x);
+// x = 2^e z, x a positive normal float, z in [0x1.66p-1, 0x1.66p+0) (float bits from
+// 0x3f330000), row i of z's 256; z as a double straight from its float bits.  r = z/c - 1 is
+// exact in any mode (z 24 bits times 1/c 28 bits, then Sterbenz), |r| <= 2^-8, and
+// ln z = ln c + ln(1 + r), ln(1 + r) = r + r^2 (c2 + c3 r) + c4 r^4 within 2^-38.87 of it
+// (relative).  The rows next to 1 have c = 1, ln c = 0; elsewhere |ln(1 + r)| <= 2 |ln z|
+// (|ln z| >= 2^-9 there, |r| <= 2^-8).  The kernel runs in the caller's mode, as the
+// exponentials' does: each rounding below within a unit.
+struct LogReduced {
+    double e, lnc, r, r2, a;  // e, ln c (2^-53), r, r^2, c2 + c3 r
+    double poly() const { return __builtin_fma(r2 * r2, q::kLogPoly4[2], __builtin_fma(r2, a, r)); }
+};
+inline LogReduced log_reduce(uint32_t ix) {
     uint32_t t = ix - 0x3f330000;
-    int e = int32_t(t) >> 23;
     unsigned i = (t >> 15) & 255;
-    double z = f32(ix - (t & 0xff800000u));
+    uint32_t zb = ix - (t & 0xff800000u);
+    double z = f64((uint64_t(zb) << 29) + (uint64_t(1023 - 127) << 52));
     double r = __builtin_fma(z, q::kLogInvC[i], -1.0);
-    double ed = e;
-    double hi = __builtin_fma(ed, q::kLn2Hi, q::kLogC[i]);
-    return hi + __builtin_fma(ed, q::kLn2Lo, log1p_poly(r));
+    return {double(int32_t(t) >> 23), q::kLogC[i], r, r * r, __builtin_fma(r, q::kLogPoly4[1], q::kLogPoly4[0])};
 }
 
 // ln(1 + x), x a float above -1 with |x| >= 2^-24.  Near 0 (-2^-9 <= x < 2^-8) r = x and
@@ -252,48 +286,62 @@ inline double quick_log1p(double x) {
     return hi + __builtin_fma(ed, q::kLn2Lo, log1p_poly(r));
 }
 
-// atan t for t = n/d, n and d positive doubles (d finite, n finite or +inf).  Above 1,
-// pi/2 - atan u with u = d/n; below, u = n/d (one rounding, 2^-53).
-// u in [0, 1] is taken to the nearest c = i/64: v = (u - c)/(1 + u c), u - c exact (u and
-// c within a factor 2 of each other, or c = 0), the denominator and the quotient rounded
-// once each, |v| <= 1/128 (1 + 2^-40); atan u = atan c + atan v with the polynomial
-// (2^-65.89).  atan c >= 2 |atan v| when c != 0: with the table (2^-53) and the sum's
-// rounding, atan u within 2^-51 relative; pi/2 - atan u (>= pi/4 >= atan u) keeps that with
-// one more rounding and pi/2 in two pieces.  Below 2^-50.5 relative.
+// An estimate of 1/d, d a positive double below 2^128, within 1.5 2^-12 relative (or 0 from
+// 2^126 on at tier l9): vrcp14sd at z0 and d1, rcpss on d as a float at l9.  Its bits differ
+// between processor makers; the kernel below is exact for any estimate within the bound.
+inline double recip_estimate(double d) {
+#if TSR_TIER_Z0 || TSR_TIER_D1
+    return tsr::avx512::rcp14(d);
+#else
+    return double(_mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(float(d)))));
+#endif
+}
+
+// atan t for t = n/d, n and d positive finite doubles, in the caller's mode (as the
+// exponentials' kernel).  u = min(n, d)/max(n, d) in [0, 1] is never formed: its estimate
+// (within 2^-11.4 relative, 0 where u < 2^-126) taken to the nearest 64th by roundsd,
+// whatever the mode, gives c = i/64 with |u - c| <= 1/128 + 2^-11.4, and
+// v = (u - c)/(1 + u c) = (nn - c dd)/(dd + c nn) comes from one division: c times either
+// exact inside the fused steps, each rounded once, and the quotient (three roundings, 2^-50.4
+// relative in a directed mode); |v| <= 1/128 + 2^-10.  atan u = atan c + atan v with the
+// polynomial (2^-48.49 relative).  atan c >= 1.9 |atan v| where c != 0, so the terms summed
+// are at most 3.2 atan u: with the table (2^-53) and the sum's rounding, atan u within 2^-46
+// relative; pi/2 - atan u (>= pi/4 >= atan u) where n > d keeps that with one more rounding
+// and pi/2 in two pieces.  Below 2^-45.5 relative.
 inline double quick_atan(double n, double d) {
     bool big = n > d;
-    double u = big ? d / n : n / d;
-    int64_t k;
-    double c = nearest_int(u * 64.0, k) * 0x1p-6;
-    double v = (u - c) / __builtin_fma(u, c, 1.0);
+    double nn = big ? d : n, dd = big ? n : d;
+    double kd = __builtin_roundeven(nn * recip_estimate(dd) * 64.0);
+    double c = kd * 0x1p-6;
+    double v = __builtin_fma(-c, dd, nn) / __builtin_fma(c, nn, dd);
     double v2 = v * v;
-    double p = __builtin_fma(v2, __builtin_fma(v2, q::kAtanPoly[2], q::kAtanPoly[1]), q::kAtanPoly[0]);
-    double w = q::kAtanC[k] + __builtin_fma(v * v2, p, v);
+    double w = q::kAtanC[int64_t(kd)] + __builtin_fma(v * v2, __builtin_fma(v2, q::kAtanPoly[1], q::kAtanPoly[0]), v);
     return big ? (q::kPiHalfHi - w) + q::kPiHalfLo : w;
 }
 
-// sin and cos of a, 2^-12 <= a < 2^16.  k = a 256/pi rounded (k < 2^22.4); the three
-// pieces of pi/256 give r = a - k pi/256 within 2^-52 |r| + 2^-96 (k kPid256_1 and the first
-// difference exact, the pieces within 2^-120 of pi/256), |r| <= pi/512 (1 + 2^-40).  With
-// i = k mod 256 and (S, C) = (sin, cos)(i pi/256) negated when k mod 512 >= 256:
+// sin and cos of a, 2^-12 <= |a| < 2^16, in the caller's mode (as the exponentials' kernel).
+// k = a 256/pi rounded to nearest by roundsd whatever the mode (the product within 2^-29 of
+// a 256/pi, |k| < 2^22.4); r = a - k pi/256 in two fused steps with pi/256 in two pieces (within
+// 2^-116 of it): the first step exact but for its rounding, 2^-52 |r1| with |r1| <= |r| +
+// 2^-37.6, the second 2^-52 |r|, the missing piece 2^-93.6: r within 2^-51 |r| + 2^-89.5,
+// |r| <= pi/512 (1 + 2^-20).  With (S, C) = (sin, cos)(i pi/256), i = k mod 512 (negative k
+// included: the kernel takes x with its sign):
 //     sin a = S + C sin r + S (cos r - 1),    cos a = C - S sin r + C (cos r - 1).
 // The terms summed are at most three times the result (|S| or |C| of the row at the
-// result's zero is 0 or at least sin(pi/256), twice the largest |r|), each within 2^-52 of
-// its value (the table 2^-53, the polynomials 2^-58), and two roundings: below 2^-49
-// relative, as long as |r| is far above 2^-96 (no float below 2^16 comes within 2^-40 of a
-// multiple of pi/512, by the run of every one of them).
+// result's zero is 0 or at least sin(pi/256), twice the largest |r|), each within 2^-51 of
+// its value (the table 2^-53, the polynomials 2^-58, r), and two roundings (2^-52 each in a
+// directed mode): below 2^-48 relative; r's 2^-89.5 adds 2^-48.5 at most where the result
+// is r's sine or cosine alone (no float below 2^16 comes within 2^-40 of a multiple of
+// pi/512, by the run of every one of them): below 2^-47 relative.
 inline void quick_sincos(double a, double *ps, double *pc) {
-    int64_t k;
-    double kd = nearest_int(a * q::k256dPi, k);
-    double r = __builtin_fma(-kd, q::kPid256_1, a);
-    r = __builtin_fma(-kd, q::kPid256_2, r);
-    r = __builtin_fma(-kd, q::kPid256_3, r);
+    double kd = __builtin_roundeven(a * q::k256dPi);
+    int64_t k = int64_t(kd);
+    double r = __builtin_fma(-kd, q::kPid256B, __builtin_fma(-kd, q::kPid256A, a));
     double r2 = r * r;
     double sr = __builtin_fma(r * r2, __builtin_fma(r2, q::kSinPoly[1], q::kSinPoly[0]), r);
     double cm = r2 * __builtin_fma(r2, q::kCosPoly[1], q::kCosPoly[0]);
-    unsigned i = unsigned(k) & 255;
-    uint64_t flip = uint64_t(k & 256) << 55;  // the sign bit when k mod 512 >= 256
-    double s = f64(bits(q::kSinCos[2 * i]) ^ flip), c = f64(bits(q::kSinCos[2 * i + 1]) ^ flip);
+    unsigned i = unsigned(k) & 511;
+    double s = q::kSinCos[2 * i], c = q::kSinCos[2 * i + 1];
     *ps = __builtin_fma(s, cm, __builtin_fma(c, sr, s));
     *pc = __builtin_fma(c, cm, __builtin_fma(-s, sr, c));
 }
@@ -500,46 +548,67 @@ TSR_CRF_CAREFUL float careful_atanf(float x) {
 // atan |x| for 2^-12 <= |x| < inf.
 inline float cr_atanf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    uint32_t a = bits(x) & 0x7fffffff;
     float r;
     if (__builtin_expect(a - 0x39800000u < 0x7f800000u - 0x39800000u, 1) &&
-        quick_try([&] { return with_sign(quick_atan(f32(a), 1.0), s); }, r))
+        wide_try([&] { return __builtin_copysign(quick_atan(f32(a), 1.0), double(x)); }, r))
         return r;
 #endif
     return careful_atanf(x);
 }
 
-// asin |x| = atan t, t = |x|/sqrt((1 - |x|)(1 + |x|)), for 2^-12 <= |x| < 1: 1 - |x| and
-// 1 + |x| are exact (|x| has no bit below 2^-36), the product, root and the quotient of
-// quick_atan round once each (its u within 2^-51.4 relative), and atan magnifies a relative
-// error of its argument by at most 1:
-// below 2^-49.5 relative.
+#if TSR_CRF_QUICK
+// asin on [0, 1/2] in the caller's mode: m + m z P(z), z = m^2 (or given exactly), P of
+// degree 8 by Estrin's scheme (the polynomial 2^-43.93 relative).  The correction m z P is at
+// most 0.05 m: z's and m z's roundings and P's evaluation move the result by below 2^-55
+// relative, the last fused step 2^-52: below 2^-43.8 relative.
+inline double asin_poly(double m, double z) {
+    double z2 = z * z, z4 = z2 * z2;
+    const double *c = q::kAsinPoly;
+    double p01 = __builtin_fma(z2, __builtin_fma(z, c[3], c[2]), __builtin_fma(z, c[1], c[0]));
+    double p23 = __builtin_fma(z2, __builtin_fma(z, c[7], c[6]), __builtin_fma(z, c[5], c[4]));
+    double p = __builtin_fma(z4 * z4, c[8], __builtin_fma(z4, p23, p01));
+    return __builtin_fma(m * z, p, m);
+}
+#endif
+
+// asin x for 2^-12 <= |x| < 1.  Below 1/2, the polynomial at x.  From 1/2 on,
+// asin |x| = pi/2 - 2 asin s, s = sqrt(z), z = (1 - |x|)/2 exact (Sterbenz, then a halving),
+// s within 2^-52: asin s within 2^-43.7 relative, 2 asin s <= pi/3 at most twice the result
+// (>= pi/6), one more rounding and pi/2 in two pieces: below 2^-42.6 relative.  The square
+// root runs beside the polynomial (z is known before it).
 inline float cr_asinf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    uint32_t a = bits(x) & 0x7fffffff;
     float r;
     if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1) &&
-        quick_try([&] {
-            double m = f32(a);
-            return with_sign(quick_atan(m, __builtin_sqrt((1.0 - m) * (1.0 + m))), s);
+        wide_try([&] {
+            double xd = x;
+            if (a < 0x3f000000) return asin_poly(xd, xd * xd);  // odd: x with its sign
+            double z = (1.0 - f32(a)) * 0.5;
+            double y = __builtin_fma(-2.0, asin_poly(__builtin_sqrt(z), z), q::kPiHalfHi) + q::kPiHalfLo;
+            return __builtin_copysign(y, xd);
         }, r))
         return r;
 #endif
     return careful_asinf(x);
 }
 
-// acos x = atan t (x > 0) or pi - atan t (x < 0), t = sqrt((1 - |x|)(1 + |x|))/|x|, for
-// 2^-12 <= |x| < 1: t as for asin, and pi - atan t (>= pi/2 >= atan t) one more rounding
-// with pi in two pieces: below 2^-49 relative.  acos 1 = 0 is exact: the careful route.
+// acos x for 2^-12 <= |x| < 1.  Below 1/2, pi/2 - asin x (asin x at most half the result,
+// two roundings, pi/2 in two pieces): below 2^-44 relative.  From 1/2 on, 2 asin s (exact
+// doubling) for x > 0 and pi - 2 asin s for x < 0 (2 asin s at most half the result), s as
+// for asin: below 2^-43.5 relative.  acos 1 = 0 is exact: the careful route.
 inline float cr_acosf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    uint32_t a = bits(x) & 0x7fffffff;
     float r;
     if (__builtin_expect(a - 0x39800000u < 0x3f800000u - 0x39800000u, 1) &&
-        quick_try([&] {
-            double m = f32(a);
-            double w = quick_atan(__builtin_sqrt((1.0 - m) * (1.0 + m)), m);
-            return s ? (q::kPiHi - w) + q::kPiLo : w;
+        wide_try([&] {
+            double xd = x;
+            if (a < 0x3f000000) return (q::kPiHalfHi - asin_poly(xd, xd * xd)) + q::kPiHalfLo;
+            double z = (1.0 - f32(a)) * 0.5;
+            double w = asin_poly(__builtin_sqrt(z), z);
+            return xd > 0 ? 2.0 * w : __builtin_fma(-2.0, w, q::kPiHi) + q::kPiLo;
         }, r))
         return r;
 #endif
@@ -619,8 +688,37 @@ TSR_CRF_CAREFUL float careful_log2p1f(float x) {
 
 // ---- roots ---------------------------------------------------------------------------------
 
+#if TSR_TIER_Z0 || TSR_TIER_D1
+// cbrt of a positive normal float (bits a) at tiers z0 and d1, every operation with embedded
+// round-to-nearest and exceptions suppressed (the vector extension's {rn-sae}): the kernel
+// raises no flag, so the exact results (the perfect cubes), which it leaves within its bound
+// of their grid point, reach the careful route with nothing raised.  |x| = 2^(3q + j) m,
+// j = 0, 1, 2, m in [1, 2) in row i of 32: r = m/c - 1 exact (m 24 bits times 1/c 20 bits,
+// then Sterbenz), |r| <= 2^-6, cbrt |x| = 2^q T (1 + r P(r)), T = 2^(j/3) cbrt(c) (2^-53),
+// the polynomial 2^-39.14 relative, its evaluation and the last fused step below 2^-52, the
+// scaling exact (a normal double): below 2^-39 relative, settled at kWideMargin.
+inline double quick_cbrt(uint32_t a) {
+    namespace av = tsr::avx512;
+    uint32_t e3 = (a >> 23) + 254;  // 3q + j + 381
+    uint32_t qb = e3 / 3, j = e3 - 3 * qb;
+    unsigned i = (a >> 18) & 31;
+    double m = f64(uint64_t(a & 0x7fffff) << 29 | 0x3ff0000000000000);
+    double r = av::fma_rn(m, q::kCbrtInvC[i], -1.0);
+    double t = q::kCbrtT[32 * j + i];
+    const double *c = q::kCbrtPoly;
+    double p = av::fma_rn(av::mul_rn(r, r), av::fma_rn(r, c[3], c[2]), av::fma_rn(r, c[1], c[0]));
+    return av::fma_rn(av::mul_rn(t, r), p, t) * pow2(int(qb) - 127);
+}
+#endif
+
 inline float cr_cbrtf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+#if TSR_TIER_Z0 || TSR_TIER_D1
+    float qr;
+    if (__builtin_expect(a - 0x00800000u < 0x7f800000u - 0x00800000u, 1) &&
+        wide_try([&] { return __builtin_copysign(quick_cbrt(a), double(x)); }, qr))
+        return qr;
+#endif
     if (a == 0 || a >= 0x7f800000) return x + x;
     int e;
     float m = scaled(a, 3, e);  // |x| = m 2^3e, m in [1, 8)
@@ -647,53 +745,69 @@ inline float cr_invsqrtf(float x) {
 // The quick phase takes the arguments of the main range (their special values, tiny and
 // saturated ranges and everything else go to the careful route, as at tier ex).
 
+// z = x 128/ln2 for 2^-25 <= |x| < 88.72284 (|z| < 2^14.3): the constant within 2^-53 and
+// the product's rounding (each 2^-52 in a directed mode) leave z within 2^-37.1, which moves
+// the result by 2^-44.6 relative: with exp2_128's, below 2^-37.1 relative.  e^x is inexact
+// for x != 0.  Negative x from -88.72284 on (subnormal and zero results) takes the careful
+// route.
 inline float cr_expf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    // 2^-25 <= |x|, x < 88.72284 (overflow), x > -104 (below the least subnormal)
-    float r;
-    if (__builtin_expect(a >= 0x33000000 && a < (s ? 0x42d00000u : 0x42b17218u), 1) &&
-        quick_try([&] { return quick_exp(x); }, r))
-        return s && a >= 0x42aeac50 ? report(x, r, code::expf_underflow) : r;  // below 2^-126
+    uint32_t a = bits(x) & 0x7fffffff;
+    if (__builtin_expect(a - 0x33000000u < 0x42b17218u - 0x33000000u, 1)) {
+        double y = exp2_128(double(x) * q::kInvLn2x128);
+        if (__builtin_expect(settles_by(y, kWideMargin), 1)) {
+            float r = narrow(y);
+            return bits(x) >= 0xc2aeac50u ? report(x, r, code::expf_underflow) : r;  // below 2^-126
+        }
+    }
 #endif
     return careful_expf(x);
 }
 
-#if TSR_CRF_QUICK
-// |x| (bits a, below 2^8) is an integer: no bit of its significand below 2^0.
-inline bool is_integer(uint32_t a) { return a >= 0x3f800000 && (a << ((a >> 23) - 118)) == 0; }
-#endif
-
+// z = 128 x exact for 2^-25 <= |x| < 128.  2^n for an integer n comes out exact (r = 0, p = 0,
+// no rounding) and on the grid: the rounding test hands it to the careful route, no flag
+// raised.
 inline float cr_exp2f(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    // 2^-25 <= |x|, x < 128, x > -151; not an integer (2^n is exact).
-    float r;
-    if (__builtin_expect(a >= 0x33000000 && a < (s ? 0x43170000u : 0x43000000u) && !is_integer(a), 1) &&
-        quick_try([&] { return quick_exp2(x); }, r))
-        return s && a > 0x42fc0000 ? report(x, r, code::exp2f_underflow) : r;  // below -126
+    uint32_t a = bits(x) & 0x7fffffff;
+    if (__builtin_expect(a - 0x33000000u < 0x43000000u - 0x33000000u, 1)) {
+        double y = exp2_128(double(x) * 128.0);
+        if (__builtin_expect(settles_by(y, kWideMargin), 1)) {
+            float r = narrow(y);
+            return bits(x) > 0xc2fc0000u ? report(x, r, code::exp2f_underflow) : r;  // below -126
+        }
+    }
 #endif
     return careful_exp2f(x);
 }
 
+#if TSR_CRF_QUICK
+// x = 1, 2, ..., 10 (10^x exact as a float): x in [1, 10] with no bit below 2^0.  Both
+// conditions are evaluated (no branch on a test true for one argument in nine over [-37, 38]).
+inline bool exact_pow10(uint32_t b) {
+    uint32_t below_one = b << (((b >> 23) - 118) & 31);
+    return (b - 0x3f800000u <= 0x41200000u - 0x3f800000u) & (below_one == 0);
+}
+#endif
+
+// z = x 128 log2(10) for 2^-27 <= |x| < 38.53184 (|z| < 2^14.3), within 2^-37.1 as for expf:
+// below 2^-37.1 relative.  The exact powers 10^1 .. 10^10 take the careful route first (the
+// kernel would raise inexact).
 inline float cr_exp10f(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    // 2^-27 <= |x|, x < 38.53184, x > -45.45553; not an integer (10^n is exact for n <= 10)
-    float r;
-    if (__builtin_expect(a >= 0x32000000 && a < (s ? 0x4235d276u : 0x421a209bu) && !is_integer(a), 1) &&
-        quick_try([&] { return quick_exp10(x); }, r))
-        return s && a >= 0x4217b819 ? report(x, r, code::exp10f_underflow) : r;
+    uint32_t a = bits(x) & 0x7fffffff;
+    if (__builtin_expect(a - 0x32000000u < 0x421a209bu - 0x32000000u && !exact_pow10(bits(x)), 1)) {
+        double y = exp2_128(double(x) * q::kLog2_10x128);
+        if (__builtin_expect(settles_by(y, kWideMargin), 1)) {
+            float r = narrow(y);
+            return bits(x) >= 0xc217b819u ? report(x, r, code::exp10f_underflow) : r;
+        }
+    }
 #endif
     return careful_exp10f(x);
 }
 
 #if TSR_CRF_QUICK
-// The logarithm of x times `scale` (1, 1/ln 2, 1/ln 10: two more roundings, 2^-52), x a
-// positive normal float whose logarithm is inexact.
-inline bool quick_log_settles(float x, double scale, float &r) {
-    return quick_try([=] { return quick_log(x) * scale; }, r);
-}
 // x positive, normal, finite.
 inline bool log_quick_range(uint32_t b) { return b - 0x00800000u < 0x7f000000u; }
 // The float 10^k of each exponent 0..33 of [1, 2^34) that has one (k = 0..10), else 0.
@@ -703,30 +817,47 @@ constexpr uint32_t kPow10ByExp[34] = {
     0, 0x501502f9};
 #endif
 
+// ln x = (e ln2 + ln c + r) + r^2 (c2 + c3 r) + c4 r^4: four roundings of terms at most
+// 3 |ln x| (e ln 2 + ln c), 5 |ln x| (with r) and |ln x|, below 2^-48.2 relative, and the
+// polynomial's 2^-37.87 (twice 2^-38.87): below 2^-37.8 relative.  logf(1) comes out 0, exact
+// and on the grid: the careful route.
 inline float cr_logf(float x) {
 #if TSR_CRF_QUICK
-    float r;
-    if (__builtin_expect(log_quick_range(bits(x)) && bits(x) != 0x3f800000, 1) && quick_log_settles(x, 1.0, r)) return r;
+    if (__builtin_expect(log_quick_range(bits(x)), 1)) {
+        LogReduced l = log_reduce(bits(x));
+        double rh = l.r + __builtin_fma(l.e, q::kLn2, l.lnc);
+        double y = __builtin_fma(l.r2 * l.r2, q::kLogPoly4[2], __builtin_fma(l.r2, l.a, rh));
+        if (__builtin_expect(settles_by(y, kWideMargin), 1)) return narrow(y);
+    }
 #endif
     return careful_logf(x);
 }
 
+// log2 x = e + ln z/ln 2, ln z = ln c + the polynomial (within 2^-37.8 of it, 1.07 |ln x| at
+// most where e != 0), the quotient by ln 2 inside one fused step: below 2^-37.7 relative.  A
+// power of 2 comes out exact (r = 0, ln c = 0) and on the grid: the careful route.
 inline float cr_log2f(float x) {
 #if TSR_CRF_QUICK
-    float r;  // a power of 2 has an exact logarithm
-    if (__builtin_expect(log_quick_range(bits(x)) && (bits(x) & 0x7fffff) != 0, 1) && quick_log_settles(x, q::kInvLn2, r))
-        return r;
+    if (__builtin_expect(log_quick_range(bits(x)), 1)) {
+        LogReduced l = log_reduce(bits(x));
+        double y = __builtin_fma(l.lnc + l.poly(), q::kInvLn2, l.e);
+        if (__builtin_expect(settles_by(y, kWideMargin), 1)) return narrow(y);
+    }
 #endif
     return careful_log2f(x);
 }
 
+// log10 x = e log10(2) + ln z/ln 10 (the product e log10(2) one more rounding): below 2^-37.6
+// relative.  10^k, k = 0..10, has an exact logarithm that the kernel would flag inexact: the
+// careful route first.
 inline float cr_log10f(float x) {
 #if TSR_CRF_QUICK
-    float r;  // 10^k, k = 0..10, has an exact logarithm
     uint32_t e = (bits(x) >> 23) - 127;
-    if (__builtin_expect(log_quick_range(bits(x)) && (e >= 34 || bits(x) != kPow10ByExp[e]), 1) &&
-        quick_log_settles(x, q::kInvLn10, r))
-        return r;
+    if (__builtin_expect(log_quick_range(bits(x)) && (e >= 34 || bits(x) != kPow10ByExp[e]), 1)) {
+        LogReduced l = log_reduce(bits(x));
+        double y = __builtin_fma(l.lnc + l.poly(), q::kInvLn10, l.e * q::kLog10_2);
+        if (__builtin_expect(settles_by(y, kWideMargin), 1)) return narrow(y);
+    }
 #endif
     return careful_log10f(x);
 }
@@ -798,13 +929,12 @@ inline bool quick_trig_range(uint32_t a) { return a - 0x39800000u < 0x47800000u 
 
 inline float cr_sinf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     float r;
-    if (__builtin_expect(quick_trig_range(a), 1) &&
-        quick_try([&] {
+    if (__builtin_expect(quick_trig_range(bits(x) & 0x7fffffff), 1) &&
+        wide_try([&] {
             double sv, cv;
-            quick_sincos(f32(a), &sv, &cv);
-            return with_sign(sv, s);
+            quick_sincos(x, &sv, &cv);
+            return sv;
         }, r))
         return r;
 #endif
@@ -813,12 +943,11 @@ inline float cr_sinf(float x) {
 
 inline float cr_cosf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff;
     float r;
-    if (__builtin_expect(quick_trig_range(a), 1) &&
-        quick_try([&] {
+    if (__builtin_expect(quick_trig_range(bits(x) & 0x7fffffff), 1) &&
+        wide_try([&] {
             double sv, cv;
-            quick_sincos(f32(a), &sv, &cv);
+            quick_sincos(x, &sv, &cv);
             return cv;
         }, r))
         return r;
@@ -826,17 +955,16 @@ inline float cr_cosf(float x) {
     return careful_cosf(x);
 }
 
-// tan a = sin a / cos a, each within 2^-49 relative (their bound holds at their zeros as
-// everywhere), and one rounding of the quotient: below 2^-47.9 relative, inside the margin.
+// tan a = sin a / cos a, each within 2^-47 relative (their bound holds at their zeros as
+// everywhere), and one rounding of the quotient (2^-52): below 2^-45.9 relative.
 inline float cr_tanf(float x) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     float r;
-    if (__builtin_expect(quick_trig_range(a), 1) &&
-        quick_try([&] {
+    if (__builtin_expect(quick_trig_range(bits(x) & 0x7fffffff), 1) &&
+        wide_try([&] {
             double sv, cv;
-            quick_sincos(f32(a), &sv, &cv);
-            return with_sign(sv / cv, s);
+            quick_sincos(x, &sv, &cv);
+            return sv / cv;
         }, r))
         return r;
 #endif
@@ -845,20 +973,14 @@ inline float cr_tanf(float x) {
 
 inline void cr_sincosf(float x, float *ps, float *pc) {
 #if TSR_CRF_QUICK
-    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-    if (__builtin_expect(quick_trig_range(a), 1)) {
-        Quick qk;
+    if (__builtin_expect(quick_trig_range(bits(x) & 0x7fffffff), 1)) {
         double sv, cv;
-        quick_sincos(f32(a), &sv, &cv);
-        if (__builtin_expect(quick_settles(sv) && quick_settles(cv), 1)) {
-            sv = opaque(with_sign(sv, s));
-            cv = opaque(cv);
-            if (__builtin_expect(!qk.plain, 0)) set_mxcsr(qk.saved);
+        quick_sincos(x, &sv, &cv);
+        if (__builtin_expect(settles_by(sv, kWideMargin) && settles_by(cv, kWideMargin), 1)) {
             *ps = narrow(sv);
             *pc = narrow(cv);
             return;
         }
-        qk.abandon();
     }
 #endif
     careful_sincosf(x, ps, pc);

@@ -47,6 +47,10 @@ inline constexpr double kExp2J[128] = {
 // interval [-0x1.62fp-9, 0x1.62fp-9], degree 4, max rel. error 2^-52.48 (tools/gen/crf_quick.py)
 inline constexpr double kExpPoly[] = {0x1.00000000006cfp-1, 0x1.55555c75b1defp-3, 0x1.555548567b460p-5};
 
+// 2^(r/128) - 1 = c1 r + c2 r^2 + c3 r^3 (absolute error)
+// interval [-0x1p+0, 0x1p+0], degree 3, max abs. error 2^-37.21 (tools/gen/crf_quick.py)
+inline constexpr double kExp2Poly[] = {0x1.62e42fefa02cbp-8, 0x1.ebfc220edbedbp-17, 0x1.c6b0c450ed9c8p-26};
+
 inline constexpr double kInvLn2x128 = 0x1.71547652b82fep+7;  // 128/ln2
 inline constexpr double kLn2d128Hi = 0x1.62e42fefa0000p-8;  // ln2/128, high 38 bits
 inline constexpr double kLn2d128Lo = 0x1.cf79abc9e3b3ap-47;  // ln2/128 - kLn2d128Hi
@@ -195,14 +199,18 @@ inline constexpr double kLogC[256] = {
 // ln(1 + r) = r + c2 r^2 + ... + c6 r^6 over the r the rows leave
 // interval [-0x1p-9, 0x1p-8], degree 6, max rel. error 2^-58.12 (tools/gen/crf_quick.py)
 inline constexpr double kLogPoly[] = {-0x1.fffffffffffa9p-2, 0x1.555555555dd4ap-2, -0x1.00000049380f2p-2, 0x1.99998892e680ep-3, -0x1.53abe3f4dd416p-3};
+// ln(1 + r) = r + c2 r^2 + c3 r^3 + c4 r^4 over the same r
+// interval [-0x1p-9, 0x1p-8], degree 4, max rel. error 2^-38.87 (tools/gen/crf_quick.py)
+inline constexpr double kLogPoly4[] = {-0x1.000000151fa58p-1, 0x1.55557709300d7p-2, -0x1.fe68206915059p-3};
 
 inline constexpr double kLn2Hi = 0x1.62e42fefa3a00p-1;  // ln 2, high 45 bits: e times it is exact
 inline constexpr double kLn2Lo = -0x1.0ca86c3898d00p-49;  // ln 2 - kLn2Hi
 inline constexpr double kInvLn2 = 0x1.71547652b82fep+0;  // 1/ln 2
 inline constexpr double kInvLn10 = 0x1.bcb7b1526e50ep-2;  // 1/ln 10
+inline constexpr double kLog10_2 = 0x1.34413509f79ffp-2;  // log10(2)
 
-// sin(i pi/256), cos(i pi/256), i = 0..255, rounded to nearest.
-inline constexpr double kSinCos[512] = {
+// sin(i pi/256), cos(i pi/256), i = 0..511 (a whole turn), rounded to nearest.
+inline constexpr double kSinCos[1024] = {
     0x0p+0, 0x1.0000000000000p+0, 0x1.921d1fcdec784p-7, 0x1.fff62169b92dbp-1,
     0x1.92155f7a3667ep-6, 0x1.ffd886084cd0dp-1, 0x1.2d865759455cdp-5, 0x1.ffa72effef75dp-1,
     0x1.91f65f10dd814p-5, 0x1.ff621e3796d7ep-1, 0x1.f656e79f820e0p-5, 0x1.ff095658e71adp-1,
@@ -331,12 +339,142 @@ inline constexpr double kSinCos[512] = {
     0x1.2d52092ce19f6p-4, -0x1.fe9cdad01883ap-1, 0x1.f656e79f820e0p-5, -0x1.ff095658e71adp-1,
     0x1.91f65f10dd814p-5, -0x1.ff621e3796d7ep-1, 0x1.2d865759455cdp-5, -0x1.ffa72effef75dp-1,
     0x1.92155f7a3667ep-6, -0x1.ffd886084cd0dp-1, 0x1.921d1fcdec784p-7, -0x1.fff62169b92dbp-1,
+    0x0p+0, -0x1.0000000000000p+0, -0x1.921d1fcdec784p-7, -0x1.fff62169b92dbp-1,
+    -0x1.92155f7a3667ep-6, -0x1.ffd886084cd0dp-1, -0x1.2d865759455cdp-5, -0x1.ffa72effef75dp-1,
+    -0x1.91f65f10dd814p-5, -0x1.ff621e3796d7ep-1, -0x1.f656e79f820e0p-5, -0x1.ff095658e71adp-1,
+    -0x1.2d52092ce19f6p-4, -0x1.fe9cdad01883ap-1, -0x1.5f6d00a9aa419p-4, -0x1.fe1cafcbd5b09p-1,
+    -0x1.917a6bc29b42cp-4, -0x1.fd88da3d12526p-1, -0x1.c3785c79ec2d5p-4, -0x1.fce15fd6da67bp-1,
+    -0x1.f564e56a9730ep-4, -0x1.fc26470e19fd3p-1, -0x1.139f0cedaf577p-3, -0x1.fb5797195d741p-1,
+    -0x1.2c8106e8e613ap-3, -0x1.fa7557f08a517p-1, -0x1.45576b1293e5ap-3, -0x1.f97f924c9099bp-1,
+    -0x1.5e214448b3fc6p-3, -0x1.f8764fa714ba9p-1, -0x1.76dd9de50bf31p-3, -0x1.f7599a3a12077p-1,
+    -0x1.8f8b83c69a60bp-3, -0x1.f6297cff75cb0p-1, -0x1.a82a025b00451p-3, -0x1.f4e603b0b2f2dp-1,
+    -0x1.c0b826a7e4f63p-3, -0x1.f38f3ac64e589p-1, -0x1.d934fe5454311p-3, -0x1.f2252f7763adap-1,
+    -0x1.f19f97b215f1bp-3, -0x1.f0a7efb9230d7p-1, -0x1.04fb80e37fdaep-2, -0x1.ef178a3e473c2p-1,
+    -0x1.111d262b1f677p-2, -0x1.ed740e7684963p-1, -0x1.1d3443f4cdb3ep-2, -0x1.ebbd8c8df0b74p-1,
+    -0x1.294062ed59f06p-2, -0x1.e9f4156c62ddap-1, -0x1.35410c2e18152p-2, -0x1.e817bab4cd10dp-1,
+    -0x1.4135c94176601p-2, -0x1.e6288ec48e112p-1, -0x1.4d1e24278e76ap-2, -0x1.e426a4b2bc17ep-1,
+    -0x1.58f9a75ab1fddp-2, -0x1.e212104f686e5p-1, -0x1.64c7ddd3f27c6p-2, -0x1.dfeae622dbe2bp-1,
+    -0x1.7088530fa459fp-2, -0x1.ddb13b6ccc23cp-1, -0x1.7c3a9311dcce7p-2, -0x1.db6526238a09bp-1,
+    -0x1.87de2a6aea963p-2, -0x1.d906bcf328d46p-1, -0x1.9372a63bc93d7p-2, -0x1.d696173c9e68bp-1,
+    -0x1.9ef7943a8ed8ap-2, -0x1.d4134d14dc93ap-1, -0x1.aa6c82b6d3fcap-2, -0x1.d17e7743e35dcp-1,
+    -0x1.b5d1009e15cc0p-2, -0x1.ced7af43cc773p-1, -0x1.c1249d8011ee7p-2, -0x1.cc1f0f3fcfc5cp-1,
+    -0x1.cc66e9931c45ep-2, -0x1.c954b213411f5p-1, -0x1.d79775b86e389p-2, -0x1.c678b3488739bp-1,
+    -0x1.e2b5d3806f63bp-2, -0x1.c38b2f180bdb1p-1, -0x1.edc1952ef78d6p-2, -0x1.c08c426725549p-1,
+    -0x1.f8ba4dbf89abap-2, -0x1.bd7c0ac6f952ap-1, -0x1.01cfc874c3eb7p-1, -0x1.ba5aa673590d2p-1,
+    -0x1.073879922ffeep-1, -0x1.b728345196e3ep-1, -0x1.0c9704d5d898fp-1, -0x1.b3e4d3ef55712p-1,
+    -0x1.11eb3541b4b23p-1, -0x1.b090a58150200p-1, -0x1.1734d63dedb49p-1, -0x1.ad2bc9e21d511p-1,
+    -0x1.1c73b39ae68c8p-1, -0x1.a9b66290ea1a3p-1, -0x1.21a799933eb59p-1, -0x1.a63091b02fae2p-1,
+    -0x1.26d054cdd12dfp-1, -0x1.a29a7a0462782p-1, -0x1.2bedb25faf3eap-1, -0x1.9ef43ef29af94p-1,
+    -0x1.30ff7fce17035p-1, -0x1.9b3e047f38741p-1, -0x1.36058b10659f3p-1, -0x1.9777ef4c7d742p-1,
+    -0x1.3affa292050b9p-1, -0x1.93a22499263fbp-1, -0x1.3fed9534556d4p-1, -0x1.8fbcca3ef940dp-1,
+    -0x1.44cf325091dd6p-1, -0x1.8bc806b151741p-1, -0x1.49a449b9b0939p-1, -0x1.87c400fba2ebfp-1,
+    -0x1.4e6cabbe3e5e9p-1, -0x1.83b0e0bff976ep-1, -0x1.5328292a35596p-1, -0x1.7f8ece3571771p-1,
+    -0x1.57d69348ceca0p-1, -0x1.7b5df226aafafp-1, -0x1.5c77bbe65018cp-1, -0x1.771e75f037261p-1,
+    -0x1.610b7551d2cdfp-1, -0x1.72d0837efff96p-1, -0x1.6591925f0783dp-1, -0x1.6e74454eaa8afp-1,
+    -0x1.6a09e667f3bcdp-1, -0x1.6a09e667f3bcdp-1, -0x1.6e74454eaa8afp-1, -0x1.6591925f0783dp-1,
+    -0x1.72d0837efff96p-1, -0x1.610b7551d2cdfp-1, -0x1.771e75f037261p-1, -0x1.5c77bbe65018cp-1,
+    -0x1.7b5df226aafafp-1, -0x1.57d69348ceca0p-1, -0x1.7f8ece3571771p-1, -0x1.5328292a35596p-1,
+    -0x1.83b0e0bff976ep-1, -0x1.4e6cabbe3e5e9p-1, -0x1.87c400fba2ebfp-1, -0x1.49a449b9b0939p-1,
+    -0x1.8bc806b151741p-1, -0x1.44cf325091dd6p-1, -0x1.8fbcca3ef940dp-1, -0x1.3fed9534556d4p-1,
+    -0x1.93a22499263fbp-1, -0x1.3affa292050b9p-1, -0x1.9777ef4c7d742p-1, -0x1.36058b10659f3p-1,
+    -0x1.9b3e047f38741p-1, -0x1.30ff7fce17035p-1, -0x1.9ef43ef29af94p-1, -0x1.2bedb25faf3eap-1,
+    -0x1.a29a7a0462782p-1, -0x1.26d054cdd12dfp-1, -0x1.a63091b02fae2p-1, -0x1.21a799933eb59p-1,
+    -0x1.a9b66290ea1a3p-1, -0x1.1c73b39ae68c8p-1, -0x1.ad2bc9e21d511p-1, -0x1.1734d63dedb49p-1,
+    -0x1.b090a58150200p-1, -0x1.11eb3541b4b23p-1, -0x1.b3e4d3ef55712p-1, -0x1.0c9704d5d898fp-1,
+    -0x1.b728345196e3ep-1, -0x1.073879922ffeep-1, -0x1.ba5aa673590d2p-1, -0x1.01cfc874c3eb7p-1,
+    -0x1.bd7c0ac6f952ap-1, -0x1.f8ba4dbf89abap-2, -0x1.c08c426725549p-1, -0x1.edc1952ef78d6p-2,
+    -0x1.c38b2f180bdb1p-1, -0x1.e2b5d3806f63bp-2, -0x1.c678b3488739bp-1, -0x1.d79775b86e389p-2,
+    -0x1.c954b213411f5p-1, -0x1.cc66e9931c45ep-2, -0x1.cc1f0f3fcfc5cp-1, -0x1.c1249d8011ee7p-2,
+    -0x1.ced7af43cc773p-1, -0x1.b5d1009e15cc0p-2, -0x1.d17e7743e35dcp-1, -0x1.aa6c82b6d3fcap-2,
+    -0x1.d4134d14dc93ap-1, -0x1.9ef7943a8ed8ap-2, -0x1.d696173c9e68bp-1, -0x1.9372a63bc93d7p-2,
+    -0x1.d906bcf328d46p-1, -0x1.87de2a6aea963p-2, -0x1.db6526238a09bp-1, -0x1.7c3a9311dcce7p-2,
+    -0x1.ddb13b6ccc23cp-1, -0x1.7088530fa459fp-2, -0x1.dfeae622dbe2bp-1, -0x1.64c7ddd3f27c6p-2,
+    -0x1.e212104f686e5p-1, -0x1.58f9a75ab1fddp-2, -0x1.e426a4b2bc17ep-1, -0x1.4d1e24278e76ap-2,
+    -0x1.e6288ec48e112p-1, -0x1.4135c94176601p-2, -0x1.e817bab4cd10dp-1, -0x1.35410c2e18152p-2,
+    -0x1.e9f4156c62ddap-1, -0x1.294062ed59f06p-2, -0x1.ebbd8c8df0b74p-1, -0x1.1d3443f4cdb3ep-2,
+    -0x1.ed740e7684963p-1, -0x1.111d262b1f677p-2, -0x1.ef178a3e473c2p-1, -0x1.04fb80e37fdaep-2,
+    -0x1.f0a7efb9230d7p-1, -0x1.f19f97b215f1bp-3, -0x1.f2252f7763adap-1, -0x1.d934fe5454311p-3,
+    -0x1.f38f3ac64e589p-1, -0x1.c0b826a7e4f63p-3, -0x1.f4e603b0b2f2dp-1, -0x1.a82a025b00451p-3,
+    -0x1.f6297cff75cb0p-1, -0x1.8f8b83c69a60bp-3, -0x1.f7599a3a12077p-1, -0x1.76dd9de50bf31p-3,
+    -0x1.f8764fa714ba9p-1, -0x1.5e214448b3fc6p-3, -0x1.f97f924c9099bp-1, -0x1.45576b1293e5ap-3,
+    -0x1.fa7557f08a517p-1, -0x1.2c8106e8e613ap-3, -0x1.fb5797195d741p-1, -0x1.139f0cedaf577p-3,
+    -0x1.fc26470e19fd3p-1, -0x1.f564e56a9730ep-4, -0x1.fce15fd6da67bp-1, -0x1.c3785c79ec2d5p-4,
+    -0x1.fd88da3d12526p-1, -0x1.917a6bc29b42cp-4, -0x1.fe1cafcbd5b09p-1, -0x1.5f6d00a9aa419p-4,
+    -0x1.fe9cdad01883ap-1, -0x1.2d52092ce19f6p-4, -0x1.ff095658e71adp-1, -0x1.f656e79f820e0p-5,
+    -0x1.ff621e3796d7ep-1, -0x1.91f65f10dd814p-5, -0x1.ffa72effef75dp-1, -0x1.2d865759455cdp-5,
+    -0x1.ffd886084cd0dp-1, -0x1.92155f7a3667ep-6, -0x1.fff62169b92dbp-1, -0x1.921d1fcdec784p-7,
+    -0x1.0000000000000p+0, 0x0p+0, -0x1.fff62169b92dbp-1, 0x1.921d1fcdec784p-7,
+    -0x1.ffd886084cd0dp-1, 0x1.92155f7a3667ep-6, -0x1.ffa72effef75dp-1, 0x1.2d865759455cdp-5,
+    -0x1.ff621e3796d7ep-1, 0x1.91f65f10dd814p-5, -0x1.ff095658e71adp-1, 0x1.f656e79f820e0p-5,
+    -0x1.fe9cdad01883ap-1, 0x1.2d52092ce19f6p-4, -0x1.fe1cafcbd5b09p-1, 0x1.5f6d00a9aa419p-4,
+    -0x1.fd88da3d12526p-1, 0x1.917a6bc29b42cp-4, -0x1.fce15fd6da67bp-1, 0x1.c3785c79ec2d5p-4,
+    -0x1.fc26470e19fd3p-1, 0x1.f564e56a9730ep-4, -0x1.fb5797195d741p-1, 0x1.139f0cedaf577p-3,
+    -0x1.fa7557f08a517p-1, 0x1.2c8106e8e613ap-3, -0x1.f97f924c9099bp-1, 0x1.45576b1293e5ap-3,
+    -0x1.f8764fa714ba9p-1, 0x1.5e214448b3fc6p-3, -0x1.f7599a3a12077p-1, 0x1.76dd9de50bf31p-3,
+    -0x1.f6297cff75cb0p-1, 0x1.8f8b83c69a60bp-3, -0x1.f4e603b0b2f2dp-1, 0x1.a82a025b00451p-3,
+    -0x1.f38f3ac64e589p-1, 0x1.c0b826a7e4f63p-3, -0x1.f2252f7763adap-1, 0x1.d934fe5454311p-3,
+    -0x1.f0a7efb9230d7p-1, 0x1.f19f97b215f1bp-3, -0x1.ef178a3e473c2p-1, 0x1.04fb80e37fdaep-2,
+    -0x1.ed740e7684963p-1, 0x1.111d262b1f677p-2, -0x1.ebbd8c8df0b74p-1, 0x1.1d3443f4cdb3ep-2,
+    -0x1.e9f4156c62ddap-1, 0x1.294062ed59f06p-2, -0x1.e817bab4cd10dp-1, 0x1.35410c2e18152p-2,
+    -0x1.e6288ec48e112p-1, 0x1.4135c94176601p-2, -0x1.e426a4b2bc17ep-1, 0x1.4d1e24278e76ap-2,
+    -0x1.e212104f686e5p-1, 0x1.58f9a75ab1fddp-2, -0x1.dfeae622dbe2bp-1, 0x1.64c7ddd3f27c6p-2,
+    -0x1.ddb13b6ccc23cp-1, 0x1.7088530fa459fp-2, -0x1.db6526238a09bp-1, 0x1.7c3a9311dcce7p-2,
+    -0x1.d906bcf328d46p-1, 0x1.87de2a6aea963p-2, -0x1.d696173c9e68bp-1, 0x1.9372a63bc93d7p-2,
+    -0x1.d4134d14dc93ap-1, 0x1.9ef7943a8ed8ap-2, -0x1.d17e7743e35dcp-1, 0x1.aa6c82b6d3fcap-2,
+    -0x1.ced7af43cc773p-1, 0x1.b5d1009e15cc0p-2, -0x1.cc1f0f3fcfc5cp-1, 0x1.c1249d8011ee7p-2,
+    -0x1.c954b213411f5p-1, 0x1.cc66e9931c45ep-2, -0x1.c678b3488739bp-1, 0x1.d79775b86e389p-2,
+    -0x1.c38b2f180bdb1p-1, 0x1.e2b5d3806f63bp-2, -0x1.c08c426725549p-1, 0x1.edc1952ef78d6p-2,
+    -0x1.bd7c0ac6f952ap-1, 0x1.f8ba4dbf89abap-2, -0x1.ba5aa673590d2p-1, 0x1.01cfc874c3eb7p-1,
+    -0x1.b728345196e3ep-1, 0x1.073879922ffeep-1, -0x1.b3e4d3ef55712p-1, 0x1.0c9704d5d898fp-1,
+    -0x1.b090a58150200p-1, 0x1.11eb3541b4b23p-1, -0x1.ad2bc9e21d511p-1, 0x1.1734d63dedb49p-1,
+    -0x1.a9b66290ea1a3p-1, 0x1.1c73b39ae68c8p-1, -0x1.a63091b02fae2p-1, 0x1.21a799933eb59p-1,
+    -0x1.a29a7a0462782p-1, 0x1.26d054cdd12dfp-1, -0x1.9ef43ef29af94p-1, 0x1.2bedb25faf3eap-1,
+    -0x1.9b3e047f38741p-1, 0x1.30ff7fce17035p-1, -0x1.9777ef4c7d742p-1, 0x1.36058b10659f3p-1,
+    -0x1.93a22499263fbp-1, 0x1.3affa292050b9p-1, -0x1.8fbcca3ef940dp-1, 0x1.3fed9534556d4p-1,
+    -0x1.8bc806b151741p-1, 0x1.44cf325091dd6p-1, -0x1.87c400fba2ebfp-1, 0x1.49a449b9b0939p-1,
+    -0x1.83b0e0bff976ep-1, 0x1.4e6cabbe3e5e9p-1, -0x1.7f8ece3571771p-1, 0x1.5328292a35596p-1,
+    -0x1.7b5df226aafafp-1, 0x1.57d69348ceca0p-1, -0x1.771e75f037261p-1, 0x1.5c77bbe65018cp-1,
+    -0x1.72d0837efff96p-1, 0x1.610b7551d2cdfp-1, -0x1.6e74454eaa8afp-1, 0x1.6591925f0783dp-1,
+    -0x1.6a09e667f3bcdp-1, 0x1.6a09e667f3bcdp-1, -0x1.6591925f0783dp-1, 0x1.6e74454eaa8afp-1,
+    -0x1.610b7551d2cdfp-1, 0x1.72d0837efff96p-1, -0x1.5c77bbe65018cp-1, 0x1.771e75f037261p-1,
+    -0x1.57d69348ceca0p-1, 0x1.7b5df226aafafp-1, -0x1.5328292a35596p-1, 0x1.7f8ece3571771p-1,
+    -0x1.4e6cabbe3e5e9p-1, 0x1.83b0e0bff976ep-1, -0x1.49a449b9b0939p-1, 0x1.87c400fba2ebfp-1,
+    -0x1.44cf325091dd6p-1, 0x1.8bc806b151741p-1, -0x1.3fed9534556d4p-1, 0x1.8fbcca3ef940dp-1,
+    -0x1.3affa292050b9p-1, 0x1.93a22499263fbp-1, -0x1.36058b10659f3p-1, 0x1.9777ef4c7d742p-1,
+    -0x1.30ff7fce17035p-1, 0x1.9b3e047f38741p-1, -0x1.2bedb25faf3eap-1, 0x1.9ef43ef29af94p-1,
+    -0x1.26d054cdd12dfp-1, 0x1.a29a7a0462782p-1, -0x1.21a799933eb59p-1, 0x1.a63091b02fae2p-1,
+    -0x1.1c73b39ae68c8p-1, 0x1.a9b66290ea1a3p-1, -0x1.1734d63dedb49p-1, 0x1.ad2bc9e21d511p-1,
+    -0x1.11eb3541b4b23p-1, 0x1.b090a58150200p-1, -0x1.0c9704d5d898fp-1, 0x1.b3e4d3ef55712p-1,
+    -0x1.073879922ffeep-1, 0x1.b728345196e3ep-1, -0x1.01cfc874c3eb7p-1, 0x1.ba5aa673590d2p-1,
+    -0x1.f8ba4dbf89abap-2, 0x1.bd7c0ac6f952ap-1, -0x1.edc1952ef78d6p-2, 0x1.c08c426725549p-1,
+    -0x1.e2b5d3806f63bp-2, 0x1.c38b2f180bdb1p-1, -0x1.d79775b86e389p-2, 0x1.c678b3488739bp-1,
+    -0x1.cc66e9931c45ep-2, 0x1.c954b213411f5p-1, -0x1.c1249d8011ee7p-2, 0x1.cc1f0f3fcfc5cp-1,
+    -0x1.b5d1009e15cc0p-2, 0x1.ced7af43cc773p-1, -0x1.aa6c82b6d3fcap-2, 0x1.d17e7743e35dcp-1,
+    -0x1.9ef7943a8ed8ap-2, 0x1.d4134d14dc93ap-1, -0x1.9372a63bc93d7p-2, 0x1.d696173c9e68bp-1,
+    -0x1.87de2a6aea963p-2, 0x1.d906bcf328d46p-1, -0x1.7c3a9311dcce7p-2, 0x1.db6526238a09bp-1,
+    -0x1.7088530fa459fp-2, 0x1.ddb13b6ccc23cp-1, -0x1.64c7ddd3f27c6p-2, 0x1.dfeae622dbe2bp-1,
+    -0x1.58f9a75ab1fddp-2, 0x1.e212104f686e5p-1, -0x1.4d1e24278e76ap-2, 0x1.e426a4b2bc17ep-1,
+    -0x1.4135c94176601p-2, 0x1.e6288ec48e112p-1, -0x1.35410c2e18152p-2, 0x1.e817bab4cd10dp-1,
+    -0x1.294062ed59f06p-2, 0x1.e9f4156c62ddap-1, -0x1.1d3443f4cdb3ep-2, 0x1.ebbd8c8df0b74p-1,
+    -0x1.111d262b1f677p-2, 0x1.ed740e7684963p-1, -0x1.04fb80e37fdaep-2, 0x1.ef178a3e473c2p-1,
+    -0x1.f19f97b215f1bp-3, 0x1.f0a7efb9230d7p-1, -0x1.d934fe5454311p-3, 0x1.f2252f7763adap-1,
+    -0x1.c0b826a7e4f63p-3, 0x1.f38f3ac64e589p-1, -0x1.a82a025b00451p-3, 0x1.f4e603b0b2f2dp-1,
+    -0x1.8f8b83c69a60bp-3, 0x1.f6297cff75cb0p-1, -0x1.76dd9de50bf31p-3, 0x1.f7599a3a12077p-1,
+    -0x1.5e214448b3fc6p-3, 0x1.f8764fa714ba9p-1, -0x1.45576b1293e5ap-3, 0x1.f97f924c9099bp-1,
+    -0x1.2c8106e8e613ap-3, 0x1.fa7557f08a517p-1, -0x1.139f0cedaf577p-3, 0x1.fb5797195d741p-1,
+    -0x1.f564e56a9730ep-4, 0x1.fc26470e19fd3p-1, -0x1.c3785c79ec2d5p-4, 0x1.fce15fd6da67bp-1,
+    -0x1.917a6bc29b42cp-4, 0x1.fd88da3d12526p-1, -0x1.5f6d00a9aa419p-4, 0x1.fe1cafcbd5b09p-1,
+    -0x1.2d52092ce19f6p-4, 0x1.fe9cdad01883ap-1, -0x1.f656e79f820e0p-5, 0x1.ff095658e71adp-1,
+    -0x1.91f65f10dd814p-5, 0x1.ff621e3796d7ep-1, -0x1.2d865759455cdp-5, 0x1.ffa72effef75dp-1,
+    -0x1.92155f7a3667ep-6, 0x1.ffd886084cd0dp-1, -0x1.921d1fcdec784p-7, 0x1.fff62169b92dbp-1,
 };
 
 inline constexpr double k256dPi = 0x1.45f306dc9c883p+6;  // 256/pi
 inline constexpr double kPid256_1 = 0x1.921fb54800000p-7;  // pi/256, high 30 bits: k times it exact for k < 2^23
 inline constexpr double kPid256_2 = -0x1.de973dc800000p-38;  // the next 30 bits
 inline constexpr double kPid256_3 = -0x1.9d9cceba3f91fp-69;  // the rest, rounded (pieces within 2^-120 of pi/256)
+inline constexpr double kPid256A = 0x1.921fb54442d18p-7;  // pi/256 rounded
+inline constexpr double kPid256B = 0x1.1a62633145c07p-61;  // pi/256 - kPid256A rounded (the two within 2^-116 of pi/256)
 
 // sin r = r + s3 r^3 + s5 r^5
 // interval [-0x1.922p-8, 0x1.922p-8], degree 5, max rel. error 2^-61.09 (tools/gen/crf_quick.py)
@@ -365,13 +503,58 @@ inline constexpr double kAtanC[65] = {
     0x1.819d0b7158a4dp-1, 0x1.85d69576cc2c5p-1, 0x1.89ff5ff57f1f8p-1, 0x1.8e17aa99cc05ep-1,
     0x1.921fb54442d18p-1,
 };
-// atan v = v + a3 v^3 + a5 v^5 + a7 v^7
-// interval [-0x1.001p-7, 0x1.001p-7], degree 7, max rel. error 2^-65.89 (tools/gen/crf_quick.py)
-inline constexpr double kAtanPoly[] = {-0x1.5555555555502p-2, 0x1.99999989c3f11p-3, -0x1.248b74d90951ap-3};
+// atan v = v + a3 v^3 + a5 v^5
+// interval [-0x1.2p-7, 0x1.2p-7], degree 5, max rel. error 2^-48.49 (tools/gen/crf_quick.py)
+inline constexpr double kAtanPoly[] = {-0x1.5555554f06722p-2, 0x1.99918b8b19569p-3};
+// asin x = x + x z (c3 + c5 z + ... + c19 z^8), z = x^2
+// interval [0, 0x1p-1], degree 19, max rel. error 2^-43.93 (tools/gen/crf_quick.py)
+inline constexpr double kAsinPoly[] = {0x1.555555565a972p-3, 0x1.333331f26b188p-4, 0x1.6db762b424616p-5, 0x1.f1ab4356fbc7ep-6, 0x1.7027eafc2f2b9p-6, 0x1.0e11689d6d0a5p-6, 0x1.30da27bcf1a06p-6, -0x1.6ff136931ec53p-9, 0x1.056f80361e44fp-5};
 inline constexpr double kPiHi = 0x1.921fb54442d18p+1;  // pi
 inline constexpr double kPiLo = 0x1.1a62633145c07p-53;  // pi - kPiHi
 inline constexpr double kPiHalfHi = 0x1.921fb54442d18p+0;  // pi/2
 inline constexpr double kPiHalfLo = 0x1.1a62633145c07p-54;  // pi/2 - kPiHalfHi
+
+// 1/c of each 32nd of [1, 2), 20 bits: m (1/c) - 1 is exact.
+inline constexpr double kCbrtInvC[32] = {
+    0x1.f81f800000000p-1, 0x1.e913200000000p-1, 0x1.dae6000000000p-1, 0x1.cd85600000000p-1,
+    0x1.c0e0800000000p-1, 0x1.b4e8200000000p-1, 0x1.a98f000000000p-1, 0x1.9ec8e00000000p-1,
+    0x1.948b000000000p-1, 0x1.8acba00000000p-1, 0x1.8181800000000p-1, 0x1.78a4c00000000p-1,
+    0x1.702e000000000p-1, 0x1.6816800000000p-1, 0x1.6058200000000p-1, 0x1.58ed200000000p-1,
+    0x1.51d0800000000p-1, 0x1.4afd600000000p-1, 0x1.446f800000000p-1, 0x1.3e22c00000000p-1,
+    0x1.3813800000000p-1, 0x1.323e400000000p-1, 0x1.2c9fc00000000p-1, 0x1.2735000000000p-1,
+    0x1.21fb800000000p-1, 0x1.1cf0600000000p-1, 0x1.1811800000000p-1, 0x1.135c800000000p-1,
+    0x1.0ecf600000000p-1, 0x1.0a68200000000p-1, 0x1.0624e00000000p-1, 0x1.0204000000000p-1,
+};
+// 2^(j/3) cbrt(c), j = 0, 1, 2 (32 rows each), rounded to nearest.
+inline constexpr double kCbrtT[96] = {
+    0x1.015392779b4fbp+0, 0x1.03f066835bdb7p+0, 0x1.06800fc09d7dfp+0, 0x1.09032a16b845cp+0,
+    0x1.0b7a47f9677c4p+0, 0x1.0de6000ae78ebp+0, 0x1.1046c8e509728p+0, 0x1.129d2338f3868p+0,
+    0x1.14e97707e5370p+0, 0x1.172c26ebdfdd8p+0, 0x1.1965a8a5ccaaep+0, 0x1.1b964acb75380p+0,
+    0x1.1dbe63b39ea09p+0, 0x1.1fde462ba6bc2p+0, 0x1.21f63d374b4c3p+0, 0x1.240699a179623p+0,
+    0x1.260f93f2b6688p+0, 0x1.281175f5bed50p+0, 0x1.2a0c738c0adb8p+0, 0x1.2c00cda828d5cp+0,
+    0x1.2deeb320249e1p+0, 0x1.2fd65c2fc8f91p+0, 0x1.31b7ff34b378ap+0, 0x1.3393cedd9284dp+0,
+    0x1.3569e17fedbb1p+0, 0x1.373a7df8d2f43p+0, 0x1.3905b50f2ea96p+0, 0x1.3acbbb7763ff6p+0,
+    0x1.3c8caebdb540ep+0, 0x1.3e48b7e5c6a2dp+0, 0x1.3ffffedaaaaccp+0, 0x1.41b29c2e5454fp+0,
+    0x1.4436051f5f9d0p+0, 0x1.4780b0dcd060bp+0, 0x1.4abac5a6ff7a4p+0, 0x1.4de507eb115dfp+0,
+    0x1.5100302da53bcp+0, 0x1.540cfc381a8b6p+0, 0x1.570c0177ef193p+0, 0x1.59fde2116c947p+0,
+    0x1.5ce3210e48c5fp+0, 0x1.5fbc3aa972ba3p+0, 0x1.6289c33f1fa2fp+0, 0x1.654c1dd2226dbp+0,
+    0x1.6803b72a39db0p+0, 0x1.6ab0f79a680dap+0, 0x1.6d543da5dfa9dp+0, 0x1.6fedef177b48cp+0,
+    0x1.727e532976d50p+0, 0x1.7505c6d4a85cap+0, 0x1.77848b76aa412p+0, 0x1.79faf2e3a2634p+0,
+    0x1.7c69381e13c34p+0, 0x1.7ecfa1ff8e1c7p+0, 0x1.812e75072a32dp+0, 0x1.8385f10ffafb9p+0,
+    0x1.85d6323da34cfp+0, 0x1.881f91d86ee7ep+0, 0x1.8a622503a1970p+0, 0x1.8c9e2e2693188p+0,
+    0x1.8ed3d27ba1e86p+0, 0x1.910345af8627ep+0, 0x1.932cba0d7949ap+0, 0x1.95504e8a5225bp+0,
+    0x1.987af3d7b4adbp+0, 0x1.9ca0a6b93d44ap+0, 0x1.a0b172c85883fp+0, 0x1.a4ae4f8055a0dp+0,
+    0x1.a898255b9ea1fp+0, 0x1.ac6fe377ef729p+0, 0x1.b0364619a91c0p+0, 0x1.b3ec1989f601ep+0,
+    0x1.b79202e1c863ap+0, 0x1.bb289ea64fccfp+0, 0x1.beb0a7c39c708p+0, 0x1.c22a9af8ad8b8p+0,
+    0x1.c597015378f27p+0, 0x1.c8f65e44b779dp+0, 0x1.cc4928e073200p+0, 0x1.cf8fe166c5209p+0,
+    0x1.d2cae1955f7afp+0, 0x1.d5fa9e8f6ed98p+0, 0x1.d91f6aaff8074p+0, 0x1.dc39ad0ffe3c3p+0,
+    0x1.df49b0088491fp+0, 0x1.e24fccdd7045bp+0, 0x1.e54c59db97bdbp+0, 0x1.e83fa77700c9dp+0,
+    0x1.eb29d923aeaccp+0, 0x1.ee0b5f5ec241ap+0, 0x1.f0e454c9ffbddp+0, 0x1.f3b50d0f3b8c7p+0,
+    0x1.f67db715f8e88p+0, 0x1.f93e93f95c229p+0, 0x1.fbf7e31729639p+0, 0x1.fea9cb700ca49p+0,
+};
+// cbrt(1 + r) = 1 + c1 r + c2 r^2 + c3 r^3 + c4 r^4
+// interval [-0x1.f82p-7, 0x1.f82p-7], degree 4, max rel. error 2^-39.14 (tools/gen/crf_quick.py)
+inline constexpr double kCbrtPoly[] = {0x1.5555554c21534p-2, -0x1.c71c71cb0b8dfp-4, 0x1.f9c0aea95a70bp-5, -0x1.5124df02dc8f2p-5};
 
 }  // namespace
 }  // namespace tsr::crf::quick

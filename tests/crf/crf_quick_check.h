@@ -2,11 +2,9 @@
 //
 // Tier ex settles every float by its double kernel, its rows and its careful phase, whose
 // completeness the searches establish (docs/accuracy/crf.md); the other tiers run a quick
-// kernel of their own first.  Their results agree with tier ex's for an argument in every
-// mode, flags included, exactly when they agree in round-to-nearest and toward zero with the
-// same flags: the two roundings and inexactness fix the interval of the 25-bit grid (floats
-// and the points halfway between them) where the value lies, and the kernels run in
-// round-to-nearest whatever the caller's mode.
+// kernel of their own first.  The comparison runs in all four modes: the kernels of the
+// exponentials run in the caller's mode (their value, and whether the test settles it, depend
+// on it).
 #pragma once
 #include <atomic>
 #include <cstdint>
@@ -44,7 +42,8 @@ inline std::vector<Pair> pairs(bool portable = false) {
     // Positive and negative quick ranges of the exponentials, every positive float for the
     // logarithms, [2^-12, 2^16) for sine, cosine and tangent, [2^-12, 90) for cosh and [1/2, 90) for
     // sinh (odd and even: evaluated at |x|), |x| >= 1/2 for expm1, (-1, inf) without
-    // (-2^-24, 2^-24) for log1p and log2p1, 2^-12 <= |x| for atan, and below 1 for asin and acos.
+    // (-2^-24, 2^-24) for log1p and log2p1, 2^-12 <= |x| for atan, below 1 for asin and acos,
+    // and every normal float for cbrt.
     std::vector<Pair> v = {
         {"expf", {{0x33000000u, 0x42b17217u}, {0xb3000000u, 0xc2cfffffu}}, one(__libm_cr_expf_l9_local), one(__libm_cr_expf_ex_local)},
         {"exp2f", {{0x33000000u, 0x42ffffffu}, {0xb3000000u, 0xc316ffffu}}, one(__libm_cr_exp2f_l9_local), one(__libm_cr_exp2f_ex_local)},
@@ -64,6 +63,8 @@ inline std::vector<Pair> pairs(bool portable = false) {
         {"atanf", {{0x39800000u, 0x7f7fffffu}}, one(__libm_cr_atanf_l9_local), one(__libm_cr_atanf_ex_local)},
         {"asinf", {{0x39800000u, 0x3f7fffffu}}, one(__libm_cr_asinf_l9_local), one(__libm_cr_asinf_ex_local)},
         {"acosf", {{0x39800000u, 0x3f7fffffu}, {0xb9800000u, 0xbf7fffffu}}, one(__libm_cr_acosf_l9_local), one(__libm_cr_acosf_ex_local)},
+        // the quick phase of the z0 build only (tier l9 runs the careful route)
+        {"cbrtf", {{0x00800000u, 0x7f7fffffu}, {0x80800000u, 0xff7fffffu}}, one(__libm_cr_cbrtf_l9_local), one(__libm_cr_cbrtf_ex_local)},
     };
     if (portable) {  // the z0 build of this processor's instruction set
         v[0].test = one(__libm_cr_expf_z0_portable);
@@ -84,12 +85,13 @@ inline std::vector<Pair> pairs(bool portable = false) {
         v[15].test = one(__libm_cr_atanf_z0_portable);
         v[16].test = one(__libm_cr_asinf_z0_portable);
         v[17].test = one(__libm_cr_acosf_z0_portable);
+        v[18].test = one(__libm_cr_cbrtf_z0_portable);
     }
     return v;
 }
 
-// Runs `p` over its ranges (every `stride`-th key) on `threads` threads, in round-to-nearest
-// and toward zero, and returns the arguments where the result or the flags differ, as
+// Runs `p` over its ranges (every `stride`-th key) on `threads` threads, in the four modes,
+// and returns the arguments where the result or the flags differ, as
 // "member key" lines (at most 20).  `count` receives the number of keys run.
 inline std::vector<std::string> differences(const Pair &p, unsigned threads, uint32_t stride, uint64_t *count = nullptr) {
     std::mutex mu;
@@ -108,7 +110,7 @@ inline std::vector<std::string> differences(const Pair &p, unsigned threads, uin
                 for (uint64_t c; (c = next.fetch_add(1 << 16)) < n;)
                     for (uint64_t i = c; i < n && i < c + (1 << 16); ++i) {
                         uint32_t key = uint32_t(a + i * stride);
-                        for (unsigned rc : {0x0000u, 0x6000u}) {  // nearest, toward zero
+                        for (unsigned rc : {0x0000u, 0x2000u, 0x4000u, 0x6000u}) {  // nearest, down, up, toward zero
                             _mm_setcsr(0x1f80 | rc);
                             uint64_t r1 = p.test(key);
                             unsigned f1 = _mm_getcsr() & kFlags;
@@ -118,7 +120,7 @@ inline std::vector<std::string> differences(const Pair &p, unsigned threads, uin
                             if (r1 != r2 || f1 != f2) {
                                 char line[96];
                                 std::snprintf(line, sizeof line, "%s %08x (%s: %016llx flags %02x, ex %016llx flags %02x)",
-                                              p.what, key, rc ? "rz" : "rn", (unsigned long long)r1, f1,
+                                              p.what, key, rc == 0 ? "rn" : rc == 0x2000 ? "rd" : rc == 0x4000 ? "ru" : "rz", (unsigned long long)r1, f1,
                                               (unsigned long long)r2, f2);
                                 std::lock_guard<std::mutex> g(mu);
                                 if (out.size() < 20) out.push_back(line);

@@ -8,13 +8,16 @@ a margin scaled to that bound) settles it; otherwise they run the careful route 
 This script writes that kernel's tables and polynomials, each polynomial with the interval
 it covers and its measured error (the polynomial as stored, against mpmath at 256 bits):
 
-  - 2^(j/128), j = 0..127, and e^r on |r| <= ln2/256 (expf, exp2f, exp10f);
+  - 2^(j/128), j = 0..127, e^r on |r| <= ln2/256 (expm1f, sinhf, coshf) and 2^(r/128) on
+    |r| <= 1 (expf, exp2f, exp10f);
   - 256 pairs (1/c, ln c) over the significand in [0x1.66p-1, 0x1.66p+0) cut at every 2^15
     float steps, 1/c with 28 bits so that z/c - 1 is exact, and log(1 + r) over the r they
-    leave (logf, log2f, log10f);
-  - (sin, cos)(i pi/256), i = 0..255, pi/256 in three pieces, and sin r, cos r on
+    leave (log1pf, log2p1f: degree 6; logf, log2f, log10f: degree 4);
+  - (sin, cos)(i pi/256), i = 0..511, pi/256 in three pieces, and sin r, cos r on
     |r| <= pi/512 (sinf, cosf, sincosf, tanf);
-  - atan(i/64), i = 0..64, and atan v on |v| <= 1/128 (atanf, asinf, acosf).
+  - atan(i/64), i = 0..64, and atan v on |v| <= 1/128 + 2^-10 (atanf);
+  - asin x on [0, 1/2] (asinf, acosf);
+  - 2^(j/3) cbrt(c) over 32 rows of [1, 2) and cbrt(1 + r) (cbrtf, tiers z0 and d1).
 """
 import os
 import sys
@@ -64,6 +67,12 @@ def main():
     a = tsrgen.remez(lambda r: mp.exp(r), -rmax, rmax, 4, fixed={0: 1, 1: 1})
     assert a.err < mpf(2) ** -51
     out += ["", "// e^r = 1 + r + c2 r^2 + c3 r^3 + c4 r^4"] + coeff_lines("kExpPoly", a, range(2, 5))
+    # expf, exp2f and exp10f: 2^(r/128) - 1 on |r| <= 1 (r = z - k, z = x 128/ln2 or x 128 or
+    # x 128 log2(10), k an integer next to z: the nearest in round-to-nearest, the one the
+    # caller's mode gives otherwise), absolute error: the value is T (1 + p).
+    a = tsrgen.remez(lambda r: mp.power(2, r / 128) - 1, mpf(-1), mpf(1), 3, relative=False, fixed={0: 0})
+    assert a.err < mpf(2) ** -37.2
+    out += ["", "// 2^(r/128) - 1 = c1 r + c2 r^2 + c3 r^3 (absolute error)"] + coeff_lines("kExp2Poly", a, range(1, 4))
     # x 128/ln2, and ln2/128 in two pieces: the first with 38 bits, so that k times it is
     # exact for |k| < 2^15 (|x| < 105 leaves |k| <= 19340).
     l1 = bits_rounded(ln2 / 128, 38)
@@ -105,20 +114,26 @@ def main():
     a = tsrgen.remez(lambda r: mp.log1p(r), rlo, rhi, 6, fixed={0: 0, 1: 1})
     assert a.err < mpf(2) ** -53
     out += ["", "// ln(1 + r) = r + c2 r^2 + ... + c6 r^6 over the r the rows leave"] + coeff_lines("kLogPoly", a, range(2, 7))
+    # logf, log2f, log10f: a shorter polynomial for the kernel that runs in the caller's mode
+    # (its rounding test keeps a wider margin).
+    a = tsrgen.remez(lambda r: mp.log1p(r), rlo, rhi, 4, fixed={0: 0, 1: 1})
+    assert a.err < mpf(2) ** -38.8
+    out += ["// ln(1 + r) = r + c2 r^2 + c3 r^3 + c4 r^4 over the same r"] + coeff_lines("kLogPoly4", a, range(2, 5))
     lh = bits_rounded(ln2, 45)
     out += ["",
             "inline constexpr double kLn2Hi = %s;  // ln 2, high 45 bits: e times it is exact" % hx(lh),
             "inline constexpr double kLn2Lo = %s;  // ln 2 - kLn2Hi" % hx(dbl(ln2 - lh)),
             "inline constexpr double kInvLn2 = %s;  // 1/ln 2" % hx(1 / ln2),
             "inline constexpr double kInvLn10 = %s;  // 1/ln 10" % hx(1 / mp.log(10)),
+            "inline constexpr double kLog10_2 = %s;  // log10(2)" % hx(mp.log10(2)),
             ""]
 
     # ---- sine and cosine -----------------------------------------------------------------
     rows = []
-    for i in range(256):
-        rows += [hx(mp.sinpi(mpf(i) / 256)), hx(mp.cospi(mpf(i) / 256))]  # cos(pi/2) exactly 0
-    out += tsrgen.c_array("inline constexpr double kSinCos[512]", rows, 4,
-                          comment="sin(i pi/256), cos(i pi/256), i = 0..255, rounded to nearest.")
+    for i in range(512):
+        rows += [hx(mp.sinpi(mpf(i) / 256)), hx(mp.cospi(mpf(i) / 256))]  # exact 0 where the value is
+    out += tsrgen.c_array("inline constexpr double kSinCos[1024]", rows, 4,
+                          comment="sin(i pi/256), cos(i pi/256), i = 0..511 (a whole turn), rounded to nearest.")
     p = mp.pi / 256
     p1 = bits_rounded(p, 30)
     p2 = bits_rounded(p - p1, 30)
@@ -128,6 +143,8 @@ def main():
             "inline constexpr double kPid256_1 = %s;  // pi/256, high 30 bits: k times it exact for k < 2^23" % hx(p1),
             "inline constexpr double kPid256_2 = %s;  // the next 30 bits" % hx(p2),
             "inline constexpr double kPid256_3 = %s;  // the rest, rounded (pieces within 2^-120 of pi/256)" % hx(p3),
+            "inline constexpr double kPid256A = %s;  // pi/256 rounded" % hx(dbl(p)),
+            "inline constexpr double kPid256B = %s;  // pi/256 - kPid256A rounded (the two within 2^-116 of pi/256)" % hx(dbl(p - dbl(p))),
             ""]
     rmax = mp.pi / 512 * (1 + mpf(2) ** -20)
     a = tsrgen.remez(lambda r: mp.sin(r), -rmax, rmax, 5, fixed={1: 1}, parity="odd")
@@ -141,14 +158,36 @@ def main():
     out += [""] + tsrgen.c_array("inline constexpr double kAtanC[65]",
                                  [hx(mp.atan(mpf(i) / 64)) for i in range(65)], 4,
                                  comment="atan(i/64), i = 0..64, rounded to nearest.")
-    vmax = mpf(1) / 128 * (1 + mpf(2) ** -40)
-    a = tsrgen.remez(lambda v: mp.atan(v), -vmax, vmax, 7, fixed={1: 1}, parity="odd")
-    assert a.err < mpf(2) ** -56
-    out += ["// atan v = v + a3 v^3 + a5 v^5 + a7 v^7"] + coeff_lines("kAtanPoly", a, (3, 5, 7))
+    # |v| <= |u - c| with c the nearest 64th to an estimate of u within 2^-11.4 relative.
+    vmax = mpf(1) / 128 + mpf(2) ** -10
+    a = tsrgen.remez(lambda v: mp.atan(v), -vmax, vmax, 5, fixed={1: 1}, parity="odd")
+    assert a.err < mpf(2) ** -48
+    out += ["// atan v = v + a3 v^3 + a5 v^5"] + coeff_lines("kAtanPoly", a, (3, 5))
+    # asinf, acosf: asin on [0, 1/2] (above, from asin((1 - |x|)/2)^(1/2)).
+    a = tsrgen.remez(lambda v: mp.asin(v), mpf(0), mpf(0.5), 19, fixed={1: 1}, parity="odd")
+    assert a.err < mpf(2) ** -43.9
+    out += ["// asin x = x + x z (c3 + c5 z + ... + c19 z^8), z = x^2"] + coeff_lines("kAsinPoly", a, range(3, 20, 2))
     out += ["inline constexpr double kPiHi = %s;  // pi" % hx(mp.pi),
             "inline constexpr double kPiLo = %s;  // pi - kPiHi" % hx(mp.pi - dbl(mp.pi)),
             "inline constexpr double kPiHalfHi = %s;  // pi/2" % hx(mp.pi / 2),
             "inline constexpr double kPiHalfLo = %s;  // pi/2 - kPiHalfHi" % hx(mp.pi / 2 - dbl(mp.pi / 2))]
+
+    # ---- cube root (tiers z0, d1) --------------------------------------------------------
+    # The significand m in [1, 2) cut into 32 rows; 1/c with 20 bits (m/c - 1 exact), and
+    # 2^(j/3) cbrt(c) for the exponent's remainder j = 0, 1, 2.
+    inv, rlo, rhi = [], mpf(0), mpf(0)
+    for i in range(32):
+        ic = bits_rounded(1 / (1 + (mpf(i) + mpf(0.5)) / 32), 20)
+        inv.append(ic)
+        rlo, rhi = min(rlo, (1 + mpf(i) / 32) * ic - 1), max(rhi, (1 + mpf(i + 1) / 32) * ic - 1)
+    out += [""] + tsrgen.c_array("inline constexpr double kCbrtInvC[32]", [hx(v) for v in inv], 4,
+                                 comment="1/c of each 32nd of [1, 2), 20 bits: m (1/c) - 1 is exact.")
+    out += tsrgen.c_array("inline constexpr double kCbrtT[96]",
+                          [hx(mp.cbrt(mpf(2) ** j / ic)) for j in range(3) for ic in inv], 4,
+                          comment="2^(j/3) cbrt(c), j = 0, 1, 2 (32 rows each), rounded to nearest.")
+    a = tsrgen.remez(lambda r: mp.cbrt(1 + r), rlo, rhi, 4, fixed={0: 1})
+    assert a.err < mpf(2) ** -39
+    out += ["// cbrt(1 + r) = 1 + c1 r + c2 r^2 + c3 r^3 + c4 r^4"] + coeff_lines("kCbrtPoly", a, range(1, 5))
     out += ["", "}  // namespace", "}  // namespace tsr::crf::quick", ""]
     text = "\n".join(out)
     tsrgen.write_outputs({"correct/crf_quick.h": text})
