@@ -1,13 +1,9 @@
 // asind, acosd and their float forms.
 //
-// asin of t in [0, 1/2] as u = asin t in double and one correction from the double-double
-// sine and cosine kernel __libm_sincos_k64: asin t - u = (t - sin u)/cos u to second order,
-// a term of 2^-53 whose square is far below; the kernel's 2^-62 enters multiplied by at most
-// 1/cos 30°, so the pair holds the angle to about 2^-60.  |x| <= 1/2 takes it on |x|
-// (acosd: 90 -+ it); above, acos |x| = 2 asin sqrt((1 - |x|)/2), with 1 - |x| exact and the
-// root's own correction (t - r^2)/(2r) as the argument's tail (asind: 90 less it, acosd of a
-// negative x: 180 less it).  Degrees by 180/pi in two parts; the last addition is the
-// caller's mode's.
+// asin of t in [0, 1/2] in degrees from rows of a value and a degree-7 expansion (asind_unit,
+// deg_common.h) on |x| (acosd: 90 -+ it); above 1/2, acos |x| = 2 asin sqrt((1 - |x|)/2), with
+// 1 - |x| exact and the root's own correction (t - r^2)/(2r) as the argument's tail (asind:
+// 90 less it, acosd of a negative x: 180 less it).  The last addition is the caller's mode's.
 // Exact cases, without a flag: ±1 (asind ±90, acosd 0 and 180), ±1/2 (±30; 60 and 120),
 // acosd(±0) = 90.  Below 2^-60 asind is x·180/pi (the cube is below 2^-120 of it) and acosd
 // 90 less a tail.  |x| > 1, infinities included: NaN with the function's code.
@@ -26,6 +22,11 @@ using namespace tsr::deg;
 namespace {
 
 constexpr uint64_t kTwoM60 = 0x3c30000000000000ull;  // 2^-60
+
+// (180/pi)·asin(u + ul) for 0 <= u <= 1/2, |ul| <= 2^-52 u: rows at i/256.  |A| >= 1.7|P1·d|
+// on every row but the first (A = 0), the terms after the head at most 2^-12 of a result no
+// smaller than 0.11 (2^-2 of it on the first row).
+inline DD asind_unit(double u, double ul) { return expand_rows<256>(kAsindRows, u, ul); }
 
 template <bool Acos, class T, bool Bwr = false>
 inline T asind_t(T xt) {
@@ -54,42 +55,35 @@ inline T asind_t(T xt) {
                         : (Bwr ? __bwr_asin_local(x) : __libm_asin_local(x));
         return T(v * kR2dHi);
     }
-    RnGuardInexact g;
-    double a = opaque(f64(ax));
-    // u + du = asin of an argument t + dt in [0, 1/2], from the double asin and one
-    // correction (see the head).
-    auto arcsin = [](double t, double dt) {
-        double u = Bwr ? __bwr_asin_local(t) : __libm_asin_local(t);
-        double S[2], C[2];
-        __libm_sincos_k64(u, S, C);
-        return fast_two_sum(u, ((t - S[0]) + (dt - S[1])) / C[0]);  // t - S[0]: exact
-    };
+    double a = f64(ax);
     DD v;  // the magnitude of the result, in degrees
     if (a <= 0.5) {
-        DD d = mul(arcsin(a, 0.0), kR2dHi, kR2dLo);  // asin |x|
+        DD d = asind_unit(a, 0.0);  // asin |x|
         if (Acos) {  // 90 -+ asin|x|
-            DD w = two_sum(90.0, sx ? d.h : -d.h);
-            v = fast_two_sum(w.h, w.l + (sx ? d.l : -d.l));
+            v = fast_two_sum(90.0, sx ? d.h : -d.h);
+            v.l += sx ? d.l : -d.l;
         } else {
             v = d;
         }
     } else {
-        // acos |x| = 2 asin sqrt((1 - |x|)/2), the halved difference exact and its root with
-        // one correction.
+        // acos |x| = 2 asin sqrt(t), t = (1 - |x|)/2 exact; the root r with the word its
+        // rounding lost, (t - r^2)/(2r) = (t - r^2)·r·(1/(2t)) to 2^-52 of it, the reciprocal
+        // taken beside the root.
         double t = (1.0 - a) * 0.5;
+        double h = 0.5 / t;
         double r = __builtin_sqrt(t);
-        DD rr = two_prod(r, r);
-        DD c = arcsin(r, ((t - rr.h) - rr.l) / (2.0 * r));
-        DD d = mul(DD{2.0 * c.h, 2.0 * c.l}, kR2dHi, kR2dLo);  // acos |x|
+        DD rr = dd::two_prod_cut(r, r);
+        DD c = asind_unit(r, ((t - rr.h) - rr.l) * r * h);
+        DD d = {2.0 * c.h, 2.0 * c.l};  // acos |x|
         if (Acos && !sx) {
             v = d;
         } else {  // asind: 90 - acos|x|; acosd of x < 0: 180 - acos|x|
-            DD w = two_sum(Acos ? 180.0 : 90.0, -d.h);
-            v = fast_two_sum(w.h, w.l - d.l);
+            v = fast_two_sum(Acos ? 180.0 : 90.0, -d.h);
+            v.l -= d.l;
         }
     }
     uint64_t neg = Acos ? 0 : sx;
-    return T(finish(g, {neg_if(v.h, neg), neg_if(v.l, neg)}));
+    return T(neg_if(v.h, neg) + neg_if(v.l, neg));
 }
 
 }  // namespace

@@ -36,26 +36,10 @@ inline double normalise(uint64_t a, int e) {
     return f64(a) * 0x1p600 * pow2(-e - 600);
 }
 
-// (180/pi)·atan(u + ul) for 0 <= u <= 1, |ul| <= 2^-52 u, as a head and a tail that the
-// caller adds last (kAtandRows, deg_data.h).  The row nearest u, c = i/128, leaves d = u - c
-// exactly (|d| <= 1/256, a multiple of ulp u); its value A, then P1·d with P1's 26-bit head
-// times d's 26-bit head exact, so that the head A + that product is an exact two-part sum
-// (|A| >= 2|P1·d| on every row but the first, where A = 0).  The tail gathers A's low word,
-// the rest of P1·d, ul·P1 and d^2·(P2 + ... + P7 d^5): at most 2^-11 of a result no smaller
-// than 0.22 (2^-2 of it on the first row), so its roundings stay near 2^-63 of the result,
-// next to the expansion's own 2^-63.  Every step is exact or such a small rounding in any
-// mode, so the body runs in the caller's mode: only the caller's last addition rounds by it.
-inline DD atand_unit(double u, double ul) {
-    int i = int(u * 128.0 + 0.5);  // u·128 exact; the sum only picks the row
-    const double *w = kAtandRows[i];
-    double d = u - double(i) * 0x1p-7;  // exact
-    DD ds = dd::split_cut(d);
-    double m = ds.h * w[2];  // exact: 26 bits by 26 bits
-    DD s = fast_two_sum(w[0], m);
-    double d2 = d * d;
-    double p = (w[4] + d * w[5]) + d2 * (w[6] + d * w[7]) + (d2 * d2) * (w[8] + d * w[9]);
-    return {s.h, ((w[1] + s.l) + (ds.l * w[2] + (d * w[3] + ul * w[2]))) + d2 * p};
-}
+// (180/pi)·atan(u + ul) for 0 <= u <= 1, |ul| <= 2^-52 u: rows at i/128.  |A| >= 2|P1·d| on
+// every row but the first (A = 0), the terms after the head at most 2^-11 of a result no
+// smaller than 0.22 (2^-2 of it on the first row).
+inline DD atand_unit(double u, double ul) { return expand_rows<128>(kAtandRows, u, ul); }
 
 // The quotient n/m of 0 < n <= m (both normal, n/m above 2^-62) as u + ul: u = n·(1/m),
 // within an ulp or two of the quotient, and the residual n - u·m, exact for such a u (the

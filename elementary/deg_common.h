@@ -11,6 +11,9 @@
 // r lies in [-45, 45] and Q = q mod 4 is the quadrant.  The multiples of 30, 45 and 90 are
 // told apart by r alone (0, ±30, ±45) and take exact constants: no flag is raised.
 //
+// The arcs evaluate their function in degrees on a ratio or argument u in [0, 1] (or [0, 1/2])
+// from rows of a value and a Taylor expansion (expand_rows).
+//
 // Elsewhere the 64-row core of sin and cos (trig_common.h) takes the remainder, its row
 // chosen in degrees and only the small rest converted to radians (row_deg), to about 2^-62
 // of the value.  Each core runs in round-to-nearest (RnGuardInexact) and hands head and
@@ -150,6 +153,28 @@ inline double sin_f(double r) {
 inline double cos_f(double r) {
     double s = r * r;
     return 1.0 + s * (kCosf[0] + s * (kCosf[1] + s * (kCosf[2] + s * (kCosf[3] + s * kCosf[4]))));
+}
+
+// f(u + ul) from rows[i] at c = i/Step (deg_data.h: f(c) as A hi + lo, the coefficient P1 of
+// d as a 26-bit head and a second word, then P2 .. P7), for 0 <= u <= (N - 1)/Step and
+// |ul| <= 2^-52 u, as a head and a tail that the caller adds last.  The row nearest u leaves
+// d = u - c exactly (|d| <= 1/(2 Step), a multiple of ulp u); the head A + P1·d with P1's head
+// times d's 26-bit head exact is an exact two-part sum while |A| >= |P1·d| (A = 0 on the
+// first row); the tail gathers A's low word, the rest of P1·d, ul·P1 and d^2·(P2 + ... +
+// P7 d^5).  Each caller states how small that tail is against its result: its roundings then
+// stay far below an ulp.  Every step is exact or such a small rounding in any mode, so the
+// rows run in the caller's mode: only the caller's last addition rounds by it.
+template <int Step, unsigned long N>
+inline DD expand_rows(const double (&rows)[N][10], double u, double ul) {
+    int i = int(u * double(Step) + 0.5);  // u·Step exact; the sum only picks the row
+    const double *w = rows[i];
+    double d = u - double(i) * (1.0 / Step);  // exact
+    DD ds = dd::split_cut(d);
+    double m = ds.h * w[2];  // exact: 26 bits by 26 bits
+    DD s = fast_two_sum(w[0], m);
+    double d2 = d * d;
+    double p = (w[4] + d * w[5]) + d2 * (w[6] + d * w[7]) + (d2 * d2) * (w[8] + d * w[9]);
+    return {s.h, ((w[1] + s.l) + (ds.l * w[2] + (d * w[3] + ul * w[2]))) + d2 * p};
 }
 
 // The sum of head and tail in the caller's mode, the guard's mode put back between.

@@ -5,11 +5,11 @@ pi/180 and 180/pi as (hi, lo) pairs, each part rounded to nearest from 256 bits,
 hi + lo holds the factor to about 2^-108 of its value; the polynomials of the float forms,
 sin r° and cos r° on the remainder's interval [-45, 45] with pi/180 folded into their
 coefficients, least-squares fits whose relative error is measured and written beside them;
-and the rows of the arctangent in degrees on [0, 1]: at c = i/128 (i = 0 .. 128) the value
-(180/pi)·atan c as hi + lo, and the Taylor expansion of (180/pi)·atan(c + d) in d to degree 7,
-its first coefficient cut to 26 bits (so that its product with a 26-bit head of d is exact)
-with the rest as a second word; the relative error of each row's expansion over
-|d| <= 1/256 is measured and the largest written beside the table.
+and the rows of the arctangent in degrees on [0, 1] (at i/128) and of the arcsine in degrees
+on [0, 1/2] (at i/256): the value as hi + lo and the Taylor expansion in d to degree 7, its
+first coefficient cut to 26 bits (so that its product with a 26-bit head of d is exact) with
+the rest as a second word; the relative error of each row's expansion over half a step either
+side is measured and the largest written beside the table.
 Run: python3 tools/gen/deg_tables.py [--out DIR]
 """
 import math
@@ -35,40 +35,43 @@ def d(x):
 KNOWN = {"pi/180": 0x3f91df46a2529d39, "180/pi": 0x404ca5dc1a63c1f8}
 
 
-ATAND_STEP = 128  # rows at i/128
-ATAND_DEGREE = 7
+EXPANSION_DEGREE = 7
 
 
-def atand_rows(r2d):
+def expansion_rows(name, f, f_text, step, count):
+    """Rows at c = i/step, i = 0 .. count: f(c) as hi + lo, the Taylor expansion of f(c + d) in
+    d to EXPANSION_DEGREE with the coefficient of d cut to 26 bits and its rest as a second word;
+    the relative error of each expansion over |d| <= 1/(2 step) (inside [0, count/step]) is
+    measured and the largest stated."""
     rows, worst = [], mpf(0)
-    h = mpf(1) / (2 * ATAND_STEP)
-    for i in range(ATAND_STEP + 1):
-        c = mpf(i) / ATAND_STEP
-        t = mp.taylor(lambda v: r2d * mp.atan(v), c, ATAND_DEGREE)
+    h = mpf(1) / (2 * step)
+    for i in range(count + 1):
+        c = mpf(i) / step
+        t = mp.taylor(f, c, EXPANSION_DEGREE)
         a_hi, a_lo = hilo(t[0])
         p1_hi = g.to_mpf(g.exact(g.round_bits(t[1], 26)))
         p1_lo = g.to_mpf(g.exact(g.to_format(t[1] - p1_hi, g.BINARY64)))
         rest = [g.to_mpf(g.exact(g.to_format(v, g.BINARY64))) for v in t[2:]]
         coeffs = [a_hi + a_lo, p1_hi + p1_lo] + rest
         lo = mpf(0) if i == 0 else -h
-        hi = mpf(0) if i == ATAND_STEP else h
+        hi = mpf(0) if i == count else h
         for k in range(65):
             dd = lo + (hi - lo) * k / 64
             if c + dd == 0:
                 continue
-            f = r2d * mp.atan(c + dd)
+            v = f(c + dd)
             p = mpf(0)
-            for v in reversed(coeffs):
-                p = p * dd + v
-            worst = max(worst, abs((p - f) / f))
+            for x in reversed(coeffs):
+                p = p * dd + x
+            worst = max(worst, abs((p - v) / v))
         rows.append([a_hi, a_lo, p1_hi, p1_lo] + rest)
     err = float(mp.log(worst, 2))
-    head = ("The arctangent in degrees, (180/pi)·atan(c + d) for c = i/128, i = 0 .. 128, |d| <= 1/256:\n"
-            "{value hi, lo; coefficient of d: hi (26 bits), lo; coefficients of d^2 .. d^7}, the\n"
+    head = ("%s for c = i/%d, i = 0 .. %d, |d| <= 1/%d:\n"
+            "{value hi, lo; coefficient of d: hi (26 bits), lo; coefficients of d^2 .. d^%d}, the\n"
             "Taylor expansion at c; max relative error of a row's expansion 2^%.2f (measured by\n"
-            "tools/gen/%s)." % (math.ceil(err * 100) / 100, SCRIPT))
+            "tools/gen/%s)." % (f_text, step, count, 2 * step, EXPANSION_DEGREE, math.ceil(err * 100) / 100, SCRIPT))
     items = ["{%s}" % ", ".join(d(v) for v in r) for r in rows]
-    return g.c_array("constexpr double kAtandRows[%d][%d]" % (len(rows), 4 + ATAND_DEGREE - 1), items,
+    return g.c_array("constexpr double %s[%d][%d]" % (name, len(rows), 3 + EXPANSION_DEGREE), items,
                      per_row=1, comment=head)
 
 
@@ -95,7 +98,10 @@ def main():
         cs = [a.coeffs[k] for k in range(first, a.degree + 1, 2)]
         lines += ["", "// %s;" % what, "// " + a.comment(SCRIPT, "sin r°" if first == 1 else "cos r°") + "."]
         lines += ["constexpr double %s[%d] = {%s};" % (name, len(cs), ", ".join(d(c) for c in cs))]
-    lines += [""] + atand_rows(r2d)
+    lines += [""] + expansion_rows("kAtandRows", lambda v: r2d * mp.atan(v),
+                                   "The arctangent in degrees, (180/pi)·atan(c + d),", 128, 128)
+    lines += [""] + expansion_rows("kAsindRows", lambda v: r2d * mp.asin(v),
+                                   "The arcsine in degrees, (180/pi)·asin(c + d),", 256, 128)
     lines += ["", "}  // namespace tsr::deg"]
     g.write_outputs({"elementary/deg_data.h": "\n".join(lines) + "\n"})
 
