@@ -1,17 +1,17 @@
 // tand, cotd and their float forms.
 //
-// |x| = 90q + r exactly (deg_common.h).  tan x° = tan r for even Q and -cot r for odd Q;
-// cot x° the other way round; x's sign last, both being odd.  The quotient of the
-// double-double sine and cosine of r is the quotient of the heads and one correction, about
-// 2^-100 of the value before the last addition.
-// Exact cases, without a flag: r = 0 gives a zero (tand(180) = -0 as sind/cosd give it) or
-// the pole, an infinity reported with its code (tand at odd multiples of 90, cotd at
-// multiples of 180; the sign as 1/tand gives it); r = ±45 gives ±1.
-// Below 2^-240: tand is x·pi/180, cotd (180/pi)/x with a correction of the quotient, the
+// |x| = 90q + k + d exactly (deg_common.h).  tan x° = tan of the angle k + d in the quadrant
+// for even Q and -cot of it for odd Q; cot x° the other way round; x's sign last, both being
+// odd.  The quotient of the sine and cosine from the rows of whole degrees (each a head and a
+// tail to about 2^-62) by one division and a correction of the residual.
+// Exact cases, without a flag: the zero angle gives a zero (tand(180) = -0 as sind/cosd give
+// it) or the pole, an infinity reported with its code (tand at odd multiples of 90, cotd at
+// multiples of 180; the sign as 1/tand gives it); 45 degrees in the quadrant gives ±1.
+// Below 2^-100: tand is x·pi/180, cotd (180/pi)/x with a correction of the quotient, the
 // operand scaled by 2^500 so that the quotient cannot overflow before the result does.
 //
 // Tiers ex and e7 run these steps alike.  The float forms widen to double as sindf does,
-// with the same exact cases, and divide the float polynomials of sine and cosine in double.
+// reduce to r in [-45, 45], take the same exact cases and divide the float polynomials of sine and cosine in double.
 #include <type_traits>
 
 #include "elementary/deg_common.h"
@@ -35,6 +35,17 @@ inline double recip_deg(double x) {
     return (opaque(h) + l) * 0x1p500;
 }
 
+// (n.h + n.l)/(m.h + m.l) as a head and a tail, |m.l| <= ulp(m.h): q = n.h·(1/m.h), within an ulp or two of the
+// quotient, and the residual n.h - q·m.h (exact for such a q: the product in two parts, n.h
+// less its head exact by Sterbenz) with n.l - q·m.l, times 1/m.h: one division, the tail to
+// about 2^-52 of itself, some 2^-100 of the quotient.
+inline DD quotient(DD n, DD m) {
+    double v = 1.0 / m.h;
+    double q = n.h * v;
+    DD p = dd::two_prod_cut(q, m.h);
+    return {q, (((n.h - p.h) - p.l) + (n.l - q * m.l)) * v};
+}
+
 // The infinity of a pole, with divide-by-zero as an exact infinite result of a finite
 // argument raises it.
 inline double pole_value() { return 1.0 / opaque(0.0); }
@@ -56,25 +67,24 @@ inline T tand_t(T xt) {
             return T(neg_if(0x1p1023, sx) * 2.0);
         return T(recip_deg(x));
     }
-    Red d = reduce(f64(ax));
+    Quadrant w = reduce_whole(f64(ax));
     // On the cotangent side (odd Q for tand, even for cotd) the quotient is cos/sin, negated
     // for tand.
-    bool cot_side = (d.q & 1) != unsigned(Cot);
-    uint64_t neg = sx ^ ((d.q & 1) ? kSign : 0);  // tan(90 + r) = -cot r, cot(90 + r) = -tan r
-    if (d.r == 0) {
+    bool cot_side = (w.q & 1) != unsigned(Cot);
+    uint64_t neg = sx ^ ((w.q & 1) ? kSign : 0);  // tan(90 + r) = -cot r, cot(90 + r) = -tan r
+    if (w.k == 0 && w.d == 0) {
         // Zero or pole; the sign of the zero is sin/cos's (Q = 2 flips it), the pole's that
         // of the zero's reciprocal.
-        uint64_t zs = sx ^ ((d.q & 2) ? kSign : 0);
+        uint64_t zs = sx ^ ((w.q & 2) ? kSign : 0);
         if (cot_side) return report(xt, xt, T(neg_if(pole_value(), zs)), kPole);
         return T(f64(zs));
     }
-    uint64_t sr = bits(d.r) & kSign;
-    if (mag_is(d.r, 45.0)) return T(neg_if(1.0, neg ^ sr));
-    RnGuardInexact g;
-    DD s, c;
-    sincos_deg(opaque(d.r), s, c);
-    DD v = cot_side ? div(c, s) : div(s, c);
-    return T(finish(g, {neg_if(v.h, neg), neg_if(v.l, neg)}));
+    if (w.k == 45 && w.d == 0) return T(neg_if(1.0, neg));
+    DD s = sin_rows(w), c = cos_rows(w);  // tails up to 2^-14 of the heads: renormalised
+    s = fast_two_sum(s.h, s.l);
+    c = fast_two_sum(c.h, c.l);
+    DD v = cot_side ? quotient(c, s) : quotient(s, c);
+    return T(neg_if(v.h, neg) + neg_if(v.l, neg));
 }
 
 template <bool Cot>

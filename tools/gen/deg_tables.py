@@ -5,8 +5,8 @@ pi/180 and 180/pi as (hi, lo) pairs, each part rounded to nearest from 256 bits,
 hi + lo holds the factor to about 2^-108 of its value; the polynomials of the float forms,
 sin r° and cos r° on the remainder's interval [-45, 45] with pi/180 folded into their
 coefficients, least-squares fits whose relative error is measured and written beside them;
-and the rows of the arctangent in degrees on [0, 1] (at i/128) and of the arcsine in degrees
-on [0, 1/2] (at i/256): the value as hi + lo and the Taylor expansion in d to degree 7, its
+and the rows of the sine of whole degrees from 0 to 90, of the arctangent in degrees on
+[0, 1] (at i/128) and of the arcsine in degrees on [0, 1/2] (at i/256): the value as hi + lo and the Taylor expansion in d to degree 7, its
 first coefficient cut to 26 bits (so that its product with a 26-bit head of d is exact) with
 the rest as a second word; the relative error of each row's expansion over half a step either
 side is measured and the largest written beside the table.
@@ -49,6 +49,8 @@ def expansion_rows(name, f, f_text, step, count):
         c = mpf(i) / step
         t = mp.taylor(f, c, EXPANSION_DEGREE)
         a_hi, a_lo = hilo(t[0])
+        if abs(a_lo) < mpf(2) ** -200:  # an exact value (sin 0°, 30°, 90°): no low word
+            a_lo = mpf(0)
         p1_hi = g.to_mpf(g.exact(g.round_bits(t[1], 26)))
         p1_lo = g.to_mpf(g.exact(g.to_format(t[1] - p1_hi, g.BINARY64)))
         rest = [g.to_mpf(g.exact(g.to_format(v, g.BINARY64))) for v in t[2:]]
@@ -100,6 +102,8 @@ def main():
         lines += ["constexpr double %s[%d] = {%s};" % (name, len(cs), ", ".join(d(c) for c in cs))]
     lines += [""] + expansion_rows("kAtandRows", lambda v: r2d * mp.atan(v),
                                    "The arctangent in degrees, (180/pi)·atan(c + d),", 128, 128)
+    lines += [""] + expansion_rows("kSindRows", lambda v: mp.sin(v * d2r),
+                                   "The sine of degrees, sin(c + d)°,", 1, 90)
     lines += [""] + expansion_rows("kAsindRows", lambda v: r2d * mp.asin(v),
                                    "The arcsine in degrees, (180/pi)·asin(c + d),", 256, 128)
     lines += ["", "}  // namespace tsr::deg"]
