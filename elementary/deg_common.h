@@ -18,6 +18,8 @@
 // steps are exact or small roundings in any mode, so they run in the caller's mode, which
 // only their last addition meets.
 #pragma once
+#include <emmintrin.h>
+
 #include "elementary/deg_data.h"
 #include "elementary/trig_kernels.h"
 #include "elementary/trig_common.h"
@@ -47,7 +49,16 @@ using dd::two_sum;
 inline DD mul(double x, double ch, double cl) { return dd::mul_raw(x, {ch, cl}); }
 // (a.h + a.l)·(ch + cl), to about 2^-104.
 inline DD mul(DD a, double ch, double cl) { return dd::mul(a, DD{ch, cl}); }
-inline double neg_if(double v, uint64_t sign) { return f64(bits(v) ^ sign); }
+// Sign flips and the 26-bit head in the vector registers (SSE2, every tier): the mask crosses
+// from the integer side once, ahead of the value, instead of the value crossing both ways.
+inline double neg_if(double v, uint64_t sign) {
+    return _mm_cvtsd_f64(_mm_xor_pd(_mm_set_sd(v), _mm_castsi128_pd(_mm_cvtsi64_si128(int64_t(sign)))));
+}
+inline DD cut26(double v) {  // v = hi + lo, hi the leading 26 bits kept by truncation
+    double hi = _mm_cvtsd_f64(
+        _mm_and_pd(_mm_set_sd(v), _mm_castsi128_pd(_mm_cvtsi64_si128(int64_t(0xfffffffff8000000ull)))));
+    return {hi, v - hi};
+}
 inline double pow2(int n) { return f64(uint64_t(n + 1023) << 52); }  // -1022 <= n <= 1023
 
 // (h + l)·2^-200 rounded once in the caller's mode where it lies in the subnormal range
@@ -123,9 +134,8 @@ struct Quadrant {
 inline Quadrant reduce_whole(double a) {
     Whole w = whole(a);
     uint64_t q = w.n / 90;
-    int k = int(w.n - 90 * q);
-    if (w.f >= 0.5) return {w.f - 1.0, k + 1, unsigned(q & 3)};
-    return {w.f, k, unsigned(q & 3)};
+    int up = w.f >= 0.5;  // without a branch: the halves come at random
+    return {w.f - double(up), int(w.n - 90 * q) + up, unsigned(q & 3)};
 }
 
 // sin r° and cos r° for the float forms, in double and in the caller's mode, |r| <= 45:
@@ -150,13 +160,15 @@ inline double cos_f(double r) {
 // P7 d^5).  Each caller states how small that tail is against its result: its roundings then
 // stay far below an ulp.  Every step is exact or such a small rounding in any mode, so the
 // rows run in the caller's mode: only the caller's last addition rounds by it.
+template <bool Tail = true>
 inline DD expand(const double *w, double d, double ul) {
-    DD ds = dd::split_cut(d);
+    DD ds = cut26(d);
     double m = ds.h * w[2];  // exact: 26 bits by 26 bits
     DD s = fast_two_sum(w[0], m);
     double d2 = d * d;
     double p = (w[4] + d * w[5]) + d2 * (w[6] + d * w[7]) + (d2 * d2) * (w[8] + d * w[9]);
-    return {s.h, ((w[1] + s.l) + (ds.l * w[2] + (d * w[3] + ul * w[2]))) + d2 * p};
+    double r = Tail ? d * w[3] + ul * w[2] : d * w[3];
+    return {s.h, ((w[1] + s.l) + (ds.l * w[2] + r)) + d2 * p};
 }
 template <int Step, unsigned long N>
 inline DD expand_rows(const double (&rows)[N][10], double u, double ul) {
@@ -170,8 +182,14 @@ inline DD expand_rows(const double (&rows)[N][10], double u, double ul) {
 // (pi/180)·cos 1°/2, and above), and the terms after the head stay below 2^-14 of the result,
 // whose roundings are then near 2^-66 of it.  At d = 0 every term but the value is zero: the
 // values 0, 1/2 (30°) and 1 come out exact, without a flag.
-inline DD sin_rows(Quadrant w) { return expand(kSindRows[w.k], w.d, 0.0); }
-inline DD cos_rows(Quadrant w) { return expand(kSindRows[90 - w.k], -w.d, 0.0); }
+// side_rows takes the cosine for an odd side, the sine for an even one, without a branch.
+inline DD sin_rows(Quadrant w) { return expand<false>(kSindRows[w.k], w.d, 0.0); }
+inline DD cos_rows(Quadrant w) { return expand<false>(kSindRows[90 - w.k], -w.d, 0.0); }
+inline DD side_rows(Quadrant w, unsigned side) {
+    unsigned odd = side & 1;
+    int k = odd ? 90 - w.k : w.k;
+    return expand<false>(kSindRows[k], neg_if(w.d, uint64_t(odd) << 63), 0.0);
+}
 
 // The sum of head and tail in the caller's mode, the guard's mode put back between.
 inline double finish(RnGuardInexact &g, DD v) {

@@ -39,7 +39,7 @@ inline double sind_core(double x) {
         if (q & 1) return neg_if(1.0, neg);
         return Cos ? 0.0 : f64(bits(x) & kSign);
     }
-    DD v = (q & 1) ? cos_rows(w) : sin_rows(w);
+    DD v = side_rows(w, q);
     return neg_if(v.h, neg) + neg_if(v.l, neg);
 }
 
