@@ -88,10 +88,6 @@ inline double mul_small(double x, double ch, double cl) {
 }
 
 // ---- the reduction ----------------------------------------------------------------------------
-struct Red {
-    double r;    // remainder in degrees, -45 <= r <= 45, exact
-    unsigned q;  // quadrant, |x| = 90q + r modulo 360
-};
 
 // |x| = n + f with n whole modulo 360 (n < 360 past 2^52) and 0 <= f < 1 exact, for a = |x|
 // finite.
@@ -111,43 +107,36 @@ inline Whole whole(double a) {
     return {((m % 360) << e) % 360, 0.0};  // below 360·2^14: no overflow
 }
 
-// a = |x|, finite: r in [-45, 45].
-inline Red reduce(double a) {
-    Whole w = whole(a);
-    uint64_t q = w.n / 90;
-    int64_t m = int64_t(w.n - 90 * q);
-    if (m > 45 || (m == 45 && w.f > 0)) {  // the nearer multiple of 90 is above
-        ++q;
-        m -= 90;
-    }
-    return {double(m) + w.f, unsigned(q & 3)};  // exact: see the head of this file
-}
-
-// a = |x|, finite: |x| = 90q + k + d modulo 360 with the whole degree k nearest the angle in
-// its quadrant, 0 <= k <= 90, and d = f or f - 1 in [-1/2, 1/2], exact (Sterbenz for f - 1).
-// The angle in the quadrant is 0 exactly when k = 0 and d = 0.
+// a = |x|, finite: |x| = 90q + k + d modulo 360 with k whole, 0 <= k <= 90, and d exact.
+// Below 2^51 the whole number N nearest a comes from the shifter 1.5·2^52 (its low bits) and
+// d = a - N, exact in round-to-nearest (Sterbenz, or N = 0); a directed mode's floor or
+// ceiling (where a - N may round when N = 1 > 2a) is moved to the nearer whole number and d
+// taken again, exactly, so |d| <= 1/2.  Then k = N mod 90: an angle in the quadrant in
+// [-1/2, 90), its sine and cosine on rows 0 and 90 being odd and even there.  From 2^51 on,
+// the exact residue of whole() with k + d in [0, 90].  The angle in the quadrant is 0
+// exactly when k = 0 and d = 0.
 struct Quadrant {
     double d;
     int k;
     unsigned q;
 };
 inline Quadrant reduce_whole(double a) {
+    if (bits(a) < 0x4320000000000000ull) {  // 2^51
+        constexpr double kShifter = 0x1.8p52;
+        double t = a + kShifter;
+        uint64_t n = bits(t) & 0x0007ffffffffffffull;  // t = 1.5·2^52 + N
+        double d = a - (t - kShifter);
+        if (__builtin_expect(d > 0.5 || d < -0.5, 0)) {  // a directed mode's floor or ceiling
+            n = d > 0 ? n + 1 : n - 1;                      // the nearer whole number
+            d = a - double(n);                              // exact (Sterbenz, or n = 0)
+        }
+        uint64_t q = n / 90;
+        return {d, int(n - 90 * q), unsigned(q & 3)};
+    }
     Whole w = whole(a);
     uint64_t q = w.n / 90;
     int up = w.f >= 0.5;  // without a branch: the halves come at random
     return {w.f - double(up), int(w.n - 90 * q) + up, unsigned(q & 3)};
-}
-
-// sin r° and cos r° for the float forms, in double and in the caller's mode, |r| <= 45:
-// 2^-37.5 and 2^-43.5 of the value (deg_data.h) and a few roundings of double, far below
-// the half ulp of a float that the last rounding adds.
-inline double sin_f(double r) {
-    double s = r * r;
-    return r * (kSinf[0] + s * (kSinf[1] + s * (kSinf[2] + s * (kSinf[3] + s * kSinf[4]))));
-}
-inline double cos_f(double r) {
-    double s = r * r;
-    return 1.0 + s * (kCosf[0] + s * (kCosf[1] + s * (kCosf[2] + s * (kCosf[3] + s * kCosf[4]))));
 }
 
 // f(c + d + ul) from the row w of f at c (deg_data.h: f(c) as A hi + lo, the coefficient P1
@@ -176,7 +165,7 @@ inline DD expand_rows(const double (&rows)[N][10], double u, double ul) {
     return expand(rows[i], u - double(i) * (1.0 / Step), ul);  // d exact
 }
 
-// sin and cos of the angle k + d in its quadrant (0 <= k + d <= 90) from the rows of the
+// sin and cos of the angle k + d in its quadrant (-1/2 <= k + d <= 90) from the rows of the
 // sine at whole degrees (kSindRows): sin at row k, cos = sin(90 - k - d) at row 90 - k with
 // -d.  On every row the value is at least twice the first-order term P1·d (sin 1° against
 // (pi/180)·cos 1°/2, and above), and the terms after the head stay below 2^-14 of the result,
@@ -185,6 +174,17 @@ inline DD expand_rows(const double (&rows)[N][10], double u, double ul) {
 // side_rows takes the cosine for an odd side, the sine for an even one, without a branch.
 inline DD sin_rows(Quadrant w) { return expand<false>(kSindRows[w.k], w.d, 0.0); }
 inline DD cos_rows(Quadrant w) { return expand<false>(kSindRows[90 - w.k], -w.d, 0.0); }
+// The float forms: the same rows cut after d^4 (the bound beside kSindRows), in double in
+// the caller's mode, P1 by its two words: the value to about 2^-50, far below the half
+// ulp of a float that the last rounding adds.  At d = 0 the value alone (exact 0, 1/2, 1).
+inline double side_rows_f(Quadrant w, unsigned side) {
+    unsigned odd = side & 1;
+    const double *r = kSindRows[odd ? 90 - w.k : w.k];
+    double d = neg_if(w.d, uint64_t(odd) << 63);
+    double d2 = d * d;
+    double p = (r[3] + d * r[4]) + d2 * (r[5] + d * r[6]);
+    return r[0] + (d * r[2] + d * p);  // d = 0: no rounding
+}
 inline DD side_rows(Quadrant w, unsigned side) {
     unsigned odd = side & 1;
     int k = odd ? 90 - w.k : w.k;

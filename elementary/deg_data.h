@@ -10,14 +10,6 @@ constexpr double kD2rLo = 0x1.5c1d8becdd291p-62;
 constexpr double kR2dHi = 0x1.ca5dc1a63c1f8p+5;
 constexpr double kR2dLo = -0x1.1e7ab456405f9p-49;
 
-// sin r°, odd: coefficients of r, r^3, ..., r^9;
-// approximation of sin r° on [-0x1.68p+5, 0x1.68p+5], degree 9, max relative error 2^-37.49 (measured by tools/gen/deg_tables.py).
-constexpr double kSinf[5] = {0x1.1df46a25274cap-6, -0x1.dbb820cb618fcp-21, 0x1.dad93f1d4d72bp-37, -0x1.c35d4eb32f5bfp-54, 0x1.edc9e46882b4bp-72};
-
-// cos r°, even: coefficients of r^2, r^4, ..., r^10 (that of 1 is 1);
-// approximation of cos r° on [-0x1.68p+5, 0x1.68p+5], degree 10, max relative error 2^-43.54 (measured by tools/gen/deg_tables.py).
-constexpr double kCosf[5] = {-0x1.3f6a1db13528dp-13, 0x1.09b1169cc3505p-28, -0x1.619b787207e4ap-45, 0x1.f82d49f6ca8bep-63, -0x1.b938fcc141877p-81};
-
 // The arctangent in degrees, (180/pi)·atan(c + d), for c = i/128, i = 0 .. 128, |d| <= 1/256:
 // {value hi, lo; coefficient of d: hi (26 bits), lo; coefficients of d^2 .. d^7}, the
 // Taylor expansion at c; max relative error of a row's expansion 2^-63.10 (measured by
@@ -158,6 +150,8 @@ constexpr double kAtandRows[129][10] = {
 // {value hi, lo; coefficient of d: hi (26 bits), lo; coefficients of d^2 .. d^7}, the
 // Taylor expansion at c; max relative error of a row's expansion 2^-67.64 (measured by
 // tools/gen/deg_tables.py).
+// Cut after d^4 (the value's head, the coefficient of d by its two words):
+// max relative error 2^-34.26.
 constexpr double kSindRows[91][10] = {
     {0x0p+0, 0x0p+0, 0x1.1df46a0000000p-6, 0x1.294e9c8ae0ec6p-33, 0x0p+0, -0x1.dbb820d942f78p-21, 0x0p+0, 0x1.dad94eae10d70p-37, 0x0p+0, -0x1.c368d9fa95091p-54},
     {0x1.1df0b2b89dd1ep-6, 0x1.5834d68148788p-60, 0x1.1de9440000000p-6, -0x1.90ed3457df6a0p-34, -0x1.64c575884e778p-19, -0x1.dba5947b0bc14p-21, 0x1.28c3f5bb47574p-34, 0x1.dac6caffed323p-37, -0x1.8af69c8c959b9p-51, -0x1.c3574041b1cadp-54},

@@ -10,9 +10,9 @@
 //
 // Tiers ex and e7 run these steps alike (e7 is the SSE3 build of them).  The float forms
 // widen to double, where every float argument and the whole reduction are exact, take the
-// same exact cases, and evaluate polynomials in r with pi/180 folded in (deg_data.h) in
-// double in the caller's mode: 2^-37 of the value, so that the last rounding to float adds
-// at most 2^-13 of an ulp to its half ulp.
+// same exact cases, and evaluate the same rows cut after d^4 in double in the caller's mode:
+// about 2^-34 of the value, so that the last rounding to float adds at most 2^-10 of an ulp
+// to its half ulp.
 #include <utility>
 
 #include "elementary/deg_common.h"
@@ -64,8 +64,8 @@ inline void sincosd_core(double x, double *sp, double *cp) {
     *cp = neg_if(c.h, nc) + neg_if(c.l, nc);
 }
 
-// The float forms: sine and cosine (Cos), or both; the steps of sind_core with the float
-// polynomials.  Zero: the sine is x, the cosine 1; NaN or infinity: NaN in both.
+// The float forms: sine and cosine (Cos), or both; the steps of sind_core with the rows in
+// double (side_rows_f).  Zero: the sine is x, the cosine 1; NaN or infinity: NaN in both.
 struct SC {
     double s, c;
 };
@@ -74,24 +74,13 @@ inline SC sincosdf_core(float xf) {
     uint64_t ax = bits(x) & kAbs, sx = bits(x) & kSign;
     if (ax >= kInfBits) return {x - x, x - x};
     if (ax == 0) return {x, 1.0};
-    Red d = reduce(f64(ax));
-    unsigned qs = d.q, qc = d.q + 1;
-    uint64_t ns = ((qs & 2) ? kSign : 0) ^ sx, nc = (qc & 2) ? kSign : 0;
-    uint64_t sr = bits(d.r) & kSign;
-    SC v;
-    if (d.r == 0) {
-        v.s = (qs & 1) ? neg_if(1.0, ns) : f64(sx);
-        v.c = (qc & 1) ? neg_if(1.0, nc) : 0.0;
-    } else if (mag_is(d.r, 30.0)) {
-        double s = neg_if(0.5, sr), c = cos_f(d.r);
-        v.s = neg_if((qs & 1) ? c : s, ns);
-        v.c = neg_if((qc & 1) ? c : s, nc);
-    } else {
-        double s = sin_f(d.r), c = cos_f(d.r);
-        v.s = neg_if((qs & 1) ? c : s, ns);
-        v.c = neg_if((qc & 1) ? c : s, nc);
+    Quadrant w = reduce_whole(f64(ax));
+    uint64_t ns = ((w.q & 2) ? kSign : 0) ^ sx, nc = ((w.q + 1) & 2) ? kSign : 0;
+    if (w.k == 0 && w.d == 0) {
+        if (w.q & 1) return {neg_if(1.0, ns), 0.0};
+        return {f64(sx), neg_if(1.0, nc)};
     }
-    return v;
+    return {neg_if(side_rows_f(w, w.q), ns), neg_if(side_rows_f(w, w.q + 1), nc)};
 }
 template <bool Cos>
 inline float sindf_core(float xf) {
@@ -99,16 +88,14 @@ inline float sindf_core(float xf) {
     uint64_t ax = bits(x) & kAbs;
     if (ax >= kInfBits) return float(x - x);
     if (ax == 0) return Cos ? 1.0f : xf;
-    Red d = reduce(f64(ax));
-    unsigned q = d.q + (Cos ? 1 : 0);
+    Quadrant w = reduce_whole(f64(ax));
+    unsigned q = w.q + (Cos ? 1 : 0);
     uint64_t neg = ((q & 2) ? kSign : 0) ^ (Cos ? 0 : bits(x) & kSign);
-    if (d.r == 0) {
+    if (w.k == 0 && w.d == 0) {
         if (q & 1) return float(neg_if(1.0, neg));
         return Cos ? 0.0f : float(f64(bits(x) & kSign));
     }
-    if (q & 1) return float(neg_if(cos_f(d.r), neg));
-    if (mag_is(d.r, 30.0)) return float(neg_if(0.5, neg ^ (bits(d.r) & kSign)));
-    return float(neg_if(sin_f(d.r), neg));
+    return float(neg_if(side_rows_f(w, q), neg));
 }
 inline void sincosdf_store(float x, float *s, float *c) {
     SC v = sincosdf_core(x);

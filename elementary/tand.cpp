@@ -11,7 +11,7 @@
 // operand scaled by 2^500 so that the quotient cannot overflow before the result does.
 //
 // Tiers ex and e7 run these steps alike.  The float forms widen to double as sindf does,
-// reduce to r in [-45, 45], take the same exact cases and divide the float polynomials of sine and cosine in double.
+// take the same exact cases and divide the rows' sine and cosine in double.
 #include <type_traits>
 
 #include "elementary/deg_common.h"
@@ -80,10 +80,10 @@ inline T tand_t(T xt) {
         return T(f64(zs));
     }
     if (w.k == 45 && w.d == 0) return T(neg_if(1.0, neg));
-    DD s = sin_rows(w), c = cos_rows(w);  // tails up to 2^-14 of the heads: renormalised
-    s = fast_two_sum(s.h, s.l);
-    c = fast_two_sum(c.h, c.l);
-    DD v = cot_side ? quotient(c, s) : quotient(s, c);
+    // The numerator is the cosine on the cotangent side; the rows picked without a branch.
+    // Their tails reach 2^-14 of the heads: renormalised for the quotient.
+    DD n = side_rows(w, cot_side), m = side_rows(w, !cot_side);
+    DD v = quotient(fast_two_sum(n.h, n.l), fast_two_sum(m.h, m.l));
     return T(neg_if(v.h, neg) + neg_if(v.l, neg));
 }
 
@@ -97,17 +97,16 @@ inline float tandf_t(float xf) {
         if (Cot) return report(xf, xf, float(neg_if(pole_value(), sx)), kPole);
         return xf;
     }
-    Red d = reduce(f64(ax));
-    bool cot_side = (d.q & 1) != unsigned(Cot);
-    uint64_t neg = sx ^ ((d.q & 1) ? kSign : 0);
-    if (d.r == 0) {
-        uint64_t zs = sx ^ ((d.q & 2) ? kSign : 0);
+    Quadrant w = reduce_whole(f64(ax));
+    bool cot_side = (w.q & 1) != unsigned(Cot);
+    uint64_t neg = sx ^ ((w.q & 1) ? kSign : 0);
+    if (w.k == 0 && w.d == 0) {
+        uint64_t zs = sx ^ ((w.q & 2) ? kSign : 0);
         if (cot_side) return report(xf, xf, float(neg_if(pole_value(), zs)), kPole);
         return float(f64(zs));
     }
-    if (mag_is(d.r, 45.0)) return float(neg_if(1.0, neg ^ (bits(d.r) & kSign)));
-    double s = sin_f(d.r), c = cos_f(d.r);
-    return float(neg_if(cot_side ? c / s : s / c, neg));
+    if (w.k == 45 && w.d == 0) return float(neg_if(1.0, neg));
+    return float(neg_if(side_rows_f(w, cot_side) / side_rows_f(w, !cot_side), neg));
 }
 
 }  // namespace
