@@ -59,6 +59,12 @@ inline DD cut26(double v) {  // v = hi + lo, hi the leading 26 bits kept by trun
         _mm_and_pd(_mm_set_sd(v), _mm_castsi128_pd(_mm_cvtsi64_si128(int64_t(0xfffffffff8000000ull)))));
     return {hi, v - hi};
 }
+// a·b = p + e to about 2^-104 (dd::two_prod_cut with the halves cut in the vector registers).
+inline DD two_prod_cut26(double a, double b) {
+    double p = a * b;
+    DD x = cut26(a), y = cut26(b);
+    return {p, ((x.h * y.h - p) + x.h * y.l + x.l * y.h) + x.l * y.l};
+}
 inline double pow2(int n) { return f64(uint64_t(n + 1023) << 52); }  // -1022 <= n <= 1023
 
 // (h + l)·2^-200 rounded once in the caller's mode where it lies in the subnormal range

@@ -3,12 +3,13 @@
 
 pi/180 and 180/pi as (hi, lo) pairs, each part rounded to nearest from 256 bits, so that
 hi + lo holds the factor to about 2^-108 of its value; and the rows of the sine of whole
-degrees from 0 to 90, of the arctangent in degrees on [0, 1] (at i/128) and of the arcsine in
-degrees on [0, 1/2] (at i/256): the value as hi + lo and the Taylor expansion in d to degree
-7, its first coefficient cut to 26 bits (so that its product with a 26-bit head of d is exact)
-with the rest as a second word; the relative error of each row's expansion over half a step
-either side is measured and the largest written beside the table (for the sine also that of
-the rows cut after d^4, which the float forms evaluate).
+degrees from 0 to 90, of the tangent from -1/2 to 45 degrees (at i/2), of the arctangent in
+degrees on [0, 1] (at i/128) and of the arcsine in degrees on [0, 1/2] (at i/256): the value
+as hi + lo and the Taylor expansion in d to degree 7, its first coefficient cut to 26 bits (so
+that its product with a 26-bit head of d is exact) with the rest as a second word; the
+relative error of each row's expansion over half a step either side is measured and the
+largest written beside the table (for the sine and tangent also that of the rows cut after
+d^4, which the float forms evaluate).
 Run: python3 tools/gen/deg_tables.py [--out DIR]
 """
 import math
@@ -37,14 +38,14 @@ KNOWN = {"pi/180": 0x3f91df46a2529d39, "180/pi": 0x404ca5dc1a63c1f8}
 EXPANSION_DEGREE = 7
 
 
-def expansion_rows(name, f, f_text, step, count, cut=None):
-    """Rows at c = i/step, i = 0 .. count: f(c) as hi + lo, the Taylor expansion of f(c + d) in
+def expansion_rows(name, f, f_text, step, count, cut=None, first=0):
+    """Rows at c = i/step, i = first .. count: f(c) as hi + lo, the Taylor expansion of f(c + d) in
     d to EXPANSION_DEGREE with the coefficient of d cut to 26 bits and its rest as a second word;
     the relative error of each expansion over |d| <= 1/(2 step) is measured and the largest stated; with cut, also that of the expansion cut after d^cut
     with the value's head alone."""
     rows, worst, worst_cut = [], mpf(0), mpf(0)
     h = mpf(1) / (2 * step)
-    for i in range(count + 1):
+    for i in range(first, count + 1):
         c = mpf(i) / step
         t = mp.taylor(f, c, EXPANSION_DEGREE)
         a_hi, a_lo = hilo(t[0])
@@ -72,10 +73,10 @@ def expansion_rows(name, f, f_text, step, count, cut=None):
                 worst_cut = max(worst_cut, abs((p - v) / v))
         rows.append([a_hi, a_lo, p1_hi, p1_lo] + rest)
     err = float(mp.log(worst, 2))
-    head = ("%s for c = i/%d, i = 0 .. %d, |d| <= 1/%d:\n"
+    head = ("%s for c = i/%d, i = %d .. %d, |d| <= 1/%d:\n"
             "{value hi, lo; coefficient of d: hi (26 bits), lo; coefficients of d^2 .. d^%d}, the\n"
             "Taylor expansion at c; max relative error of a row's expansion 2^%.2f (measured by\n"
-            "tools/gen/%s)." % (f_text, step, count, 2 * step, EXPANSION_DEGREE, math.ceil(err * 100) / 100, SCRIPT))
+            "tools/gen/%s)." % (f_text, step, first, count, 2 * step, EXPANSION_DEGREE, math.ceil(err * 100) / 100, SCRIPT))
     if cut:
         head += ("\nCut after d^%d (the value's head, the coefficient of d by its two words):\n"
                  "max relative error 2^%.2f." % (cut, math.ceil(float(mp.log(worst_cut, 2)) * 100) / 100))
@@ -102,6 +103,8 @@ def main():
                                    "The arctangent in degrees, (180/pi)·atan(c + d),", 128, 128)
     lines += [""] + expansion_rows("kSindRows", lambda v: mp.sin(v * d2r),
                                    "The sine of degrees, sin(c + d)°,", 1, 90, cut=4)
+    lines += [""] + expansion_rows("kTandRows", lambda v: mp.tan(v * d2r),
+                                   "The tangent of degrees, tan(c + d)°,", 2, 90, cut=4, first=-1)
     lines += [""] + expansion_rows("kAsindRows", lambda v: r2d * mp.asin(v),
                                    "The arcsine in degrees, (180/pi)·asin(c + d),", 256, 128)
     lines += ["", "}  // namespace tsr::deg"]
