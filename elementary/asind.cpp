@@ -9,8 +9,8 @@
 // 90 less a tail.  |x| > 1, infinities included: NaN with the function's code.
 //
 // Tiers ex and e7 (double) run these steps alike.  The float forms take the same exact
-// cases and otherwise the double radian function times 180/pi: about 2^-51 of the value, so
-// that the rounding to float adds at most 2^-27 of an ulp to its half ulp.
+// cases and otherwise the same steps with the rows cut after d^4 in double: about 2^-34 of
+// the value, so that the rounding to float adds at most 2^-10 of an ulp to its half ulp.
 #include <type_traits>
 
 #include "elementary/deg_common.h"
@@ -28,7 +28,7 @@ constexpr uint64_t kTwoM60 = 0x3c30000000000000ull;  // 2^-60
 // smaller than 0.11 (2^-2 of it on the first row).
 inline DD asind_unit(double u, double ul) { return expand_rows<256>(kAsindRows, u, ul); }
 
-template <bool Acos, class T, bool Bwr = false>
+template <bool Acos, class T>
 inline T asind_t(T xt) {
     double x = xt;
     uint64_t ax = bits(x) & kAbs, sx = bits(x) & kSign;
@@ -49,11 +49,17 @@ inline T asind_t(T xt) {
         return ax == 0 ? xt : T(mul_small(x, kR2dHi, kR2dLo));
     }
     if constexpr (std::is_same_v<T, float>) {
-        // The float forms: the radian function in double (0.55 ulp) times 180/pi, about 2^-51
-        // of the value before the rounding to float.
-        double v = Acos ? (Bwr ? __bwr_acos_local(x) : __libm_acos_local(x))
-                        : (Bwr ? __bwr_asin_local(x) : __libm_asin_local(x));
-        return T(v * kR2dHi);
+        // The rows cut after d^4 in double on |x| or on the half-angle root (about 2^-34 of
+        // the value), then the same sums as below in double.
+        double a = f64(ax), v;
+        if (a <= 0.5) {
+            double t = expand_rows_f<256>(kAsindRows, a);
+            v = Acos ? 90.0 - neg_if(t, sx) : neg_if(t, sx);
+        } else {
+            double t = 2.0 * expand_rows_f<256>(kAsindRows, __builtin_sqrt((1.0 - a) * 0.5));  // acos|x|
+            v = Acos ? (sx ? 180.0 - t : t) : neg_if(90.0 - t, sx);
+        }
+        return T(v);
     }
     double a = f64(ax);
     DD v;  // the magnitude of the result, in degrees
@@ -97,8 +103,8 @@ TSR_BODY(double, acosd, (double x)) { return asind_t<true>(x); }
 TSR_BODY(float, asindf, (float x)) { return asind_t<false>(x); }
 TSR_BODY(float, acosdf, (float x)) { return asind_t<true>(x); }
 // The reproducible forms: the ex steps under their own names.
-TSR_DEFINE(double, __bwr_asind, (double x)) { return asind_t<false, double, true>(x); }
-TSR_DEFINE(double, __bwr_acosd, (double x)) { return asind_t<true, double, true>(x); }
-TSR_DEFINE(float, __bwr_asindf, (float x)) { return asind_t<false, float, true>(x); }
-TSR_DEFINE(float, __bwr_acosdf, (float x)) { return asind_t<true, float, true>(x); }
+TSR_DEFINE(double, __bwr_asind, (double x)) { return asind_t<false, double>(x); }
+TSR_DEFINE(double, __bwr_acosd, (double x)) { return asind_t<true, double>(x); }
+TSR_DEFINE(float, __bwr_asindf, (float x)) { return asind_t<false, float>(x); }
+TSR_DEFINE(float, __bwr_acosdf, (float x)) { return asind_t<true, float>(x); }
 #endif

@@ -12,9 +12,9 @@
 // back by the exponent difference so that only the last step rounds into the subnormal
 // range.  Quotients beyond 2^60 (and below 2^-60 with x < 0) leave ±90 (±180) less a part
 // below half its ulp: the constant and a tiny term on the right side of it.
-// Tier ex only.  The float forms take the same exact cases and otherwise the double radian
-// function times 180/pi: about 2^-51 of the value, so that the rounding to float adds at
-// most 2^-27 of an ulp to its half ulp.
+// Tier ex only.  The float forms take the same exact cases and otherwise the same rows cut
+// after d^4 in double (expand_rows_f) on the ratio in double: about 2^-34 of the value, so
+// that the rounding to float adds at most 2^-10 of an ulp to its half ulp.
 #include <type_traits>
 
 #include "elementary/deg_common.h"
@@ -83,7 +83,7 @@ inline double atan2d_core(double y, double x) {
     return neg_if(v.h, sy) + neg_if(l, sy);
 }
 
-template <class T, bool Bwr = false>
+template <class T>
 inline T atan2d_t(T yt, T xt) {
     double y = yt, x = xt;
     uint64_t ay = bits(y) & kAbs, ax = bits(x) & kAbs, sy = bits(y) & kSign;
@@ -107,13 +107,18 @@ inline T atan2d_t(T yt, T xt) {
     }
     if (ay == ax) return T(neg_if(xneg ? 135.0 : 45.0, sy));
     if constexpr (std::is_same_v<T, float>) {
-        // The radian function in double, see the head; quotients beyond 2^40 either way (the
-        // small ones with x < 0) as in atan2d_core, where the double path would leave the side
-        // of 90 or 180 to its own rounding.
+        // Quotients beyond 2^40 either way (the small ones with x < 0) as in atan2d_core, where
+        // the double path would leave the side of 90 or 180 to its own rounding.
         int q = ilog(ay) - ilog(ax);
         if (q > 40) return T(neg_if(90.0, sy) - neg_if(0x1p-100, (bits(x) & kSign) ^ sy));
         if (xneg && q < -40) return T(neg_if(180.0, sy) - neg_if(0x1p-100, sy));
-        return T((Bwr ? __bwr_atan2_local(y, x) : __libm_atan2_local(y, x)) * kR2dHi);
+        // The smaller magnitude over the larger in double (float operands: no underflow), its
+        // angle from the rows cut after d^4, then the quadrant as in atan2d_core.
+        double b = f64(ay), a = f64(ax);
+        bool steep = ay > ax, minus = steep != xneg;
+        double t = expand_rows_f<128>(kAtandRows, steep ? a / b : b / a);
+        double k = steep ? 90.0 : (xneg ? 180.0 : 0.0);
+        return T(neg_if(k + (minus ? -t : t), sy));
     }
     return T(atan2d_core(y, x));
 }
@@ -133,7 +138,7 @@ inline double atand_core(double x) {
     return neg_if(v.h, sx) + neg_if(v.l - t.l, sx);
 }
 
-template <class T, bool Bwr = false>
+template <class T>
 inline T atand_t(T xt) {
     double x = xt;
     uint64_t ax = bits(x) & kAbs, sx = bits(x) & kSign;
@@ -143,7 +148,9 @@ inline T atand_t(T xt) {
         return ax == 0 ? xt : T(mul_small(x, kR2dHi, kR2dLo));
     if constexpr (std::is_same_v<T, float>) {
         if (ax > 0x4270000000000000ull) return T(neg_if(90.0, sx) - neg_if(0x1p-100, sx));  // > 2^40
-        return T((Bwr ? __bwr_atan_local(x) : __libm_atan_local(x)) * kR2dHi);
+        double a = f64(ax);  // below 1 the rows on |x|, above 90 less them on 1/|x|
+        double v = a < 1.0 ? expand_rows_f<128>(kAtandRows, a) : 90.0 - expand_rows_f<128>(kAtandRows, 1.0 / a);
+        return T(neg_if(v, sx));
     }
     if (ax > 0x43b0000000000000ull) return neg_if(90.0, sx) - neg_if(0x1p-100, sx);  // > 2^60
     return atand_core(x);
@@ -159,10 +166,10 @@ TSR_BODY(float, atandf, (float x)) { return atand_t(x); }
 TSR_BODY(float, atan2df, (float y, float x)) { return atan2d_t(y, x); }
 TSR_BODY(float, atand2f, (float y, float x)) { return atan2d_t(y, x); }
 // The reproducible forms: the ex steps under their own names.
-TSR_DEFINE(double, __bwr_atand, (double x)) { return atand_t<double, true>(x); }
-TSR_DEFINE(double, __bwr_atan2d, (double y, double x)) { return atan2d_t<double, true>(y, x); }
-TSR_DEFINE(double, __bwr_atand2, (double y, double x)) { return atan2d_t<double, true>(y, x); }
-TSR_DEFINE(float, __bwr_atandf, (float x)) { return atand_t<float, true>(x); }
-TSR_DEFINE(float, __bwr_atan2df, (float y, float x)) { return atan2d_t<float, true>(y, x); }
-TSR_DEFINE(float, __bwr_atand2f, (float y, float x)) { return atan2d_t<float, true>(y, x); }
+TSR_DEFINE(double, __bwr_atand, (double x)) { return atand_t<double>(x); }
+TSR_DEFINE(double, __bwr_atan2d, (double y, double x)) { return atan2d_t<double>(y, x); }
+TSR_DEFINE(double, __bwr_atand2, (double y, double x)) { return atan2d_t<double>(y, x); }
+TSR_DEFINE(float, __bwr_atandf, (float x)) { return atand_t<float>(x); }
+TSR_DEFINE(float, __bwr_atan2df, (float y, float x)) { return atan2d_t<float>(y, x); }
+TSR_DEFINE(float, __bwr_atand2f, (float y, float x)) { return atan2d_t<float>(y, x); }
 #endif

@@ -21,8 +21,6 @@
 #include <emmintrin.h>
 
 #include "elementary/deg_data.h"
-#include "elementary/trig_kernels.h"
-#include "elementary/trig_common.h"
 #include "tsr/common.h"
 #include "tsr/dd.h"
 #include "tsr/guard.h"
@@ -171,6 +169,21 @@ inline DD expand_rows(const double (&rows)[N][10], double u, double ul) {
     return expand(rows[i], u - double(i) * (1.0 / Step), ul);  // d exact
 }
 
+// The float forms: a row cut after d^4 (the bound beside each table: about 2^-34 of the
+// value), in double in the caller's mode, P1 by its two words, A by its head: a few roundings
+// of double more, far below the half ulp of a float that the last rounding adds.  At d = 0 the
+// value alone, without a rounding (exact 0, 1/2, 1).
+inline double expand_f(const double *r, double d) {
+    double d2 = d * d;
+    double p = (r[3] + d * r[4]) + d2 * (r[5] + d * r[6]);
+    return r[0] + (d * r[2] + d * p);
+}
+template <int Step, unsigned long N>
+inline double expand_rows_f(const double (&rows)[N][10], double u) {
+    int i = int(u * double(Step) + 0.5);  // u·Step exact; the sum only picks the row
+    return expand_f(rows[i], u - double(i) * (1.0 / Step));  // d exact
+}
+
 // sin and cos of the angle k + d in its quadrant (-1/2 <= k + d <= 90) from the rows of the
 // sine at whole degrees (kSindRows): sin at row k, cos = sin(90 - k - d) at row 90 - k with
 // -d.  On every row the value is at least twice the first-order term P1·d (sin 1° against
@@ -180,16 +193,10 @@ inline DD expand_rows(const double (&rows)[N][10], double u, double ul) {
 // side_rows takes the cosine for an odd side, the sine for an even one, without a branch.
 inline DD sin_rows(Quadrant w) { return expand<false>(kSindRows[w.k], w.d, 0.0); }
 inline DD cos_rows(Quadrant w) { return expand<false>(kSindRows[90 - w.k], -w.d, 0.0); }
-// The float forms: the same rows cut after d^4 (the bound beside kSindRows), in double in
-// the caller's mode, P1 by its two words: the value to about 2^-50, far below the half
-// ulp of a float that the last rounding adds.  At d = 0 the value alone (exact 0, 1/2, 1).
+// The float forms: the sine rows cut after d^4, the sine or the cosine (odd side).
 inline double side_rows_f(Quadrant w, unsigned side) {
     unsigned odd = side & 1;
-    const double *r = kSindRows[odd ? 90 - w.k : w.k];
-    double d = neg_if(w.d, uint64_t(odd) << 63);
-    double d2 = d * d;
-    double p = (r[3] + d * r[4]) + d2 * (r[5] + d * r[6]);
-    return r[0] + (d * r[2] + d * p);  // d = 0: no rounding
+    return expand_f(kSindRows[odd ? 90 - w.k : w.k], neg_if(w.d, uint64_t(odd) << 63));
 }
 inline DD side_rows(Quadrant w, unsigned side) {
     unsigned odd = side & 1;

@@ -14,6 +14,8 @@ constexpr double kR2dLo = -0x1.1e7ab456405f9p-49;
 // {value hi, lo; coefficient of d: hi (26 bits), lo; coefficients of d^2 .. d^7}, the
 // Taylor expansion at c; max relative error of a row's expansion 2^-63.10 (measured by
 // tools/gen/deg_tables.py).
+// Cut after d^4 (the value's head, the coefficient of d by its two words):
+// max relative error 2^-34.32.
 constexpr double kAtandRows[129][10] = {
     {0x0p+0, 0x0p+0, 0x1.ca5dc18000000p+5, 0x1.31e0fbdc30a97p-22, 0x0p+0, -0x1.3193d66ed2bfap+4, 0x0p+0, 0x1.6eb167b830193p+3, 0x0p+0, -0x1.05ec6ea8225b2p+3},
     {0x1.ca5b5e8449f71p-2, 0x1.94e2418d491ffp-56, 0x1.ca56988000000p+5, -0x1.a1287f81d14f4p-22, -0x1.ca4f6f0e1eb79p-2, -0x1.317731b12a9a2p+4, 0x1.ca39f3e41fbeep-2, 0x1.6e5b7c67dde31p+3, -0x1.ca1aee024ee9fp-2, -0x1.0579e4a48bac2p+3},
@@ -351,6 +353,8 @@ constexpr double kTandRows[92][10] = {
 // {value hi, lo; coefficient of d: hi (26 bits), lo; coefficients of d^2 .. d^7}, the
 // Taylor expansion at c; max relative error of a row's expansion 2^-69.25 (measured by
 // tools/gen/deg_tables.py).
+// Cut after d^4 (the value's head, the coefficient of d by its two words):
+// max relative error 2^-39.73.
 constexpr double kAsindRows[129][10] = {
     {0x0p+0, 0x0p+0, 0x1.ca5dc18000000p+5, 0x1.31e0fbdc30a97p-22, 0x0p+0, 0x1.3193d66ed2bfap+3, 0x0p+0, 0x1.13050dca2412ep+2, 0x0p+0, 0x1.47678a522af1fp+1},
     {0x1.ca5e0e0b541bep-3, 0x1.99728bbc2ccc7p-57, 0x1.ca5ea70000000p+5, -0x1.51b94d7470654p-22, 0x1.ca6071363a0c9p-4, 0x1.31993593488eap+3, 0x1.57cbe9af5fb76p-4, 0x1.13127bc0267d0p+2, 0x1.1e83bcc0cb08fp-4, 0x1.4786e08e6ba72p+1},

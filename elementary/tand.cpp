@@ -162,9 +162,7 @@ inline float tandf_t(float xf) {
     }
     if (w.i == 90 && w.e == 0) return float(neg_if(1.0, neg));
     TanRow r = tan_row(w);
-    const double *c = r.w;
-    double e = r.e, e2 = e * e;
-    double t = c[0] + (e * c[2] + e * ((c[3] + e * c[4]) + e2 * (c[5] + e * c[6])));  // cut after e^4
+    double t = expand_f(r.w, r.e);
     return float(neg_if(pick(r.flip != cot_side, 1.0 / t, t), neg));
 }
 

@@ -8,8 +8,8 @@ degrees on [0, 1] (at i/128) and of the arcsine in degrees on [0, 1/2] (at i/256
 as hi + lo and the Taylor expansion in d to degree 7, its first coefficient cut to 26 bits (so
 that its product with a 26-bit head of d is exact) with the rest as a second word; the
 relative error of each row's expansion over half a step either side is measured and the
-largest written beside the table (for the sine and tangent also that of the rows cut after
-d^4, which the float forms evaluate).
+largest written beside the table, with that of the rows cut after d^4, which the float forms
+evaluate.
 Run: python3 tools/gen/deg_tables.py [--out DIR]
 """
 import math
@@ -100,13 +100,13 @@ def main():
                   "constexpr double %sHi = %s;" % (name, d(hi)),
                   "constexpr double %sLo = %s;" % (name, d(lo))]
     lines += [""] + expansion_rows("kAtandRows", lambda v: r2d * mp.atan(v),
-                                   "The arctangent in degrees, (180/pi)·atan(c + d),", 128, 128)
+                                   "The arctangent in degrees, (180/pi)·atan(c + d),", 128, 128, cut=4)
     lines += [""] + expansion_rows("kSindRows", lambda v: mp.sin(v * d2r),
                                    "The sine of degrees, sin(c + d)°,", 1, 90, cut=4)
     lines += [""] + expansion_rows("kTandRows", lambda v: mp.tan(v * d2r),
                                    "The tangent of degrees, tan(c + d)°,", 2, 90, cut=4, first=-1)
     lines += [""] + expansion_rows("kAsindRows", lambda v: r2d * mp.asin(v),
-                                   "The arcsine in degrees, (180/pi)·asin(c + d),", 256, 128)
+                                   "The arcsine in degrees, (180/pi)·asin(c + d),", 256, 128, cut=4)
     lines += ["", "}  // namespace tsr::deg"]
     g.write_outputs({"elementary/deg_data.h": "\n".join(lines) + "\n"})
 
