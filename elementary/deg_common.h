@@ -163,10 +163,29 @@ inline DD expand(const double *w, double d, double ul) {
     double r = Tail ? d * w[3] + ul * w[2] : d * w[3];
     return {s.h, ((w[1] + s.l) + (ds.l * w[2] + r)) + d2 * p};
 }
+// The row nearest u·Step by the shifter 1.5·2^52 (its low bits; a directed mode's floor or
+// ceiling moved to the nearer row, as in reduce_whole), and d = u - i/Step exact (a multiple
+// of ulp u no larger than 1/(2 Step)).
+struct RowAt {
+    int i;
+    double d;
+};
+template <int Step>
+inline RowAt row_at(double u) {
+    constexpr double kShifter = 0x1.8p52;
+    double t = u * double(Step) + kShifter;  // u·Step exact
+    RowAt r = {int(bits(t) & 0xffff), u - (t - kShifter) * (1.0 / Step)};
+    constexpr double kHalf = 0.5 / Step;
+    if (__builtin_expect(r.d > kHalf || r.d < -kHalf, 0)) {  // a directed mode's floor or ceiling
+        r.i += r.d > 0 ? 1 : -1;
+        r.d = u - double(r.i) * (1.0 / Step);
+    }
+    return r;
+}
 template <int Step, unsigned long N>
 inline DD expand_rows(const double (&rows)[N][10], double u, double ul) {
-    int i = int(u * double(Step) + 0.5);  // u·Step exact; the sum only picks the row
-    return expand(rows[i], u - double(i) * (1.0 / Step), ul);  // d exact
+    RowAt r = row_at<Step>(u);
+    return expand(rows[r.i], r.d, ul);
 }
 
 // The float forms: a row cut after d^4 (the bound beside each table: about 2^-34 of the
@@ -180,8 +199,8 @@ inline double expand_f(const double *r, double d) {
 }
 template <int Step, unsigned long N>
 inline double expand_rows_f(const double (&rows)[N][10], double u) {
-    int i = int(u * double(Step) + 0.5);  // u·Step exact; the sum only picks the row
-    return expand_f(rows[i], u - double(i) * (1.0 / Step));  // d exact
+    RowAt r = row_at<Step>(u);
+    return expand_f(rows[r.i], r.d);
 }
 
 // sin and cos of the angle k + d in its quadrant (-1/2 <= k + d <= 90) from the rows of the
