@@ -78,7 +78,7 @@ inline T asind_t(T xt) {
         double t = (1.0 - a) * 0.5;
         double h = 0.5 / t;
         double r = __builtin_sqrt(t);
-        DD rr = dd::two_prod_cut(r, r);
+        DD rr = two_prod_cut26(r, r);
         DD c = asind_unit(r, ((t - rr.h) - rr.l) * r * h);
         DD d = {2.0 * c.h, 2.0 * c.l};  // acos |x|
         if (Acos && !sx) {

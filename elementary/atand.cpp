@@ -47,7 +47,7 @@ inline DD atand_unit(double u, double ul) { return expand_rows<128>(kAtandRows, 
 inline DD ratio(double n, double m) {
     double v = 1.0 / m;
     double u = n == 1.0 ? v : n * v;
-    DD p = dd::two_prod_cut(u, m);
+    DD p = two_prod_cut26(u, m);
     return {u, ((n - p.h) - p.l) * v};
 }
 
