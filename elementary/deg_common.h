@@ -130,7 +130,8 @@ inline Quadrant reduce_whole(double a) {
         double t = a + kShifter;
         uint64_t n = bits(t) & 0x0007ffffffffffffull;  // t = 1.5·2^52 + N
         double d = a - (t - kShifter);
-        if (__builtin_expect(d > 0.5 || d < -0.5, 0)) {  // a directed mode's floor or ceiling
+        // A directed mode's floor or ceiling (where a - N may round, to 1/2 at most).
+        if (__builtin_expect(d >= 0.5 || d <= -0.5, 0)) {
             n = d > 0 ? n + 1 : n - 1;                      // the nearer whole number
             d = a - double(n);                              // exact (Sterbenz, or n = 0)
         }
@@ -176,7 +177,8 @@ inline RowAt row_at(double u) {
     double t = u * double(Step) + kShifter;  // u·Step exact
     RowAt r = {int(bits(t) & 0xffff), u - (t - kShifter) * (1.0 / Step)};
     constexpr double kHalf = 0.5 / Step;
-    if (__builtin_expect(r.d > kHalf || r.d < -kHalf, 0)) {  // a directed mode's floor or ceiling
+    // A directed mode's floor or ceiling (where u - i/Step may round, to half a step at most).
+    if (__builtin_expect(r.d >= kHalf || r.d <= -kHalf, 0)) {
         r.i += r.d > 0 ? 1 : -1;
         r.d = u - double(r.i) * (1.0 / Step);
     }

@@ -54,7 +54,8 @@ inline Half reduce_half(double a) {
         double t = a2 + kShifter;
         uint64_t n = bits(t) & 0x0007ffffffffffffull;  // t = 1.5·2^52 + N, N nearest 2a
         double e = a - 0.5 * (t - kShifter);             // exact in round-to-nearest
-        if (__builtin_expect(e > 0.25 || e < -0.25, 0)) {  // a directed mode's floor or ceiling
+        // A directed mode's floor or ceiling (where a - N/2 may round, to 1/4 at most).
+        if (__builtin_expect(e >= 0.25 || e <= -0.25, 0)) {
             n = e > 0 ? n + 1 : n - 1;
             e = a - 0.5 * double(n);  // exact (Sterbenz, or n = 0)
         }
