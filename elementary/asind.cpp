@@ -1,20 +1,16 @@
 // asind, acosd and their float forms.
 //
-// asin of t in [0, 1/2] as u = asin t in double and one correction from the double-double
-// sine and cosine kernel __libm_sincos_k64: asin t - u = (t - sin u)/cos u to second order,
-// a term of 2^-53 whose square is far below; the kernel's 2^-62 enters multiplied by at most
-// 1/cos 30°, so the pair holds the angle to about 2^-60.  |x| <= 1/2 takes it on |x|
-// (acosd: 90 -+ it); above, acos |x| = 2 asin sqrt((1 - |x|)/2), with 1 - |x| exact and the
-// root's own correction (t - r^2)/(2r) as the argument's tail (asind: 90 less it, acosd of a
-// negative x: 180 less it).  Degrees by 180/pi in two parts; the last addition is the
-// caller's mode's.
+// asin of t in [0, 1/2] in degrees from rows of a value and a degree-7 expansion (asind_unit,
+// deg_common.h) on |x| (acosd: 90 -+ it); above 1/2, acos |x| = 2 asin sqrt((1 - |x|)/2), with
+// 1 - |x| exact and the root's own correction (t - r^2)/(2r) as the argument's tail (asind:
+// 90 less it, acosd of a negative x: 180 less it).  The last addition is the caller's mode's.
 // Exact cases, without a flag: ±1 (asind ±90, acosd 0 and 180), ±1/2 (±30; 60 and 120),
 // acosd(±0) = 90.  Below 2^-60 asind is x·180/pi (the cube is below 2^-120 of it) and acosd
 // 90 less a tail.  |x| > 1, infinities included: NaN with the function's code.
 //
 // Tiers ex and e7 (double) run these steps alike.  The float forms take the same exact
-// cases and otherwise the double radian function times 180/pi: about 2^-51 of the value, so
-// that the rounding to float adds at most 2^-27 of an ulp to its half ulp.
+// cases and otherwise the same steps with the rows cut after d^4 in double: about 2^-34 of
+// the value, so that the rounding to float adds at most 2^-10 of an ulp to its half ulp.
 #include <type_traits>
 
 #include "elementary/deg_common.h"
@@ -27,7 +23,12 @@ namespace {
 
 constexpr uint64_t kTwoM60 = 0x3c30000000000000ull;  // 2^-60
 
-template <bool Acos, class T, bool Bwr = false>
+// (180/pi)·asin(u + ul) for 0 <= u <= 1/2, |ul| <= 2^-52 u: rows at i/256.  |A| >= 1.7|P1·d|
+// on every row but the first (A = 0), the terms after the head at most 2^-12 of a result no
+// smaller than 0.11 (2^-2 of it on the first row).
+inline DD asind_unit(double u, double ul) { return expand_rows<256>(kAsindRows, u, ul); }
+
+template <bool Acos, class T>
 inline T asind_t(T xt) {
     double x = xt;
     uint64_t ax = bits(x) & kAbs, sx = bits(x) & kSign;
@@ -48,48 +49,49 @@ inline T asind_t(T xt) {
         return ax == 0 ? xt : T(mul_small(x, kR2dHi, kR2dLo));
     }
     if constexpr (std::is_same_v<T, float>) {
-        // The float forms: the radian function in double (0.55 ulp) times 180/pi, about 2^-51
-        // of the value before the rounding to float.
-        double v = Acos ? (Bwr ? __bwr_acos_local(x) : __libm_acos_local(x))
-                        : (Bwr ? __bwr_asin_local(x) : __libm_asin_local(x));
-        return T(v * kR2dHi);
+        // The rows cut after d^4 in double on |x| or on the half-angle root (about 2^-34 of
+        // the value), then the same sums as below in double.
+        double a = f64(ax), v;
+        if (a <= 0.5) {
+            double t = expand_rows_f<256>(kAsindRows, a);
+            v = Acos ? 90.0 - neg_if(t, sx) : neg_if(t, sx);
+        } else {
+            double t = 2.0 * expand_rows_f<256>(kAsindRows, __builtin_sqrt((1.0 - a) * 0.5));  // acos|x|
+            v = Acos ? (sx ? 180.0 - t : t) : neg_if(90.0 - t, sx);
+        }
+        return T(v);
     }
-    RnGuardInexact g;
-    double a = opaque(f64(ax));
-    // u + du = asin of an argument t + dt in [0, 1/2], from the double asin and one
-    // correction (see the head).
-    auto arcsin = [](double t, double dt) {
-        double u = Bwr ? __bwr_asin_local(t) : __libm_asin_local(t);
-        double S[2], C[2];
-        __libm_sincos_k64(u, S, C);
-        return fast_two_sum(u, ((t - S[0]) + (dt - S[1])) / C[0]);  // t - S[0]: exact
-    };
+    double a = f64(ax);
     DD v;  // the magnitude of the result, in degrees
     if (a <= 0.5) {
-        DD d = mul(arcsin(a, 0.0), kR2dHi, kR2dLo);  // asin |x|
+        DD d = asind_unit(a, 0.0);  // asin |x|
         if (Acos) {  // 90 -+ asin|x|
-            DD w = two_sum(90.0, sx ? d.h : -d.h);
-            v = fast_two_sum(w.h, w.l + (sx ? d.l : -d.l));
+            v = fast_two_sum(90.0, sx ? d.h : -d.h);
+            v.l += sx ? d.l : -d.l;
         } else {
             v = d;
         }
     } else {
-        // acos |x| = 2 asin sqrt((1 - |x|)/2), the halved difference exact and its root with
-        // one correction.
+        // acos |x| = 2 asin sqrt(t), t = (1 - |x|)/2 exact; the root r with the word its
+        // rounding lost, (t - r^2)/(2r): the residual exact (the product in two parts, t less
+        // its head by Sterbenz) times 1/(2r) from the reciprocal square root estimate of t
+        // (good to 2^-11; t from 2^-54 on, normal as a float), so the word is within 2^-11 of
+        // itself, 2^-64 of r, and no division is spent.
         double t = (1.0 - a) * 0.5;
         double r = __builtin_sqrt(t);
-        DD rr = two_prod(r, r);
-        DD c = arcsin(r, ((t - rr.h) - rr.l) / (2.0 * r));
-        DD d = mul(DD{2.0 * c.h, 2.0 * c.l}, kR2dHi, kR2dLo);  // acos |x|
+        double y = 0.5 * double(_mm_cvtss_f32(_mm_rsqrt_ss(_mm_set_ss(float(t)))));
+        DD rr = two_prod_cut26(r, r);
+        DD c = asind_unit(r, ((t - rr.h) - rr.l) * y);
+        DD d = {2.0 * c.h, 2.0 * c.l};  // acos |x|
         if (Acos && !sx) {
             v = d;
         } else {  // asind: 90 - acos|x|; acosd of x < 0: 180 - acos|x|
-            DD w = two_sum(Acos ? 180.0 : 90.0, -d.h);
-            v = fast_two_sum(w.h, w.l - d.l);
+            v = fast_two_sum(Acos ? 180.0 : 90.0, -d.h);
+            v.l -= d.l;
         }
     }
     uint64_t neg = Acos ? 0 : sx;
-    return T(finish(g, {neg_if(v.h, neg), neg_if(v.l, neg)}));
+    return T(neg_if(v.h, neg) + neg_if(v.l, neg));
 }
 
 }  // namespace
@@ -103,8 +105,8 @@ TSR_BODY(double, acosd, (double x)) { return asind_t<true>(x); }
 TSR_BODY(float, asindf, (float x)) { return asind_t<false>(x); }
 TSR_BODY(float, acosdf, (float x)) { return asind_t<true>(x); }
 // The reproducible forms: the ex steps under their own names.
-TSR_DEFINE(double, __bwr_asind, (double x)) { return asind_t<false, double, true>(x); }
-TSR_DEFINE(double, __bwr_acosd, (double x)) { return asind_t<true, double, true>(x); }
-TSR_DEFINE(float, __bwr_asindf, (float x)) { return asind_t<false, float, true>(x); }
-TSR_DEFINE(float, __bwr_acosdf, (float x)) { return asind_t<true, float, true>(x); }
+TSR_DEFINE(double, __bwr_asind, (double x)) { return asind_t<false, double>(x); }
+TSR_DEFINE(double, __bwr_acosd, (double x)) { return asind_t<true, double>(x); }
+TSR_DEFINE(float, __bwr_asindf, (float x)) { return asind_t<false, float>(x); }
+TSR_DEFINE(float, __bwr_acosdf, (float x)) { return asind_t<true, float>(x); }
 #endif

@@ -1,6 +1,6 @@
-// What the degree functions share: the exact reduction of an argument in degrees, the
-// sine and cosine of the remainder, and the double-double steps around the radian cores and
-// kernels (the arcs' correction uses __libm_sincos_k64).
+// What the degree functions share: the exact reduction of an argument in degrees, the rows
+// of the sine and of the arcs in degrees, the float polynomials, the double-double steps of
+// the tiny and subnormal cases.
 //
 // The period is a whole number of degrees, so no part of the reduction rounds:
 //   |x| < 2^52: n = trunc|x| (one conversion, inexact only where |x| is not whole, and then
@@ -8,17 +8,19 @@
 //   quotient, and r = (m or m - 90) + f is exact (a multiple of ulp|x| no larger than |x|).
 //   |x| >= 2^52: |x| = M·2^e is whole; M mod 360 times 2^e mod 360, where powers of two from
 //   2^3 on repeat with period 12 modulo 360 (2^15 = 2^3 mod 360), so e folds into 3 .. 14.
-// r lies in [-45, 45] and Q = q mod 4 is the quadrant.  The multiples of 30, 45 and 90 are
-// told apart by r alone (0, ±30, ±45) and take exact constants: no flag is raised.
+// The float forms take r in [-45, 45] and Q = q mod 4, the quadrant (reduce); the double
+// forms the whole degree k nearest the angle in the quadrant and the rest d in [-1/2, 1/2]
+// (reduce_whole).  The multiples of 30, 45 and 90 are told apart by r or by k and d alone.
 //
-// Elsewhere the 64-row core of sin and cos (trig_common.h) takes the remainder, its row
-// chosen in degrees and only the small rest converted to radians (row_deg), to about 2^-62
-// of the value.  Each core runs in round-to-nearest (RnGuardInexact) and hands head and
-// tail back for one last addition in the caller's mode.
+// The double forms evaluate their function in degrees from rows of a value and a Taylor
+// expansion (expand): the sine at whole degrees for sind, cosd, sincosd, tand, cotd; the
+// arcs on a ratio or argument u in [0, 1] (or [0, 1/2]) at a finer step (expand_rows).  Their
+// steps are exact or small roundings in any mode, so they run in the caller's mode, which
+// only their last addition meets.
 #pragma once
+#include <emmintrin.h>
+
 #include "elementary/deg_data.h"
-#include "elementary/trig_kernels.h"
-#include "elementary/trig_common.h"
 #include "tsr/common.h"
 #include "tsr/dd.h"
 #include "tsr/guard.h"
@@ -31,7 +33,7 @@ constexpr uint64_t kSign = 0x8000000000000000ull;
 constexpr uint64_t kAbs = 0x7fffffffffffffffull;
 constexpr uint64_t kInfBits = 0x7ff0000000000000ull;
 constexpr uint64_t kTwo52 = 0x4330000000000000ull;      // 2^52: every double from here is whole
-constexpr uint64_t kSmall = 0x30f0000000000000ull;      // 2^-240: below, first-order terms
+constexpr uint64_t kSmall = 0x39b0000000000000ull;      // 2^-100: below, first-order terms
 constexpr uint64_t kTiny = 0x07b0000000000000ull;       // 2^-900: below, products scaled by 2^200
 
 // Exact sums and products from the shared double-double kit; Dekker's product needs |a|, |b|
@@ -45,7 +47,22 @@ using dd::two_sum;
 inline DD mul(double x, double ch, double cl) { return dd::mul_raw(x, {ch, cl}); }
 // (a.h + a.l)·(ch + cl), to about 2^-104.
 inline DD mul(DD a, double ch, double cl) { return dd::mul(a, DD{ch, cl}); }
-inline double neg_if(double v, uint64_t sign) { return f64(bits(v) ^ sign); }
+// Sign flips and the 26-bit head in the vector registers (SSE2, every tier): the mask crosses
+// from the integer side once, ahead of the value, instead of the value crossing both ways.
+inline double neg_if(double v, uint64_t sign) {
+    return _mm_cvtsd_f64(_mm_xor_pd(_mm_set_sd(v), _mm_castsi128_pd(_mm_cvtsi64_si128(int64_t(sign)))));
+}
+inline DD cut26(double v) {  // v = hi + lo, hi the leading 26 bits kept by truncation
+    double hi = _mm_cvtsd_f64(
+        _mm_and_pd(_mm_set_sd(v), _mm_castsi128_pd(_mm_cvtsi64_si128(int64_t(0xfffffffff8000000ull)))));
+    return {hi, v - hi};
+}
+// a·b = p + e to about 2^-104 (dd::two_prod_cut with the halves cut in the vector registers).
+inline DD two_prod_cut26(double a, double b) {
+    double p = a * b;
+    DD x = cut26(a), y = cut26(b);
+    return {p, ((x.h * y.h - p) + x.h * y.l + x.l * y.h) + x.l * y.l};
+}
 inline double pow2(int n) { return f64(uint64_t(n + 1023) << 52); }  // -1022 <= n <= 1023
 
 // (h + l)·2^-200 rounded once in the caller's mode where it lies in the subnormal range
@@ -75,81 +92,137 @@ inline double mul_small(double x, double ch, double cl) {
 }
 
 // ---- the reduction ----------------------------------------------------------------------------
-struct Red {
-    double r;    // remainder in degrees, -45 <= r <= 45, exact
-    unsigned q;  // quadrant, |x| = 90q + r modulo 360
-};
 
-// a = |x|, finite.
-inline Red reduce(double a) {
-    uint64_t b = bits(a), n;
+// |x| = n + f with n whole modulo 360 (n < 360 past 2^52) and 0 <= f < 1 exact, for a = |x|
+// finite.
+struct Whole {
+    uint64_t n;
     double f;
-    if (b < kTwo52) {
-        int64_t t = int64_t(a);  // truncation, whatever the rounding mode
-        n = uint64_t(t);
-        f = a - double(t);       // exact
-    } else {
-        uint64_t m = (b & 0x000fffffffffffffull) | 0x0010000000000000ull;
-        unsigned e = unsigned(b >> 52) - 0x433;
-        if (e > 14) e = (e - 3) % 12 + 3;  // 2^e mod 360 repeats with period 12 from e = 3
-        n = ((m % 360) << e) % 360;        // below 360·2^14: no overflow
-        f = 0;
-    }
-    uint64_t q = n / 90;
-    int64_t m = int64_t(n - 90 * q);
-    if (m > 45 || (m == 45 && f > 0)) {  // the nearer multiple of 90 is above
-        ++q;
-        m -= 90;
-    }
-    return {double(m) + f, unsigned(q & 3)};  // exact: see the head of this file
-}
-
-// The row of the 64-row core of sin and cos (trig_common.h, the body of __libm_sincos_k64):
-// rows stand at multiples of pi/32, that is 45/8 degrees, so the row is chosen in degrees
-// and the rest r - 5.625k is exact (a multiple of ulp r below 4, or r itself); only that
-// rest goes to radians, as a double-double t = (r - 5.625k)·pi/180 (pi/180 in two parts, the
-// product of the heads exact by Dekker's splitting), whose tail is the core's own tail of
-// the reduction (its remainder is r - e).  About 2^-62 of the value; the series' fourth
-// powers of the remainder stay normal above 2^-256.
-struct Row {
-    trig::Red64 d;
-    int k;
 };
-inline Row row_deg(double r) {
-    int k = int(r * 0x1.6c16c16c16c17p-3 + (r < 0 ? -0.5 : 0.5));  // r·8/45, nearest
-    double rest = r - double(k) * 5.625;                             // exact
-    DD t = mul(rest, kD2rHi, kD2rLo);
-    return {{t.h, t.h, -t.l, k}, k};
+inline Whole whole(double a) {
+    uint64_t b = bits(a);
+    if (b < kTwo52) {
+        int64_t t = int64_t(a);           // truncation, whatever the rounding mode
+        return {uint64_t(t), a - double(t)};  // exact
+    }
+    uint64_t m = (b & 0x000fffffffffffffull) | 0x0010000000000000ull;
+    unsigned e = unsigned(b >> 52) - 0x433;
+    if (e > 14) e = (e - 3) % 12 + 3;  // 2^e mod 360 repeats with period 12 from e = 3
+    return {((m % 360) << e) % 360, 0.0};  // below 360·2^14: no overflow
 }
 
-// sin or cos (Cos) of r degrees, 2^-240 <= |r| <= 45, as head + tail; round-to-nearest.
-inline DD sin_or_cos_deg(double r, bool cos) {
-    Row w = row_deg(r);
-    double tail = 0;
-    double h = trig::rows64_sum(trig::sincos_rows64[(w.k + (cos ? 16 : 0)) & 63], w.d, tail);
-    return fast_two_sum(h, tail);
+// a = |x|, finite: |x| = 90q + k + d modulo 360 with k whole, 0 <= k <= 90, and d exact.
+// Below 2^51 the whole number N nearest a comes from the shifter 1.5·2^52 (its low bits) and
+// d = a - N, exact in round-to-nearest (Sterbenz, or N = 0); a directed mode's floor or
+// ceiling (where a - N may round when N = 1 > 2a) is moved to the nearer whole number and d
+// taken again, exactly, so |d| <= 1/2.  Then k = N mod 90: an angle in the quadrant in
+// [-1/2, 90), its sine and cosine on rows 0 and 90 being odd and even there.  From 2^51 on,
+// the exact residue of whole() with k + d in [0, 90].  The angle in the quadrant is 0
+// exactly when k = 0 and d = 0.
+struct Quadrant {
+    double d;
+    int k;
+    unsigned q;
+};
+inline Quadrant reduce_whole(double a) {
+    if (bits(a) < 0x4320000000000000ull) {  // 2^51
+        constexpr double kShifter = 0x1.8p52;
+        double t = a + kShifter;
+        uint64_t n = bits(t) & 0x0007ffffffffffffull;  // t = 1.5·2^52 + N
+        double d = a - (t - kShifter);
+        // A directed mode's floor or ceiling (where a - N may round, to 1/2 at most).
+        if (__builtin_expect(d >= 0.5 || d <= -0.5, 0)) {
+            n = d > 0 ? n + 1 : n - 1;                      // the nearer whole number
+            d = a - double(n);                              // exact (Sterbenz, or n = 0)
+        }
+        uint64_t q = n / 90;
+        return {d, int(n - 90 * q), unsigned(q & 3)};
+    }
+    Whole w = whole(a);
+    uint64_t q = w.n / 90;
+    int up = w.f >= 0.5;  // without a branch: the halves come at random
+    return {w.f - double(up), int(w.n - 90 * q) + up, unsigned(q & 3)};
 }
 
-// Both, for the tangent: one reduction, two rows.
-inline void sincos_deg(double r, DD &s, DD &c) {
-    Row w = row_deg(r);
-    double ts = 0, tc = 0;
-    double hs = trig::rows64_sum(trig::sincos_rows64[w.k & 63], w.d, ts);
-    double hc = trig::rows64_sum(trig::sincos_rows64[(w.k + 16) & 63], w.d, tc);
-    s = fast_two_sum(hs, ts);
-    c = fast_two_sum(hc, tc);
+// f(c + d + ul) from the row w of f at c (deg_data.h: f(c) as A hi + lo, the coefficient P1
+// of d as a 26-bit head and a second word, then P2 .. P7), |ul| <= 2^-52 |d|, as a head and a
+// tail that the caller adds last; expand_rows picks rows[i] at c = i/Step for
+// 0 <= u <= (N - 1)/Step.  The row nearest u leaves
+// d = u - c exactly (|d| <= 1/(2 Step), a multiple of ulp u); the head A + P1·d with P1's head
+// times d's 26-bit head exact is an exact two-part sum while |A| >= |P1·d| (A = 0 on the
+// first row); the tail gathers A's low word, the rest of P1·d, ul·P1 and d^2·(P2 + ... +
+// P7 d^5).  Each caller states how small that tail is against its result: its roundings then
+// stay far below an ulp.  Every step is exact or such a small rounding in any mode, so the
+// rows run in the caller's mode: only the caller's last addition rounds by it.
+template <bool Tail = true>
+inline DD expand(const double *w, double d, double ul) {
+    DD ds = cut26(d);
+    double m = ds.h * w[2];  // exact: 26 bits by 26 bits
+    DD s = fast_two_sum(w[0], m);
+    double d2 = d * d;
+    double p = (w[4] + d * w[5]) + d2 * (w[6] + d * w[7]) + (d2 * d2) * (w[8] + d * w[9]);
+    double r = Tail ? d * w[3] + ul * w[2] : d * w[3];
+    return {s.h, ((w[1] + s.l) + (ds.l * w[2] + r)) + d2 * p};
+}
+// The row nearest u·Step by the shifter 1.5·2^52 (its low bits; a directed mode's floor or
+// ceiling moved to the nearer row, as in reduce_whole), and d = u - i/Step exact (a multiple
+// of ulp u no larger than 1/(2 Step)).
+struct RowAt {
+    int i;
+    double d;
+};
+template <int Step>
+inline RowAt row_at(double u) {
+    constexpr double kShifter = 0x1.8p52;
+    double t = u * double(Step) + kShifter;  // u·Step exact
+    RowAt r = {int(bits(t) & 0xffff), u - (t - kShifter) * (1.0 / Step)};
+    constexpr double kHalf = 0.5 / Step;
+    // A directed mode's floor or ceiling (where u - i/Step may round, to half a step at most).
+    if (__builtin_expect(r.d >= kHalf || r.d <= -kHalf, 0)) {
+        r.i += r.d > 0 ? 1 : -1;
+        r.d = u - double(r.i) * (1.0 / Step);
+    }
+    return r;
+}
+template <int Step, unsigned long N>
+inline DD expand_rows(const double (&rows)[N][10], double u, double ul) {
+    RowAt r = row_at<Step>(u);
+    return expand(rows[r.i], r.d, ul);
 }
 
-// sin r° and cos r° for the float forms, in double and in the caller's mode, |r| <= 45:
-// 2^-37.5 and 2^-43.5 of the value (deg_data.h) and a few roundings of double, far below
-// the half ulp of a float that the last rounding adds.
-inline double sin_f(double r) {
-    double s = r * r;
-    return r * (kSinf[0] + s * (kSinf[1] + s * (kSinf[2] + s * (kSinf[3] + s * kSinf[4]))));
+// The float forms: a row cut after d^4 (the bound beside each table: about 2^-34 of the
+// value), in double in the caller's mode, P1 by its two words, A by its head: a few roundings
+// of double more, far below the half ulp of a float that the last rounding adds.  At d = 0 the
+// value alone, without a rounding (exact 0, 1/2, 1).
+inline double expand_f(const double *r, double d) {
+    double d2 = d * d;
+    double p = (r[3] + d * r[4]) + d2 * (r[5] + d * r[6]);
+    return r[0] + (d * r[2] + d * p);
 }
-inline double cos_f(double r) {
-    double s = r * r;
-    return 1.0 + s * (kCosf[0] + s * (kCosf[1] + s * (kCosf[2] + s * (kCosf[3] + s * kCosf[4]))));
+template <int Step, unsigned long N>
+inline double expand_rows_f(const double (&rows)[N][10], double u) {
+    RowAt r = row_at<Step>(u);
+    return expand_f(rows[r.i], r.d);
+}
+
+// sin and cos of the angle k + d in its quadrant (-1/2 <= k + d <= 90) from the rows of the
+// sine at whole degrees (kSindRows): sin at row k, cos = sin(90 - k - d) at row 90 - k with
+// -d.  On every row the value is at least twice the first-order term P1·d (sin 1° against
+// (pi/180)·cos 1°/2, and above), and the terms after the head stay below 2^-14 of the result,
+// whose roundings are then near 2^-66 of it.  At d = 0 every term but the value is zero: the
+// values 0, 1/2 (30°) and 1 come out exact, without a flag.
+// side_rows takes the cosine for an odd side, the sine for an even one, without a branch.
+inline DD sin_rows(Quadrant w) { return expand<false>(kSindRows[w.k], w.d, 0.0); }
+inline DD cos_rows(Quadrant w) { return expand<false>(kSindRows[90 - w.k], -w.d, 0.0); }
+// The float forms: the sine rows cut after d^4, the sine or the cosine (odd side).
+inline double side_rows_f(Quadrant w, unsigned side) {
+    unsigned odd = side & 1;
+    return expand_f(kSindRows[odd ? 90 - w.k : w.k], neg_if(w.d, uint64_t(odd) << 63));
+}
+inline DD side_rows(Quadrant w, unsigned side) {
+    unsigned odd = side & 1;
+    int k = odd ? 90 - w.k : w.k;
+    return expand<false>(kSindRows[k], neg_if(w.d, uint64_t(odd) << 63), 0.0);
 }
 
 // The sum of head and tail in the caller's mode, the guard's mode put back between.

@@ -1,17 +1,20 @@
 // sind, cosd, sincosd and their float forms.
 //
-// |x| = 90q + r exactly (deg_common.h).  sin x° is, by the quadrant Q, sin r, cos r, -sin r,
-// -cos r (with x's sign); cos x° the same with Q + 1 and no sign.  r = 0 gives the exact
-// ±1 or a zero (sind: x's sign, sind(180) = +0, sind(-180) = -0; cosd: +0), r = ±30 on the
-// sine side the exact ±1/2, all without a flag.  Elsewhere the double-double sine or cosine
-// of r, with the sign on head and tail before the last addition.
-// Below 2^-240 sind is x·pi/180 (the cube is below 2^-480 of it) and cosd 1 less a tail.
+// |x| = 90q + k + d exactly (deg_common.h), k whole, |d| <= 1/2.  sin x° is, by the quadrant Q,
+// sin, cos, -sin, -cos of the angle k + d (with x's sign); cos x° the same with Q + 1 and no
+// sign; both from the rows of the sine at whole degrees.  The zero angle gives the exact ±1
+// or a zero (sind: x's sign, sind(180) = +0, sind(-180) = -0; cosd: +0); 30 and 60 degrees
+// give the rows' exact 1/2; no flag.  Elsewhere head and tail with the sign on both before the
+// last addition.  sincosd takes both from one reduction.
+// Below 2^-100 sind is x·pi/180 (the cube is below 2^-200 of it) and cosd 1 less a tail.
 //
 // Tiers ex and e7 run these steps alike (e7 is the SSE3 build of them).  The float forms
 // widen to double, where every float argument and the whole reduction are exact, take the
-// same exact cases, and evaluate polynomials in r with pi/180 folded in (deg_data.h) in
-// double in the caller's mode: 2^-37 of the value, so that the last rounding to float adds
-// at most 2^-13 of an ulp to its half ulp.
+// same exact cases, and evaluate the same rows cut after d^4 in double in the caller's mode:
+// about 2^-34 of the value, so that the last rounding to float adds at most 2^-10 of an ulp
+// to its half ulp.
+#include <utility>
+
 #include "elementary/deg_common.h"
 
 using namespace tsr;
@@ -29,21 +32,40 @@ inline double sind_core(double x) {
         if (ax == 0) return x;
         return mul_small(x, kD2rHi, kD2rLo);
     }
-    Red d = reduce(f64(ax));
-    unsigned q = d.q + (Cos ? 1 : 0);
+    Quadrant w = reduce_whole(f64(ax));
+    unsigned q = w.q + (Cos ? 1 : 0);
     uint64_t neg = ((q & 2) ? kSign : 0) ^ (Cos ? 0 : bits(x) & kSign);
-    if (d.r == 0) {
+    if (w.k == 0 && w.d == 0) {
         if (q & 1) return neg_if(1.0, neg);
         return Cos ? 0.0 : f64(bits(x) & kSign);
     }
-    if (!(q & 1) && mag_is(d.r, 30.0)) return neg_if(0.5, neg ^ (bits(d.r) & kSign));
-    RnGuardInexact g;
-    DD v = sin_or_cos_deg(opaque(d.r), q & 1);
-    return finish(g, {neg_if(v.h, neg), neg_if(v.l, neg)});
+    DD v = side_rows(w, q);
+    return neg_if(v.h, neg) + neg_if(v.l, neg);
 }
 
-// The float forms: sine and cosine (Cos), or both; the steps of sind_core with the float
-// polynomials.  Zero: the sine is x, the cosine 1; NaN or infinity: NaN in both.
+// sincosd: both from one reduction, the zero angle as in sind_core.
+inline void sincosd_core(double x, double *sp, double *cp) {
+    uint64_t ax = bits(x) & kAbs, sx = bits(x) & kSign;
+    if (ax >= kInfBits || ax < kSmall) {
+        *sp = sind_core<false>(x);
+        *cp = sind_core<true>(x);
+        return;
+    }
+    Quadrant w = reduce_whole(f64(ax));
+    uint64_t ns = ((w.q & 2) ? kSign : 0) ^ sx, nc = (((w.q + 1) & 2) ? kSign : 0);
+    if (w.k == 0 && w.d == 0) {
+        *sp = (w.q & 1) ? neg_if(1.0, ns) : f64(sx);
+        *cp = (w.q & 1) ? 0.0 : neg_if(1.0, nc);
+        return;
+    }
+    DD s = sin_rows(w), c = cos_rows(w);
+    if (w.q & 1) std::swap(s, c);
+    *sp = neg_if(s.h, ns) + neg_if(s.l, ns);
+    *cp = neg_if(c.h, nc) + neg_if(c.l, nc);
+}
+
+// The float forms: sine and cosine (Cos), or both; the steps of sind_core with the rows in
+// double (side_rows_f).  Zero: the sine is x, the cosine 1; NaN or infinity: NaN in both.
 struct SC {
     double s, c;
 };
@@ -52,24 +74,13 @@ inline SC sincosdf_core(float xf) {
     uint64_t ax = bits(x) & kAbs, sx = bits(x) & kSign;
     if (ax >= kInfBits) return {x - x, x - x};
     if (ax == 0) return {x, 1.0};
-    Red d = reduce(f64(ax));
-    unsigned qs = d.q, qc = d.q + 1;
-    uint64_t ns = ((qs & 2) ? kSign : 0) ^ sx, nc = (qc & 2) ? kSign : 0;
-    uint64_t sr = bits(d.r) & kSign;
-    SC v;
-    if (d.r == 0) {
-        v.s = (qs & 1) ? neg_if(1.0, ns) : f64(sx);
-        v.c = (qc & 1) ? neg_if(1.0, nc) : 0.0;
-    } else if (mag_is(d.r, 30.0)) {
-        double s = neg_if(0.5, sr), c = cos_f(d.r);
-        v.s = neg_if((qs & 1) ? c : s, ns);
-        v.c = neg_if((qc & 1) ? c : s, nc);
-    } else {
-        double s = sin_f(d.r), c = cos_f(d.r);
-        v.s = neg_if((qs & 1) ? c : s, ns);
-        v.c = neg_if((qc & 1) ? c : s, nc);
+    Quadrant w = reduce_whole(f64(ax));
+    uint64_t ns = ((w.q & 2) ? kSign : 0) ^ sx, nc = ((w.q + 1) & 2) ? kSign : 0;
+    if (w.k == 0 && w.d == 0) {
+        if (w.q & 1) return {neg_if(1.0, ns), 0.0};
+        return {f64(sx), neg_if(1.0, nc)};
     }
-    return v;
+    return {neg_if(side_rows_f(w, w.q), ns), neg_if(side_rows_f(w, w.q + 1), nc)};
 }
 template <bool Cos>
 inline float sindf_core(float xf) {
@@ -77,16 +88,14 @@ inline float sindf_core(float xf) {
     uint64_t ax = bits(x) & kAbs;
     if (ax >= kInfBits) return float(x - x);
     if (ax == 0) return Cos ? 1.0f : xf;
-    Red d = reduce(f64(ax));
-    unsigned q = d.q + (Cos ? 1 : 0);
+    Quadrant w = reduce_whole(f64(ax));
+    unsigned q = w.q + (Cos ? 1 : 0);
     uint64_t neg = ((q & 2) ? kSign : 0) ^ (Cos ? 0 : bits(x) & kSign);
-    if (d.r == 0) {
+    if (w.k == 0 && w.d == 0) {
         if (q & 1) return float(neg_if(1.0, neg));
         return Cos ? 0.0f : float(f64(bits(x) & kSign));
     }
-    if (q & 1) return float(neg_if(cos_f(d.r), neg));
-    if (mag_is(d.r, 30.0)) return float(neg_if(0.5, neg ^ (bits(d.r) & kSign)));
-    return float(neg_if(sin_f(d.r), neg));
+    return float(neg_if(side_rows_f(w, q), neg));
 }
 inline void sincosdf_store(float x, float *s, float *c) {
     SC v = sincosdf_core(x);
@@ -105,20 +114,12 @@ TSR_BODY(void, sincosdf, (float x, float *s, float *c)) { sincosdf_store(x, s, c
 #endif
 
 #if TSR_TIER_EX
-// sincosd has one body for every row of its table: the sine and the cosine through their
-// own entries.
-TSR_BODY(void, sincosd, (double x, double *s, double *c)) {
-    *s = __libm_sind_local(x);
-    *c = __libm_cosd_local(x);
-}
+TSR_BODY(void, sincosd, (double x, double *s, double *c)) { sincosd_core(x, s, c); }
 // The reproducible forms: the ex steps under their own names.
 TSR_DEFINE(double, __bwr_sind, (double x)) { return sind_core<false>(x); }
 TSR_DEFINE(double, __bwr_cosd, (double x)) { return sind_core<true>(x); }
 TSR_DEFINE(float, __bwr_sindf, (float x)) { return sindf_core<false>(x); }
 TSR_DEFINE(float, __bwr_cosdf, (float x)) { return sindf_core<true>(x); }
-TSR_DEFINE(void, __bwr_sincosd, (double x, double *s, double *c)) {
-    *s = __bwr_sind_local(x);
-    *c = __bwr_cosd_local(x);
-}
+TSR_DEFINE(void, __bwr_sincosd, (double x, double *s, double *c)) { sincosd_core(x, s, c); }
 TSR_DEFINE(void, __bwr_sincosdf, (float x, float *s, float *c)) { sincosdf_store(x, s, c); }
 #endif

@@ -1,7 +1,9 @@
 // Speed of the degree functions against the system libm's radian functions on the converted
 // argument (sin(x·pi/180), 180/pi·asin(x), ...), side by side in one process.
 //
-//   g++ -O2 -std=c++20 tools/deg_bench.cpp -o build/deg_bench -ldl && build/deg_bench build/libtessera.so
+//   g++ -O2 -std=c++20 tools/deg_bench.cpp -o build/deg_bench -ldl && build/deg_bench build/libtessera.so [name ...]
+//
+// Names after the library keep only those rows.
 //
 // Both sides are reached through dlsym (tessera's public entry, which jumps through the
 // dispatch slot; libm.so.6's radian function) and called through a function pointer; the
@@ -18,6 +20,7 @@
 #include <cstdio>
 #include <functional>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace {
@@ -25,6 +28,7 @@ namespace {
 volatile uint64_t g_zero = 0;
 constexpr double kD2r = 0x1.1df46a2529d39p-6, kR2d = 0x1.ca5dc1a63c1f8p+5;  // pi/180, 180/pi
 constexpr int kN = 4096, kReps = 31;
+std::vector<std::string> g_only;  // the rows asked for; all when empty
 
 template <class T> T link(T base, T prev, uint64_t z) {
     if constexpr (sizeof(T) == 8)
@@ -54,6 +58,7 @@ double median(std::vector<double> v) {
 
 template <class T, class A, class B>
 void row(const char *name, const char *theirs, T lo, T hi, bool two, A ours, B sys) {
+    if (!g_only.empty() && std::find(g_only.begin(), g_only.end(), name) == g_only.end()) return;
     std::mt19937_64 g(7);
     std::uniform_real_distribution<double> u(lo, hi);
     std::vector<T> x(kN), y(kN);
@@ -81,6 +86,7 @@ void row(const char *name, const char *theirs, T lo, T hi, bool two, A ours, B s
 int main(int argc, char **argv) {
     void *ts = dlopen(argc > 1 ? argv[1] : "build/libtessera.so", RTLD_NOW | RTLD_LOCAL);
     void *lm = dlopen("libm.so.6", RTLD_NOW | RTLD_LOCAL);
+    for (int i = 2; i < argc; ++i) g_only.push_back(argv[i]);
     if (!ts || !lm) {
         std::fprintf(stderr, "cannot load: %s\n", dlerror());
         return 1;

@@ -219,24 +219,29 @@ const std::vector<Row2<float>> kAtan2df = {
 };
 
 // ---- accuracy -------------------------------------------------------------------------------
-// Angles: uniform over two turns and near zero, log-uniform over every size, the doubles next
-// to multiples of 90 (remainders of one ulp: the poles' neighbours), tiny arguments.
+// Angles: uniform over two turns and near zero, log-uniform over every size and over the
+// binades where the whole and half degrees run out (2^49 .. 2^53, floats 2^21 .. 2^25), the
+// neighbours of multiples of 90 (remainders of one ulp: the poles' neighbours) and of odd
+// multiples of 1/4 (where the nearest whole or half degree, the row, changes side), tiny
+// arguments.
 template <class T> Sweep<T> angle_plan(Func<T> f) {
     constexpr bool d = sizeof(T) == 8;
     Sweep<T> s{f, {}};
     s.regions = {{40000, {T(-720), T(720), Dist::uniform}},
-                 {30000, {T(d ? 0x1p-30 : 0x1p-20), T(d ? 0x1p+1023 : 0x1p+127), Dist::log_uniform, true}},
+                 {25000, {T(d ? 0x1p-30 : 0x1p-20), T(d ? 0x1p+1023 : 0x1p+127), Dist::log_uniform, true}},
+                 {5000, {T(d ? 0x1p49 : 0x1p21), T(d ? 0x1p53 : 0x1p25), Dist::log_uniform, true}},
                  {10000, {T(-1), T(1), Dist::uniform}},
                  {5000, {T(d ? 0x1p-1074 : 0x1p-149), T(d ? 0x1p-380 : 0x1p-20), Dist::log_uniform, true}}};
     s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
         std::mt19937_64 g(seed);
         for (size_t i = 0; i < n; ++i) {
-            T m = T(90 * int64_t(g() % (d ? 100000000 : 100000)));
+            T m = (i & 1) ? T(90 * int64_t(g() % (d ? 100000000 : 100000)))
+                          : T(double(2 * int64_t(g() % 720000) + 1) * 0.25);  // odd quarters below 360000
             T x = (g() & 1) ? std::nextafter(m, T(INFINITY)) : std::nextafter(m, -T(INFINITY));
             out.push_back((g() & 2) ? -x : x);
         }
     };
-    s.gen_n = 15000;
+    s.gen_n = 20000;
     s.bound[0] = d ? 0.55 : 0.51;
     s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
     return s;
@@ -256,11 +261,23 @@ template <class T> Sweep<T> arc_plan(Func<T> f) {
     s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
     return s;
 }
+// Arctangent: log-uniform over the range, uniform near the origin, and the neighbours of
+// the odd multiples of 1/256 and of their reciprocals (where the row changes).
 template <class T> Sweep<T> atan_plan(Func<T> f) {
     constexpr bool d = sizeof(T) == 8;
     Sweep<T> s{f, {}};
-    s.regions = {{60000, {T(d ? 0x1p-80 : 0x1p-40), T(d ? 0x1p+600 : 0x1p+100), Dist::log_uniform, true}},
+    s.regions = {{50000, {T(d ? 0x1p-80 : 0x1p-40), T(d ? 0x1p+600 : 0x1p+100), Dist::log_uniform, true}},
                  {40000, {T(-4), T(4), Dist::uniform}}};
+    s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
+        std::mt19937_64 g(seed);
+        for (size_t i = 0; i < n; ++i) {
+            T m = T(double(2 * int64_t(g() % 128) + 1) / 256);
+            if (g() & 4) m = T(1) / m;
+            T x = (g() & 1) ? std::nextafter(m, T(INFINITY)) : std::nextafter(m, -T(INFINITY));
+            out.push_back((g() & 2) ? -x : x);
+        }
+    };
+    s.gen_n = 10000;
     s.bound[0] = d ? 0.55 : 0.51;
     s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
     return s;
