@@ -4,6 +4,7 @@
 #pragma once
 #include <mpfr.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "harness/harness.h"
@@ -13,13 +14,6 @@ namespace erft {
 using namespace th;
 
 template <class T> Row<T> crun(T x) { return {x, CR, UN, ERANGE_IF_ZERO, NO_CODE, RN}; }  // subnormal result
-
-template <class T> std::vector<Row<T>> nans(std::vector<Row<T>> own) {
-    std::vector<Row<T>> r = {{T(NAN), T(NAN)}, {-T(NAN), T(NAN)},
-                             {sizeof(T) == 8 ? T(kS) : T(fS), T(NAN), INV}};
-    r.insert(r.end(), own.begin(), own.end());
-    return r;
-}
 
 // The bounds of a plan, and its references in two stages (erfc at 256 bits takes
 // milliseconds far in its tail, at 2p + 24 microseconds).
@@ -79,42 +73,53 @@ inline int mpfr_erfcx(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
     mpfr_clear(s);
     return i;
 }
-// Newton steps on ln erfc(y) = ln z at precision p, from the y given, until a step is below
-// 2^-(p-4) of y (ln erfc is concave: from above the root the iterates close in from one side).
-inline void erfcinv_newton(mpfr_t y, mpfr_srcptr z, mpfr_prec_t p) {
-    mpfr_t lz, e, d, c;
-    for (mpfr_ptr v : {(mpfr_ptr)lz, (mpfr_ptr)e, (mpfr_ptr)d, (mpfr_ptr)c}) mpfr_init2(v, p);
+// Newton's iteration to p bits for the y given (good to a few bits), step(e, y, q) writing
+// the step at q bits: at 80 bits until a step is below 2^-76 of y, where the slow first steps
+// are cheap, then one step at each precision, nearly doubling up to p: the iteration converges
+// quadratically, so a y good to q - 8 bits is good to about 2q - 16 after one step, and no
+// step is spent confirming the last.
+template <class Step> void newton_ladder(mpfr_t y, mpfr_prec_t p, Step step) {
+    mpfr_t e;
+    mpfr_init2(e, 80);
+    mpfr_prec_round(y, 80, MPFR_RNDN);
+    for (int it = 0; it < 200; ++it) {
+        step(e, y, 80);
+        mpfr_add(y, y, e, MPFR_RNDN);
+        if (mpfr_zero_p(e) || mpfr_get_exp(e) < mpfr_get_exp(y) - 76) break;
+    }
+    for (mpfr_prec_t q = 80; q < p;) {
+        q = std::min(2 * q - 16, p);
+        mpfr_prec_round(y, q, MPFR_RNDN);
+        mpfr_set_prec(e, q);
+        step(e, y, q);
+        mpfr_add(y, y, e, MPFR_RNDN);
+    }
+    mpfr_clear(e);
+}
+// y = erfcinv(z) for 0 < z <= 1, to p bits: Newton on ln erfc(y) = ln z from sqrt(-ln z) (ln
+// erfc is concave: from above the root the iterates close in from one side).
+inline void erfcinv_ref(mpfr_t y, mpfr_srcptr z, mpfr_prec_t p) {
+    mpfr_t lz, c, d;
+    for (mpfr_ptr v : {(mpfr_ptr)lz, (mpfr_ptr)c, (mpfr_ptr)d}) mpfr_init2(v, p);
     mpfr_log(lz, z, MPFR_RNDN);
+    mpfr_neg(y, lz, MPFR_RNDN);
+    mpfr_sqrt(y, y, MPFR_RNDN);
     mpfr_const_pi(c, MPFR_RNDN);
     mpfr_sqrt(c, c, MPFR_RNDN);
     mpfr_ui_div(c, 2, c, MPFR_RNDN);  // 2/sqrt(pi)
-    for (int it = 0; it < 200; ++it) {
-        mpfr_erfc(e, y, MPFR_RNDN);
-        mpfr_sqr(d, y, MPFR_RNDN);
+    newton_ladder(y, p, [&](mpfr_ptr e, mpfr_srcptr v, mpfr_prec_t q) {
+        mpfr_set_prec(d, q);
+        mpfr_erfc(e, v, MPFR_RNDN);
+        mpfr_sqr(d, v, MPFR_RNDN);
         mpfr_neg(d, d, MPFR_RNDN);
         mpfr_exp(d, d, MPFR_RNDN);
         mpfr_mul(d, d, c, MPFR_RNDN);
-        mpfr_div(d, d, e, MPFR_RNDN);    // -(ln erfc)'
+        mpfr_div(d, d, e, MPFR_RNDN);  // -(ln erfc)'
         mpfr_log(e, e, MPFR_RNDN);
         mpfr_sub(e, e, lz, MPFR_RNDN);
-        mpfr_div(e, e, d, MPFR_RNDN);    // the step
-        mpfr_add(y, y, e, MPFR_RNDN);
-        if (mpfr_zero_p(e) || mpfr_get_exp(e) < mpfr_get_exp(y) - p + 4) break;
-    }
-    for (mpfr_ptr v : {(mpfr_ptr)lz, (mpfr_ptr)e, (mpfr_ptr)d, (mpfr_ptr)c}) mpfr_clear(v);
-}
-// y = erfcinv(z) for 0 < z <= 1, to p bits: Newton from sqrt(-ln z) at 80 bits, where the
-// slow first steps are cheap, then at p bits, where each step doubles the bits that hold.
-inline void erfcinv_ref(mpfr_t y, mpfr_srcptr z, mpfr_prec_t p) {
-    mpfr_t g;
-    mpfr_init2(g, 80);
-    mpfr_log(g, z, MPFR_RNDN);
-    mpfr_neg(g, g, MPFR_RNDN);
-    mpfr_sqrt(g, g, MPFR_RNDN);
-    erfcinv_newton(g, z, 80);
-    mpfr_set(y, g, MPFR_RNDN);
-    mpfr_clear(g);
-    erfcinv_newton(y, z, p);
+        mpfr_div(e, e, d, MPFR_RNDN);
+    });
+    for (mpfr_ptr v : {(mpfr_ptr)lz, (mpfr_ptr)c, (mpfr_ptr)d}) mpfr_clear(v);
 }
 // erfcinv(x) for 0 < x < 2 by symmetry, erfinv(x) = erfcinv(1 - x), cdfnorminv(p) =
 // -sqrt(2) erfcinv(2p); each at 64 more bits (1 - x exact at that precision for the
@@ -148,26 +153,26 @@ inline int mpfr_erfcinv(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) { return erfc
 // erfinv(x) for |x| <= 1/2 to p bits: Newton on erf from x sqrt(pi)/2.
 inline int erfinv_small(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {
     mpfr_prec_t p = mpfr_get_prec(r) + 64;
-    mpfr_t y, e, d, c;
-    for (mpfr_ptr v : {(mpfr_ptr)y, (mpfr_ptr)e, (mpfr_ptr)d, (mpfr_ptr)c}) mpfr_init2(v, p);
+    mpfr_t y, d, c;
+    for (mpfr_ptr v : {(mpfr_ptr)y, (mpfr_ptr)d, (mpfr_ptr)c}) mpfr_init2(v, p);
     mpfr_const_pi(c, MPFR_RNDN);
     mpfr_sqrt(c, c, MPFR_RNDN);
     mpfr_mul(y, x, c, MPFR_RNDN);
     mpfr_div_2ui(y, y, 1, MPFR_RNDN);
     mpfr_ui_div(c, 2, c, MPFR_RNDN);  // 2/sqrt(pi)
-    for (int it = 0; it < 200 && !mpfr_zero_p(y); ++it) {
-        mpfr_erf(e, y, MPFR_RNDN);
-        mpfr_sub(e, e, x, MPFR_RNDN);
-        mpfr_sqr(d, y, MPFR_RNDN);
-        mpfr_neg(d, d, MPFR_RNDN);
-        mpfr_exp(d, d, MPFR_RNDN);
-        mpfr_mul(d, d, c, MPFR_RNDN);
-        mpfr_div(e, e, d, MPFR_RNDN);
-        mpfr_sub(y, y, e, MPFR_RNDN);
-        if (mpfr_zero_p(e) || mpfr_get_exp(e) < mpfr_get_exp(y) - p + 4) break;
-    }
+    if (!mpfr_zero_p(y))
+        newton_ladder(y, p, [&](mpfr_ptr e, mpfr_srcptr v, mpfr_prec_t q) {
+            mpfr_set_prec(d, q);
+            mpfr_erf(e, v, MPFR_RNDN);
+            mpfr_sub(e, x, e, MPFR_RNDN);
+            mpfr_sqr(d, v, MPFR_RNDN);
+            mpfr_neg(d, d, MPFR_RNDN);
+            mpfr_exp(d, d, MPFR_RNDN);
+            mpfr_mul(d, d, c, MPFR_RNDN);
+            mpfr_div(e, e, d, MPFR_RNDN);
+        });
     int i = mpfr_set(r, y, rnd);
-    for (mpfr_ptr v : {(mpfr_ptr)y, (mpfr_ptr)e, (mpfr_ptr)d, (mpfr_ptr)c}) mpfr_clear(v);
+    for (mpfr_ptr v : {(mpfr_ptr)y, (mpfr_ptr)d, (mpfr_ptr)c}) mpfr_clear(v);
     return i;
 }
 inline int mpfr_erfinv(mpfr_ptr r, mpfr_srcptr x, mpfr_rnd_t rnd) {

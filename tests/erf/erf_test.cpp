@@ -25,7 +25,7 @@ namespace code = tsr::code;
 // boundaries and the grid points.
 template <class T> std::vector<Row<T>> erf_rows() {
     constexpr bool d = sizeof(T) == 8;
-    std::vector<Row<T>> r = nans<T>({
+    std::vector<Row<T>> r = with_nans<T>({
         {T(0), T(0)}, {-T(0), -T(0)}, {T(kInf), T(1)}, {-T(kInf), T(-1)},
         {T(6), T(1), NX, 0, NO_CODE, RN}, {T(-1e30), T(-1), NX, 0, NO_CODE, RN},
         {T(d ? DBL_MAX : FLT_MAX), T(1), NX, 0, NO_CODE, RN},
@@ -45,7 +45,7 @@ template <class T> std::vector<Row<T>> erfc_rows(int under) {
     constexpr bool d = sizeof(T) == 8;
     T zero_from = d ? T(27.226017111108366) : T(0x1.41bbf8p+3);
     T last_nonzero = d ? T(27.226017111108362) : T(0x1.41bbf6p+3);
-    std::vector<Row<T>> r = nans<T>({
+    std::vector<Row<T>> r = with_nans<T>({
         {T(0), T(1)}, {-T(0), T(1)}, {T(kInf), T(0)}, {-T(kInf), T(2)},
         {T(-6), T(2), NX, 0, NO_CODE, RN}, {T(-1e30), T(2), NX, 0, NO_CODE, RN},
         {zero_from, T(0), UN, ERANGE, under, RN}, {T(30), T(0), UN, ERANGE, under, RN},
@@ -69,7 +69,7 @@ template <class T> std::vector<Row<T>> cdfnorm_rows(int under) {
     constexpr bool d = sizeof(T) == 8;
     T zero_to = d ? T(-0x1.33e21dc3f3bd8p+5) : T(-0x1.c5722ap+3);
     T last_nonzero = d ? T(-0x1.33e21dc3f3bd7p+5) : T(-0x1.c57228p+3);
-    std::vector<Row<T>> r = nans<T>({
+    std::vector<Row<T>> r = with_nans<T>({
         {T(0), T(0.5)}, {-T(0), T(0.5)}, {T(kInf), T(1)}, {-T(kInf), T(0)},
         {T(8.3), T(1), NX, 0, NO_CODE, RN}, {T(1e30), T(1), NX, 0, NO_CODE, RN},
         {zero_to, T(0), UN, ERANGE, under, RN}, {T(-39), T(0), UN, ERANGE, under, RN},
@@ -93,7 +93,7 @@ template <class T> std::vector<Row<T>> erfcx_rows(int over) {
     constexpr bool d = sizeof(T) == 8;
     T over_to = d ? T(-26.628735713751492) : T(-0x1.2c3cbep+3);
     T last_finite = d ? T(-0x1.aa0f4d2e063cep+4) : T(-0x1.2c3cbcp+3);
-    std::vector<Row<T>> r = nans<T>({
+    std::vector<Row<T>> r = with_nans<T>({
         {T(0), T(1)}, {-T(0), T(1)}, {T(kInf), T(0)}, {-T(kInf), T(kInf)},
         {over_to, T(kInf), OV, ERANGE, over, RN}, {T(-27), T(kInf), OV, ERANGE, over, RN},
         {T(d ? -DBL_MAX : -FLT_MAX), T(kInf), OV, ERANGE, over, RN}, cr(last_finite),

@@ -21,7 +21,7 @@ namespace code = tsr::code;
 template <class T> std::vector<Row<T>> erfinv_rows(int above, int one) {
     constexpr bool d = sizeof(T) == 8;
     T below1 = d ? T(0x1.fffffffffffffp-1) : T(0x1.fffffep-1);
-    return nans<T>({
+    return with_nans<T>({
         {T(0), T(0)}, {-T(0), -T(0)}, {T(1), T(kInf), DZ, ERANGE, one}, {T(-1), -T(kInf), DZ, ERANGE, one},
         {T(1.5), T(NAN), INV, EDOM, above}, {T(-2), T(NAN), INV, EDOM, above}, {T(kInf), T(NAN), INV, EDOM, above},
         {T(d ? 1.0000000000000002 : 1.0000001f), T(NAN), INV, EDOM, above},
@@ -33,7 +33,7 @@ template <class T> std::vector<Row<T>> erfinv_rows(int above, int one) {
 // erfcinv: 0 at 1 exactly, the poles at 0 and 2, the domain, and the tail to the smallest z.
 template <class T> std::vector<Row<T>> erfcinv_rows(int pole, int outside) {
     constexpr bool d = sizeof(T) == 8;
-    return nans<T>({
+    return with_nans<T>({
         {T(1), T(0)}, {T(0), T(kInf), DZ, ERANGE, pole}, {-T(0), T(kInf), DZ, ERANGE, pole},
         {T(2), -T(kInf), DZ, ERANGE, pole}, {T(3), T(NAN), INV, EDOM, outside}, {T(-1), T(NAN), INV, EDOM, outside},
         {T(kInf), T(NAN), INV, EDOM, outside}, {-T(kInf), T(NAN), INV, EDOM, outside},
@@ -45,7 +45,7 @@ template <class T> std::vector<Row<T>> erfcinv_rows(int pole, int outside) {
 // cdfnorminv: 0 at 1/2 exactly, the poles at 0 and 1, the domain, the far tail.
 template <class T> std::vector<Row<T>> cdfnorminv_rows(int pole, int outside, int inf) {
     constexpr bool d = sizeof(T) == 8;
-    return nans<T>({
+    return with_nans<T>({
         {T(0.5), T(0)}, {T(0), -T(kInf), DZ, ERANGE, pole}, {-T(0), -T(kInf), DZ, ERANGE, pole},
         {T(1), T(kInf), DZ, ERANGE, pole}, {T(1.5), T(NAN), INV, EDOM, outside}, {T(-0.5), T(NAN), INV, EDOM, outside},
         {T(kInf), T(NAN), INV, EDOM, inf}, {-T(kInf), T(NAN), INV, EDOM, inf},

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <cerrno>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
 #include <sys/mman.h>
@@ -31,7 +32,11 @@ inline const std::vector<CodeInfo> &codes() {
         for (const auto &r : ref::kCodes)
             for (int i = 0; i < 3; ++i)
                 if (r.code[i] >= 0) v[r.code[i]] = {i == 0 ? 2 : i == 1 ? 1 : 0, r.cls[i], r.fn};
-        for (const auto &q : ref::kQuadCodes) v[q.code] = {3, q.cls, q.name};
+        for (const auto &q : ref::kQuadCodes) {
+            std::istringstream names(q.names);
+            int c = q.first;
+            for (std::string n; names >> n;) v[c++] = {3, q.cls, n};
+        }
         return v;
     }();
     return t;

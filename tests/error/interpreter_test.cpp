@@ -2,6 +2,8 @@
 // mode, with the default handler and with user handlers answering 0 and 1, on operands
 // and results of both signs, zero, subnormal and infinite, in each precision's cell.
 #include <cfloat>
+#include <limits>
+#include <type_traits>
 #include <thread>
 #include "error_util.h"
 #include "harness/harness.h"
@@ -11,24 +13,12 @@ using namespace errtest;
 
 namespace {
 
-template <class T> struct Prec;
-template <> struct Prec<float> {
-    static constexpr int p = 0;
-    static float max() { return FLT_MAX; }
-    static float tiny() { return FLT_TRUE_MIN; }
-    static float inf() { return __builtin_inff(); }
-};
-template <> struct Prec<double> {
-    static constexpr int p = 1;
-    static double max() { return DBL_MAX; }
-    static double tiny() { return DBL_TRUE_MIN; }
-    static double inf() { return __builtin_inf(); }
-};
-template <> struct Prec<long double> {
-    static constexpr int p = 2;
-    static long double max() { return LDBL_MAX; }
-    static long double tiny() { return LDBL_TRUE_MIN; }
-    static long double inf() { return __builtin_infl(); }
+// Each precision's column in the policy's tables (p) and the values its results take.
+template <class T> struct Prec {
+    static constexpr int p = std::is_same_v<T, float> ? 0 : std::is_same_v<T, double> ? 1 : 2;
+    static T max() { return std::numeric_limits<T>::max(); }
+    static T tiny() { return std::numeric_limits<T>::denorm_min(); }
+    static T inf() { return std::numeric_limits<T>::infinity(); }
 };
 template <> struct Prec<__float128> {
     static constexpr int p = 3;

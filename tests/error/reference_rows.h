@@ -10,7 +10,7 @@ struct ActionRow { int row; int program; const char *value; const char *err; };
 struct ProgramRow { int number; const char *steps; };
 // Codes by function and condition: extended, double, float (-1: none) and the class of each.
 struct CodeRow { const char *fn; int code[3]; int cls[3]; };
-struct QuadRow { int code; const char *name; int cls; };
+struct QuadRun { int first, cls; const char *names; };
 struct PrecisionRow { const char *type; const char *suffix; int words, stride, first, shift, sign_word; };
 struct ValueRow { const char *name; const char *f, *d, *l, *q; };
 
@@ -237,94 +237,19 @@ inline const CodeRow kCodes[] = {
     {"atan2pi", {-1, 402, 403}, {-1, 10, 10}},  // both arguments 0
 };
 
-inline const QuadRow kQuadCodes[] = {
-    {293, "acosdq", 35},
-    {294, "acoshq", 35},
-    {295, "acosq", 35},
-    {296, "annuityq", 35},
-    {297, "annuityq", 35},
-    {298, "asindq", 35},
-    {299, "asinq", 35},
-    {300, "atan2dq", 35},
-    {301, "atan2q", 35},
-    {302, "atanhq", 35},
-    {303, "compoundq", 35},
-    {304, "compoundq", 35},
-    {305, "log10q", 35},
-    {306, "log1pq", 35},
-    {307, "log2q", 35},
-    {308, "logbq", 35},
-    {309, "logq", 35},
-    {310, "powq", 35},
-    {311, "powq", 35},
-    {312, "sqrtq", 35},
-    {313, "annuityq", 13},
-    {314, "annuityq", 13},
-    {315, "atanhq", 13},
-    {316, "compoundq", 13},
-    {317, "compoundq", 13},
-    {318, "coshq", 13},
-    {319, "cotdq", 13},
-    {320, "cotq", 13},
-    {321, "exp10q", 13},
-    {322, "exp10q", 13},
-    {323, "exp2q", 13},
-    {324, "exp2q", 13},
-    {325, "expm1q", 13},
-    {326, "expq", 13},
-    {327, "expq", 13},
-    {328, "fdimq", 13},
-    {329, "hypotq", 13},
-    {330, "ilogbq", 13},
-    {331, "ldexpq", 13},
-    {332, "ldexpq", 13},
-    {333, "llrintq", 13},
-    {334, "llroundq", 13},
-    {335, "log10q", 13},
-    {336, "log1pq", 13},
-    {337, "log2q", 13},
-    {338, "logq", 13},
-    {339, "lrintq", 13},
-    {340, "lroundq", 13},
-    {341, "nextafterq", 13},
-    {342, "nexttowardq", 13},
-    {343, "powq", 13},
-    {344, "powq", 13},
-    {345, "scalblnq", 13},
-    {346, "scalblnq", 13},
-    {347, "scalbnq", 13},
-    {348, "scalbnq", 13},
-    {349, "scalbq", 13},
-    {350, "scalbq", 13},
-    {351, "sinhcoshq", 13},
-    {352, "sinhq", 13},
-    {353, "tandq", 13},
-    {354, "erfcxq", 13},
-    {355, "remainderq", 22},
-    {356, "erfcq", 22},
-    {357, "expm1q", 22},
-    {358, "fmodq", 22},
-    {359, "gammaq", 22},
-    {360, "gammaq", 22},
-    {361, "gammaq", 22},
-    {362, "j0q", 22},
-    {363, "j1q", 22},
-    {364, "jnq", 22},
-    {365, "lgammaq", 22},
-    {366, "lgammaq", 22},
-    {367, "lgammaq", 22},
-    {368, "powq", 22},
-    {369, "powq", 22},
-    {370, "remquoq", 22},
-    {371, "y0q", 22},
-    {372, "y0q", 22},
-    {373, "y0q", 22},
-    {374, "y1q", 22},
-    {375, "y1q", 22},
-    {376, "y1q", 22},
-    {377, "ynq", 22},
-    {378, "ynq", 22},
-    {379, "ynq", 22},
+// Codes of binary128 by class: consecutive codes from the first, one function name each.
+inline const QuadRun kQuadCodes[] = {
+    {293, 35,
+     "acosdq acoshq acosq annuityq annuityq asindq asinq atan2dq atan2q atanhq "
+     "compoundq compoundq log10q log1pq log2q logbq logq powq powq sqrtq"},
+    {313, 13,
+     "annuityq annuityq atanhq compoundq compoundq coshq cotdq cotq exp10q exp10q "
+     "exp2q exp2q expm1q expq expq fdimq hypotq ilogbq ldexpq ldexpq llrintq llroundq "
+     "log10q log1pq log2q logq lrintq lroundq nextafterq nexttowardq powq powq "
+     "scalblnq scalblnq scalbnq scalbnq scalbq scalbq sinhcoshq sinhq tandq erfcxq"},
+    {355, 22,
+     "remainderq erfcq expm1q fmodq gammaq gammaq gammaq j0q j1q jnq lgammaq lgammaq "
+     "lgammaq powq powq remquoq y0q y0q y0q y1q y1q y1q ynq ynq ynq"},
 };
 
 inline const char *const kNames[] = {

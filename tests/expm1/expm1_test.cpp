@@ -47,16 +47,6 @@ int mpfr_powr(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr y, mpfr_rnd_t m) {
     return mpfr_pow(r, x, y, m);
 }
 
-template <class T> std::vector<RowN<T, 1, 1>> with_nans(std::vector<Row<T>> own) {
-    constexpr bool d = sizeof(T) == 8;
-    std::vector<Row<T>> r = {
-        {T(NAN), T(NAN)}, {-T(NAN), T(NAN)},
-        {d ? T(f64(0x7ff4000000000000)) : f32(0x7fa00000), T(NAN), INV},
-    };
-    r.insert(r.end(), own.begin(), own.end());
-    return r;
-}
-
 // ---- expm1 ----------------------------------------------------------------------------------
 // A subnormal argument is its own result with underflow; tier e7 alone reports it (errno by
 // the error mode, not checked here).  The largest finite result is at ln(DBL_MAX).

@@ -360,6 +360,16 @@ inline constexpr long double lInf = __builtin_infl();
 inline const double kNaN = f64(0x7ff8000000000000);
 inline const float fNaN = f32(0x7fc00000);
 inline const long double lNaN = __builtin_nanl("");
+// The NaN rows every one-argument function shares, put before its own: quiet NaNs of either
+// sign pass silently; signalling ones, among them a negative one with its payload in the low
+// word only (not to be taken for an infinity), raise invalid.
+template <class T> std::vector<Row<T>> with_nans(std::vector<Row<T>> own) {
+    constexpr bool d = sizeof(T) == 8;
+    std::vector<Row<T>> r = {{T(NAN), T(NAN)}, {-T(NAN), T(NAN)}, {d ? T(kS) : T(fS), T(NAN), INV},
+                             {d ? T(f64(0xfff0000000000001)) : f32(0xff800001), T(NAN), INV}};
+    r.insert(r.end(), own.begin(), own.end());
+    return r;
+}
 template <class T> using RowSC = RowN<T, 1, 2>;  // two outputs (sincos)
 
 // Checks every row in every variant of f this processor runs and every mode the row names:

@@ -12,22 +12,9 @@ namespace {
 using namespace th;
 namespace code = tsr::code;
 
-// NaNs of both signs pass through; the signalling ones (one with its payload in the low word
-// only, not to be taken for an infinity) raise invalid.
-template <class T> std::vector<Row<T>> nans(std::vector<Row<T>> own) {
-    constexpr bool d = sizeof(T) == 8;
-    std::vector<Row<T>> r = {
-        {T(NAN), T(NAN)}, {-T(NAN), T(NAN)},
-        {d ? T(f64(0x7ff4000000000000)) : f32(0x7fa00000), T(NAN), INV},
-        {d ? T(f64(0xfff0000000000001)) : f32(0xff800001), T(NAN), INV},
-    };
-    r.insert(r.end(), own.begin(), own.end());
-    return r;
-}
-
 // Results next to a subnormal or tiny argument are checked in nearest: MPFR's 256-bit value
 // there is the argument itself, which says nothing of the directed roundings.
-const std::vector<Row<double>> kSinh = nans<double>({
+const std::vector<Row<double>> kSinh = with_nans<double>({
     {0.0, 0.0}, {-0.0, -0.0}, {INFINITY, INFINITY}, {-INFINITY, -INFINITY},
     {0x1p-1074, CR, UN, 0, NO_CODE, RN}, {-0x0.fffffffffffffp-1022, CR, UN, 0, NO_CODE, RN},
     {0x1p-1022, CR, NX, 0, NO_CODE, RN}, {-0x1p-63, CR, NX, 0, NO_CODE, RN},
@@ -42,7 +29,7 @@ const std::vector<Row<double>> kSinh = nans<double>({
     {0x1.8p+9, CR, OV, ERANGE, code::sinh_overflow}, {-0x1.fffffffffffffp+1023, CR, OV, ERANGE, code::sinh_overflow},
 });
 
-const std::vector<Row<double>> kCosh = nans<double>({
+const std::vector<Row<double>> kCosh = with_nans<double>({
     {0.0, 1.0}, {-0.0, 1.0}, {INFINITY, INFINITY}, {-INFINITY, INFINITY},
     {0x1p-1074, CR, NX, 0, NO_CODE, RN}, {-0x1p-63, CR, NX, 0, NO_CODE, RN},
     {0x1p-25, CR, NX, 0, NO_CODE, RN}, {0x1.47ae147ae147bp-7, CR, NX, 0, NO_CODE, RN},  // 0.01
@@ -56,7 +43,7 @@ const std::vector<Row<double>> kCosh = nans<double>({
 
 // tanh: in l9 the magnitude is rounded in the caller's mode before the sign goes on, and
 // the e7 quotient is within an ulp next to 1: directed rows there are positive or tier ex.
-const std::vector<Row<double>> kTanh = nans<double>({
+const std::vector<Row<double>> kTanh = with_nans<double>({
     {0.0, 0.0}, {-0.0, -0.0}, {INFINITY, 1.0}, {-INFINITY, -1.0},  // exact: no inexact
     {0x1.fffffffffffffp+1023, CR, NX, 0, NO_CODE, RN}, {-0x1p+128, CR, NX, 0, NO_CODE, RN},
     {0x1p-1074, CR, UN, 0, NO_CODE, RN}, {-0x0.fffffffffffffp-1022, CR, UN, 0, NO_CODE, RN},
@@ -72,7 +59,7 @@ const std::vector<Row<double>> kTanh = nans<double>({
     {-0x1p+5, CR, NX, 0, NO_CODE, RN},
 });
 
-const std::vector<Row<float>> kSinhf = nans<float>({
+const std::vector<Row<float>> kSinhf = with_nans<float>({
     {0.0f, 0.0f}, {-0.0f, -0.0f}, {INFINITY, INFINITY}, {-INFINITY, -INFINITY},
     {0x1p-149f, CR, UN, 0, NO_CODE, RN}, {-0x0.fffffep-126f, CR, UN, 0, NO_CODE, RN},
     {0x1p-126f, CR, NX, 0, NO_CODE, RN}, {-0x1.fffffep-28f, CR, NX, 0, NO_CODE, RN}, {0x1p-27f, CR, NX, 0, NO_CODE, RN},
@@ -83,7 +70,7 @@ const std::vector<Row<float>> kSinhf = nans<float>({
     {-0x1.fffffep+127f, CR, OV, ERANGE, code::sinhf_overflow},
 });
 
-const std::vector<Row<float>> kCoshf = nans<float>({
+const std::vector<Row<float>> kCoshf = with_nans<float>({
     {0.0f, 1.0f}, {-0.0f, 1.0f}, {INFINITY, INFINITY}, {-INFINITY, INFINITY},
     {0x1p-149f, CR, NX, 0, NO_CODE, RN}, {-0x1p-31f, CR, NX, 0, NO_CODE, RN},
     {0x1p-3f, CR, NX, 0, NO_CODE, RN}, {0x1.7p-2f, CR, NX, 0, NO_CODE, RN}, {0x1.8p+5f, CR, NX, 0, NO_CODE, RN},
@@ -92,7 +79,7 @@ const std::vector<Row<float>> kCoshf = nans<float>({
     {0x1.fffffep+127f, CR, OV, ERANGE, code::coshf_overflow},
 });
 
-const std::vector<Row<float>> kTanhf = nans<float>({
+const std::vector<Row<float>> kTanhf = with_nans<float>({
     {0.0f, 0.0f}, {-0.0f, -0.0f}, {INFINITY, 1.0f}, {-INFINITY, -1.0f},
     {0x1.fffffep+127f, CR, NX, 0, NO_CODE, RN}, {-0x1p+4f, CR, NX, 0, NO_CODE, RN}, {0x1p+4f, CR, NX}, {0x1.4p+3f, CR, NX},
     {0x1p-149f, CR, UN, 0, NO_CODE, RN}, {-0x0.fffffep-126f, CR, UN, 0, NO_CODE, RN}, {0x1p-126f, CR, NX, 0, NO_CODE, RN},

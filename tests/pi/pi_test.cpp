@@ -22,23 +22,13 @@ namespace {
 using namespace th;
 namespace code = tsr::code;
 
-
-
-// What every one-argument function shares: NaNs quiet, signalling ones raise invalid.
-template <class T> std::vector<Row<T>> nans(std::vector<Row<T>> own) {
-    std::vector<Row<T>> r = {{T(NAN), T(NAN)}, {-T(NAN), T(NAN)},
-                             {sizeof(T) == 8 ? T(kS) : T(fS), T(NAN), INV}};
-    r.insert(r.end(), own.begin(), own.end());
-    return r;
-}
-
 // ---- sinpi, cospi, tanpi, cotpi: exact values in every mode -----------------------------------
 // Whole numbers, half-odd and quarter numbers, small and beyond 2^52 and 2^53 (the last bit
 // decides the parity up to 2^53), and the largest finite value.
 template <class T> std::vector<Row<T>> sinpi_rows() {
     constexpr bool d = sizeof(T) == 8;
     T big = d ? T(0x1p52) : T(0x1p23), odd = big + 1;
-    return nans<T>({
+    return with_nans<T>({
         {T(0), T(0)}, {-T(0), -T(0)}, {T(1), T(0)}, {T(-1), -T(0)}, {T(2), T(0)}, {T(-3), -T(0)},
         {T(0.5), T(1)}, {T(-0.5), T(-1)}, {T(1.5), T(-1)}, {T(-2.5), T(-1)}, {T(7.5), T(-1)},
         {big, T(0)}, {-odd, -T(0)}, {T(d ? 0x1p60 : 0x1p60f), T(0)}, {-T(d ? DBL_MAX : FLT_MAX), -T(0)},
@@ -53,7 +43,7 @@ template <class T> std::vector<Row<T>> sinpi_rows() {
 template <class T> std::vector<Row<T>> cospi_rows() {
     constexpr bool d = sizeof(T) == 8;
     T big = d ? T(0x1p52) : T(0x1p23), odd = big + 1;
-    return nans<T>({
+    return with_nans<T>({
         {T(0), T(1)}, {-T(0), T(1)}, {T(1), T(-1)}, {T(-1), T(-1)}, {T(2), T(1)},
         {T(0.5), T(0)}, {T(-0.5), T(0)}, {T(1.5), T(0)}, {T(-1.5), T(0)}, {T(1e6 + 0.5), T(0)},
         {big, T(1)}, {odd, T(-1)}, {-odd, T(-1)}, {big * 2, T(1)}, {T(d ? DBL_MAX : FLT_MAX), T(1)},
@@ -68,7 +58,7 @@ template <class T> std::vector<Row<T>> cospi_rows() {
 template <class T> std::vector<Row<T>> tanpi_rows() {
     constexpr bool d = sizeof(T) == 8;
     T big = d ? T(0x1p52) : T(0x1p23), odd = big + 1;
-    return nans<T>({
+    return with_nans<T>({
         {T(0), T(0)}, {-T(0), -T(0)}, {T(1), -T(0)}, {T(-1), T(0)}, {T(2), T(0)}, {T(-2), -T(0)},
         {T(0.25), T(1)}, {T(-0.25), T(-1)}, {T(0.75), T(-1)}, {T(1.25), T(1)}, {T(-5.75), T(1)},
         {T(0.5), T(kInf), DZ}, {T(-0.5), -T(kInf), DZ}, {T(1.5), -T(kInf), DZ}, {T(-1.5), T(kInf), DZ},
@@ -82,7 +72,7 @@ template <class T> std::vector<Row<T>> tanpi_rows() {
 }
 template <class T> std::vector<Row<T>> cotpi_rows() {
     constexpr bool d = sizeof(T) == 8;
-    return nans<T>({
+    return with_nans<T>({
         {T(0), T(kInf), DZ}, {-T(0), -T(kInf), DZ}, {T(1), -T(kInf), DZ}, {T(-2), -T(kInf), DZ},
         {T(0.5), T(0)}, {T(-0.5), -T(0)}, {T(1.5), -T(0)}, {T(0.25), T(1)}, {T(0.75), T(-1)},
         {T(kInf), T(NAN), INV},
@@ -94,7 +84,7 @@ template <class T> std::vector<Row<T>> cotpi_rows() {
 // ---- the inverse functions ------------------------------------------------------------------------
 template <class T> std::vector<Row<T>> asinpi_rows(int above) {
     constexpr bool d = sizeof(T) == 8;
-    return nans<T>({
+    return with_nans<T>({
         {T(0), T(0)}, {-T(0), -T(0)}, {T(1), T(0.5)}, {T(-1), T(-0.5)},
         {T(d ? 0x1.0000000000001p0 : 0x1.000002p0f), T(NAN), INV, EDOM, above},
         {T(-2), T(NAN), INV, EDOM, above}, {T(kInf), T(NAN), INV, EDOM, above},
@@ -105,7 +95,7 @@ template <class T> std::vector<Row<T>> asinpi_rows(int above) {
 }
 template <class T> std::vector<Row<T>> acospi_rows(int above) {
     constexpr bool d = sizeof(T) == 8;
-    return nans<T>({
+    return with_nans<T>({
         {T(0), T(0.5)}, {-T(0), T(0.5)}, {T(1), T(0)}, {T(-1), T(1)},
         {T(d ? -0x1.0000000000001p0 : -0x1.000002p0f), T(NAN), INV, EDOM, above},
         {-T(kInf), T(NAN), INV, EDOM, above},
@@ -118,7 +108,7 @@ template <class T> std::vector<Row<T>> acospi_rows(int above) {
 // high word does not exceed the first), 0.6875, 1.1875, 2.4375 and their neighbours, 2^54.
 template <class T> std::vector<Row<T>> atanpi_rows() {
     constexpr bool d = sizeof(T) == 8;
-    std::vector<Row<T>> r = nans<T>({
+    std::vector<Row<T>> r = with_nans<T>({
         {T(0), T(0)}, {-T(0), -T(0)}, {T(1), T(0.25)}, {T(-1), T(-0.25)},
         {T(kInf), T(0.5)}, {-T(kInf), T(-0.5)},
         {T(d ? 0x1p-1074 : 0x1p-149f), CR, UN, 0, NO_CODE, RN},

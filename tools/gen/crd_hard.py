@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Hard-to-round arguments of exp and log in double (tests/crd/crd_hard.h).
+"""Hard-to-round arguments of exp and log in double (tests/crd/crd_hard.txt).
 
 An argument is hard when its exact result lies close to a rounding boundary: a double (the
 boundary of the directed modes) or a point halfway between two (that of nearest).  Its
@@ -96,17 +96,14 @@ def search(cands, f):
 
 def main():
     rng = random.Random(SEED)
-    out = [tsrgen.header("crd_hard.py"), "#pragma once", "#include <cstdint>", "",
-           "// Arguments of exp and log whose exact results lie close to a boundary of rounding,",
-           "// the hardest first: (bits of x, bits after the 54th shared with the boundary).",
-           "struct CrdHard { uint64_t x; double bits; };", ""]
+    out = ["#" + tsrgen.header("crd_hard.py")[2:],
+           "# Arguments of exp and log whose exact results lie close to a boundary of rounding, the",
+           "# hardest first: function, bits of x, bits after the 54th shared with the boundary, x."]
     for name, cands, f in (("exp", candidates_exp(rng), mp.exp), ("log", candidates_log(rng), mp.log)):
         rows = search(cands, f)
         print("%s: %d arguments, hardest %.1f bits" % (name, len(rows), rows[0][0]))
-        out.append("inline const CrdHard kHard_%s[] = {" % name)
-        out += ["    {0x%016xu, %.1f},  // %s" % (d2b(x), h, float.hex(x)) for h, x in rows]
-        out += ["};", ""]
-    tsrgen.write_outputs({"tests/crd/crd_hard.h": "\n".join(out)})
+        out += ["%s %016x %.1f %s" % (name, d2b(x), h, float.hex(x)) for h, x in rows]
+    tsrgen.write_outputs({"tests/crd/crd_hard.txt": "\n".join(out) + "\n"})
 
 
 if __name__ == "__main__":
