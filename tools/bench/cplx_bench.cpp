@@ -80,6 +80,15 @@ int main() {
         a = run<CD>(wrap(carg), zd, false), b = run<CD>(wrap(sg), zd, false);
         c = run<CD>(wrap(carg), zd, true), d = run<CD>(wrap(sg), zd, true);
         printf("| carg | %.1f | %.1f | %.2f | %.1f | %.1f | %.2f |\n", a, b, a / b, c, d, c / d);
+        auto saf = reinterpret_cast<float (*)(CF)>(dlsym(m, "cabsf"));
+        auto sgf = reinterpret_cast<float (*)(CF)>(dlsym(m, "cargf"));
+        auto wrapf = [](float (*f)(CF)) { return [f](CF z) { CF r = f(z); return r; }; };
+        a = run<CF>(wrapf(cabsf), zf, false), b = run<CF>(wrapf(saf), zf, false);
+        c = run<CF>(wrapf(cabsf), zf, true), d = run<CF>(wrapf(saf), zf, true);
+        printf("| cabsf | %.1f | %.1f | %.2f | %.1f | %.1f | %.2f |\n", a, b, a / b, c, d, c / d);
+        a = run<CF>(wrapf(cargf), zf, false), b = run<CF>(wrapf(sgf), zf, false);
+        c = run<CF>(wrapf(cargf), zf, true), d = run<CF>(wrapf(sgf), zf, true);
+        printf("| cargf | %.1f | %.1f | %.2f | %.1f | %.1f | %.2f |\n", a, b, a / b, c, d, c / d);
         auto sp = reinterpret_cast<CD (*)(CD, CD)>(dlsym(m, "cpow"));
         CD w = 2.5 + 0.75i;
         auto p1 = [w](CD z) { return cpow(z, w); };
@@ -87,6 +96,13 @@ int main() {
         a = run<CD>(p1, zd, false), b = run<CD>(p2, zd, false);
         c = run<CD>(p1, zd, true), d = run<CD>(p2, zd, true);
         printf("| cpow | %.1f | %.1f | %.2f | %.1f | %.1f | %.2f |\n", a, b, a / b, c, d, c / d);
+        auto spf = reinterpret_cast<CF (*)(CF, CF)>(dlsym(m, "cpowf"));
+        CF wf = 2.5f + 0.75if;
+        auto q1 = [wf](CF z) { return cpowf(z, wf); };
+        auto q2 = [spf, wf](CF z) { return spf(z, wf); };
+        a = run<CF>(q1, zf, false), b = run<CF>(q2, zf, false);
+        c = run<CF>(q1, zf, true), d = run<CF>(q2, zf, true);
+        printf("| cpowf | %.1f | %.1f | %.2f | %.1f | %.1f | %.2f |\n", a, b, a / b, c, d, c / d);
     }
     return 0;
 }
