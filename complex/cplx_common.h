@@ -11,10 +11,12 @@
 #pragma once
 #include <cstdint>
 
+#include "elementary/exp_common.h"
 #include "elementary/exp_kernels.h"
 #include "elementary/hyp_kernels.h"
 #include "elementary/invtrig_kernels.h"
 #include "elementary/log_kernels.h"
+#include "elementary/trig_common.h"
 #include "elementary/trig_kernels.h"
 #include "tsr/common.h"
 #include "tsr/dd.h"
@@ -106,6 +108,23 @@ inline double mul_scaled(int n, const double a[2], const double b[2]) {
     double r;
     __libm_mul_k64(n, a, b, &r);
     return r;
+}
+
+// sin y and cos y each as a head and a tail, for 2^-252 <= |y| < 2^17 and a caller that holds
+// round-to-nearest: the 64-row core of __libm_sincos_k64 inline, k = round(32y/pi) by the
+// shifter (no branch on y's sign), the same pair to about 2^-62 of each value.
+inline bool sincos_pair_range(double y) { return unsigned(bexp(y) - 771) < unsigned(0x410 - 771); }
+inline void sincos_pair(double y, double S[2], double C[2]) {
+    double sh = opaque(y * 0x1.45f306dc9c883p+3 + 0x1.8p52);
+    int k = int(uint32_t(bits(sh)));
+    trig::Red64 d = trig::red64(y, k);
+    double ts, tc;
+    double hs = trig::rows64_sum(trig::sincos_rows64[k & 63], d, ts);
+    double hc = trig::rows64_sum(trig::sincos_rows64[(k + 16) & 63], d, tc);
+    S[0] = hs + ts;
+    S[1] = ts - (S[0] - hs);
+    C[0] = hc + tc;
+    C[1] = tc - (C[0] - hc);
 }
 
 // ---- extended --------------------------------------------------------------------------
