@@ -38,7 +38,7 @@ inline void hyp_pairs(double x, double y, double C[2], int &n1, double S[2], int
     } else {
         n2 = __libm_sinh_k64(x, S);
     }
-    __libm_sincos_k64(y, sn, cs);
+    sincos_rn(y, sn, cs);
 }
 
 // cosh and sinh for the usual finite parts (0.02 < |x| < 2048, 2^-252 <= |y| < 2^17): the

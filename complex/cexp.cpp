@@ -38,7 +38,7 @@ template <Base B>
 inline void angle(double y, double S[2], double C[2], int &g) {
     g = 0;
     if constexpr (B == kE) {
-        __libm_sincos_k64(y, S, C);
+        sincos_rn(y, S, C);
     } else {
         const double H = B == k2 ? LN2_HI : LN10_HI, L = B == k2 ? LN2_LO : LN10_LO;
         if (bexp(y) < 1023 - 900) {  // |y| < 2^-900: the angle itself, scaled by 2^200

@@ -126,6 +126,12 @@ inline void sincos_pair(double y, double S[2], double C[2]) {
     C[0] = hc + tc;
     C[1] = tc - (C[0] - hc);
 }
+// __libm_sincos_k64's pairs for every y, inline where sincos_pair serves; the caller holds
+// round-to-nearest (as the kernel's own steps need).
+inline void sincos_rn(double y, double S[2], double C[2]) {
+    if (sincos_pair_range(y)) sincos_pair(y, S, C);
+    else __libm_sincos_k64(y, S, C);
+}
 
 // ---- extended --------------------------------------------------------------------------
 inline LD ld(const double v[2]) { return LD(v[0]) + LD(v[1]); }
@@ -209,7 +215,7 @@ namespace {
 // is not small enough for the two-term series).
 inline void sincos_ld(double th, double tl, LD &s, LD &c) {
     double S[2], C[2];
-    __libm_sincos_k64(th, S, C);
+    sincos_rn(th, S, C);
     LD sl = ld(S), cl = ld(C);
     if (tl == 0.0) {
         s = sl;
@@ -223,7 +229,7 @@ inline void sincos_ld(double th, double tl, LD &s, LD &c) {
         ct = 1.0L - 0.5L * t * t;
     } else {
         double S2[2], C2[2];
-        __libm_sincos_k64(tl, S2, C2);
+        sincos_rn(tl, S2, C2);
         st = ld(S2);
         ct = ld(C2);
     }

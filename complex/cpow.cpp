@@ -56,7 +56,8 @@ inline LD exp_ld(LD U) {
     double uh = double(U), E[2];
     LD ul = U - LD(uh);
     int n;
-    __libm_exp_k64(uh, &n, E);
+    if (unsigned(bexp(uh) - 966) < unsigned(1035 - 966)) n = expd::exp_pair_rn(uh, E[0], E[1]);
+    else __libm_exp_k64(uh, &n, E);
     LD e = ld(E);
     return (e + e * ul) * pow2l(n);
 }
@@ -83,6 +84,45 @@ inline CD general_rad(double a, double b, double c, double d) {
     sincos_ld(ph[0], ph[1], s, co);
     LD re = M * co, im = M * s;
     return mk(double(opaque(re)), double(opaque(im)));
+}
+
+// The general form in double-double, for four finite non-zero parts of moderate size: a^2 +
+// b^2 as an exact pair (hypot2's unscaled regime), L = ln|z| from the logarithm kernel
+// (2^-62 relative), T = arg z from the extended angle (2^-62) split into a pair, U = cL - dT
+// and the angle v = dL + cT as pairs (the products exact by two_prod: c and d lie between
+// 2^-400 and 2^400), e^U by the exponential kernel's pair times 1 + U's tail, sin v and cos v
+// by the sine-cosine pair turned by v's tail to the first order (its square is below 2^-100
+// of the values), each part joined with the modulus and rounded once (mul_scaled): the
+// error before that rounding is that of the extended form, about 2^-60 (|cL| + |dT| + 1)
+// relative.  False where a step leaves its range (a sum of squares that hypot2 scales, an
+// exponent of 2048 or more or below 2^-57, an angle of 2^17 or more): the extended form
+// then serves.
+inline bool general_dd(double a, double b, double c, double d, CD &out) {
+    constexpr int LOW = 1023 - 400, SPAN = 800;
+    if (unsigned(bexp(c) - LOW) >= unsigned(SPAN) || unsigned(bexp(d) - LOW) >= unsigned(SPAN)) return false;
+    double n2[2], lg[2];
+    if (__libm_hypot2_k64(n2, a, b) != 0.0) return false;
+    __libm_log_k64(n2[0], n2[1], lg);
+    double Lh = 0.5 * lg[0], Ll = 0.5 * lg[1];
+    double T[2];
+    to_pair(__libm_atan2_k80(LD(b), LD(a)), T);
+    DD cl = two_prod(c, Lh), dt = two_prod(d, T[0]), dl = two_prod(d, Lh), ct = two_prod(c, T[0]);
+    cl.l += c * Ll;
+    dt.l += d * T[1];
+    dl.l += d * Ll;
+    ct.l += c * T[1];
+    DD u = dd::two_sum(cl.h, -dt.h), v = dd::two_sum(dl.h, ct.h);
+    u = fast_two_sum(u.h, u.l + (cl.l - dt.l));
+    v = fast_two_sum(v.h, v.l + (dl.l + ct.l));
+    if (unsigned(bexp(u.h) - 966) >= unsigned(1035 - 966) || !sincos_pair_range(v.h)) return false;
+    double E[2], S[2], C[2];
+    int n = expd::exp_pair_rn(u.h, E[0], E[1]);
+    E[1] += E[0] * u.l;
+    sincos_pair(v.h, S, C);
+    DD s = fast_two_sum(S[0], S[1] + C[0] * v.l), co = fast_two_sum(C[0], C[1] - S[0] * v.l);
+    S[0] = s.h, S[1] = s.l, C[0] = co.h, C[1] = co.l;
+    out = mk(mul_scaled(n, E, C), mul_scaled(n, E, S));
+    return true;
 }
 
 inline CD cpow_core(double a, double b, double c, double d) {
@@ -115,6 +155,17 @@ inline CD cpow_core(double a, double b, double c, double d) {
 }  // namespace
 
 TSR_DEFINE(CD, cpow, (CD z, CD w)) {
+    double a = __real__ z, b = __imag__ z, c = __real__ w, d = __imag__ w;
+    if (is_nzfinite(a) && is_nzfinite(b) && is_nzfinite(c) && is_nzfinite(d)) {
+        // The general form is inexact: the probe tells the mode.
+        RnGuardInexact rn;
+        X87Precision p;
+        CD r;
+        a = opaque(a);
+        if (!general_dd(a, b, c, d, r)) r = general_rad(a, b, c, d);
+        double re = rn.finish(__real__ r);
+        return mk(re, __imag__ r);
+    }
     RnGuard rn;
     X87Precision p;
     CD r = cpow_core(__real__ z, __imag__ z, __real__ w, __imag__ w);
