@@ -86,23 +86,28 @@ inline CD general_rad(double a, double b, double c, double d) {
     return mk(double(opaque(re)), double(opaque(im)));
 }
 
-// The general form in double-double, for four finite non-zero parts of moderate size: a^2 +
-// b^2 as an exact pair (hypot2's unscaled regime), L = ln|z| from the logarithm kernel
-// (2^-62 relative), T = arg z from the extended angle (2^-62) split into a pair, U = cL - dT
-// and the angle v = dL + cT as pairs (the products exact by two_prod: c and d lie between
-// 2^-400 and 2^400), e^U by the exponential kernel's pair times 1 + U's tail, sin v and cos v
-// by the sine-cosine pair turned by v's tail to the first order (its square is below 2^-100
-// of the values), each part joined with the modulus and rounded once (mul_scaled): the
-// error before that rounding is that of the extended form, about 2^-60 (|cL| + |dT| + 1)
-// relative.  False where a step leaves its range (a sum of squares that hypot2 scales, an
-// exponent of 2048 or more or below 2^-57, an angle of 2^17 or more): the extended form
-// then serves.
+// The general form in double-double, for four finite non-zero parts between 2^-400 and
+// 2^400 in magnitude: a^2 + b^2 as a pair to 2^-104 (exact squares), L = ln|z| from the
+// logarithm kernel's reduced step (2^-62 relative), T = arg z from the extended angle (2^-62)
+// split into a pair, U = cL - dT and the angle v = dL + cT as pairs (exact products by
+// two_prod), e^U by the exponential kernel's pair times 1 + U's tail, sin v and cos v by the
+// sine-cosine pair turned by v's tail to the first order (its square is below 2^-100 of the
+// values), each part joined with the modulus and rounded once (mul_scaled).  The error before
+// that rounding is the extended form's, about 2^-60 (|cL| + |dT| + 1) relative.  False where a
+// step leaves its range (an exponent of 2048 or more or below 2^-57, an angle of 2^17 or
+// more): the extended form serves there.
 inline bool general_dd(double a, double b, double c, double d, CD &out) {
     constexpr int LOW = 1023 - 400, SPAN = 800;
     if (unsigned(bexp(c) - LOW) >= unsigned(SPAN) || unsigned(bexp(d) - LOW) >= unsigned(SPAN)) return false;
-    double n2[2], lg[2];
-    if (__libm_hypot2_k64(n2, a, b) != 0.0) return false;
-    __libm_log_k64(n2[0], n2[1], lg);
+    if (unsigned(bexp(a) - LOW) >= unsigned(SPAN) || unsigned(bexp(b) - LOW) >= unsigned(SPAN)) return false;
+    // a^2 + b^2 = 2^e (h + l) with h in [1, 2): the squares exact, their sum as a pair, the
+    // exponent taken out exactly (the sum lies between 2^-800 and 2^801).
+    DD aa = two_prod(a, a), bb = two_prod(b, b);
+    DD q = dd::two_sum(aa.h, bb.h);
+    q = fast_two_sum(q.h, q.l + (aa.l + bb.l));
+    int e = bexp(q.h) - 1023;
+    double sc = f64(uint64_t(1023 - e) << 52), lg[2];
+    log_k64_reduced(q.h * sc, q.l * sc, e, lg);
     double Lh = 0.5 * lg[0], Ll = 0.5 * lg[1];
     double T[2];
     to_pair(__libm_atan2_k80(LD(b), LD(a)), T);
