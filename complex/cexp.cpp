@@ -80,7 +80,7 @@ inline CD cexp_usual(double x, double y) {
 template <Base B>
 inline CD cexp_core(double x, double y) {
     if constexpr (B == kE) {
-        if (unsigned(bexp(x) - 966) < unsigned(1035 - 966) && sincos_pair_range(y)) return cexp_usual(x, y);
+        if (exp_pair_range(x) && sincos_pair_range(y)) return cexp_usual(x, y);
     }
     if (is_zero(y)) return mk(exp_real<B>(x), y);
     if (!is_finite(y)) {

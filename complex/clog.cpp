@@ -63,8 +63,7 @@ inline LD log_abs(double x, double y) {
 // and halved exactly.  False elsewhere: the extended form serves.  The caller holds
 // round-to-nearest.
 inline bool log_abs_dd(double x, double y, double &re) {
-    constexpr int LOW = 1023 - 400, SPAN = 800;
-    if (unsigned(bexp(x) - LOW) >= unsigned(SPAN) || unsigned(bexp(y) - LOW) >= unsigned(SPAN)) return false;
+    if (!moderate(x) || !moderate(y)) return false;
     DD xx = two_prod(x, x), yy = two_prod(y, y);
     DD q = dd::two_sum(xx.h, yy.h);
     q = fast_two_sum(q.h, q.l + (xx.l + yy.l));

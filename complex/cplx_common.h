@@ -91,14 +91,17 @@ using dd::DD;
 using dd::fast_two_sum;
 using dd::two_prod;
 
+// 2^-400 <= |v| < 2^400 (biased exponents 623 to 1422): products and squares of such values
+// and their Dekker splits stay in the normal range.
+inline bool moderate(double v) { return unsigned(bexp(v) - (1023 - 400)) < 800u; }
+
 // 2^n (a[0] + a[1]) (b[0] + b[1]) rounded once: __libm_mul_k64, its usual case inline.  With
 // both heads between 2^-400 and 2^400 no partial product leaves the normal range, so the
 // kernel's normalisation of the factors changes nothing (scaling by powers of two commutes
 // with every rounding); where the rounded product times 2^n is normal, that scaling is exact.
 // The result is the kernel's, bit for bit.
 inline double mul_scaled(int n, const double a[2], const double b[2]) {
-    constexpr int LOW = 1023 - 400, SPAN = 800;  // biased exponents of 2^-400 .. 2^400
-    if (unsigned(bexp(a[0]) - LOW) < unsigned(SPAN) && unsigned(bexp(b[0]) - LOW) < unsigned(SPAN)) {
+    if (moderate(a[0]) && moderate(b[0])) {
         auto [ph, pl] = two_prod(a[0], b[0]);
         pl += a[0] * b[1] + a[1] * b[0];
         double s = ph + pl;
@@ -109,6 +112,9 @@ inline double mul_scaled(int n, const double a[2], const double b[2]) {
     __libm_mul_k64(n, a, b, &r);
     return r;
 }
+
+// Where expd::exp_pair_rn serves: 2^-57 <= |x| < 2^11 (biased exponents 966 to 1033).
+inline bool exp_pair_range(double x) { return unsigned(bexp(x) - 966) < unsigned(1034 - 966); }
 
 // sin y and cos y each as a head and a tail, for 2^-252 <= |y| < 2^17 and a caller that holds
 // round-to-nearest: the 64-row core of __libm_sincos_k64 inline, k = round(32y/pi) by the

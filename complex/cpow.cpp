@@ -56,7 +56,7 @@ inline LD exp_ld(LD U) {
     double uh = double(U), E[2];
     LD ul = U - LD(uh);
     int n;
-    if (unsigned(bexp(uh) - 966) < unsigned(1035 - 966)) n = expd::exp_pair_rn(uh, E[0], E[1]);
+    if (exp_pair_range(uh)) n = expd::exp_pair_rn(uh, E[0], E[1]);
     else __libm_exp_k64(uh, &n, E);
     LD e = ld(E);
     return (e + e * ul) * pow2l(n);
@@ -97,9 +97,7 @@ inline CD general_rad(double a, double b, double c, double d) {
 // step leaves its range (an exponent of 2048 or more or below 2^-57, an angle of 2^17 or
 // more): the extended form serves there.
 inline bool general_dd(double a, double b, double c, double d, CD &out) {
-    constexpr int LOW = 1023 - 400, SPAN = 800;
-    if (unsigned(bexp(c) - LOW) >= unsigned(SPAN) || unsigned(bexp(d) - LOW) >= unsigned(SPAN)) return false;
-    if (unsigned(bexp(a) - LOW) >= unsigned(SPAN) || unsigned(bexp(b) - LOW) >= unsigned(SPAN)) return false;
+    if (!moderate(a) || !moderate(b) || !moderate(c) || !moderate(d)) return false;
     // a^2 + b^2 = 2^e (h + l) with h in [1, 2): the squares exact, their sum as a pair, the
     // exponent taken out exactly (the sum lies between 2^-800 and 2^801).
     DD aa = two_prod(a, a), bb = two_prod(b, b);
@@ -119,7 +117,7 @@ inline bool general_dd(double a, double b, double c, double d, CD &out) {
     DD u = dd::two_sum(cl.h, -dt.h), v = dd::two_sum(dl.h, ct.h);
     u = fast_two_sum(u.h, u.l + (cl.l - dt.l));
     v = fast_two_sum(v.h, v.l + (dl.l + ct.l));
-    if (unsigned(bexp(u.h) - 966) >= unsigned(1035 - 966) || !sincos_pair_range(v.h)) return false;
+    if (!exp_pair_range(u.h) || !sincos_pair_range(v.h)) return false;
     double E[2], S[2], C[2];
     int n = expd::exp_pair_rn(u.h, E[0], E[1]);
     E[1] += E[0] * u.l;

@@ -87,8 +87,8 @@ inline void e_split128(double x, double kf, double &B, double &Q) {
     double rl = (a - rh) - b;
     double r = rh + rl;
     B = f64(bits(1.0 + rh) & 0xffffffff00000000ull);
-    // approximation of e^r on [-0x1.62fp-9, 0x1.62fp-9], degree 6, max relative
-    // error 2^-74.99 (measured by tools/gen/approximations.py)
+    // approximation of e^r on [-0x1.62fp-9, 0x1.62fp-9], degree 6, max relative error
+    // 2^-74.99 (measured by tools/gen/approximations.py)
     double s2 = r * r;
     Q = s2 * 0.5 +
         ((0x1.6c16c87372663p-10 * s2 + 0x1.555555555541dp-5) * s2 +
