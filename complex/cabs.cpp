@@ -27,11 +27,19 @@ TSR_DEFINE(CF, cprojf, (CF z)) {
     return z;
 }
 
-// |z| and arg z are hypot and atan2; the float forms round the double result once more
-// (a double result within 0.51 ulp is within 0.5 + 2^-29 float ulp after it).
+// |z| and arg z are hypot and atan2; cargf rounds the double result once more (a double
+// result within 0.51 ulp is within 0.5 + 2^-29 float ulp after it).
 TSR_DEFINE(double, cabs, (CD z)) { return hypot_local(__real__ z, __imag__ z); }
 TSR_DEFINE(double, carg, (CD z)) { return atan2_local(__imag__ z, __real__ z); }
-TSR_DEFINE(float, cabsf, (CF z)) { return float(hypot_local(__real__ z, __imag__ z)); }
+// |z| of finite float parts in double: the squares are exact (48 bits, within the double
+// range for every float), their sum rounds once and the root once more, within 0.75 ulp of
+// double, so the result rounded to float is within 0.5 + 2^-28 float ulp.  An infinite or
+// NaN part takes hypot's rule (an infinity wins over a NaN).
+TSR_DEFINE(float, cabsf, (CF z)) {
+    double x = __real__ z, y = __imag__ z;
+    if (is_finite(x) && is_finite(y)) return float(__builtin_sqrt(x * x + y * y));
+    return float(hypot_local(x, y));
+}
 TSR_DEFINE(float, cargf, (CF z)) { return float(atan2_local(__imag__ z, __real__ z)); }
 
 TSR_DEFINE(CD, cis, (double x)) {

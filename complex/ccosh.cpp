@@ -17,6 +17,7 @@
 // Special values as C99 Annex G gives them for ccosh, csinh and ctanh.
 #include "complex/cplx_common.h"
 
+#include "elementary/hyp_common.h"
 #include "tsr/x87.h"
 
 using namespace tsr;
@@ -37,11 +38,38 @@ inline void hyp_pairs(double x, double y, double C[2], int &n1, double S[2], int
     } else {
         n2 = __libm_sinh_k64(x, S);
     }
-    __libm_sincos_k64(y, sn, cs);
+    sincos_rn(y, sn, cs);
+}
+
+// cosh and sinh for the usual finite parts (0.02 < |x| < 2048, 2^-252 <= |y| < 2^17): the
+// hyperbolic kernels' pairs from one reduction of |x| and the sine-cosine pair, inline under
+// one round-to-nearest guard; the same pairs as the kernels give, joined as below.
+inline bool chyp_usual_range(double x, double y) {
+    uint32_t hx = hi(x) & 0x7fffffff;
+    return hx > 0x3f947ae0 && hx < 0x40a00000 && sincos_pair_range(y);
+}
+template <bool COSH>
+inline CD chyp_usual(double x, double y) {
+    RnGuardInexact rn;
+    x = opaque(x);
+    y = opaque(y);
+    uint32_t hx = hi(x) & 0x7fffffff;
+    hyp::Red o = hyp::reduce(__builtin_fabs(x));
+    double C[2], S[2], sn[2], cs[2];
+    int n = hyp::pair_of_reduced<true>(o, hx, C[0], C[1]);
+    hyp::pair_of_reduced<false>(o, hx, S[0], S[1]);
+    if (neg(x)) {
+        S[0] = -S[0];
+        S[1] = -S[1];
+    }
+    sincos_pair(y, sn, cs);
+    double re = mul_scaled(n, COSH ? C : S, cs), im = mul_scaled(n, COSH ? S : C, sn);
+    return mk(rn.finish(re), im);
 }
 
 template <bool COSH>
 inline CD chyp(double x, double y) {
+    if (chyp_usual_range(x, y)) return chyp_usual<COSH>(x, y);
     if (is_zero(y)) {
         if (COSH) return mk(cosh_local(x), is_nan(x) ? y : f64(bits(y) ^ (bits(x) & ~ABS)));
         return mk(sinh_local(x), y);

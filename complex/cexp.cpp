@@ -38,7 +38,7 @@ template <Base B>
 inline void angle(double y, double S[2], double C[2], int &g) {
     g = 0;
     if constexpr (B == kE) {
-        __libm_sincos_k64(y, S, C);
+        sincos_rn(y, S, C);
     } else {
         const double H = B == k2 ? LN2_HI : LN10_HI, L = B == k2 ? LN2_LO : LN10_LO;
         if (bexp(y) < 1023 - 900) {  // |y| < 2^-900: the angle itself, scaled by 2^200
@@ -63,8 +63,25 @@ inline void angle(double y, double S[2], double C[2], int &g) {
     }
 }
 
+// e^z for the usual finite parts (2^-57 <= |x| < 2048, 2^-252 <= |y| < 2^17), the
+// kernels' algorithms inline under one round-to-nearest guard: the same pairs as
+// __libm_exp_k64 and __libm_sincos_k64, joined as the general path joins them.
+inline CD cexp_usual(double x, double y) {
+    RnGuardInexact rn;
+    x = opaque(x);
+    y = opaque(y);
+    double E[2], S[2], C[2];
+    int n = expd::exp_pair_rn(x, E[0], E[1]);
+    sincos_pair(y, S, C);
+    double re = mul_scaled(n, E, C), im = mul_scaled(n, E, S);
+    return mk(rn.finish(re), im);
+}
+
 template <Base B>
 inline CD cexp_core(double x, double y) {
+    if constexpr (B == kE) {
+        if (exp_pair_range(x) && sincos_pair_range(y)) return cexp_usual(x, y);
+    }
     if (is_zero(y)) return mk(exp_real<B>(x), y);
     if (!is_finite(y)) {
         if (is_finite(x)) {  // invalid for an infinite y

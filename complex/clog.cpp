@@ -56,8 +56,41 @@ inline LD log_abs(double x, double y) {
     return 0.5L * log1p_ld(w);
 }
 
+// ln |z| in double-double where both parts lie between 2^-400 and 2^400 in magnitude and
+// q = x^2 + y^2 lies outside (15/16, 33/32) (so |ln q| > 0.03 and the kernel's absolute
+// error, about 2^-66, stays below 2^-61 of it): the squares exact, q as a pair to 2^-104, its exponent taken out
+// exactly, then the logarithm kernel's reduced step (2^-62 relative); the pair rounded once
+// and halved exactly.  False elsewhere: the extended form serves.  The caller holds
+// round-to-nearest.
+inline bool log_abs_dd(double x, double y, double &re) {
+    if (!moderate(x) || !moderate(y)) return false;
+    DD xx = two_prod(x, x), yy = two_prod(y, y);
+    DD q = dd::two_sum(xx.h, yy.h);
+    q = fast_two_sum(q.h, q.l + (xx.l + yy.l));
+    if (q.h > 0x1.ep-1 && q.h < 0x1.08p0) return false;  // next to 1: log1p of the exact sum
+    int e = bexp(q.h) - 1023;
+    double sc = f64(uint64_t(1023 - e) << 52), lg[2];
+    log_k64_reduced(q.h * sc, q.l * sc, e, lg);
+    re = 0.5 * (lg[0] + lg[1]);
+    return true;
+}
+
 template <Base B>
 inline CD clog_core(double x, double y) {
+    if constexpr (B == kE) {
+        // Both parts finite and non-zero: x^2 + y^2 is never exactly 1 (no Pythagorean triple
+        // has a power of two for its hypotenuse), so ln|z| is inexact and the probe tells
+        // the mode.
+        if (is_nzfinite(x) && is_nzfinite(y)) {
+            RnGuardInexact rn;
+            double re;
+            if (!log_abs_dd(opaque(x), y, re)) {
+                X87Precision p;
+                re = double(opaque(log_abs(x, y)));
+            }
+            return mk(rn.finish(re), angle<B>(y, x));
+        }
+    }
     if (!is_finite(x) || !is_finite(y)) {
         if (is_inf(x) && is_nan(y)) return mk(x * x, y * y);
         if (is_nan(x)) return mk(is_inf(y) ? y * y : x * y, x * x);

@@ -11,10 +11,12 @@
 #pragma once
 #include <cstdint>
 
+#include "elementary/exp_common.h"
 #include "elementary/exp_kernels.h"
 #include "elementary/hyp_kernels.h"
 #include "elementary/invtrig_kernels.h"
 #include "elementary/log_kernels.h"
+#include "elementary/trig_common.h"
 #include "elementary/trig_kernels.h"
 #include "tsr/common.h"
 #include "tsr/dd.h"
@@ -89,14 +91,17 @@ using dd::DD;
 using dd::fast_two_sum;
 using dd::two_prod;
 
+// 2^-400 <= |v| < 2^400 (biased exponents 623 to 1422): products and squares of such values
+// and their Dekker splits stay in the normal range.
+inline bool moderate(double v) { return unsigned(bexp(v) - (1023 - 400)) < 800u; }
+
 // 2^n (a[0] + a[1]) (b[0] + b[1]) rounded once: __libm_mul_k64, its usual case inline.  With
 // both heads between 2^-400 and 2^400 no partial product leaves the normal range, so the
 // kernel's normalisation of the factors changes nothing (scaling by powers of two commutes
 // with every rounding); where the rounded product times 2^n is normal, that scaling is exact.
 // The result is the kernel's, bit for bit.
 inline double mul_scaled(int n, const double a[2], const double b[2]) {
-    constexpr int LOW = 1023 - 400, SPAN = 800;  // biased exponents of 2^-400 .. 2^400
-    if (unsigned(bexp(a[0]) - LOW) < unsigned(SPAN) && unsigned(bexp(b[0]) - LOW) < unsigned(SPAN)) {
+    if (moderate(a[0]) && moderate(b[0])) {
         auto [ph, pl] = two_prod(a[0], b[0]);
         pl += a[0] * b[1] + a[1] * b[0];
         double s = ph + pl;
@@ -106,6 +111,32 @@ inline double mul_scaled(int n, const double a[2], const double b[2]) {
     double r;
     __libm_mul_k64(n, a, b, &r);
     return r;
+}
+
+// Where expd::exp_pair_rn serves: 2^-57 <= |x| < 2^11 (biased exponents 966 to 1033).
+inline bool exp_pair_range(double x) { return unsigned(bexp(x) - 966) < unsigned(1034 - 966); }
+
+// sin y and cos y each as a head and a tail, for 2^-252 <= |y| < 2^17 and a caller that holds
+// round-to-nearest: the 64-row core of __libm_sincos_k64 inline, k = round(32y/pi) by the
+// shifter (no branch on y's sign), the same pair to about 2^-62 of each value.
+inline bool sincos_pair_range(double y) { return unsigned(bexp(y) - 771) < unsigned(0x410 - 771); }
+inline void sincos_pair(double y, double S[2], double C[2]) {
+    double sh = opaque(y * 0x1.45f306dc9c883p+3 + 0x1.8p52);
+    int k = int(uint32_t(bits(sh)));
+    trig::Red64 d = trig::red64(y, k);
+    double ts, tc;
+    double hs = trig::rows64_sum(trig::sincos_rows64[k & 63], d, ts);
+    double hc = trig::rows64_sum(trig::sincos_rows64[(k + 16) & 63], d, tc);
+    S[0] = hs + ts;
+    S[1] = ts - (S[0] - hs);
+    C[0] = hc + tc;
+    C[1] = tc - (C[0] - hc);
+}
+// __libm_sincos_k64's pairs for every y, inline where sincos_pair serves; the caller holds
+// round-to-nearest (as the kernel's own steps need).
+inline void sincos_rn(double y, double S[2], double C[2]) {
+    if (sincos_pair_range(y)) sincos_pair(y, S, C);
+    else __libm_sincos_k64(y, S, C);
 }
 
 // ---- extended --------------------------------------------------------------------------
@@ -190,7 +221,7 @@ namespace {
 // is not small enough for the two-term series).
 inline void sincos_ld(double th, double tl, LD &s, LD &c) {
     double S[2], C[2];
-    __libm_sincos_k64(th, S, C);
+    sincos_rn(th, S, C);
     LD sl = ld(S), cl = ld(C);
     if (tl == 0.0) {
         s = sl;
@@ -204,7 +235,7 @@ inline void sincos_ld(double th, double tl, LD &s, LD &c) {
         ct = 1.0L - 0.5L * t * t;
     } else {
         double S2[2], C2[2];
-        __libm_sincos_k64(tl, S2, C2);
+        sincos_rn(tl, S2, C2);
         st = ld(S2);
         ct = ld(C2);
     }

@@ -56,7 +56,8 @@ inline LD exp_ld(LD U) {
     double uh = double(U), E[2];
     LD ul = U - LD(uh);
     int n;
-    __libm_exp_k64(uh, &n, E);
+    if (exp_pair_range(uh)) n = expd::exp_pair_rn(uh, E[0], E[1]);
+    else __libm_exp_k64(uh, &n, E);
     LD e = ld(E);
     return (e + e * ul) * pow2l(n);
 }
@@ -83,6 +84,48 @@ inline CD general_rad(double a, double b, double c, double d) {
     sincos_ld(ph[0], ph[1], s, co);
     LD re = M * co, im = M * s;
     return mk(double(opaque(re)), double(opaque(im)));
+}
+
+// The general form in double-double, for four finite non-zero parts between 2^-400 and
+// 2^400 in magnitude: a^2 + b^2 as a pair to 2^-104 (exact squares), L = ln|z| from the
+// logarithm kernel's reduced step (2^-62 relative), T = arg z from the extended angle (2^-62)
+// split into a pair, U = cL - dT and the angle v = dL + cT as pairs (exact products by
+// two_prod), e^U by the exponential kernel's pair times 1 + U's tail, sin v and cos v by the
+// sine-cosine pair turned by v's tail to the first order (its square is below 2^-100 of the
+// values), each part joined with the modulus and rounded once (mul_scaled).  The error before
+// that rounding is the extended form's, about 2^-60 (|cL| + |dT| + 1) relative.  False where a
+// step leaves its range (an exponent of 2048 or more or below 2^-57, an angle of 2^17 or
+// more): the extended form serves there.
+inline bool general_dd(double a, double b, double c, double d, CD &out) {
+    if (!moderate(a) || !moderate(b) || !moderate(c) || !moderate(d)) return false;
+    // a^2 + b^2 = 2^e (h + l) with h in [1, 2): the squares exact, their sum as a pair, the
+    // exponent taken out exactly (the sum lies between 2^-800 and 2^801).
+    DD aa = two_prod(a, a), bb = two_prod(b, b);
+    DD q = dd::two_sum(aa.h, bb.h);
+    q = fast_two_sum(q.h, q.l + (aa.l + bb.l));
+    int e = bexp(q.h) - 1023;
+    double sc = f64(uint64_t(1023 - e) << 52), lg[2];
+    log_k64_reduced(q.h * sc, q.l * sc, e, lg);
+    double Lh = 0.5 * lg[0], Ll = 0.5 * lg[1];
+    double T[2];
+    to_pair(__libm_atan2_k80(LD(b), LD(a)), T);
+    DD cl = two_prod(c, Lh), dt = two_prod(d, T[0]), dl = two_prod(d, Lh), ct = two_prod(c, T[0]);
+    cl.l += c * Ll;
+    dt.l += d * T[1];
+    dl.l += d * Ll;
+    ct.l += c * T[1];
+    DD u = dd::two_sum(cl.h, -dt.h), v = dd::two_sum(dl.h, ct.h);
+    u = fast_two_sum(u.h, u.l + (cl.l - dt.l));
+    v = fast_two_sum(v.h, v.l + (dl.l + ct.l));
+    if (!exp_pair_range(u.h) || !sincos_pair_range(v.h)) return false;
+    double E[2], S[2], C[2];
+    int n = expd::exp_pair_rn(u.h, E[0], E[1]);
+    E[1] += E[0] * u.l;
+    sincos_pair(v.h, S, C);
+    DD s = fast_two_sum(S[0], S[1] + C[0] * v.l), co = fast_two_sum(C[0], C[1] - S[0] * v.l);
+    S[0] = s.h, S[1] = s.l, C[0] = co.h, C[1] = co.l;
+    out = mk(mul_scaled(n, E, C), mul_scaled(n, E, S));
+    return true;
 }
 
 inline CD cpow_core(double a, double b, double c, double d) {
@@ -114,17 +157,45 @@ inline CD cpow_core(double a, double b, double c, double d) {
 }
 }  // namespace
 
-TSR_DEFINE(CD, cpow, (CD z, CD w)) {
+namespace {
+// Each part rounded to double in the caller's mode (the float form rounds it once more).
+inline CD cpow_entry(double a, double b, double c, double d) {
+    if (is_nzfinite(a) && is_nzfinite(b) && is_nzfinite(c) && is_nzfinite(d)) {
+        // The general form is inexact: the probe tells the mode.
+        RnGuardInexact rn;
+        X87Precision p;
+        CD r;
+        a = opaque(a);
+        if (!general_dd(a, b, c, d, r)) r = general_rad(a, b, c, d);
+        double re = rn.finish(__real__ r);
+        return mk(re, __imag__ r);
+    }
     RnGuard rn;
     X87Precision p;
-    CD r = cpow_core(__real__ z, __imag__ z, __real__ w, __imag__ w);
+    CD r = cpow_core(a, b, c, d);
     double re = rn.finish(__real__ r);
     return mk(re, __imag__ r);
 }
+}  // namespace
+
+TSR_DEFINE(CD, cpow, (CD z, CD w)) { return cpow_entry(__real__ z, __imag__ z, __real__ w, __imag__ w); }
+// cpowf for four finite non-zero parts with |c|, |d| < 2^10, in double: L = ln(a^2 + b^2)/2
+// (the squares exact, the sum and the logarithm each within an ulp: L within 2^-51
+// absolutely), T = atan2(b, a), then U = cL - dT and v = dL + cT (within 2^-35 absolutely,
+// |cL| and |dT| being below 2^17), e^U, cos v and sin v.  Where |U| < 200 and |v| < 2^20,
+// the parts are within about 2^-33 of the modulus before their rounding to float: a part of
+// at least 1/8 of the modulus within 0.5 + 2^-8 float ulp.  The rest through the double form.
 TSR_DEFINE(CF, cpowf, (CF z, CF w)) {
-    RnGuard rn;
-    X87Precision p;
-    CD r = cpow_core(__real__ z, __imag__ z, __real__ w, __imag__ w);
-    double re = rn.finish(__real__ r);
-    return narrowc(mk(re, __imag__ r));
+    double a = __real__ z, b = __imag__ z, c = __real__ w, d = __imag__ w;
+    if (is_nzfinite(a) && is_nzfinite(b) && f64(abits(c)) < 0x1p10 && f64(abits(d)) < 0x1p10 && !is_zero(c) &&
+        !is_zero(d)) {
+        double L = 0.5 * log_local(a * a + b * b), T = atan2_local(b, a);
+        double U = c * L - d * T, v = d * L + c * T;
+        if (f64(abits(U)) < 200.0 && f64(abits(v)) < 0x1p20) {
+            double e = exp_local(U), sv, cv;
+            sincos_local(v, &sv, &cv);
+            return mkf(narrowf(e * cv), narrowf(e * sv));
+        }
+    }
+    return narrowc(cpow_entry(a, b, c, d));
 }

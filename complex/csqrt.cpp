@@ -59,8 +59,10 @@ TSR_BODY(CF, csqrtf, (CF z)) {
     double x = __real__ z, y = __imag__ z;
     if (!is_nzfinite(y) || !is_finite(x)) return narrowc(csqrt_core(x, y));
     double ax = f64(abits(x)), ay = f64(abits(y));
-    double h = __builtin_sqrt(ax * ax + ay * ay);
-    double p = __builtin_sqrt(0.5 * (h + ax)), q = ay / (2.0 * p);
+    // s = 2p = sqrt(2 (h + |x|)), whose scalings by 2 and 1/2 are exact: the parts are those
+    // of p = sqrt((h + |x|) / 2) and q = |y| / (2p), one multiplication shorter.
+    double h = __builtin_sqrt(ax * ax + ay * ay), t = h + ax;
+    double s = __builtin_sqrt(t + t), p = 0.5 * s, q = ay / s;
     if (neg(x)) return mkf(narrowf(q), narrowf(with_sign(p, y)));
     return mkf(narrowf(p), narrowf(with_sign(q, y)));
 }

@@ -77,6 +77,42 @@ inline void exp10_split128(double x, double kf, double &B, double &Q) {
          0x1.776aaa2b05ba9p-20) * r;
 }
 
+// The reduction of e^x in the split scheme: r = x - kf·ln2/128 as rh + rl (the constant's
+// head has 33 bits, so kf times it is exact); B is 1 + rh cut to 32 bits, so that B times the
+// table row's head is exact, and Q the rest, e^r = B + Q.
+inline void e_split128(double x, double kf, double &B, double &Q) {
+    double a = x + kf * -0x1.62e42p-8;
+    double b = kf * 0x1.fdf473de6af28p-29;
+    double rh = a - b;
+    double rl = (a - rh) - b;
+    double r = rh + rl;
+    B = f64(bits(1.0 + rh) & 0xffffffff00000000ull);
+    // approximation of e^r on [-0x1.62fp-9, 0x1.62fp-9], degree 6, max relative error
+    // 2^-74.99 (measured by tools/gen/approximations.py)
+    double s2 = r * r;
+    Q = s2 * 0.5 +
+        ((0x1.6c16c87372663p-10 * s2 + 0x1.555555555541dp-5) * s2 +
+         (0x1.111116887cd7cp-7 * s2 + 0x1.5555555555405p-3) * r) * s2 +
+        ((rh - (B - 1.0)) + rl);
+}
+
+// e^x = 2^n (o0 + o1), n returned, for 2^-57 <= |x| < 2^11 and a caller that holds
+// round-to-nearest (the kernel __libm_exp_k64 without its guard, inline for the complex
+// exponential): o0 = head·B is exact, o1 = Q·head + (B + Q)·tail, about 2^-70 relative.
+inline int exp_pair_rn(double x, double &o0, double &o1) {
+    const double S = 0x1.8p52;
+    double s = opaque(0x1.71547652b82fep+7 * x + S);
+    double kf = s - S;
+    int k = int(uint32_t(bits(s)));
+    int j = int(uint32_t(k) << 25) >> 25;
+    double B, Q;
+    e_split128(x, kf, B, Q);
+    const TH &row = split128[j + 64];
+    o1 = Q * row.head + (B + Q) * row.tail;
+    o0 = row.head * B;
+    return (k - j) >> 7;
+}
+
 // The split scheme's result v + W times 2^n when it is a normal double: the scale goes in
 // two steps (2^(n +- 512) and 2^-+512), each a normal power of two, and the caller's mode
 // returns before the one rounding of the sum.

@@ -54,19 +54,7 @@ inline void kernel(double x, int *scale, double out[2]) {
     int n = (k - j) >> 7;
     double B, Q;
     if constexpr (F == kE) {
-        double a = x + kf * -0x1.62e42p-8;
-        double b = kf * 0x1.fdf473de6af28p-29;
-        double rh = a - b;
-        double rl = (a - rh) - b;
-        double r = rh + rl;
-        B = f64(bits(1.0 + rh) & 0xffffffff00000000ull);
-        // approximation of e^r on [-0x1.62fp-9, 0x1.62fp-9], degree 6, max relative
-        // error 2^-74.99 (measured by tools/gen/approximations.py)
-        double s2 = r * r;
-        Q = s2 * 0.5 +
-            ((0x1.6c16c87372663p-10 * s2 + 0x1.555555555541dp-5) * s2 +
-             (0x1.111116887cd7cp-7 * s2 + 0x1.5555555555405p-3) * r) * s2 +
-            ((rh - (B - 1.0)) + rl);
+        e_split128(x, kf, B, Q);
     } else if constexpr (F == k2) {
         double r = x + kf * -0x1p-7;
         const double L = 0x1.62e42p-1;

@@ -60,6 +60,27 @@ inline Red reduce(double a) {
     return o;
 }
 
+// cosh |x| (Cosh) or sinh |x| from the reduction o of a = |x| (hx: |x|'s high word), as
+// 2^m (h + l), m returned, in round-to-nearest: e^r = Hp + u and e^-r = Hm + v with the
+// split-table rows.  One side: 2^(n-1)·e^|x| = (Hp·head + (u·head + (u + Hp)·tail))·2^(n-1),
+// the head an exact product.  Both sides: the downward side scaled by C = 2^-2n onto the
+// upward one's exponent, the difference or sum of the exact heads first.
+template <bool Cosh>
+inline int pair_of_reduced(const Red &o, uint32_t hx, double &h, double &l) {
+    const expd::TH &U = *o.up, &Dn = *o.dn;
+    double Pu = o.Hp * U.head, pu = o.u * U.head + (o.u + o.Hp) * U.tail;
+    if (hx > 0x4036dfb4) {  // |x| > 22.87: e^-|x| is below the pair's last place
+        h = Pu;
+        l = pu;
+    } else {
+        double C = from_words((0x3ff00000u - uint32_t(o.n << 21)) & 0x7ff00000u, 0);
+        double Q = o.Hm * Dn.head * C, q = (o.v * Dn.head + (o.v + o.Hm) * Dn.tail) * C;
+        h = Cosh ? Pu + Q : Pu - Q;
+        l = Cosh ? ((Pu - h) + Q) + (pu + q) : ((Pu - h) - Q) + (pu - q);
+    }
+    return o.n - 1;
+}
+
 // 2^e as a double for -1022 <= e <= 1023.
 inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 

@@ -8,28 +8,13 @@ using namespace tsr::hyp;
 
 namespace {
 
-// The reduction with e^r = Hp + u, e^-r = Hm + v and the split-table rows; the scale 2^(n-1)
-// stays with the caller.  One side: 2^(n-1)·e^|x| = (Hp·head + (u·head + (u + Hp)·tail))·2^(n-1),
-// the head an exact product.  Both sides: the downward side scaled by C = 2^-2n onto the
-// upward one's exponent, the difference or sum of the exact heads first.
 template <bool Cosh>
 inline int kernel(double x, double r[2]) {
     uint32_t hx = hi(x) & 0x7fffffff;
     RnGuard g;
     double a = opaque(__builtin_fabs(x));
-    Red o = reduce(a);
-    const expd::TH &U = *o.up, &Dn = *o.dn;
-    double Pu = o.Hp * U.head, pu = o.u * U.head + (o.u + o.Hp) * U.tail;
     double h, l;
-    if (hx > 0x4036dfb4) {  // |x| > 22.87: e^-|x| is below the pair's last place
-        h = Pu;
-        l = pu;
-    } else {
-        double C = from_words((0x3ff00000u - uint32_t(o.n << 21)) & 0x7ff00000u, 0);
-        double Q = o.Hm * Dn.head * C, q = (o.v * Dn.head + (o.v + o.Hm) * Dn.tail) * C;
-        h = Cosh ? Pu + Q : Pu - Q;
-        l = Cosh ? ((Pu - h) + Q) + (pu + q) : ((Pu - h) - Q) + (pu - q);
-    }
+    int m = pair_of_reduced<Cosh>(reduce(a), hx, h, l);
     h = g.finish(h);
     l = opaque(l);
     if (!Cosh && (hi(x) >> 31)) {
@@ -38,7 +23,7 @@ inline int kernel(double x, double r[2]) {
     }
     r[0] = h;
     r[1] = l;
-    return o.n - 1;
+    return m;
 }
 
 }  // namespace

@@ -203,6 +203,12 @@ TEST(ComplexSimple, PartsConjProj) {
     EXPECT_EQ(cabs(mk(3e300, 4e300)), 5e300);
     EXPECT_EQ(cabs(mk(NAN_, -INF)), INF);
     EXPECT_EQ(cabsf(mkf(3e30f, 4e30f)), 5e30f);
+    // cabsf in double: the extremes of the float range, and hypot's rule for an infinity.
+    EXPECT_EQ(cabsf(mkf(3 * 0x1p-149f, -4 * 0x1p-149f)), 5 * 0x1p-149f);
+    EXPECT_EQ(cabsf(mkf(0x1.fffffep127f, 0x1.fffffep127f)), INFINITY);
+    EXPECT_EQ(cabsf(mkf(0x1.fffffep127f, 0x1p100f)), 0x1.fffffep127f);
+    EXPECT_EQ(cabsf(mkf(NAN, -INFINITY)), INFINITY);
+    EXPECT_TRUE(cabsf(mkf(NAN, 1.0f)) != cabsf(mkf(NAN, 1.0f)));
     EXPECT_EQ(carg(mk(-1, -0.0)), -PI);
     EXPECT_EQ(cargf(mkf(0.0f, 1.0f)), float(PI2));
 }

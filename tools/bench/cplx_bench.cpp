@@ -39,6 +39,14 @@ double run(F fn, const std::vector<C> &in, bool latency) {
     return best;
 }
 
+// One row of the table: tessera's form and the system's over the same inputs.
+template <class C, class F, class G>
+void row(const char *name, F ours, G sys, const std::vector<C> &in) {
+    double a = run<C>(ours, in, false), b = run<C>(sys, in, false);
+    double c = run<C>(ours, in, true), d = run<C>(sys, in, true);
+    printf("| %s | %.1f | %.1f | %.2f | %.1f | %.1f | %.2f |\n", name, a, b, a / b, c, d, c / d);
+}
+
 int main() {
     void *m = dlopen("libm.so.6", RTLD_NOW);
     const size_t n = 1 << 16;
@@ -53,40 +61,21 @@ int main() {
         __imag__ zf[i] = float(__imag__ zd[i]);
     }
     printf("| function | tessera tput | libm tput | ratio | tessera lat | libm lat | ratio |\n|---|---|---|---|---|---|---|\n");
-#define D1(name)                                                                                      \
-    {                                                                                                 \
-        auto sys = reinterpret_cast<CD (*)(CD)>(dlsym(m, #name));                                    \
-        double a = run<CD>(name, zd, false), b = run<CD>(sys, zd, false);                              \
-        double c = run<CD>(name, zd, true), d = run<CD>(sys, zd, true);                                \
-        printf("| %s | %.1f | %.1f | %.2f | %.1f | %.1f | %.2f |\n", #name, a, b, a / b, c, d, c / d); \
-    }
-#define F1(name)                                                                                      \
-    {                                                                                                 \
-        auto sys = reinterpret_cast<CF (*)(CF)>(dlsym(m, #name));                                    \
-        double a = run<CF>(name, zf, false), b = run<CF>(sys, zf, false);                              \
-        double c = run<CF>(name, zf, true), d = run<CF>(sys, zf, true);                                \
-        printf("| %s | %.1f | %.1f | %.2f | %.1f | %.1f | %.2f |\n", #name, a, b, a / b, c, d, c / d); \
-    }
+#define D1(name) row<CD>(#name, name, reinterpret_cast<CD (*)(CD)>(dlsym(m, #name)), zd);
+#define F1(name) row<CF>(#name, name, reinterpret_cast<CF (*)(CF)>(dlsym(m, #name)), zf);
     D1(cexp) D1(clog) D1(csqrt) D1(ccos) D1(csin) D1(ccosh) D1(csinh) D1(ctanh) D1(cacos) D1(casinh) D1(catanh)
     F1(cexpf) F1(clogf) F1(csqrtf) F1(ccosf) F1(csinf)
     // cabs, carg, cpow: their own shapes
-    {
-        auto sa = reinterpret_cast<double (*)(CD)>(dlsym(m, "cabs"));
-        auto sg = reinterpret_cast<double (*)(CD)>(dlsym(m, "carg"));
-        auto wrap = [](double (*f)(CD)) { return [f](CD z) { CD r = f(z); return r; }; };
-        double a = run<CD>(wrap(cabs), zd, false), b = run<CD>(wrap(sa), zd, false);
-        double c = run<CD>(wrap(cabs), zd, true), d = run<CD>(wrap(sa), zd, true);
-        printf("| cabs | %.1f | %.1f | %.2f | %.1f | %.1f | %.2f |\n", a, b, a / b, c, d, c / d);
-        a = run<CD>(wrap(carg), zd, false), b = run<CD>(wrap(sg), zd, false);
-        c = run<CD>(wrap(carg), zd, true), d = run<CD>(wrap(sg), zd, true);
-        printf("| carg | %.1f | %.1f | %.2f | %.1f | %.1f | %.2f |\n", a, b, a / b, c, d, c / d);
-        auto sp = reinterpret_cast<CD (*)(CD, CD)>(dlsym(m, "cpow"));
-        CD w = 2.5 + 0.75i;
-        auto p1 = [w](CD z) { return cpow(z, w); };
-        auto p2 = [sp, w](CD z) { return sp(z, w); };
-        a = run<CD>(p1, zd, false), b = run<CD>(p2, zd, false);
-        c = run<CD>(p1, zd, true), d = run<CD>(p2, zd, true);
-        printf("| cpow | %.1f | %.1f | %.2f | %.1f | %.1f | %.2f |\n", a, b, a / b, c, d, c / d);
-    }
+    auto wrap = [](auto f) { return [f](auto z) { decltype(z) r = f(z); return r; }; };
+    row<CD>("cabs", wrap(cabs), wrap(reinterpret_cast<double (*)(CD)>(dlsym(m, "cabs"))), zd);
+    row<CD>("carg", wrap(carg), wrap(reinterpret_cast<double (*)(CD)>(dlsym(m, "carg"))), zd);
+    row<CF>("cabsf", wrap(cabsf), wrap(reinterpret_cast<float (*)(CF)>(dlsym(m, "cabsf"))), zf);
+    row<CF>("cargf", wrap(cargf), wrap(reinterpret_cast<float (*)(CF)>(dlsym(m, "cargf"))), zf);
+    auto sp = reinterpret_cast<CD (*)(CD, CD)>(dlsym(m, "cpow"));
+    auto spf = reinterpret_cast<CF (*)(CF, CF)>(dlsym(m, "cpowf"));
+    CD w = 2.5 + 0.75i;
+    CF wf = 2.5f + 0.75if;
+    row<CD>("cpow", [w](CD z) { return cpow(z, w); }, [sp, w](CD z) { return sp(z, w); }, zd);
+    row<CF>("cpowf", [wf](CF z) { return cpowf(z, wf); }, [spf, wf](CF z) { return spf(z, wf); }, zf);
     return 0;
 }

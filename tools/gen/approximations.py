@@ -249,7 +249,7 @@ ENTRIES = [
           [ONE, (d("40026bb100000000"), d("3eb776aaa2b05ba9")), d("40053524c73cea69"), d("4000470591de2ca4"),
            d("3ff2bd7609fd8b95"), d("3fe1429ffd1d41fe"), d("3fca7ed8d9d41e9c"), d("3fb16e4f25f8c2cc")],
           window=(-6, 5)),
-    Entry(EXPK, ["if constexpr (F == kE)", "double s2 = r * r;"], "e^r", exp_, sym(LN2 / 256),
+    Entry(EXPC, ["inline void e_split128", "double s2 = r * r;"], "e^r", exp_, sym(LN2 / 256),
           [ONE, ONE, dec(0.5), d("3fc5555555555405"), d("3fa555555555541d"), d("3f8111116887cd7c"),
            d("3f56c16c87372663")], window=(0, 5)),
     Entry(EXPK, ["if constexpr (F == k2)", "double s2 = r * r;"], "2^r", pow2(), sym(Fraction(1, 256)),
