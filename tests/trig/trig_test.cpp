@@ -61,6 +61,10 @@ const std::vector<Row<float>> kSinf = common<float>(false, {
     cr(0x1p-12f), cr(0x1.fffffep+20f), cr(0x1p+21f), cr(0x1p+22f), cr(0x1.fffffep+127f),
     cr(0x1.9471bp-7f), cr(0x1.fc086ap+118f),  // the fourth-degree terms of the 65-row core
     {0x1p-149f, 0x1p-149f, UN, 0, NO_CODE, RN},
+    // the short path below 2^-14: zeros keep their sign in every mode, a normal result
+    // raises no underflow
+    {0.0f, 0.0f, NONE, 0, NO_CODE, ALL_MODES}, {-0.0f, -0.0f, NONE, 0, NO_CODE, ALL_MODES},
+    crx(0x1p-100f), crx(-0x1.00004cp-126f), crx(0x1.fffffep-15f),
 });
 const std::vector<Row<float>> kCosf = common<float>(true, {
     cr(0x1.921fb6p+0f), cr(0x1.921fb6p+1f), cr(0x1p+21f), cr(0x1p+22f), cr(0x1.fffffep+127f),
@@ -90,6 +94,7 @@ const std::vector<RowSC<double>> kSincos = {
 };
 const std::vector<RowSC<float>> kSincosf = {
     {{-0.0f}, {-0.0f, 1.0f}}, {{INFINITY}, {NAN, NAN}, INV},
+    {{0.0f}, {0.0f, 1.0f}, NONE, 0, NO_CODE, ALL_MODES}, {{0x1p-100f}, {CR, CR}, NX},
     {{0x1.921fb6p+1f}, {CR, CR}, NX, 0, NO_CODE, RN}, {{0x1p+30f}, {CR, CR}, NX, 0, NO_CODE, RN},
 };
 
