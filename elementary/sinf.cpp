@@ -112,11 +112,12 @@ struct FmaF {
 // the row, so that the row (a load after the integer unit has taken the count from S) is
 // wanted only by the last product and the last multiply-add: cos r = 1 - w/2 + w^2/24 and
 // sin r = r + r0·w·(-1/6 + w/120), w = r0^2, Taylor on |r| <= pi/128 (the next terms, r^6/720
-// and r^7/5040, are below 2^-41 and 2^-53).  r0 = x - k·pi/64 with the first part of pi is
+// and r^7/5040, are below 2^-41 and 2^-49).  r0 = x - k·pi/64 with the first part of pi is
 // exact (a multiple of 2^-57 below 2^-5); r adds the second part, which the series of degree
 // above one can leave out (it is below 2^-32 and moves them by less than 2^-37).  In the sum
-// the product with the row is at most twice the result (the rows nearest a zero of the
-// result are a whole step from it), so the total error stays below 2^-50 of the result.
+// each product is at most twice the result (the rows nearest a zero of the result are a
+// whole step from it), so the total error stays below 2^-36 of the result: a rounding to
+// float moved by less than 2^-12 ulp.
 __attribute__((always_inline)) inline FmaF sinf_fma_core(double u) {
 #if TSR_TIER_Z0
     double S = avx512::fma_rn(0x1.45f306dc9c883p-2, u, 0x1.8p+46);
@@ -127,8 +128,8 @@ __attribute__((always_inline)) inline FmaF sinf_fma_core(double u) {
     double r0 = __builtin_fma(kf, -0x1.921fb54442d18p+1, u);
     double r = __builtin_fma(kf, -0x1.1a62633145c07p-53, r0);
     const double *row = trigf_rows64[bits(S) & 63];
-    // bit 6 of S (the odd half periods) at the sign place, in the vector unit: a round trip
-    // through the integer unit would put three more steps on the row's path
+    // bit 6 of S (the odd half periods) at the sign place, in the vector unit, beside the
+    // row's load
     __m128d m = _mm_castsi128_pd(_mm_slli_epi64(_mm_srli_epi64(_mm_castpd_si128(_mm_set_sd(S)), 6), 63));
     double S0 = _mm_cvtsd_f64(_mm_xor_pd(_mm_set_sd(row[0]), m));
     double C0 = _mm_cvtsd_f64(_mm_xor_pd(_mm_set_sd(row[1]), m));
