@@ -72,6 +72,9 @@ const std::vector<Row<float>> kCosf = common<float>(true, {
 });
 const std::vector<Row<float>> kTanf = common<float>(false, {
     cr(0x1.921fb6p+0f), cr(-0x1.921fb6p+0f), cr(0x1p+16f), cr(0x1p+22f), cr(0x1.fffffep+127f),
+    // the short path: zeros in every mode, a subnormal result underflows, a normal one not
+    {0.0f, 0.0f, NONE, 0, NO_CODE, ALL_MODES}, {-0.0f, -0.0f, NONE, 0, NO_CODE, ALL_MODES},
+    {0x1.713dp-128f, CR, UN}, {-0x1.713c48p-128f, CR, UN}, crx(0x1p-100f), crx(0x1.fffffep-15f),
 });
 
 // cot and cotf at zero: an infinity of the zero's sign, divide-by-zero, ERANGE and their codes.
