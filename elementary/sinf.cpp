@@ -7,7 +7,8 @@
 // Huge arguments (|x| >= 2^21) are reduced by sinf_period_rows: 128/pi modulo the period for
 // each group of eight exponents, in three parts.
 // Tiers l9, z0, d1: k = round(64x/pi) by a shifter in one fused multiply-add, 64 rows of half a
-// period, fitted degree-2 series; |x| < 2^22, the rest to e7.
+// period, fourth-degree cosine and fifth-degree sine series of the remainder alone, joined to
+// the row at the end; |x| < 2^22, the rest to e7.
 #include <emmintrin.h>
 
 #include "elementary/trig_common.h"
@@ -19,6 +20,13 @@ using namespace tsr;
 using namespace tsr::trig;
 
 namespace {
+
+// sin x = x - x^3/6 for |x| < 2^-11: x nudged toward zero by 2^-30 of itself in double (exact
+// or rounded there, and a sign kept, zeros included), then rounded to float once: the true
+// value and the nudged one lie on the same side of x within a quarter of an ulp, so the
+// rounding is right in every mode, and it raises inexact, and underflow exactly when the
+// result is subnormal.
+inline float tiny_sinf(float x) { return float(double(x) * 0x1.fffffff8p-1); }
 
 #if TSR_TIER_EX || TSR_TIER_E7
 // t^2/12 and t^2/20, t = pi/128.
@@ -67,7 +75,7 @@ inline float sinf_e7(float x) {
     if (b - 0x39800000u > 0x49ffffffu - 0x39800000u) {
         if (b < 0x39800000) {
             if (cosine) return b == 0 ? 1.0f : 1.0f - 0x1p-31f;
-            return float(double(x) * 0x1.fffffff8p-1);
+            return tiny_sinf(x);
         }
         if (b >= 0x7f800000) return x - x;
     }
@@ -78,7 +86,7 @@ inline void sincosf_e7(float x, float *sp, float *cp) {
     uint32_t b = bits(x) & 0x7fffffff;
     if (b - 0x39800000u > 0x49ffffffu - 0x39800000u) {
         if (b < 0x39800000) {
-            *sp = float(double(x) * 0x1.fffffff8p-1);
+            *sp = tiny_sinf(x);
             *cp = b == 0 ? 1.0f : 1.0f - 0x1p-31f;
             return;
         }
@@ -99,9 +107,17 @@ struct FmaF {
     double s, c;  // the sine and cosine
 };
 
-// A and B are written as sums in w and w^2 = r0^4, S0·A with the row's value multiplied into
-// the coefficients (off the critical path, the row being loaded early): two fused steps after
-// w and one for the sum, instead of two, one product and one sum.
+// sin(T + r) = S0·cos r + C0·sin r with (S0, C0) the row at T = (k mod 64)·pi/64, the sign of
+// the odd half periods put onto the row.  cos r and sin r are formed from r alone, without
+// the row, so that the row (a load after the integer unit has taken the count from S) is
+// wanted only by the last product and the last multiply-add: cos r = 1 - w/2 + w^2/24 and
+// sin r = r + r0·w·(-1/6 + w/120), w = r0^2, Taylor on |r| <= pi/128 (the next terms, r^6/720
+// and r^7/5040, are below 2^-41 and 2^-49).  r0 = x - k·pi/64 with the first part of pi is
+// exact (a multiple of 2^-57 below 2^-5); r adds the second part, which the series of degree
+// above one can leave out (it is below 2^-32 and moves them by less than 2^-37).  In the sum
+// each product is at most twice the result (the rows nearest a zero of the result are a
+// whole step from it), so the total error stays below 2^-36 of the result: a rounding to
+// float moved by less than 2^-12 ulp.
 __attribute__((always_inline)) inline FmaF sinf_fma_core(double u) {
 #if TSR_TIER_Z0
     double S = avx512::fma_rn(0x1.45f306dc9c883p-2, u, 0x1.8p+46);
@@ -111,31 +127,23 @@ __attribute__((always_inline)) inline FmaF sinf_fma_core(double u) {
     double kf = S - 0x1.8p+46;
     double r0 = __builtin_fma(kf, -0x1.921fb54442d18p+1, u);
     double r = __builtin_fma(kf, -0x1.1a62633145c07p-53, r0);
-    uint64_t k = bits(S);
-    const double *row = trigf_rows64[k & 63];
-    uint64_t sign = (k >> 6) << 63;  // the odd half periods
-    double S0 = row[0], C0 = row[1];
-    double w = r0 * r0, w2 = w * w;
-    // cos r and sin(r)/r to the fourth degree (Taylor): the fitted second-degree pair leaves
-    // 2^-33 of cos r, which the table's value can magnify near the zeros of the result.  The
-    // coefficients as literals: a quotient such as 1.0/24 is not folded under -frounding-math.
+    const double *row = trigf_rows64[bits(S) & 63];
+    // bit 6 of S (the odd half periods) at the sign place, in the vector unit, beside the
+    // row's load
+    __m128d m = _mm_castsi128_pd(_mm_slli_epi64(_mm_srli_epi64(_mm_castpd_si128(_mm_set_sd(S)), 6), 63));
+    double S0 = _mm_cvtsd_f64(_mm_xor_pd(_mm_set_sd(row[0]), m));
+    double C0 = _mm_cvtsd_f64(_mm_xor_pd(_mm_set_sd(row[1]), m));
+    // The coefficients as literals: a quotient such as 1.0/24 is not folded under
+    // -frounding-math.
     constexpr double c24 = 0x1.5555555555555p-5, c6 = 0x1.5555555555555p-3,  // 1/24, 1/6
         c120 = 0x1.1111111111111p-7;                                           // 1/120
-    double B = __builtin_fma(w2, c120, __builtin_fma(w, -c6, 1.0));
-    double SA = __builtin_fma(w2, S0 * c24, __builtin_fma(w, S0 * -0.5, S0));  // S0·A
-    double CA = __builtin_fma(w2, C0 * c24, __builtin_fma(w, C0 * -0.5, C0));  // C0·A
-    // the sign by one exclusive or in the vector unit (a round trip through the integer unit
-    // costs three instructions on the critical path)
-    __m128d m = _mm_castsi128_pd(_mm_cvtsi64_si128((long long)sign));
+    double w = r0 * r0;
+    double A = __builtin_fma(w, __builtin_fma(w, c24, -0.5), 1.0);        // cos r
+    double z = __builtin_fma(r0 * w, __builtin_fma(w, c120, -c6), r);     // sin r
     FmaF o;
-    o.s = _mm_cvtsd_f64(_mm_xor_pd(_mm_set_sd(__builtin_fma(C0 * r, B, SA)), m));
-    o.c = _mm_cvtsd_f64(_mm_xor_pd(_mm_set_sd(__builtin_fma(-S0 * r, B, CA)), m));
+    o.s = __builtin_fma(C0, z, S0 * A);
+    o.c = __builtin_fma(-S0, z, C0 * A);
     return o;
-}
-
-// x - x^3 with the sign of x put back, so that -0 stays -0.
-inline float tiny_sinf(float x) {
-    return f32(bits(__builtin_fmaf(-x * x, x, x)) | (bits(x) & 0x80000000u));
 }
 
 template <int what>  // 0 sine, 1 cosine

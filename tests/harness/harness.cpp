@@ -807,10 +807,13 @@ template <class T> std::vector<SweepResult> sweep(const Sweep<T> &s) {
     return measure(s, xs, refs);
 }
 
-std::vector<SweepResult> every_float(const Sweep<float> &s, uint32_t lo, uint32_t hi) {
+std::vector<SweepResult> every_float(const Sweep<float> &s, uint32_t lo, uint32_t hi, uint32_t step) {
     // Blocks of 2^16 inputs: references for a block, then every variant and mode over it.
+    // Input j (counted from 0) has the bits lo + j·step.
     const Func<float> &f = s.f;
-    const uint64_t block = 1u << 16, first = lo, count = uint64_t(hi) - lo + 1;
+    if (step == 0) step = 1;
+    const uint64_t block = 1u << 16, count = (uint64_t(hi) - lo) / step + 1;
+    auto bits_at = [&](uint64_t j) { return uint32_t(lo + j * step); };
     const size_t nblocks = size_t((count + block - 1) / block);
     size_t nv = f.variants.size();
     std::vector<std::vector<Acc>> accs(nblocks, std::vector<Acc>(nv * 4));
@@ -822,10 +825,10 @@ std::vector<SweepResult> every_float(const Sweep<float> &s, uint32_t lo, uint32_
                         f.variants[v].name.c_str());
     }
     parallel_for(nblocks, [&](size_t b) {
-        uint64_t b0 = first + b * block, b1 = std::min(first + count, b0 + block);
+        uint64_t b0 = b * block, b1 = std::min(count, b0 + block);
         size_t n = size_t(b1 - b0);
         std::vector<float> xs(n);
-        for (size_t i = 0; i < n; ++i) xs[i] = std::bit_cast<float>(uint32_t(b0 + i));
+        for (size_t i = 0; i < n; ++i) xs[i] = std::bit_cast<float>(bits_at(b0 + i));
         if (s.skip) {
             for (auto &x : xs)
                 if (s.skip(&x)) x = std::bit_cast<float>(0x7fc00000u);  // a quiet NaN stands in
@@ -866,14 +869,14 @@ std::vector<SweepResult> every_float(const Sweep<float> &s, uint32_t lo, uint32_
                         double u = ulps_of(out[k], &refs.v[j], fast[j]);
                         double e = error_of(out[k], u, &refs.v[j], m);
                         inexact |= !ex[j].nan && u != 0;
-                        if (!(e <= a.max)) a.max = e, a.worst = size_t(b0 + i);
+                        if (!(e <= a.max)) a.max = e, a.worst = size_t(bits_at(b0 + i));
                     }
                     if (s.check_flags && !(s.flags_excused && s.flags_excused(tb, &xs[i]))) {
                         const char *why = f.nout == 1 ? flag_fault<float>(fl, ex[i], xs[i] != xs[i], is_inf(xs[i]), inexact)
                                           : (inexact && !(fl & FE_INEXACT)) ? "no inexact for an inexact result"
                                                                             : nullptr;
                         if (why) {
-                            if (a.flag_at == SIZE_MAX) a.flag_at = size_t(b0 + i), a.flag_why = why, a.flag_got = fl;
+                            if (a.flag_at == SIZE_MAX) a.flag_at = size_t(bits_at(b0 + i)), a.flag_why = why, a.flag_got = fl;
                             ++a.bad_flags;
                         }
                     }

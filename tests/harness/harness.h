@@ -440,9 +440,11 @@ template <class T> void sweep_all(std::vector<Sweep<T>> plans, double scale) {
     }
 }
 
-// Every float input (bits lo..hi inclusive, all of them by default) in every variant and the
-// plan's modes, on every core; same bounds and lines as sweep (regions and points unused).
-std::vector<SweepResult> every_float(const Sweep<float> &plan, uint32_t lo = 0, uint32_t hi = 0xffffffffu);
+// Every float input (bits lo..hi inclusive, all of them by default; with a step, every
+// step-th of them from lo) in every variant and the plan's modes, on every core; same bounds
+// and lines as sweep (regions and points unused).
+std::vector<SweepResult> every_float(const Sweep<float> &plan, uint32_t lo = 0, uint32_t hi = 0xffffffffu,
+                                     uint32_t step = 1);
 
 // ---- calls of any shape ------------------------------------------------------------------
 // check_rows and sweep take functions whose operands and results share one format; the

@@ -61,6 +61,10 @@ const std::vector<Row<float>> kSinf = common<float>(false, {
     cr(0x1p-12f), cr(0x1.fffffep+20f), cr(0x1p+21f), cr(0x1p+22f), cr(0x1.fffffep+127f),
     cr(0x1.9471bp-7f), cr(0x1.fc086ap+118f),  // the fourth-degree terms of the 65-row core
     {0x1p-149f, 0x1p-149f, UN, 0, NO_CODE, RN},
+    // the short path below 2^-14: zeros keep their sign in every mode, a normal result
+    // raises no underflow
+    {0.0f, 0.0f, NONE, 0, NO_CODE, ALL_MODES}, {-0.0f, -0.0f, NONE, 0, NO_CODE, ALL_MODES},
+    crx(0x1p-100f), crx(-0x1.00004cp-126f), crx(0x1.fffffep-15f),
 });
 const std::vector<Row<float>> kCosf = common<float>(true, {
     cr(0x1.921fb6p+0f), cr(0x1.921fb6p+1f), cr(0x1p+21f), cr(0x1p+22f), cr(0x1.fffffep+127f),
@@ -68,6 +72,9 @@ const std::vector<Row<float>> kCosf = common<float>(true, {
 });
 const std::vector<Row<float>> kTanf = common<float>(false, {
     cr(0x1.921fb6p+0f), cr(-0x1.921fb6p+0f), cr(0x1p+16f), cr(0x1p+22f), cr(0x1.fffffep+127f),
+    // the short path: zeros in every mode, a subnormal result underflows, a normal one not
+    {0.0f, 0.0f, NONE, 0, NO_CODE, ALL_MODES}, {-0.0f, -0.0f, NONE, 0, NO_CODE, ALL_MODES},
+    {0x1.713dp-128f, CR, UN}, {-0x1.713c48p-128f, CR, UN}, crx(0x1p-100f), crx(0x1.fffffep-15f),
 });
 
 // cot and cotf at zero: an infinity of the zero's sign, divide-by-zero, ERANGE and their codes.
@@ -90,6 +97,7 @@ const std::vector<RowSC<double>> kSincos = {
 };
 const std::vector<RowSC<float>> kSincosf = {
     {{-0.0f}, {-0.0f, 1.0f}}, {{INFINITY}, {NAN, NAN}, INV},
+    {{0.0f}, {0.0f, 1.0f}, NONE, 0, NO_CODE, ALL_MODES}, {{0x1p-100f}, {CR, CR}, NX},
     {{0x1.921fb6p+1f}, {CR, CR}, NX, 0, NO_CODE, RN}, {{0x1p+30f}, {CR, CR}, NX, 0, NO_CODE, RN},
 };
 
@@ -187,6 +195,13 @@ TEST(TrigLong, Floats) {
     for (auto s : {sinf_plan(), cosf_plan(), tanf_plan(), cotf_plan()}) every_float(s);
     every_float(sincosf_plan());
 }
+// A 199th of the floats, spread over every exponent and both signs (199 is prime to the
+// 2^23 floats of a binade, so the samples fall at every place of the significand): the Long
+// run's float coverage at a 199th of its time.
+TEST(TrigLong, SinfSampled) { every_float(sinf_plan(), 0, 0xffffffffu, 199); }
+TEST(TrigLong, CosfSampled) { every_float(cosf_plan(), 0, 0xffffffffu, 199); }
+TEST(TrigLong, TanfSampled) { every_float(tanf_plan(), 0, 0xffffffffu, 199); }
+TEST(TrigLong, SincosfSampled) { every_float(sincosf_plan(), 0, 0xffffffffu, 199); }
 TEST(TrigLong, Doubles) {
     sweep_all<double>({sin_plan(), cos_plan(), tan_plan(), cot_plan(), sincos_plan()}, 10);
 }
