@@ -48,6 +48,8 @@ long double *__libm_recacosl_k80(TSR_CARCTRIG_READ);
 long double *__libm_recasinl_k80(TSR_CARCTRIG_READ);
 long double *__libm_recacoshl_k80(TSR_CARCTRIG_READ);
 #undef TSR_CARCTRIG_READ
+// The real part of catanh(x + i y), rounded once into *res (returned).
+long double *recatanhl(long double *res, const long double *x, const long double *y);
 // atan2(y, x) of two scaled pairs as a pair in out (returned)
 long double *__libm_atan2l_k80(long double *out, const tsr_scaled_pair *y, const tsr_scaled_pair *x);
 }

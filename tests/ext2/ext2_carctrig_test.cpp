@@ -1,6 +1,6 @@
 // The kernels of the complex inverse functions' real parts: the prepared pairs against MPFR,
-// and acos, asin and acosh of the point (x, y), each rounded once, against the real parts of
-// MPC's cacos, casin and cacosh in the four rounding modes, on points spread over the whole
+// and acos, asin, acosh and atanh of the point (x, y), each rounded once, against the real
+// parts of MPC's cacos, casin, cacosh and catanh in the four rounding modes, on points spread over the whole
 // exponent range, near the unit circle and next to the branch points, with the caller's
 // control word unchanged after each call (and the same results at 53- and 24-bit precision).
 #include <gtest/gtest.h>
@@ -31,31 +31,39 @@ Prepared prepare(LD x, LD y) {
 }
 
 using Kernel = decltype(&__libm_recacosl_k80);
+using Direct = decltype(&recatanhl);
 struct CinvKernel {
     const char *name;
-    Kernel k;
+    Kernel k;   // on the prepared pairs
+    Direct d;   // or on x and y
     int (*f)(mpc_ptr, mpc_srcptr, mpc_rnd_t);
     double bound[4];  // ulp, by mode
 };
 const CinvKernel kCinv[] = {
-    {"recacosl_k80", __libm_recacosl_k80, mpc_acos, {0.55, 1.05, 1.05, 1.05}},
-    {"recasinl_k80", __libm_recasinl_k80, mpc_asin, {0.55, 1.05, 1.05, 1.05}},
-    {"recacoshl_k80", __libm_recacoshl_k80, mpc_acosh, {0.55, 1.05, 1.05, 1.05}},
+    {"recacosl_k80", __libm_recacosl_k80, nullptr, mpc_acos, {0.55, 1.05, 1.05, 1.05}},
+    {"recasinl_k80", __libm_recasinl_k80, nullptr, mpc_asin, {0.55, 1.05, 1.05, 1.05}},
+    {"recacoshl_k80", __libm_recacoshl_k80, nullptr, mpc_acosh, {0.55, 1.05, 1.05, 1.05}},
+    {"recatanhl", nullptr, recatanhl, mpc_atanh, {0.55, 1.05, 1.05, 1.05}},
 };
 
 th::Calls<LD, LD, LD> calls(const CinvKernel &c) {
-    return {{c.name, tsr::Tier::ex, [k = c.k](LD x, LD y) {
-                 Prepared p = prepare(x, y);
-                 LD r = 7;
-                 LD *ret = k(&r, &x, &y, &p.X, &p.Y, &p.M, &p.P, &p.Y2, &p.R, &p.S, &p.T);
+    return {{c.name, tsr::Tier::ex, [k = c.k, d = c.d](LD x, LD y) {
+                 LD r = 7, *ret;
+                 if (d) {
+                     ret = d(&r, &x, &y);
+                 } else {
+                     Prepared p = prepare(x, y);
+                     ret = k(&r, &x, &y, &p.X, &p.Y, &p.M, &p.P, &p.Y2, &p.R, &p.S, &p.T);
+                 }
                  return ret == &r ? r : LD(NAN);
              }}};
 }
 
 // The exact real part, once per input, kept for every mode.  Where y is negligible beside the
 // distance d = |x^2 - 1| from the branch points (y^2 below 2^-320 d min(1, d)), the real parts
-// are their limits on the real axis to 2^-300: acos x, asin x and |y| / sqrt(d) inside [-1, 1];
-// |y| / sqrt(d) (pi less it for x < -1), +-(pi/2 - |y| / sqrt(d)) and acosh |x| outside.  MPC
+// are their limits on the real axis to 2^-300: acos x, asin x, |y| / sqrt(d) and atanh x inside
+// [-1, 1]; |y| / sqrt(d) (pi less it for x < -1), +-(pi/2 - |y| / sqrt(d)), acosh |x| and
+// atanh(1/x) outside.  MPC
 // takes seconds on some such points (0.5 + i 2^-16445: 28 s); elsewhere it gives the value.
 class References {
   public:
@@ -128,9 +136,14 @@ class References {
                 mpfr_sub(r, pi, q, MPFR_RNDN);
                 if (neg) mpfr_neg(r, r, MPFR_RNDN);
             }
-        } else {
+        } else if (c_.f == mpc_acosh) {
             if (inside) mpfr_set(r, q, MPFR_RNDN);
             else mpfr_acosh(r, ax, MPFR_RNDN);
+        } else {  // atanh x, or atanh(1/x) outside
+            th::Mp w(400);
+            if (inside) mpfr_set(w, xs, MPFR_RNDN);
+            else mpfr_ui_div(w, 1, xs, MPFR_RNDN);
+            mpfr_atanh(r, w, MPFR_RNDN);
         }
         return true;
     }
