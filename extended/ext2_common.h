@@ -279,6 +279,48 @@ inline Pair atan2_pos(Pair y, Pair x) {
     return addp(pc(kPi2), neg(atan_frac(x, y)));
 }
 
+// ---- arcsine series ---------------------------------------------------------------------------
+// Q(t) of asin x = x + x^3/6 + x^5 Q(x^2), |x| <= 1/2, by Estrin's scheme.
+inline LD asin_q(LD t) {
+    const LD *c = kAsinPoly;
+    LD t2 = t * t, t4 = t2 * t2, t8 = t4 * t4;
+    LD q0 = (c[0] + t * c[1]) + t2 * (c[2] + t * c[3]);
+    LD q1 = (c[4] + t * c[5]) + t2 * (c[6] + t * c[7]);
+    LD q2 = (c[8] + t * c[9]) + t2 * (c[10] + t * c[11]);
+    LD q3 = (c[12] + t * c[13]) + t2 * (c[14] + t * c[15]);
+    return (q0 + t4 * q1) + t8 * (q2 + t4 * q3);
+}
+// asin s = s + s^3/6 + s^5 Q(s^2) for s = sh + sl, s^2 = t + te, |s| <= 1/2, with the
+// leading s^3/6 as an exact pair (sh t and its sixth by exact products): the rest, below
+// 0.005 of asin s, carries every rounding, so that they stay far below an ulp of the
+// result even where pi/2 - 2 asin s doubles them.
+struct Series {
+    Pair s;
+    LD q, rest;  // s^3/6 = q + part of rest; rest holds every smaller term
+};
+// Out of line: inlined, its exact products made the compiler spill and reload around the
+// short path below 3/8 too (measured: 2.4 times slower there).
+inline __attribute__((noinline)) Series series(Pair s, LD t, LD te) {
+    LD p, pe, q, qe;
+    two_prod(s.h, t, p, pe);
+    two_prod(p, kSixth[0], q, qe);
+    LD rest = qe + (p * kSixth[1] + (pe + (s.l * t + s.h * te)) * kSixth[0]) + p * t * asin_q(t);
+    return {s, q, rest};
+}
+// k asin s as a pair (k = 1 or 2).
+inline Pair times(const Series &h, LD k) {
+    LD v, ve;
+    two_sum(h.s.h, h.q, v, ve);
+    return {k * v, k * (ve + (h.s.l + h.rest))};
+}
+// c - k asin s as a pair (c = pi/2 or pi): two-sums of the heads, the rest in the tail.
+inline Pair less_times(const LD c[2], const Series &h, LD k) {
+    LD u, ue, v, ve;
+    two_sum(c[0], -k * h.s.h, u, ue);
+    two_sum(u, -k * h.q, v, ve);
+    return {v, (ue + ve) + (c[1] - k * (h.s.l + h.rest))};
+}
+
 // ---- tiny arguments ------------------------------------------------------------------------
 // (hi + lo) 2^k rounded once, for hi in about [1, 4): exact scaling after the rounding of the
 // sum where the result is normal, one rounding into the subnormal range where it is not.

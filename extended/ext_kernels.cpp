@@ -204,16 +204,21 @@ TSR_HIDDEN void __libm_log_k80(Scaled *out, const Scaled *in) {
 }
 
 // ln(1 + v) of a scaled pair v, as a scaled pair.
+constexpr int kLog1pBeyond = 128;
 TSR_HIDDEN void __libm_log1p_k80(Scaled *out, const Scaled *in) {
     X87Frame rn(true);
     Scaled p = *in;
     __libm_normalizel_k80(&p);
-    if (p.e > 64) {  // 1 is below the pair's precision
+    if (p.e > kLog1pBeyond) {  // 1 is below 2^-128 of v: ln v
         Scaled q = p;
         __libm_log_k80(out, &q);
         return;
     }
-    LD v[2] = {p.hi * pow2l(p.e < -16000 ? -16000 : p.e), p.lo * pow2l(p.e < -16000 ? -16000 : p.e)};
+    if (p.e < -kLog1pBeyond) {  // v^2/2 is below 2^-128 of v: v itself
+        *out = p;
+        return;
+    }
+    LD v[2] = {p.hi * pow2l(p.e), p.lo * pow2l(p.e)};
     __libm_log1pl_k80(&out->hi, v);
     out->e = 0;
     __libm_normalizel_k80(out);

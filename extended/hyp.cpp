@@ -154,21 +154,26 @@ inline LD tanh_body(LD x) {
     LD xx = opaque(load(x));
     if (f < kSeriesBelow) return fr.finish(odd_series(kTanhSmallPoly, xx));
     // 1 - u, u = 2/(E + 1), E = e^(2|x|) a pair (about 2^-73), E + 1 = dh + dl by a two-sum, u's
-    // head a quotient and its tail the remainder 2 - qh dh - qh dl (an exact product) over dh
-    // (as times qh/2).  From 1/8 on u <= 0.876 and tanh >= 0.124: E's error reaches the result
-    // as at most 0.56 of itself, 2^-6 ulp.
+    // head y the quotient 2/dh cut to 32 bits and its tail the remainder 2 - y dh - y dl over
+    // dh: y times dh's 32-bit halves is exact, and 2 - y dh's first part too (the two are
+    // within 2^-30 of each other), so that one division and no full exact product is needed.
+    // From 1/8 on u <= 0.876 and tanh >= 0.124: E's error reaches the result as at most 0.56
+    // of itself, 2^-6 ulp.  The core runs in round-to-nearest (the splits are exact only
+    // there); the last addition rounds in the caller's mode.
+    Nearest rn;
     LD ax = __builtin_fabsl(xx);
     ExpPair e = exp_pair(ax + ax, 0.0L);
-    LD sc = pow2l(e.k), dh, de;
-    two_sum(e.hi * sc, 1.0L, dh, de);
-    LD dl = de + e.lo * sc;
-    LD qh = 2.0L / dh, p, pe;
-    two_prod(qh, dh, p, pe);
-    LD ql = (((2.0L - p) - pe) - qh * dl) * (qh * 0.5L);
+    LD sc = LD(f64(uint64_t(e.k + 1023) << 52)), dh, de;  // 2^k, k <= 67 below 23
+    fast_two_sum(e.hi * sc, 1.0L, dh, de);  // E >= e^(1/4) > 1
+    LD dl = opaque(de + e.lo * sc);          // formed here: fewer values live across the division
+    LD inv = 1.0L / dh, y, yl, d1, d2;
+    split32(2.0L * inv, y, yl);
+    split32(dh, d1, d2);
+    LD ql = (((2.0L - y * d1) - y * d2) - y * dl) * inv;
     LD h, hl;
-    fast_two_sum(1.0L, -qh, h, hl);
+    fast_two_sum(1.0L, -y, h, hl);
     LD sg = kSignOf[sx];
-    return fr.finish(h * sg + (hl - ql) * sg);
+    return fr.finish(rn.round({h * sg, (hl - ql) * sg}));
 }
 
 // ln(a + sqrt(S)) for a >= 0 and S = sh + sl (a pair), as a head and a tail: the root's head
