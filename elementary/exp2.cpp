@@ -31,6 +31,9 @@ inline bool is_int(double x) {
     return (bits(x) & ((uint64_t(1) << (52 - e)) - 1)) == 0;
 }
 
+template <class Guard>
+inline double exp2_ex_core(double x, bool direct);
+
 inline double exp2_ex(double x) {
     uint32_t H = hi(x) & 0x7fffffff;
     if (H - 0x3ff00000u <= 0x9ff800u && is_int(x)) {
@@ -52,9 +55,16 @@ inline double exp2_ex(double x) {
             return report(x, opaque(kMax) * kMax, code::exp2_overflow);
         }
     }
-    // x is not an integer here (those came back exact above), so 2^x is inexact and the
-    // guard may tell the mode by its probe, whose inexact flag the result raises anyway.
-    RnGuardInexact g;
+    return direct ? exp2_ex_core<RnGuardInexact>(x, true) : exp2_ex_core<RnGuard>(x, false);
+}
+
+// The core of tier ex.  Guard: in the direct band no integer arrives (those came back exact
+// above), so 2^x is inexact and the guard may tell the mode by its probe, whose inexact flag
+// the result raises anyway; beyond it the integers -1074..-1024 come for their exact
+// subnormal results and the report, so that guard reads the control word.
+template <class Guard>
+inline double exp2_ex_core(double x, bool direct) {
+    Guard g;
     x = opaque(x);
     double s = opaque(128.0 * x + S);
     double kf = s - S;
