@@ -74,12 +74,13 @@ inline T asind_t(T xt) {
     } else {
         // acos |x| = 2 asin sqrt(t), t = (1 - |x|)/2 exact; the root r with the word its
         // rounding lost, (t - r^2)/(2r): the residual exact (the product in two parts, t less
-        // its head by Sterbenz) times 1/(2r) from the reciprocal square root estimate of t
-        // (good to 2^-11; t from 2^-54 on, normal as a float), so the word is within 2^-11 of
-        // itself, 2^-64 of r, and no division is spent.
+        // its head by Sterbenz) times 1/(2r) from a single-precision division (good to 2^-24;
+        // t from 2^-54 on, r normal as a float), so the word is within 2^-24 of itself and the
+        // double division stays off the path.  Not the reciprocal square root estimate: its
+        // bits differ between processors, and the reproducible forms share this body.
         double t = (1.0 - a) * 0.5;
         double r = __builtin_sqrt(t);
-        double y = 0.5 * double(_mm_cvtss_f32(_mm_rsqrt_ss(_mm_set_ss(float(t)))));
+        double y = double(0.5f / float(r));
         DD rr = two_prod_cut26(r, r);
         DD c = asind_unit(r, ((t - rr.h) - rr.l) * y);
         DD d = {2.0 * c.h, 2.0 * c.l};  // acos |x|
