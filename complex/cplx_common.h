@@ -14,6 +14,7 @@
 #include "elementary/exp_common.h"
 #include "elementary/exp_kernels.h"
 #include "elementary/hyp_kernels.h"
+#include "elementary/invtrig_common.h"
 #include "elementary/invtrig_kernels.h"
 #include "elementary/log_kernels.h"
 #include "elementary/trig_common.h"
@@ -137,6 +138,67 @@ inline void sincos_pair(double y, double S[2], double C[2]) {
 inline void sincos_rn(double y, double S[2], double C[2]) {
     if (sincos_pair_range(y)) sincos_pair(y, S, C);
     else __libm_sincos_k64(y, S, C);
+}
+
+// The angle of (x, y) with atan2's quadrant rule as a head and a tail, relative error below
+// 2^-63.5, for finite non-zero x and y between 2^-400 and 2^400 in magnitude and a caller that
+// holds round-to-nearest.  With n the smaller of |x|, |y| and m the larger (min and max, no
+// branch), t = n/m in double only picks the grid point c of atan's 5-bit grid (c's 7 bits and
+// m's 26-bit halves give exact products), and atan(n/m) = atan c + atan z with
+// z = (n - c m)/(m + c n): n - c m as a pair (its head exact by Sterbenz, c m lying within
+// 2^-4 of n), m + c n as a normalised pair (so that z's head, on which the series is
+// evaluated, is within 2^-52 of z), one division for 1/(m + c n) and z as a pair from Dekker's
+// remainder.  |z| <= 2^-6.9, so atan z = z + z s(z) needs the series to z^8 (Estrin's order,
+// the next term below 2^-70 of the angle).  Below t = 2^-6 the grid is left out (c = 0, z = t,
+// the kernel's full series; below 2^-32, where t^2/3 < 2^-65.5, no series).  The octant comes from tables (the
+// quadrants of random points would mispredict branches): off + sg r, r at most pi/4, no
+// cancellation.  atan c comes in two parts; each sum is a pair.  The largest error is next
+// to t = 2^-6 without the grid: the roundings of the series' term z s(z), itself up to
+// 2^-13.5 of the angle, and of its sum with z's tail, 2^-64.3 measured.
+namespace atan2dd {
+constexpr double OFF_H[4] = {0.0, invtrig::kPio2Hi, invtrig::kPiHi, invtrig::kPio2Hi};  // |y| > |x| adds 1, x < 0 adds 2
+constexpr double OFF_L[4] = {0.0, invtrig::kPio2Lo, invtrig::kPiLo, invtrig::kPio2Lo};
+constexpr double SG[4] = {1.0, -1.0, -1.0, 1.0};
+}  // namespace atan2dd
+inline void atan2_pair(double y, double x, double out[2]) {
+    double ay = f64(abits(y)), ax = f64(abits(x));
+    double n = ay < ax ? ay : ax, m = ay < ax ? ax : ay;
+    double t = n / m;
+    DD z;
+    double c = 0.0, Th = 0.0, Tl = 0.0, ser = 0.0;
+    if (t >= 0x1p-6) {
+        uint64_t tb = bits(t);
+        c = f64((tb & 0xffff800000000000ull) | 0x0000400000000000ull);
+        const invtrig::HiLo &T = invtrig::atan32[(uint32_t(tb >> 32) >> 15) - 0x7f20];
+        Th = T.hi;
+        Tl = T.lo;
+    }
+    DD ms = dd::split(m), ns = dd::split(n);
+    DD num = dd::two_sum(n - c * ms.h, -(c * ms.l));
+    DD den = dd::two_sum(m, c * ns.h);
+    den = fast_two_sum(den.h, den.l + c * ns.l);  // c n's tail reaches 2^-27 of the sum
+    double r = 1.0 / den.h;
+    z.h = num.h * r;
+    DD zd = two_prod(z.h, den.h);
+    z.l = (((num.h - zd.h) - zd.l) + (num.l - z.h * den.l)) * r;
+    if (c != 0.0) {
+        // z to the eighth power: the first three coefficients of the kernel's series.
+        double v = z.h * z.h;
+        const double *K = invtrig::k64_poly;
+        double q = (K[0] + v * K[1]) + (v * v) * K[2];
+        ser = v * (invtrig::k64_third[0] + (invtrig::k64_third[1] + v * q));
+    } else if (t >= 0x1p-32) {
+        ser = invtrig::k64_series(z.h);
+    }
+    DD a = fast_two_sum(Th, z.h);
+    a.l += Tl + (z.l + z.h * ser);
+    int o = int(ay > ax) | int(neg(x)) << 1;
+    double sg = atan2dd::SG[o];
+    DD res = fast_two_sum(atan2dd::OFF_H[o], sg * a.h);
+    res.l += atan2dd::OFF_L[o] + sg * a.l;
+    uint64_t sy = bits(y) & ~ABS;
+    out[0] = f64(bits(res.h) ^ sy);
+    out[1] = f64(bits(res.l) ^ sy);
 }
 
 // ---- extended --------------------------------------------------------------------------

@@ -88,8 +88,8 @@ inline CD general_rad(double a, double b, double c, double d) {
 
 // The general form in double-double, for four finite non-zero parts between 2^-400 and
 // 2^400 in magnitude: a^2 + b^2 as a pair to 2^-104 (exact squares), L = ln|z| from the
-// logarithm kernel's reduced step (2^-62 relative), T = arg z from the extended angle (2^-62)
-// split into a pair, U = cL - dT and the angle v = dL + cT as pairs (exact products by
+// logarithm kernel's reduced step (2^-62 relative, its polynomial in Estrin's order), T = arg z
+// as a pair (atan2_pair, 2^-63.5), U = cL - dT and the angle v = dL + cT as pairs (exact products by
 // two_prod), e^U by the exponential kernel's pair times 1 + U's tail, sin v and cos v by the
 // sine-cosine pair turned by v's tail to the first order (its square is below 2^-100 of the
 // values), each part joined with the modulus and rounded once (mul_scaled).  The error before
@@ -105,10 +105,10 @@ inline bool general_dd(double a, double b, double c, double d, CD &out) {
     q = fast_two_sum(q.h, q.l + (aa.l + bb.l));
     int e = bexp(q.h) - 1023;
     double sc = f64(uint64_t(1023 - e) << 52), lg[2];
-    log_k64_reduced(q.h * sc, q.l * sc, e, lg);
+    log_k64_reduced<true>(q.h * sc, q.l * sc, e, lg);
     double Lh = 0.5 * lg[0], Ll = 0.5 * lg[1];
     double T[2];
-    to_pair(__libm_atan2_k80(LD(b), LD(a)), T);
+    atan2_pair(b, a, T);
     DD cl = two_prod(c, Lh), dt = two_prod(d, T[0]), dl = two_prod(d, Lh), ct = two_prod(c, T[0]);
     cl.l += c * Ll;
     dt.l += d * T[1];
@@ -163,10 +163,12 @@ inline CD cpow_entry(double a, double b, double c, double d) {
     if (is_nzfinite(a) && is_nzfinite(b) && is_nzfinite(c) && is_nzfinite(d)) {
         // The general form is inexact: the probe tells the mode.
         RnGuardInexact rn;
-        X87Precision p;
         CD r;
         a = opaque(a);
-        if (!general_dd(a, b, c, d, r)) r = general_rad(a, b, c, d);
+        if (!general_dd(a, b, c, d, r)) {
+            X87Precision p;
+            r = general_rad(a, b, c, d);
+        }
         double re = rn.finish(__real__ r);
         return mk(re, __imag__ r);
     }

@@ -53,17 +53,30 @@ inline CD csqrt_core(double x, double y) {
 #if TSR_TIER_EX
 TSR_BODY(CD, csqrt, (CD z)) { return csqrt_core(__real__ z, __imag__ z); }
 // csqrtf for finite parts with y not zero: the same steps in double, where the squares of
-// floats are exact and neither overflow nor underflow: each part within 2^-51 relative
-// before its rounding to float (0.5 + 2^-27 float ulp).  The rest through the double form.
+// floats are exact and neither overflow nor underflow.  With s = 2p = sqrt(2t), t = h + |x|
+// (the scalings by 2 and 1/2 exact), p = s/2 and q = |y|/s = (|y|/(2t)) s: the quotient is
+// formed beside the second root instead of after it, one multiplication longer and a
+// division shorter on the path.  Each part is within 2^-51 relative before its rounding to
+// float (0.5 + 2^-27 float ulp).  p >= sqrt(|y|/2) >= 2^-75 is never subnormal; q can be, and
+// owes the underflow flag then.  The parts change places for x < 0 by masks on their bits
+// rather than a branch on x's sign (random signs would mispredict it).
+// The rest through the double form.
+namespace {
+// The special cases of csqrtf, out of the line of the usual one.
+__attribute__((noinline)) CF csqrtf_rest(float x, float y) { return narrowc(csqrt_core(x, y)); }
+}  // namespace
 TSR_BODY(CF, csqrtf, (CF z)) {
-    double x = __real__ z, y = __imag__ z;
-    if (!is_nzfinite(y) || !is_finite(x)) return narrowc(csqrt_core(x, y));
-    double ax = f64(abits(x)), ay = f64(abits(y));
-    // s = 2p = sqrt(2 (h + |x|)), whose scalings by 2 and 1/2 are exact: the parts are those
-    // of p = sqrt((h + |x|) / 2) and q = |y| / (2p), one multiplication shorter.
+    float xf = __real__ z, yf = __imag__ z;
+    uint32_t bx = bits(xf), by = bits(yf);
+    constexpr uint32_t F_ABS = 0x7fffffffu, F_INF = 0x7f800000u;
+    if (__builtin_expect((by & F_ABS) - 1 >= F_INF - 1 || (bx & F_ABS) >= F_INF, 0)) return csqrtf_rest(xf, yf);
+    double ax = __builtin_fabs(double(xf)), ay = __builtin_fabs(double(yf));
     double h = __builtin_sqrt(ax * ax + ay * ay), t = h + ax;
-    double s = __builtin_sqrt(t + t), p = 0.5 * s, q = ay / s;
-    if (neg(x)) return mkf(narrowf(q), narrowf(with_sign(p, y)));
-    return mkf(narrowf(p), narrowf(with_sign(q, y)));
+    double t2 = t + t, s = __builtin_sqrt(t2), d = ay / t2;
+    double p = 0.5 * s, q = d * s;
+    if (__builtin_expect(q < 0x1p-126, 0)) narrowf(q);
+    uint32_t pb = bits(float(p)), qb = bits(float(q)), swap = uint32_t(int32_t(bx) >> 31);  // ones where x < 0
+    uint32_t re = (pb & ~swap) | (qb & swap), im = (qb & ~swap) | (pb & swap);
+    return mkf(f32(re), f32(im | (by & ~F_ABS)));
 }
 #endif

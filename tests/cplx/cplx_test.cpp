@@ -647,7 +647,8 @@ TEST(ComplexKernels, MulAndHypot2) {
 }
 
 // The extended helpers of the inverse functions, clog and cpow against MPFR, relative error:
-// __libm_atan2_k80 in every octant (ratios from 2^-80 to 2^80, on and off its grid), log_ld
+// __libm_atan2_k80 and cpow's atan2_pair in every octant (ratios from 2^-80 to 2^80, on and
+// off the grid), log_ld
 // over the whole range of a sum of squares of doubles (away from 1, where its callers take
 // log1p_ld), log1p_ld from 2^-70 to 1/2 on both sides of zero (where the kernel alone would
 // round its argument's tail once in double).
@@ -661,8 +662,16 @@ TEST(ComplexKernels, ExtendedAtan2AndLogs) {
         mpfr_div(t, t, want, MPFR_RNDN);
         return std::fabs(mpfr_get_d(t, MPFR_RNDN));
     };
+    auto rel_pair = [](const double v[2], th::Mp &want) {
+        th::Mp t;
+        mpfr_set_d(t, v[0], MPFR_RNDN);
+        mpfr_add_d(t, t, v[1], MPFR_RNDN);
+        mpfr_sub(t, t, want, MPFR_RNDN);
+        mpfr_div(t, t, want, MPFR_RNDN);
+        return std::fabs(mpfr_get_d(t, MPFR_RNDN));
+    };
     auto sgn = [&g](long double v) { return (g() & 1) ? -v : v; };
-    double worst_a = 0, worst_l = 0, worst_p = 0;
+    double worst_a = 0, worst_l = 0, worst_p = 0, worst_d = 0;
     th::Mp want, a, b;
     for (int i = 0; i < 20000; i++) {
         long double y = sgn(std::ldexp(1.0L + u(g), int(u(g) * 160) - 80)), x = sgn(1.0L + u(g));
@@ -671,6 +680,13 @@ TEST(ComplexKernels, ExtendedAtan2AndLogs) {
         mpfr_set_ld(b, x, MPFR_RNDN);
         mpfr_atan2(want, a, b, MPFR_RNDN);
         worst_a = std::max(worst_a, rel(__libm_atan2_k80(y, x), want));
+        // The pair form of cpow on the same doubles (exact in extended: their heads).
+        double yd = double(y), xd = double(x), T[2];
+        mpfr_set_d(a, yd, MPFR_RNDN);
+        mpfr_set_d(b, xd, MPFR_RNDN);
+        mpfr_atan2(want, a, b, MPFR_RNDN);
+        tsr::cplx::atan2_pair(yd, xd, T);
+        worst_d = std::max(worst_d, rel_pair(T, want));
         long double v = std::ldexp(1.0L + u(g), int(u(g) * 4200) - 2100);
         if (v > 0.96875L && v < 1.03125L) continue;
         mpfr_set_ld(a, v, MPFR_RNDN);
@@ -681,9 +697,10 @@ TEST(ComplexKernels, ExtendedAtan2AndLogs) {
         mpfr_log1p(want, a, MPFR_RNDN);
         worst_p = std::max(worst_p, rel(tsr::cplx::log1p_ld(w), want));
     }
-    printf("[  ACCURACY] atan2_k80 2^%.1f, log_ld 2^%.1f, log1p_ld 2^%.1f (relative, 20000 each)\n",
-           std::log2(worst_a), std::log2(worst_l), std::log2(worst_p));
+    printf("[  ACCURACY] atan2_k80 2^%.1f, atan2_pair 2^%.1f, log_ld 2^%.1f, log1p_ld 2^%.1f (relative, 20000 each)\n",
+           std::log2(worst_a), std::log2(worst_d), std::log2(worst_l), std::log2(worst_p));
     EXPECT_LT(worst_a, 0x1p-62);
+    EXPECT_LT(worst_d, 0x1.6a09e6p-64);  // 2^-63.5
     EXPECT_LT(worst_l, 0x1p-59);
     EXPECT_LT(worst_p, 0x1p-59);
 }
