@@ -19,6 +19,7 @@
 // 1 - x is, but for |x| < 2^-29, where its rounding moves ln Gamma(1 - x) by under 2^-53.
 #pragma once
 #include "elementary/log_kernels.h"
+#include "elementary/pi_common.h"
 #include "elementary/trig_kernels.h"
 #include "special/gamma_common.h"
 
@@ -100,9 +101,9 @@ inline bool lgf_neg(double x, int *sign, double *out) {
     // a float y within 2^-25 of one above it, in every mode, so m is floor(y) or floor(y) + 1
     // and m = 0 for y < 1/2; d = y - m is exact (for y >= 1/2 y's ulp is at least 2^-25).
     double d = y - __builtin_floor(y + 0.5);
-    double s[2], c[2];
-    __libm_sincos_k64(0x1.921fb54442d18p+1 * d, s, c);  // pi (rounded) times d: 2^-53 relative
-    double as = s[0] < 0 ? -s[0] : s[0];
+    // |sin(pi d)| from the table of sin(pi j/64) and the short polynomials in double (below
+    // 2^-50 relative): |d| <= 1/2 reduces exactly to j/64 + r with j <= 32.
+    double as = pi::sincos_rows_f<false, false>(pi::reduce64(__builtin_fabs(d)));
     double r = kLnPiD - log_d(as) - lgf_pos(1.0 - x);
     *out = r;
     return !(r < kFloatNearZero && r > -kFloatNearZero);
