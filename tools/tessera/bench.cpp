@@ -13,6 +13,9 @@
 // multiply-add by a zero the compiler cannot see), so calls cannot overlap.  The link is the
 // same on both sides; it is counted in the latency figures.
 //
+// Every call shape is timed (see "call shapes"), and the frame takes up to three sides:
+// `bench-bwr` times a reproducible form, the dispatched function and its ex body in it.
+//
 // Cycles are time-stamp-counter ticks (rdtsc, fenced): the processor's constant reference
 // rate, which the tool measures against CLOCK_MONOTONIC and prints, together with the core
 // clock estimated from a chain of dependent adds.  Where the core runs above or below the
