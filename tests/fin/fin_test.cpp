@@ -258,8 +258,7 @@ std::vector<std::array<T, 2>> cut_points() {
 template <class T>
 Sweep<T> plan(Func<T> f, double rn, double directed, T xmax, T ymax, T tiny, double scale) {
     Sweep<T> s{std::move(f), regions<T>(xmax, ymax, tiny), cut_points<T>()};
-    s.bound[0] = rn;
-    s.bound[1] = s.bound[2] = s.bound[3] = directed;
+    s.bounds(rn, directed);
     s.scale = scale;
     return s;
 }

@@ -90,9 +90,7 @@ TEST(InvHypSpecial, Atanh) {
 namespace {
 template <class T> Sweep<T> plan(Func<T> f, std::vector<Region<T>> regions, double rn) {
     Sweep<T> s{f, regions};
-    s.bound[0] = rn;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
-    return s;
+    return s.bounds(rn);
 }
 Sweep<double> asinh_plan() {
     return plan(asinh_f(), {{60000, {0x1p-1074, 0x1p1023, Dist::log_uniform, true}}, {60000, {0x1p-6, 0x1p5, Dist::log_uniform, true}}}, 0.55);
