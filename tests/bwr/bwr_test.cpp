@@ -54,9 +54,7 @@ template <class T> Sweep<T> log_plan(Func<T> f) {
                {20000, {T(0.75), T(1.5), Dist::uniform}},
                {20000, {T(1) - T(1) / 256, T(1) + T(1) / 128, Dist::uniform}},
                {10000, {T(1) - T(0x1p-20), T(1) + T(0x1p-20), Dist::uniform}}}};
-    s.bound[0] = sizeof(T) == 8 ? 0.55 : 0.51;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
-    return s;
+    return s.bounds(sizeof(T) == 8 ? 0.55 : 0.51);
 }
 
 Sweep<double> exp_plan(Func<double> f, double lo, double hi) {
@@ -66,9 +64,7 @@ Sweep<double> exp_plan(Func<double> f, double lo, double hi) {
                      {20000, {0x1p-60, 0x1p-8, Dist::log_uniform, true}},
                      {10000, {hi - 20, hi, Dist::uniform}},
                      {10000, {lo, lo + 20, Dist::uniform}}}};
-    s.bound[0] = 0.55;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
-    return s;
+    return s.bounds(0.55);
 }
 
 Func<double> f_log() { return pair<double>("__bwr_log", mpfr_log, __bwr_log, tsr_tiers_log); }

@@ -219,6 +219,17 @@ const std::vector<Row2<float>> kAtan2df = {
 };
 
 // ---- accuracy -------------------------------------------------------------------------------
+// The neighbours (an ulp up or down, either sign) of the points `point(g, i)` draws.
+template <class T, class P> auto neighbours(P point) {
+    return [point](std::vector<T> &out, size_t n, uint64_t seed) {
+        std::mt19937_64 g(seed);
+        for (size_t i = 0; i < n; ++i) {
+            T m = point(g, i);
+            T x = (g() & 1) ? std::nextafter(m, T(INFINITY)) : std::nextafter(m, -T(INFINITY));
+            out.push_back((g() & 2) ? -x : x);
+        }
+    };
+}
 // Angles: uniform over two turns and near zero, log-uniform over every size and over the
 // binades where the whole and half degrees run out (2^49 .. 2^53, floats 2^21 .. 2^25), the
 // neighbours of multiples of 90 (remainders of one ulp: the poles' neighbours) and of odd
@@ -232,19 +243,12 @@ template <class T> Sweep<T> angle_plan(Func<T> f) {
                  {5000, {T(d ? 0x1p49 : 0x1p21), T(d ? 0x1p53 : 0x1p25), Dist::log_uniform, true}},
                  {10000, {T(-1), T(1), Dist::uniform}},
                  {5000, {T(d ? 0x1p-1074 : 0x1p-149), T(d ? 0x1p-380 : 0x1p-20), Dist::log_uniform, true}}};
-    s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
-        std::mt19937_64 g(seed);
-        for (size_t i = 0; i < n; ++i) {
-            T m = (i & 1) ? T(90 * int64_t(g() % (d ? 100000000 : 100000)))
-                          : T(double(2 * int64_t(g() % 720000) + 1) * 0.25);  // odd quarters below 360000
-            T x = (g() & 1) ? std::nextafter(m, T(INFINITY)) : std::nextafter(m, -T(INFINITY));
-            out.push_back((g() & 2) ? -x : x);
-        }
-    };
+    s.gen = neighbours<T>([](std::mt19937_64 &g, size_t i) {
+        return (i & 1) ? T(90 * int64_t(g() % (d ? 100000000 : 100000)))
+                       : T(double(2 * int64_t(g() % 720000) + 1) * 0.25);  // odd quarters below 360000
+    });
     s.gen_n = 20000;
-    s.bound[0] = d ? 0.55 : 0.51;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
-    return s;
+    return s.bounds(d ? 0.55 : 0.51);
 }
 // Arcs: uniform over [-1, 1], 1 - |x| log-uniform down to an ulp of 1, small magnitudes.
 template <class T> Sweep<T> arc_plan(Func<T> f) {
@@ -257,9 +261,7 @@ template <class T> Sweep<T> arc_plan(Func<T> f) {
         for (T v : e) out.push_back(v < 0 ? T(-1) - v : T(1) - v);
     };
     s.gen_n = 30000;
-    s.bound[0] = d ? 0.55 : 0.51;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
-    return s;
+    return s.bounds(d ? 0.55 : 0.51);
 }
 // Arctangent: log-uniform over the range, uniform near the origin, and the neighbours of
 // the odd multiples of 1/256 and of their reciprocals (where the row changes).
@@ -268,19 +270,12 @@ template <class T> Sweep<T> atan_plan(Func<T> f) {
     Sweep<T> s{f, {}};
     s.regions = {{50000, {T(d ? 0x1p-80 : 0x1p-40), T(d ? 0x1p+600 : 0x1p+100), Dist::log_uniform, true}},
                  {40000, {T(-4), T(4), Dist::uniform}}};
-    s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
-        std::mt19937_64 g(seed);
-        for (size_t i = 0; i < n; ++i) {
-            T m = T(double(2 * int64_t(g() % 128) + 1) / 256);
-            if (g() & 4) m = T(1) / m;
-            T x = (g() & 1) ? std::nextafter(m, T(INFINITY)) : std::nextafter(m, -T(INFINITY));
-            out.push_back((g() & 2) ? -x : x);
-        }
-    };
+    s.gen = neighbours<T>([](std::mt19937_64 &g, size_t) {
+        T m = T(double(2 * int64_t(g() % 128) + 1) / 256);
+        return (g() & 4) ? T(1) / m : m;
+    });
     s.gen_n = 10000;
-    s.bound[0] = d ? 0.55 : 0.51;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
-    return s;
+    return s.bounds(d ? 0.55 : 0.51);
 }
 template <class T> Sweep<T> atan2_plan(Func<T> f) {
     constexpr bool d = sizeof(T) == 8;
@@ -289,9 +284,7 @@ template <class T> Sweep<T> atan2_plan(Func<T> f) {
     s.regions = {{40000, {T(0x1p-20), T(0x1p+20), Dist::log_uniform, true}, {T(0x1p-20), T(0x1p+20), Dist::log_uniform, true}},
                  {30000, {lo, hi, Dist::log_uniform, true}, {lo, hi, Dist::log_uniform, true}},
                  {30000, {T(-2), T(2), Dist::uniform}, {T(-2), T(2), Dist::uniform}}};
-    s.bound[0] = d ? 0.55 : 0.51;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
-    return s;
+    return s.bounds(d ? 0.55 : 0.51);
 }
 
 Sweep<double> sind_plan() { return angle_plan(func("sind", mp_sind, tsr_tiers_sind) TH_WITH_BWR(sind)); }

@@ -131,9 +131,7 @@ template <class T> Sweep<T> plan(Func<T> f, T tiny, T lo, T hi, T band, double r
                {20000, {tiny, T(0x1p-8), Dist::log_uniform, true}},
                {10000, {hi - band, hi, Dist::uniform}},
                {10000, {lo, lo + band, Dist::uniform}}}};
-    s.bound[0] = rn;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
-    return s;
+    return s.bounds(rn);
 }
 
 Sweep<double> exp_plan() {

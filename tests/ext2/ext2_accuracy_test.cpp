@@ -17,8 +17,7 @@ using th::Dist;
 
 template <class P>
 P bounded(P s, double scale) {
-    s.bound[0] = 0.6;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
+    s.bounds(0.6);
     s.scale = scale;
     return s;
 }

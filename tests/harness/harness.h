@@ -421,6 +421,12 @@ template <class T> struct Sweep {
     // roundings, exactness, flags and ulps (to 2^-40) as at 256 bits, for references that are
     // slow at 256 bits (MPFR's erfc far in its tail).  The reference must be good to 2^-(2p+20).
     bool two_stage_refs = false;
+    // The usual bounds: `rn` ulps to nearest, `directed` in the three directed modes.
+    Sweep &bounds(double rn, double directed = 2.0) {
+        bound[0] = rn;
+        bound[1] = bound[2] = bound[3] = directed;
+        return *this;
+    }
 };
 struct SweepResult {
     std::string variant, mode;

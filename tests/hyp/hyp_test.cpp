@@ -113,9 +113,7 @@ template <class T> Sweep<T> plan(Func<T> f, T hi, std::initializer_list<T> edges
     Sweep<T> s{f, {{100000, {T(d ? 0x1p-30 : 0x1p-20), hi, Dist::log_uniform, true}},
                   {10000, {T(d ? 0x1p-1074 : 0x1p-149), T(d ? 0x1p-30 : 0x1p-20), Dist::log_uniform, true}}}};
     for (T e : edges) s.regions.push_back({4000, {e - e / 64, e + e / 64, Dist::uniform}});
-    s.bound[0] = rn;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
-    return s;
+    return s.bounds(rn);
 }
 const auto kSinhEdges = {0.01, 0.02, 0.125, 0.359375, 22.87, 384.0, 640.0, 710.4};
 const auto kSinhfEdges = {0.0625f, 0.125f, 0.359375f, 0.5f, 32.0f, 48.0f, 89.4f};

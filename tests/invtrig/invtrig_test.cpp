@@ -151,8 +151,9 @@ const std::vector<Row2<float>> kAtan2f = {
 // ---- accuracy -------------------------------------------------------------------------------
 // acos, asin: uniform over [-1, 1], 1 - |x| log-uniform down to an ulp of 1 (the upper regime
 // and its end), log-uniform magnitudes from 2^-40, and bands around the regime ends.
-template <class T> void arc_regions(Sweep<T> &s) {
+template <class T> Sweep<T> arc_sweep(Func<T> f) {
     constexpr bool d = sizeof(T) == 8;
+    Sweep<T> s{f, {}};
     s.regions = {{40000, {T(-1), T(1), Dist::uniform}},
                  {20000, {T(d ? 0x1p-40 : 0x1p-30), T(0.75), Dist::log_uniform, true}},
                  {8000, {T(0x1.f8p-10), T(0x1.04p-9), Dist::uniform}},
@@ -174,57 +175,45 @@ template <class T> void arc_regions(Sweep<T> &s) {
         for (T v : e) out.push_back(v < 0 ? T(-1) - v : T(1) - v);
     };
     s.gen_n = 30000;
-    s.bound[0] = d ? 0.55 : 0.51;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
+    return s.bounds(d ? 0.55 : 0.51);
 }
 Sweep<double> acos_plan() {
-    Sweep<double> s{func("acos", mpfr_acos, tsr_tiers_acos, tsr_portable_tiers_acos).entry(::acos), {}};
-    arc_regions(s);
-    return s;
+    return arc_sweep(func("acos", mpfr_acos, tsr_tiers_acos, tsr_portable_tiers_acos).entry(::acos));
 }
 Sweep<double> asin_plan() {
-    Sweep<double> s{func("asin", mpfr_asin, tsr_tiers_asin, tsr_portable_tiers_asin).entry(::asin), {}};
-    arc_regions(s);
-    return s;
+    return arc_sweep(func("asin", mpfr_asin, tsr_tiers_asin, tsr_portable_tiers_asin).entry(::asin));
 }
 Sweep<float> acosf_plan() {
-    Sweep<float> s{func("acosf", mpfr_acos, tsr_tiers_acosf).entry(::acosf), {}};
-    arc_regions(s);
-    return s;
+    return arc_sweep(func("acosf", mpfr_acos, tsr_tiers_acosf).entry(::acosf));
 }
 Sweep<float> asinf_plan() {
-    Sweep<float> s{func("asinf", mpfr_asin, tsr_tiers_asinf).entry(::asinf), {}};
-    arc_regions(s);
-    return s;
+    return arc_sweep(func("asinf", mpfr_asin, tsr_tiers_asinf).entry(::asinf));
 }
 
 // atan: log-uniform over the whole range, uniform on [-4, 4], and bands around the grid ends.
-template <class T> void atan_regions(Sweep<T> &s) {
+template <class T> Sweep<T> atan_sweep(Func<T> f) {
     constexpr bool d = sizeof(T) == 8;
+    Sweep<T> s{f, {}};
     s.regions = {{50000, {T(d ? 0x1p-70 : 0x1p-40), T(d ? 0x1p600 : 0x1p100), Dist::log_uniform, true}},
                  {30000, {T(-4), T(4), Dist::uniform}},
                  {6000, {T(0x1.f8p-7), T(0x1.08p-5), Dist::uniform}},
                  {6000, {T(31), T(65), Dist::uniform}},
                  {6000, {T(0x1p-30), T(0x1p-26), Dist::log_uniform, true}},
                  {6000, {T(0x1p50), T(0x1p64), Dist::log_uniform, true}}};
-    s.bound[0] = d ? 0.55 : 0.51;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
+    return s.bounds(d ? 0.55 : 0.51);
 }
 Sweep<double> atan_plan() {
-    Sweep<double> s{func("atan", mpfr_atan, tsr_tiers_atan, tsr_portable_tiers_atan).entry(::atan), {}};
-    atan_regions(s);
-    return s;
+    return atan_sweep(func("atan", mpfr_atan, tsr_tiers_atan, tsr_portable_tiers_atan).entry(::atan));
 }
 Sweep<float> atanf_plan() {
-    Sweep<float> s{func("atanf", mpfr_atan, tsr_tiers_atanf, tsr_portable_tiers_atanf).entry(::atanf), {}};
-    atan_regions(s);
-    return s;
+    return atan_sweep(func("atanf", mpfr_atan, tsr_tiers_atanf, tsr_portable_tiers_atanf).entry(::atanf));
 }
 
 // atan2: both operands log-uniform over the whole range with every sign; then ratios from
 // 2^-32 to 2^32 around moderate magnitudes, a fifth of them next to the diagonal.
-template <class T> void atan2_regions(Sweep<T> &s) {
+template <class T> Sweep<T> atan2_sweep(Func<T> f) {
     constexpr bool d = sizeof(T) == 8;
+    Sweep<T> s{f, {}};
     T lo = d ? T(0x1p-1074) : T(0x1p-149), hi = d ? T(0x1p1023) : T(0x1p127);
     s.regions = {{50000, {lo, hi, Dist::log_uniform, true}, {lo, hi, Dist::log_uniform, true}}};
     s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
@@ -241,20 +230,15 @@ template <class T> void atan2_regions(Sweep<T> &s) {
         }
     };
     s.gen_n = 50000;
-    s.bound[0] = d ? 0.55 : 0.51;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
+    return s.bounds(d ? 0.55 : 0.51);
 }
 Sweep<double> atan2_plan() {
     auto f = func("atan2", mpfr_atan2, tsr_tiers_atan2, tsr_portable_tiers_atan2).entry(::atan2);
     f.add("bwr", tsr::Tier::ex, __bwr_atan2);  // a true division in place of the estimate
-    Sweep<double> s{f, {}};
-    atan2_regions(s);
-    return s;
+    return atan2_sweep(f);
 }
 Sweep<float> atan2f_plan() {
-    Sweep<float> s{func("atan2f", mpfr_atan2, tsr_tiers_atan2f, tsr_portable_tiers_atan2f).entry(::atan2f), {}};
-    atan2_regions(s);
-    return s;
+    return atan2_sweep(func("atan2f", mpfr_atan2, tsr_tiers_atan2f, tsr_portable_tiers_atan2f).entry(::atan2f));
 }
 
 }  // namespace

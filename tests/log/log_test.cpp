@@ -94,8 +94,7 @@ template <class T> Sweep<T> log_plan(Func<T> f) {
               neighbours(thresholds<T>()),
               near_powers_of_two<T>,
               25000};
-    s.bound[0] = sizeof(T) == 8 ? 0.55 : 0.51;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
+    s.bounds(sizeof(T) == 8 ? 0.55 : 0.51);
     // The float e7 tiers keep a cubic in u, |u| up to 2^-9 next to 1: just below 1, where the
     // result is near 2^-9 and its ulp 2^-33, the missing u^4/4 term costs up to about 0.03
     // ulp (every float near 1: 0.5231 for logf, 0.5245 for log1pf).

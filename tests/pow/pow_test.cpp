@@ -256,9 +256,7 @@ template <class T> Sweep<T> pow_plan(Func<T> f, double rn) {
         edge_pairs<T>(out, 20000, seed + 1);
     };
     s.gen_n = 100000;
-    s.bound[0] = rn;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
-    return s;
+    return s.bounds(rn);
 }
 Sweep<double> plan_pow() { return pow_plan(func("pow", mpfr_pow, tsr_tiers_pow).entry(::pow), 0.55); }
 Sweep<float> plan_powf() { return pow_plan(func("powf", mpfr_pow, tsr_tiers_powf).entry(::powf), 0.51); }

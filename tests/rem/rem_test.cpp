@@ -183,8 +183,7 @@ template <class T> Sweep<T> exact_plan(Func<T> f, T tiny, T huge, size_t n) {
                    {n / 4, {T(0.5), T(64), Dist::log_uniform, true}, {T(0.5), T(64), Dist::log_uniform, true}},
                    {n / 4, {tiny, tiny * T(0x1p30), Dist::log_uniform, true}, {tiny, tiny * T(0x1p30), Dist::log_uniform, true}}}};
     s.points = {{huge, tiny}, {-huge, tiny * 3}, {huge, T(0.75) * huge}, {tiny * 7, tiny * 2}};
-    s.bound[0] = s.bound[1] = s.bound[2] = s.bound[3] = 0;
-    return s;
+    return s.bounds(0, 0);
 }
 }  // namespace
 
@@ -199,14 +198,12 @@ TEST(RemExact, Remainder) {
 TEST(RemExact, SignAndOrder) {
     for (auto f : {fdim_f(), fmax_f(), fmin_f(), copysign_f()}) {
         auto s = exact_plan(f, kTiny, kMax, 40000);
-        if (f.name == "fdim") s.bound[0] = s.bound[1] = s.bound[2] = s.bound[3] = 0.5;  // rounded difference
-        s.bound[1] = s.bound[2] = s.bound[3] = f.name == "fdim" ? 1.0 : 0.0;
+        if (f.name == "fdim") s.bounds(0.5, 1.0);  // rounded difference
         sweep(s);
     }
     for (auto f : {fdimf_f(), fmaxf_f(), fminf_f(), copysignf_f()}) {
         auto s = exact_plan(f, fTiny, fMax, 40000);
-        s.bound[0] = f.name == "fdimf" ? 0.5 : 0.0;
-        s.bound[1] = s.bound[2] = s.bound[3] = f.name == "fdimf" ? 1.0 : 0.0;
+        if (f.name == "fdimf") s.bounds(0.5, 1.0);
         sweep(s);
     }
 }

@@ -88,54 +88,40 @@ TEST(InvHypSpecial, Atanh) {
 }
 
 namespace {
-template <class T> Sweep<T> plan(Func<T> f, std::vector<Region<T>> regions, double rn) {
-    Sweep<T> s{f, regions};
-    s.bound[0] = rn;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
-    return s;
+// asinh: every magnitude, and again the binades from 2^-6 to 2^5.
+// acosh: the whole range, and 1 + d for d from an ulp of 1 up (uniform on [1, 1.02] has most
+// d near 2^-6).  atanh: every magnitude below 1, and 1 - d next to the pole.
+template <class T> Sweep<T> asinh_sweep(Func<T> f) {
+    constexpr bool d = sizeof(T) == 8;
+    Sweep<T> s{f, {{60000, {T(d ? 0x1p-1074 : 0x1p-149), T(d ? 0x1p1023 : 0x1p127), Dist::log_uniform, true}},
+                   {60000, {T(0x1p-6), T(0x1p5), Dist::log_uniform, true}}}};
+    return s.bounds(d ? 0.55 : 0.51);
 }
-Sweep<double> asinh_plan() {
-    return plan(asinh_f(), {{60000, {0x1p-1074, 0x1p1023, Dist::log_uniform, true}}, {60000, {0x1p-6, 0x1p5, Dist::log_uniform, true}}}, 0.55);
-}
-Sweep<float> asinhf_plan() {
-    return plan(asinhf_f(), {{60000, {0x1p-149f, 0x1p127f, Dist::log_uniform, true}}, {60000, {0x1p-6f, 0x1p5f, Dist::log_uniform, true}}}, 0.51);
-}
-// acosh: the whole range, and 1 + d for d from 2^-52 up (uniform on [1, 1.02] has most d near 2^-6).
-Sweep<double> acosh_plan() {
-    auto s = plan(acosh_f(), {{60000, {1.0, 0x1p1023}}, {40000, {1.0, 1.02, Dist::uniform}}}, 0.55);
-    s.gen = [](std::vector<double> &out, size_t n, uint64_t seed) {
-        for (double d : log_uniform<double>(0x1p-52, 0x1p2, n, seed)) out.push_back(1.0 + d);
+template <class T> Sweep<T> acosh_sweep(Func<T> f) {
+    constexpr bool d = sizeof(T) == 8;
+    Sweep<T> s{f, {{60000, {T(1), T(d ? 0x1p1023 : 0x1p127)}}, {d ? 40000u : 30000u, {T(1), T(1.02), Dist::uniform}}}};
+    s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
+        for (T v : log_uniform<T>(T(d ? 0x1p-52 : 0x1p-23), T(4), n, seed)) out.push_back(T(1) + v);
     };
     s.gen_n = 30000;
-    return s;
+    return s.bounds(d ? 0.55 : 0.51);
 }
-Sweep<float> acoshf_plan() {
-    auto s = plan(acoshf_f(), {{60000, {1.0f, 0x1p127f}}, {30000, {1.0f, 1.02f, Dist::uniform}}}, 0.51);
-    s.gen = [](std::vector<float> &out, size_t n, uint64_t seed) {
-        for (float d : log_uniform<float>(0x1p-23f, 4.0f, n, seed)) out.push_back(1.0f + d);
-    };
-    s.gen_n = 30000;
-    return s;
-}
-// atanh: every magnitude below 1, and 1 - d next to the pole.
-Sweep<double> atanh_plan() {
-    auto s = plan(atanh_f(), {{60000, {0x1p-1074, 0x1.fffffffffffffp-1, Dist::log_uniform, true}}}, 0.55);
-    s.gen = [](std::vector<double> &out, size_t n, uint64_t seed) {
+template <class T> Sweep<T> atanh_sweep(Func<T> f) {
+    constexpr bool d = sizeof(T) == 8;
+    Sweep<T> s{f, {{60000, {T(d ? 0x1p-1074 : 0x1p-149), std::nextafter(T(1), T(0)), Dist::log_uniform, true}}}};
+    s.gen = [](std::vector<T> &out, size_t n, uint64_t seed) {
         int k = 0;
-        for (double d : log_uniform<double>(0x1p-53, 0.5, n, seed)) out.push_back((k++ & 1 ? -1 : 1) * (1.0 - d));
+        for (T v : log_uniform<T>(T(d ? 0x1p-53 : 0x1p-24), T(0.5), n, seed)) out.push_back(T(k++ & 1 ? -1 : 1) * (T(1) - v));
     };
     s.gen_n = 60000;
-    return s;
+    return s.bounds(d ? 0.55 : 0.51);
 }
-Sweep<float> atanhf_plan() {
-    auto s = plan(atanhf_f(), {{60000, {0x1p-149f, 0x1.fffffep-1f, Dist::log_uniform, true}}}, 0.51);
-    s.gen = [](std::vector<float> &out, size_t n, uint64_t seed) {
-        int k = 0;
-        for (float d : log_uniform<float>(0x1p-24f, 0.5f, n, seed)) out.push_back((k++ & 1 ? -1 : 1) * (1.0f - d));
-    };
-    s.gen_n = 60000;
-    return s;
-}
+Sweep<double> asinh_plan() { return asinh_sweep(asinh_f()); }
+Sweep<float> asinhf_plan() { return asinh_sweep(asinhf_f()); }
+Sweep<double> acosh_plan() { return acosh_sweep(acosh_f()); }
+Sweep<float> acoshf_plan() { return acosh_sweep(acoshf_f()); }
+Sweep<double> atanh_plan() { return atanh_sweep(atanh_f()); }
+Sweep<float> atanhf_plan() { return atanh_sweep(atanhf_f()); }
 }  // namespace
 
 TEST(InvHypAccuracy, Asinh) {

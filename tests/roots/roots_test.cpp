@@ -109,9 +109,7 @@ namespace {
 // sqrt and sqrtf are correctly rounded: half an ulp to nearest, below one in the other modes.
 template <class T> Sweep<T> root_plan(Func<T> f, T lo, T hi, double rn, double dir) {
     Sweep<T> s{f, {{100000, {lo, hi, Dist::log_uniform, true}}, {20000, {T(0.5), T(8), Dist::uniform}}}};
-    s.bound[0] = rn;
-    s.bound[1] = s.bound[2] = s.bound[3] = dir;
-    return s;
+    return s.bounds(rn, dir);
 }
 Sweep<double> sqrt_plan() { return root_plan(sqrt_f(), 0x1p-1074, 0x1p1023, 0.5, 1.0); }
 Sweep<float> sqrtf_plan() { return root_plan(sqrtf_f(), 0x1p-149f, 0x1p127f, 0.5, 1.0); }
@@ -123,9 +121,7 @@ template <class T> Sweep<T> hypot_plan(Func<T> f, T tiny, T huge, T mid, double 
     // Operands of every magnitude, and pairs within a few binades (where both squares count).
     Sweep<T> s{f, {{60000, {tiny, huge, Dist::log_uniform, true}, {tiny, huge, Dist::log_uniform, true}},
                   {60000, {1 / mid, mid, Dist::log_uniform, true}, {1 / mid, mid, Dist::log_uniform, true}}}};
-    s.bound[0] = rn;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
-    return s;
+    return s.bounds(rn);
 }
 Sweep<double> hypot_plan() {
     auto s = hypot_plan(hypot_f(), 0x1p-1074, 0x1p1023, 0x1p30, 0.55);

@@ -275,6 +275,8 @@ TEST(ToolArgs, RejectsBadArgumentsBeforeAnyOutput) {
         {{"bench", "ceil", "--range", "a", "b"}, "--range takes finite numbers, not 'a'"},
         {{"bench", "ceil", "--range", "2", "1"}, "--range needs LO below HI"},
         {{"bench", "ceil", "--range", "1"}, "option --range needs a value"},
+        {{"bench", "cexp", "--range2", "3", "3"}, "--range2 needs LO below HI"},
+        {{"bench", "fegetround"}, "which the tool cannot time"},
         {{"bench", "ceil", "--reps", "0"}, "--reps takes a whole number"},
         {{"bench", "ceil", "--reps", "abc"}, "--reps takes a whole number"},
         {{"bench", "ceil", "--passes", "-3"}, "--passes takes a whole number"},
@@ -330,6 +332,28 @@ TEST(ToolBench, CeilAgainstSystemLibm) {
     auto range = tool({"bench", "ceil", "--range", "-2", "3", "--reps", "1", "--passes", "1"});
     EXPECT_TRUE(std::regex_search(range.out, std::regex(R"(\nceil +entry \w+ +\[-2, 3\])"))) << range.out;
     EXPECT_EQ(tool({"bench", "no_such_function"}).status, 2);
+}
+
+// Every call shape gets its row of six figures: results through pointers, pairs, complex
+// operands and results, integer and long operands, and the counterpart wrappers.
+TEST(ToolBench, EveryCallShape) {
+    const std::vector<std::string> names = {"frexp", "modf", "remquo", "sincos", "sincosd", "cexp", "cabs", "cpow",
+                                            "cimagf", "lrint", "llroundl", "ilogbf", "scalbln",
+                                            "nexttoward", "fma", "ldexp", "sind", "sinl"};
+    std::vector<std::string> args = {"bench", "--markdown", "--table-only", "--reps", "1", "--passes", "1",
+                                     "--range2", "-3", "3"};
+    args.insert(args.end(), names.begin(), names.end());
+    auto r = tool(args);
+    ASSERT_EQ(r.status, 0) << r.out;
+    for (const auto &n : names)
+        EXPECT_TRUE(std::regex_search(r.out, std::regex("\\| " + n + " \\|[^\n]*\\|( [0-9]+\\.[0-9]+ \\|){6}\n"))) << n << "\n" << r.out;
+    EXPECT_NE(r.out.find("vs libm sin(x*pi/180) | [-360, 360] |"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("| [-4, 4] + [-3, 3]i |"), std::string::npos) << r.out;
+
+    auto bwr = tool({"bench-bwr", "frexp", "sincos", "lrintf"});
+    ASSERT_EQ(bwr.status, 0) << bwr.out;
+    for (const char *n : {"__bwr_frexp", "__bwr_sincos", "__bwr_lrintf"})
+        EXPECT_TRUE(std::regex_search(bwr.out, std::regex(std::string("\\| ") + n + " \\|[^\n]*\\|( [0-9]+\\.[0-9]+ \\|){8}\n"))) << n << "\n" << bwr.out;
 }
 
 }  // namespace

@@ -116,8 +116,7 @@ template <class T> Sweep<T> plan(Func<T> f, double rn) {
                          0x1.5fdbbe9bba775p+14, 0x1.f7c2bc1d4e1cap+29})
             for (int sg : {1, -1}) s.points.push_back({T(sg * h), T(0)});
     }
-    s.bound[0] = rn;
-    s.bound[1] = s.bound[2] = s.bound[3] = 2.0;
+    s.bounds(rn);
     s.seed = d ? 101 : 301;
     return s;
 }

@@ -13,6 +13,9 @@
 // multiply-add by a zero the compiler cannot see), so calls cannot overlap.  The link is the
 // same on both sides; it is counted in the latency figures.
 //
+// Every call shape is timed (see "call shapes"), and the frame takes up to three sides:
+// `bench-bwr` times a reproducible form, the dispatched function and its ex body in it.
+//
 // Cycles are time-stamp-counter ticks (rdtsc, fenced): the processor's constant reference
 // rate, which the tool measures against CLOCK_MONOTONIC and prints, together with the core
 // clock estimated from a chain of dependent adds.  Where the core runs above or below the
@@ -29,6 +32,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <numbers>
 #include <random>
 #include <string>
 #include <utility>
@@ -45,15 +49,9 @@ using tsr_gen::AnyFn;
 
 // ---- inputs ----------------------------------------------------------------------------
 // Where a function is usually called.  Names without an entry take their root's (the name
-// without a trailing f or l), then the default.
-struct Range {
-    const char *name;
-    double lo, hi;
-    bool log;          // log-uniform (lo > 0) instead of uniform
-    double lo2, hi2;   // second operand (for an int operand: its integer range)
-    bool log2;
-};
+// without a trailing f or l), then the default (for a complex operand: both parts in [-4, 4]).
 constexpr Range kDefault = {"", -10, 10, false, -10, 10, false};
+constexpr Range kComplexDefault = {"", -4, 4, false, -4, 4, false};
 constexpr Range kRanges[] = {
     {"ceil", -1e6, 1e6, false, 0, 0, false},      {"floor", -1e6, 1e6, false, 0, 0, false},
     {"trunc", -1e6, 1e6, false, 0, 0, false},     {"round", -1e6, 1e6, false, 0, 0, false},
@@ -103,39 +101,90 @@ constexpr Range kRanges[] = {
     {"powrf", 1e-3, 100, false, -15, 15, false},  // the operands of powf, its counterpart
     {"pow2o3", -1e10, 1e10, false, 0, 0, false},  {"pow3o2", 1e-10, 1e10, true, 0, 0, false},
     {"exp2m1", -1000, 1000, false, 0, 0, false},  {"exp2m1f", -125, 127, false, 0, 0, false},
+    {"sincospi", -3.2, 3.2, false, 0, 0, false},
+    // The degree functions over two turns, as their radian counterparts on [-10, 10].
+    {"sind", -360, 360, false, 0, 0, false},      {"cosd", -360, 360, false, 0, 0, false},
+    {"tand", -360, 360, false, 0, 0, false},      {"cotd", -360, 360, false, 0, 0, false},
+    {"sincosd", -360, 360, false, 0, 0, false},   {"atand", -100, 100, false, 0, 0, false},
+    {"atan2d", -10, 10, false, -10, 10, false},
     // Rates from 10^-6 to 1 over 1 to 1000 periods.
     {"annuity", 1e-6, 1, true, 1, 1000, false},  {"compound", 1e-6, 1, true, 1, 1000, false},
 };
 
 // Functions the system libm lacks, measured against its radian counterpart: sinpi against
-// sin(x·pi), atanpi against atan(x)/pi and so on.  The libm side is then a small wrapper that
-// makes that one multiplication around its call through the pointer dlsym gave (one more
-// direct call than the plain side; the wrapper is what a program without sinpi would write).
+// sin(x·pi), sind against sin(x·pi/180), atanpi against atan(x)/pi, cotd against
+// 1/tan(x·pi/180) and so on.  The libm side is then a small wrapper that makes that one
+// multiplication around its call through the pointer dlsym gave (one more direct call than the
+// plain side; the wrapper is what a program without sinpi would write).  Names by root: a
+// float or long double form takes the libm function of the same suffix.
+enum Factor { kPi, kInvPi, kDegToRad, kRadToDeg };
+template <class T>
+constexpr T kFactor[] = {std::numbers::pi_v<T>, std::numbers::inv_pi_v<T>, std::numbers::pi_v<T> / 180,
+                         180 / std::numbers::pi_v<T>};
+enum Wrap { kArg, kArgRecip, kArgPair, kResult, kResult2 };  // where the factor goes
 struct Counterpart {
-    const char *name, *libm;
-    bool scale_result;  // the result over pi, else the argument times pi
+    const char *root, *libm;
+    Wrap wrap;
+    Factor factor;
 };
 constexpr Counterpart kCounterparts[] = {
-    {"sinpi", "sin", false},     {"cospi", "cos", false},     {"tanpi", "tan", false},
-    {"sinpif", "sinf", false},   {"cospif", "cosf", false},   {"tanpif", "tanf", false},
-    {"asinpi", "asin", true},    {"acospi", "acos", true},    {"atanpi", "atan", true},
-    {"atan2pi", "atan2", true},  {"asinpif", "asinf", true},  {"acospif", "acosf", true},
-    {"atanpif", "atanf", true},  {"atan2pif", "atan2f", true},
+    {"sinpi", "sin", kArg, kPi},          {"cospi", "cos", kArg, kPi},
+    {"tanpi", "tan", kArg, kPi},          {"sincospi", "sincos", kArgPair, kPi},
+    {"asinpi", "asin", kResult, kInvPi},  {"acospi", "acos", kResult, kInvPi},
+    {"atanpi", "atan", kResult, kInvPi},  {"atan2pi", "atan2", kResult2, kInvPi},
+    {"sind", "sin", kArg, kDegToRad},     {"cosd", "cos", kArg, kDegToRad},
+    {"tand", "tan", kArg, kDegToRad},     {"cotd", "tan", kArgRecip, kDegToRad},
+    {"sincosd", "sincos", kArgPair, kDegToRad}, {"asind", "asin", kResult, kRadToDeg},
+    {"acosd", "acos", kResult, kRadToDeg}, {"atand", "atan", kResult, kRadToDeg},
+    {"atan2d", "atan2", kResult2, kRadToDeg},
 };
-const Counterpart *counterpart_of(const char *name) {
-    for (const Counterpart &c : kCounterparts)
-        if (!std::strcmp(c.name, name)) return &c;
-    return nullptr;
-}
 void *counter_fn;  // the libm function the wrappers call (one function is measured at a time)
-template <class T> __attribute__((noinline)) T arg_times_pi(T x) {
-    return reinterpret_cast<T (*)(T)>(counter_fn)(x * T(3.14159265358979323846));
+template <class Fn> Fn *as(AnyFn f) { return reinterpret_cast<Fn *>(f); }
+template <class Fn> Fn *counter() { return reinterpret_cast<Fn *>(counter_fn); }
+template <class T, int K> __attribute__((noinline)) T arg_scaled(T x) { return counter<T(T)>()(x * kFactor<T>[K]); }
+template <class T, int K> __attribute__((noinline)) T arg_scaled_recip(T x) {
+    return 1 / counter<T(T)>()(x * kFactor<T>[K]);
 }
-template <class T> __attribute__((noinline)) T result_over_pi(T x) {
-    return reinterpret_cast<T (*)(T)>(counter_fn)(x) * T(0x1.45f306dc9c883p-2) /* 1/pi */;
+template <class T, int K> __attribute__((noinline)) void arg_scaled_pair(T x, T *s, T *c) {
+    counter<void(T, T *, T *)>()(x * kFactor<T>[K], s, c);
 }
-template <class T> __attribute__((noinline)) T result2_over_pi(T y, T x) {
-    return reinterpret_cast<T (*)(T, T)>(counter_fn)(y, x) * T(0x1.45f306dc9c883p-2) /* 1/pi */;
+template <class T, int K> __attribute__((noinline)) T result_scaled(T x) { return counter<T(T)>()(x) * kFactor<T>[K]; }
+template <class T, int K> __attribute__((noinline)) T result2_scaled(T y, T x) {
+    return counter<T(T, T)>()(y, x) * kFactor<T>[K];
+}
+template <class T, int K> AnyFn wrapper(Wrap w) {
+    switch (w) {
+    case kArg: return reinterpret_cast<AnyFn>(&arg_scaled<T, K>);
+    case kArgRecip: return reinterpret_cast<AnyFn>(&arg_scaled_recip<T, K>);
+    case kArgPair: return reinterpret_cast<AnyFn>(&arg_scaled_pair<T, K>);
+    case kResult: return reinterpret_cast<AnyFn>(&result_scaled<T, K>);
+    default: return reinterpret_cast<AnyFn>(&result2_scaled<T, K>);
+    }
+}
+template <class T> AnyFn wrapper(const Counterpart &c) {
+    switch (c.factor) {
+    case kPi: return wrapper<T, kPi>(c.wrap);
+    case kInvPi: return wrapper<T, kInvPi>(c.wrap);
+    case kDegToRad: return wrapper<T, kDegToRad>(c.wrap);
+    default: return wrapper<T, kRadToDeg>(c.wrap);
+    }
+}
+// f's counterpart wrapper around the libm function it names (null: none).
+AnyFn counterpart_side(void *libm, const tsr_gen::Function &f, std::string *what) {
+    std::string root = f.name, suffix;
+    if (f.prec != 'd') suffix = root.back(), root.pop_back();
+    for (const Counterpart &c : kCounterparts) {
+        if (root != c.root) continue;
+        std::string libm_name = c.libm + suffix;
+        counter_fn = dlsym(libm, libm_name.c_str());
+        if (!counter_fn) return nullptr;
+        bool degrees = c.factor == kDegToRad || c.factor == kRadToDeg;
+        if (what)
+            *what = c.wrap == kResult || c.wrap == kResult2 ? (degrees ? "180/pi*" : "") + libm_name + (degrees ? "(...)" : "(...)/pi")
+                    : (c.wrap == kArgRecip ? "1/" : "") + libm_name + (degrees ? "(x*pi/180)" : "(x*pi)");
+        return f.prec == 'f' ? wrapper<float>(c) : f.prec == 'l' ? wrapper<long double>(c) : wrapper<double>(c);
+    }
+    return nullptr;
 }
 // The restricted powers against what a program without them writes: powr against pow,
 // pow2o3 against cbrt(x*x) through the libm pointer, pow3o2 against x*sqrt(x) with the
@@ -203,17 +252,52 @@ AnyFn libm_side(void *libm, const tsr_gen::Function &f, std::string *what = null
     if (void *p = dlsym(libm, libm_name(f.name))) return reinterpret_cast<AnyFn>(p);
     if (AnyFn w = power_side(libm, f, what)) return w;
     if (AnyFn naive = naive_side(libm, f.name, what)) return naive;
-    const Counterpart *c = counterpart_of(f.name);
-    if (!c || !dlsym(libm, c->libm)) return nullptr;
-    counter_fn = dlsym(libm, c->libm);
-    if (what) *what = std::string(c->libm) + (c->scale_result ? "(...)/pi" : "(x*pi)");
-    bool two = form_of(f) == Form::r_rr, flt = f.prec == 'f';
-    if (!c->scale_result) return flt ? reinterpret_cast<AnyFn>(&arg_times_pi<float>) : reinterpret_cast<AnyFn>(&arg_times_pi<double>);
-    if (two) return flt ? reinterpret_cast<AnyFn>(&result2_over_pi<float>) : reinterpret_cast<AnyFn>(&result2_over_pi<double>);
-    return flt ? reinterpret_cast<AnyFn>(&result_over_pi<float>) : reinterpret_cast<AnyFn>(&result_over_pi<double>);
+    return counterpart_side(libm, f, what);
 }
 
-const Range &range_of(const std::string &name) {
+// ---- call shapes -----------------------------------------------------------------------------
+// Every shape the catalogue gives a function of one real precision.  A call takes its first
+// operand as given (the latency chain links it to the previous result) and the others from the
+// operand arrays at its index: a second real operand y[i], a third y[kN-1-i] (the second's
+// array read backwards), an integer operand n[i]; a complex operand is x + y[i]·i (a second
+// one y[kN-1-i] + x[kN-1-i]·i).  A result through a pointer goes to a local; what the call
+// gives back for the chain is the returned value, or both results of a sincos-like form and
+// both parts of a complex result.
+enum class Shape { r_r, r_rr, r_rrr, r_ri, r_rl, r_rx, i_r, l_r, ll_r, i_rr, r_rip, r_rrp, r_rrip, v_rpp,
+                   c_c, c_cc, r_c, c_r, none };
+constexpr std::pair<const char *, Shape> kShapes[] = {
+    {"R(R)", Shape::r_r},         {"R(R,R)", Shape::r_rr},   {"R(R,R,R)", Shape::r_rrr},
+    {"R(R,I)", Shape::r_ri},      {"R(R,L)", Shape::r_rl},   {"R(R,X)", Shape::r_rx},
+    {"I(R)", Shape::i_r},         {"L(R)", Shape::l_r},      {"LL(R)", Shape::ll_r},
+    {"I(R,R)", Shape::i_rr},      {"R(R,I*)", Shape::r_rip}, {"R(R,R*)", Shape::r_rrp},
+    {"R(R,R,I*)", Shape::r_rrip}, {"V(R,R*,R*)", Shape::v_rpp}, {"C(C)", Shape::c_c},
+    {"C(C,C)", Shape::c_cc},      {"R(C)", Shape::r_c},      {"C(R)", Shape::c_r},
+};
+Shape shape_of(const tsr_gen::Function &f) {
+    if (f.prec != 'd' && f.prec != 'f' && f.prec != 'l') return Shape::none;
+    for (const auto &[text, s] : kShapes)
+        if (!std::strcmp(f.shape, text)) return s;
+    return Shape::none;
+}
+bool complex_operand(Shape s) { return s == Shape::c_c || s == Shape::c_cc || s == Shape::r_c; }
+
+template <class T> struct CxOf;
+template <> struct CxOf<float> { using type = float _Complex; };
+template <> struct CxOf<double> { using type = double _Complex; };
+template <> struct CxOf<long double> { using type = long double _Complex; };
+template <class T> using Cx = typename CxOf<T>::type;
+template <class T> Cx<T> cx(T re, T im) {
+    Cx<T> z;
+    __real__ z = re;
+    __imag__ z = im;
+    return z;
+}
+template <class T> struct Pair {
+    T a, b;
+};
+template <class T> Pair<T> parts(Cx<T> z) { return {__real__ z, __imag__ z}; }
+
+const Range &range_of(const std::string &name, Shape shape) {
     for (const Range &r : kRanges)
         if (name == r.name) return r;
     if (name.size() > 1 && (name.back() == 'f' || name.back() == 'l')) {
@@ -221,17 +305,7 @@ const Range &range_of(const std::string &name) {
         for (const Range &r : kRanges)
             if (root == r.name) return r;
     }
-    return kDefault;
-}
-
-std::string range_text(const Range &r, Form form) {
-    char buf[128];
-    int n = std::snprintf(buf, sizeof buf, "%s[%g, %g]", r.log ? "log " : "", r.lo, r.hi);
-    if (two_operands(form) || form == Form::r_rrr)
-        n += std::snprintf(buf + n, sizeof buf - n, " x %s[%g, %g]", r.log2 ? "log " : "", r.lo2, r.hi2);
-    if (form == Form::r_rrr)  // the third operand: the second's array read backwards
-        std::snprintf(buf + n, sizeof buf - n, " x %s[%g, %g]", r.log2 ? "log " : "", r.lo2, r.hi2);
-    return buf;
+    return complex_operand(shape) ? kComplexDefault : kDefault;
 }
 
 constexpr size_t kN = 1024;  // operands per pass: small enough to stay in the first-level cache
@@ -243,10 +317,10 @@ constexpr size_t kN = 1024;  // operands per pass: small enough to stay in the f
 template <class T> struct Inputs {
     T *x, *y;
     int *n;
-    T *out;
+    T *out, *out2;
     long long *iout;
 };
-alignas(4096) unsigned char g_arena[5 << 16];
+alignas(4096) unsigned char g_arena[6 << 16];
 
 template <class T> T clampT(double v) {
     double m = double(std::numeric_limits<T>::max());
@@ -267,15 +341,55 @@ template <class T> Inputs<T> make_inputs(const Range &r, uint64_t seed) {
     in.n = reinterpret_cast<int *>(g_arena + (2 << 16) + 3072);
     in.out = reinterpret_cast<T *>(g_arena + (3 << 16) + 2048);
     in.iout = reinterpret_cast<long long *>(g_arena + (4 << 16) + 2048);
+    in.out2 = reinterpret_cast<T *>(g_arena + (5 << 16) + 2560);
     for (size_t i = 0; i < kN; ++i) {
         in.x[i] = draw(r.lo, r.hi, r.log);
         in.y[i] = draw(r.lo2, r.hi2, r.log2);
+        if (r.integral2) in.y[i] = std::trunc(in.y[i]);
         in.n[i] = int(std::lround(r.lo2 + u(g) * (r.hi2 - r.lo2)));
-        in.out[i] = 0;
+        in.out[i] = in.out2[i] = 0;
         in.iout[i] = 0;
     }
     return in;
 }
+
+// One call of shape S on operand i, with first operand x.
+template <class T, Shape S> inline auto call(AnyFn fn, const Inputs<T> &in, size_t i, T x) {
+    const T y = in.y[i], z = in.y[kN - 1 - i];
+    const int n = in.n[i];
+    if constexpr (S == Shape::r_r) return as<T(T)>(fn)(x);
+    else if constexpr (S == Shape::r_rr) return as<T(T, T)>(fn)(x, y);
+    else if constexpr (S == Shape::r_rrr) return as<T(T, T, T)>(fn)(x, y, z);
+    else if constexpr (S == Shape::r_ri) return as<T(T, int)>(fn)(x, n);
+    else if constexpr (S == Shape::r_rl) return as<T(T, long)>(fn)(x, long(n));
+    else if constexpr (S == Shape::r_rx) return as<T(T, long double)>(fn)(x, y);
+    else if constexpr (S == Shape::i_r) return (long long)as<int(T)>(fn)(x);
+    else if constexpr (S == Shape::l_r) return (long long)as<long(T)>(fn)(x);
+    else if constexpr (S == Shape::ll_r) return as<long long(T)>(fn)(x);
+    else if constexpr (S == Shape::i_rr) return (long long)as<int(T, T)>(fn)(x, y);
+    else if constexpr (S == Shape::r_rip) {
+        int e;
+        return as<T(T, int *)>(fn)(x, &e);
+    } else if constexpr (S == Shape::r_rrp) {
+        T whole;
+        return as<T(T, T *)>(fn)(x, &whole);
+    } else if constexpr (S == Shape::r_rrip) {
+        int q;
+        return as<T(T, T, int *)>(fn)(x, y, &q);
+    } else if constexpr (S == Shape::v_rpp) {
+        T s, c;
+        as<void(T, T *, T *)>(fn)(x, &s, &c);
+        return Pair<T>{s, c};
+    } else if constexpr (S == Shape::c_c) return parts<T>(as<Cx<T>(Cx<T>)>(fn)(cx(x, y)));
+    else if constexpr (S == Shape::c_cc)
+        return parts<T>(as<Cx<T>(Cx<T>, Cx<T>)>(fn)(cx(x, y), cx(z, in.x[kN - 1 - i])));
+    else if constexpr (S == Shape::r_c) return as<T(Cx<T>)>(fn)(cx(x, y));
+    else return parts<T>(as<Cx<T>(T)>(fn)(x));
+}
+// A throughput call's result, stored.
+template <class T> inline void keep(Inputs<T> &in, size_t i, T r) { in.out[i] = r; }
+template <class T> inline void keep(Inputs<T> &in, size_t i, long long r) { in.iout[i] = r; }
+template <class T> inline void keep(Inputs<T> &in, size_t i, Pair<T> r) { in.out[i] = r.a, in.out2[i] = r.b; }
 
 // ---- the latency link ---------------------------------------------------------------------
 inline double link(double base, double r, double zero) {
@@ -301,6 +415,12 @@ inline float link_int(float base, long long r, long long zero) {
     return base;
 }
 inline long double link_int(long double base, long long r, long long zero) { return base + (long double)(r & zero); }
+
+// The next operand from the previous call's result, whatever the shape returned: a real or an
+// integer value, or both results of a pair (one more link).
+template <class T> inline T chain(T base, T r, T zero, long long) { return link(base, r, zero); }
+template <class T> inline T chain(T base, long long r, T, long long zero) { return link_int(base, r, zero); }
+template <class T> inline T chain(T base, Pair<T> r, T zero, long long) { return link(link(base, r.a, zero), r.b, zero); }
 
 // ---- calling as a dynamically linked program does --------------------------------------------
 // A program linked against a shared library reaches its functions through the PLT: one
@@ -364,76 +484,46 @@ template <class T> T zero_of() { return T(g_zero_d); }
 constexpr int kPlacements = 8;
 
 // Ticks per call over `passes` passes of the inputs.
-template <class T, Form F, int Pad> double throughput(AnyFn fn, Inputs<T> &in, int passes) {
-    const T *x = in.x, *y = in.y;
-    const int *n = in.n;
-    T *out = in.out;
-    long long *iout = in.iout;
+template <class T, Shape S, int Pad> double throughput(AnyFn fn, Inputs<T> &in, int passes) {
+    const T *x = in.x;
     uint64_t t0 = ticks();
     for (int p = 0; p < passes; ++p) {
         for (size_t i = 0; i < kN; ++i) {
             asm volatile(".nops %c0" ::"i"(Pad));
-            if constexpr (F == Form::r_r) out[i] = reinterpret_cast<T (*)(T)>(fn)(x[i]);
-            else if constexpr (F == Form::r_rr) out[i] = reinterpret_cast<T (*)(T, T)>(fn)(x[i], y[i]);
-            else if constexpr (F == Form::r_ri) out[i] = reinterpret_cast<T (*)(T, int)>(fn)(x[i], n[i]);
-            else if constexpr (F == Form::r_rrr)
-                out[i] = reinterpret_cast<T (*)(T, T, T)>(fn)(x[i], y[i], y[kN - 1 - i]);
-            else if constexpr (F == Form::l_r) iout[i] = reinterpret_cast<long (*)(T)>(fn)(x[i]);
-            else if constexpr (F == Form::ll_r) iout[i] = reinterpret_cast<long long (*)(T)>(fn)(x[i]);
-            else if constexpr (F == Form::i_rr) iout[i] = reinterpret_cast<int (*)(T, T)>(fn)(x[i], y[i]);
-            else iout[i] = reinterpret_cast<int (*)(T)>(fn)(x[i]);
+            keep(in, i, call<T, S>(fn, in, i, x[i]));
         }
     }
     uint64_t t1 = ticks();
     return double(t1 - t0) / double(kN * size_t(passes));
 }
 
-template <class T, Form F, int Pad> double latency(AnyFn fn, Inputs<T> &in, int passes) {
-    const T *x = in.x, *y = in.y;
-    const int *n = in.n;
+template <class T, Shape S, int Pad> double latency(AnyFn fn, Inputs<T> &in, int passes) {
+    const T *x = in.x;
     const T z = zero_of<T>();
     const long long zi = g_zero_i;
-    T r = 0;
-    long long ri = 0;
+    decltype(call<T, S>(fn, in, 0, x[0])) r{};
     uint64_t t0 = ticks();
     for (int p = 0; p < passes; ++p) {
         for (size_t i = 0; i < kN; ++i) {
             asm volatile(".nops %c0" ::"i"(Pad));
-            if constexpr (F == Form::r_r) r = reinterpret_cast<T (*)(T)>(fn)(link(x[i], r, z));
-            else if constexpr (F == Form::r_rr) r = reinterpret_cast<T (*)(T, T)>(fn)(link(x[i], r, z), y[i]);
-            else if constexpr (F == Form::r_ri) r = reinterpret_cast<T (*)(T, int)>(fn)(link(x[i], r, z), n[i]);
-            else if constexpr (F == Form::r_rrr)
-                r = reinterpret_cast<T (*)(T, T, T)>(fn)(link(x[i], r, z), y[i], y[kN - 1 - i]);
-            else if constexpr (F == Form::l_r) ri = reinterpret_cast<long (*)(T)>(fn)(link_int(x[i], ri, zi));
-            else if constexpr (F == Form::ll_r) ri = reinterpret_cast<long long (*)(T)>(fn)(link_int(x[i], ri, zi));
-            else if constexpr (F == Form::i_rr) ri = reinterpret_cast<int (*)(T, T)>(fn)(link_int(x[i], ri, zi), y[i]);
-            else ri = reinterpret_cast<int (*)(T)>(fn)(link_int(x[i], ri, zi));
+            r = call<T, S>(fn, in, i, chain(x[i], r, z, zi));
         }
     }
     uint64_t t1 = ticks();
-    in.out[0] = r;
-    in.iout[0] = ri;
+    keep(in, 0, r);
     return double(t1 - t0) / double(kN * size_t(passes));
 }
 
 // One timing loop per placement, by index: throughput or latency (Lat).
 using TimeFn = double (*)(AnyFn, void *, int);
-template <class T, Form F, int Pad, bool Lat> double time_at(AnyFn fn, void *in, int passes) {
+template <class T, Shape S, int Pad, bool Lat> double time_at(AnyFn fn, void *in, int passes) {
     auto &typed = *static_cast<Inputs<T> *>(in);
-    return Lat ? latency<T, F, Pad>(fn, typed, passes) : throughput<T, F, Pad>(fn, typed, passes);
+    return Lat ? latency<T, S, Pad>(fn, typed, passes) : throughput<T, S, Pad>(fn, typed, passes);
 }
-template <class T, Form F, bool Lat, size_t... I>
+template <class T, Shape S, bool Lat, size_t... I>
 constexpr std::array<TimeFn, kPlacements> placements(std::index_sequence<I...>) {
-    return {&time_at<T, F, int(I) * 8, Lat>...};
+    return {&time_at<T, S, int(I) * 8, Lat>...};
 }
-
-struct Figures {
-    double thr[2], lat[2];  // [0] tessera, [1] libm: ticks per call
-    double thr_ratio, lat_ratio;  // tessera/libm
-    // Run-to-run spread of each ratio: half the interquartile range of the repetitions'
-    // log ratios, as a fraction.  A ratio is called slower only beyond it.
-    double thr_spread, lat_spread;
-};
 
 double median(std::vector<double> v) {
     std::sort(v.begin(), v.end());
@@ -441,29 +531,28 @@ double median(std::vector<double> v) {
     return v.size() % 2 ? v[m] : 0.5 * (v[m - 1] + v[m]);
 }
 
-template <class T, Form F> Figures measure(AnyFn ours, AnyFn theirs, const Range &r, int reps, int passes) {
+template <class T, Shape S> Figures measure(const AnyFn *fns, int sides, const Range &r, int reps, int passes) {
     Inputs<T> in = make_inputs<T>(r, 0x7e55e7a);
-    AnyFn fns[2] = {ours, theirs};
-    constexpr auto thr_fns = placements<T, F, false>(std::make_index_sequence<kPlacements>());
-    constexpr auto lat_fns = placements<T, F, true>(std::make_index_sequence<kPlacements>());
+    constexpr auto thr_fns = placements<T, S, false>(std::make_index_sequence<kPlacements>());
+    constexpr auto lat_fns = placements<T, S, true>(std::make_index_sequence<kPlacements>());
     void *any = &in;
-    for (AnyFn fn : fns) {  // warm up: caches, predictors, and the first call's slot settling
-        thr_fns[0](fn, any, 2);
-        lat_fns[0](fn, any, 2);
+    for (int s = 0; s < sides; ++s) {  // warm up: caches, predictors, and the first call's slot settling
+        thr_fns[0](fns[s], any, 2);
+        lat_fns[0](fns[s], any, 2);
     }
-    std::vector<double> thr[2], lat[2];
+    std::vector<double> thr[kMaxSides], lat[kMaxSides];
     for (int k = 0; k < reps; ++k) {
         int at = k % kPlacements;
-        for (int j = 0; j < 2; ++j) {
-            int s = (k / kPlacements + j) & 1;  // alternate which side goes first
+        for (int j = 0; j < sides; ++j) {
+            int s = (k / kPlacements + j) % sides;  // rotate which side goes first
             thr[s].push_back(thr_fns[at](fns[s], any, passes));
         }
-        for (int j = 0; j < 2; ++j) {
-            int s = (k / kPlacements + j + 1) & 1;
+        for (int j = 0; j < sides; ++j) {
+            int s = (k / kPlacements + j + 1) % sides;
             lat[s].push_back(lat_fns[at](fns[s], any, passes));
         }
     }
-    // Within a placement the median over its repetitions: a repetition measures both sides
+    // Within a placement the median over its repetitions: a repetition measures the sides
     // back to back, so its ratio compares them under the same conditions (the machine's other
     // load, the core's clock), and the median of those ratios is steadier than the ratio of
     // the medians.  Across placements the mean (for the ratio, the geometric mean): each
@@ -472,19 +561,19 @@ template <class T, Form F> Figures measure(AnyFn ours, AnyFn theirs, const Range
     Figures f{};
     double lrt = 0, lrl = 0;
     for (int at = 0; at < used; ++at) {
-        std::vector<double> t[2], l[2], rt, rl;
+        std::vector<double> t[kMaxSides], l[kMaxSides], rt, rl;
         for (int k = at; k < reps; k += kPlacements) {
-            for (int s = 0; s < 2; ++s) t[s].push_back(thr[s][k]), l[s].push_back(lat[s][k]);
+            for (int s = 0; s < sides; ++s) t[s].push_back(thr[s][k]), l[s].push_back(lat[s][k]);
             rt.push_back(thr[0][k] / thr[1][k]);
             rl.push_back(lat[0][k] / lat[1][k]);
         }
-        for (int s = 0; s < 2; ++s) f.thr[s] += median(t[s]) / used, f.lat[s] += median(l[s]) / used;
+        for (int s = 0; s < sides; ++s) f.thr[s] += median(t[s]) / used, f.lat[s] += median(l[s]) / used;
         lrt += std::log(median(rt)) / used;
         lrl += std::log(median(rl)) / used;
     }
     f.thr_ratio = std::exp(lrt);
     f.lat_ratio = std::exp(lrl);
-    auto spread = [&](const std::vector<double> (&v)[2]) {
+    auto spread = [&](const std::vector<double> (&v)[kMaxSides]) {
         std::vector<double> lr;
         for (int k = 0; k < reps; ++k) lr.push_back(std::log(v[0][k] / v[1][k]));
         std::sort(lr.begin(), lr.end());
@@ -495,19 +584,16 @@ template <class T, Form F> Figures measure(AnyFn ours, AnyFn theirs, const Range
     return f;
 }
 
-template <class T> Figures measure_form(Form form, AnyFn a, AnyFn b, const Range &r, int reps, int passes) {
-    switch (form) {
-    case Form::r_r: return measure<T, Form::r_r>(a, b, r, reps, passes);
-    case Form::r_rr: return measure<T, Form::r_rr>(a, b, r, reps, passes);
-    case Form::r_ri: return measure<T, Form::r_ri>(a, b, r, reps, passes);
-    case Form::r_rrr: return measure<T, Form::r_rrr>(a, b, r, reps, passes);
-    case Form::l_r: return measure<T, Form::l_r>(a, b, r, reps, passes);
-    case Form::ll_r: return measure<T, Form::ll_r>(a, b, r, reps, passes);
-    case Form::i_r: return measure<T, Form::i_r>(a, b, r, reps, passes);
-    case Form::i_rr: return measure<T, Form::i_rr>(a, b, r, reps, passes);
-    default: return {};
-    }
+// measure<T, S> for every shape S, by the shape's index.
+using MeasureFn = Figures (*)(const AnyFn *, int, const Range &, int, int);
+template <class T, size_t... I> constexpr std::array<MeasureFn, sizeof...(I)> measures(std::index_sequence<I...>) {
+    return {&measure<T, Shape(I)>...};
 }
+template <class T> Figures measure_shape(Shape s, const AnyFn *fns, int sides, const Range &r, int reps, int passes) {
+    constexpr auto table = measures<T>(std::make_index_sequence<size_t(Shape::none)>());
+    return table[size_t(s)](fns, sides, r, reps, passes);
+}
+
 
 // The time-stamp counter's rate, against the monotonic clock over about 50 ms.
 double tsc_ghz() {
@@ -558,22 +644,45 @@ std::string cpu_model() {
     return model;
 }
 
-// The system libm's name for a function: its own, but the correctly rounded members
-// (__libm_cr_expf) are compared with the ordinary function of the same root (expf).
-
-struct Row {
-    std::string name, tier, inputs;
-    Figures fig;
-};
-
 }  // namespace
+
+bool timeable(const tsr_gen::Function &f) { return shape_of(f) != Shape::none; }
+
+std::string range_text(const Range &r, const tsr_gen::Function &f) {
+    auto span = [](bool lg, double lo, double hi) {
+        char buf[64];
+        std::snprintf(buf, sizeof buf, "%s[%g, %g]", lg ? "log " : "", lo, hi);
+        return std::string(buf);
+    };
+    std::string first = span(r.log, r.lo, r.hi), second = span(r.log2, r.lo2, r.hi2);
+    switch (shape_of(f)) {
+    case Shape::c_c:
+    case Shape::r_c: return first + " + " + second + "i";
+    case Shape::c_cc: return first + " + " + second + "i, twice";
+    case Shape::r_rr:
+    case Shape::r_ri:
+    case Shape::r_rl:
+    case Shape::r_rx:
+    case Shape::i_rr:
+    case Shape::r_rrip: return first + " x " + second;
+    case Shape::r_rrr: return first + " x " + second + " x " + second;
+    default: return first;
+    }
+}
+
+Figures time_sides(const tsr_gen::Function &f, const AnyFn *fns, int sides, const Range &r, int reps, int passes) {
+    Shape s = shape_of(f);
+    return f.prec == 'f'   ? measure_shape<float>(s, fns, sides, r, reps, passes)
+           : f.prec == 'l' ? measure_shape<long double>(s, fns, sides, r, reps, passes)
+                           : measure_shape<double>(s, fns, sides, r, reps, passes);
+}
 
 int cmd_bench(int argc, char **argv) {
     std::vector<std::string> names;
     std::string tier;
     int reps = 64, passes = 16;
-    bool markdown = false, table_only = false, plt = false, have_range = false;
-    double range_lo = 0, range_hi = 0;
+    bool markdown = false, table_only = false, plt = false, have_range1 = false, have_range2 = false;
+    double range1[2] = {}, range2[2] = {};
     for (int i = 0; i < argc; ++i) {
         std::string a = argv[i];
         std::string v;
@@ -583,20 +692,21 @@ int cmd_bench(int argc, char **argv) {
             if (!option_value("bench", argc, argv, i, v) ||
                 !parse_count("bench", a, v, 1, 1 << 20, a == "--reps" ? reps : passes))
                 return 2;
-        } else if (a == "--range") {
-            // the first operand drawn uniformly from [LO, HI] instead of the function's own range
+        } else if (a == "--range" || a == "--range2") {
+            // an operand drawn uniformly from [LO, HI] instead of the function's own range
             if (i + 2 >= argc) {
-                std::fprintf(stderr, "tessera bench: option --range needs a value: --range LO HI\n");
+                std::fprintf(stderr, "tessera bench: option %s needs a value: %s LO HI\n", a.c_str(), a.c_str());
                 return 2;
             }
             v = argv[++i];
             std::string hi = argv[++i];
-            if (!parse_finite("bench", a, v, range_lo) || !parse_finite("bench", a, hi, range_hi)) return 2;
-            if (!(range_lo < range_hi)) {
-                std::fprintf(stderr, "tessera bench: --range needs LO below HI, not %s %s\n", v.c_str(), hi.c_str());
+            double(&span)[2] = a == "--range" ? range1 : range2;
+            if (!parse_finite("bench", a, v, span[0]) || !parse_finite("bench", a, hi, span[1])) return 2;
+            if (!(span[0] < span[1])) {
+                std::fprintf(stderr, "tessera bench: %s needs LO below HI, not %s %s\n", a.c_str(), v.c_str(), hi.c_str());
                 return 2;
             }
-            have_range = true;
+            (a == "--range" ? have_range1 : have_range2) = true;
         }
         else if (a == "--markdown") markdown = true;
         else if (a == "--table-only") table_only = true;
@@ -617,15 +727,15 @@ int cmd_bench(int argc, char **argv) {
     int status = 0;
     if (names.empty()) {
         for (const auto &f : tsr_gen::tsr_functions)
-            if (form_of(f) != Form::unsupported && libm_side(libm, f)) todo.push_back(&f);
+            if (timeable(f) && libm_side(libm, f)) todo.push_back(&f);
     } else {
         for (const auto &n : names) {
             const tsr_gen::Function *f = find_function(n);
             if (!f) {
                 std::fprintf(stderr, "tessera bench: %s is not a built function\n", n.c_str());
                 status = 2;
-            } else if (form_of(*f) == Form::unsupported) {
-                std::fprintf(stderr, "tessera bench: %s has the form %s (%s), which the tool cannot call\n", f->name,
+            } else if (!timeable(*f)) {
+                std::fprintf(stderr, "tessera bench: %s has the shape %s (%s), which the tool cannot time\n", f->name,
                              f->shape, prec_name(f->prec));
                 status = 2;
             } else if (!libm_side(libm, *f)) {
@@ -715,15 +825,14 @@ int cmd_bench(int argc, char **argv) {
             ours = tsr_tool_plt0;
             theirs = tsr_tool_plt1;
         }
-        Form form = form_of(*f);
-        Range r = range_of(libm_name(f->name));
-        if (have_range) r.lo = range_lo, r.hi = range_hi, r.log = false;
-        Figures fig = f->prec == 'f'   ? measure_form<float>(form, ours, theirs, r, reps, passes)
-                      : f->prec == 'l' ? measure_form<long double>(form, ours, theirs, r, reps, passes)
-                                       : measure_form<double>(form, ours, theirs, r, reps, passes);
+        Range r = range_of(libm_name(f->name), shape_of(*f));
+        if (have_range1) r.lo = range1[0], r.hi = range1[1], r.log = false;
+        if (have_range2) r.lo2 = range2[0], r.hi2 = range2[1], r.log2 = false;
+        AnyFn sides[2] = {ours, theirs};
+        Figures fig = time_sides(*f, sides, 2, r, reps, passes);
         if (label.empty()) label = f->dispatched ? "entry " + slot_tier(f->name) : f->bound ? "ex bound" : "direct";
         double rt = fig.thr_ratio, rl = fig.lat_ratio;
-        std::string in = range_text(r, form);
+        std::string in = range_text(r, *f);
         if (!versus.empty()) label += " vs libm " + versus;
         if (markdown)
             std::printf("| %s | %s | %s | %.2f | %.2f | %.2f | %.2f | %.2f | %.2f |\n", f->name, label.c_str(),

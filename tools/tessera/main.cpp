@@ -13,7 +13,7 @@ static void usage(FILE *to) {
         "usage: tessera info [--tiers]\n"
         "       tessera eval FUNC ARG... [--tier T | --all-tiers] [--mode nearest|upward|downward|towardzero|all]\n"
         "       tessera bench [FUNC...] [--tier T|selected] [--reps N] [--passes N] [--range LO HI]\n"
-        "                     [--plt] [--markdown] [--table-only]\n"
+        "                     [--range2 LO HI] [--plt] [--markdown] [--table-only]\n"
         "       tessera bench-bwr [NAME...]\n"
         "       tessera --version\n"
         "Operands: decimal or hex floating constants (1.5, 0x1.8p+0), inf, nan, snan (signed),\n"

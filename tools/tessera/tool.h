@@ -56,6 +56,37 @@ bool parse_count(const char *cmd, const std::string &opt, const std::string &tex
 // A finite decimal or hexadecimal floating constant.
 bool parse_finite(const char *cmd, const std::string &opt, const std::string &text, double &out);
 
+// ---- timing (bench.cpp), one frame for `bench` and `bench-bwr` ------------------------------
+// Where operands are drawn: the first from [lo, hi] (log-uniform when `log`), a second real
+// or integer operand, or a complex operand's imaginary part, from [lo2, hi2]; `integral2`
+// makes the second real operand an integer value (scalb's count).
+struct Range {
+    const char *name;
+    double lo, hi;
+    bool log;
+    double lo2, hi2;
+    bool log2 = false;
+    bool integral2 = false;
+};
+constexpr int kMaxSides = 3;
+struct Figures {
+    double thr[kMaxSides], lat[kMaxSides];  // ticks per call of each side
+    double thr_ratio, lat_ratio;            // side 0 over side 1
+    // Run-to-run spread of each ratio: half the interquartile range of the repetitions'
+    // log ratios, as a fraction.  A ratio is called slower only beyond it.
+    double thr_spread, lat_spread;
+};
+// Whether f's shape and precision can be timed (every shape of a real precision but the
+// environment and error-handler forms).
+bool timeable(const tsr_gen::Function &f);
+// The operands of f drawn from r, as text.
+std::string range_text(const Range &r, const tsr_gen::Function &f);
+// Times `sides` (at most kMaxSides) callees of f's shape and precision, side by side in
+// `reps` repetitions of `passes` passes over 1024 operands: reciprocal throughput and
+// latency, in time-stamp-counter ticks per call.
+Figures time_sides(const tsr_gen::Function &f, const tsr_gen::AnyFn *fns, int sides, const Range &r, int reps,
+                   int passes);
+
 int cmd_info(int argc, char **argv);
 int cmd_eval(int argc, char **argv);
 int cmd_bench(int argc, char **argv);
