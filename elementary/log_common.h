@@ -135,16 +135,6 @@ alignas(16) inline constexpr uint64_t kRedW[2] = {0x77f0000000000000ull, 0};
 alignas(16) inline constexpr uint32_t kRedRound[4] = {0x8000, 0, 0, 0};
 // The reductions below read lane 0 alone (tsr::lane) or clear the rest by a mask.
 
-// a | (x & mask): with AVX-512 one ternary-logic step (0xf8: the first operand or the
-// product of the other two), otherwise an and and an or.
-inline __m128i or_masked(__m128i a, __m128i x, __m128i mask) {
-#ifdef __AVX512VL__
-    return _mm_ternarylogic_epi64(a, x, mask, 0xf8);
-#else
-    return _mm_or_si128(a, _mm_and_si128(x, mask));
-#endif
-}
-
 template <bool WithC>
 inline FmaRed fma_reduce(double x, float c = 1.0f) {
     auto ld = [](const void *p) { return _mm_load_si128(static_cast<const __m128i *>(p)); };

@@ -3,9 +3,14 @@
 // The scalar vector operations read and write lane 0 alone, so whatever the upper lanes hold
 // never matters (where a 64-bit or packed operation would see them, the caller clears them by
 // a mask).  _mm_set_ss/_mm_set_sd would have to zero them, which costs a move or a blend on
-// the path, sometimes a trip through a general register and back.
+// the path, sometimes a trip through a general register and back.  Beside it, two
+// operations written so that the compiler places no copy in front of them (or_masked,
+// fma_into_addend).
 #pragma once
 #include <emmintrin.h>
+#ifdef __AVX512VL__
+#include <immintrin.h>
+#endif
 
 #include <cstdint>
 
@@ -36,6 +41,14 @@ inline double or_masked(double a, double x, const uint64_t (&mask)[2]) {
     asm("vorpd %1, %0, %0" : "+x"(a) : "x"(t));
 #endif
     return a;
+}
+// The same on integer vectors (every lane).
+inline __m128i or_masked(__m128i a, __m128i x, __m128i mask) {
+#ifdef __AVX512VL__
+    return _mm_ternarylogic_epi64(a, x, mask, 0xf8);
+#else
+    return _mm_or_si128(a, _mm_and_si128(x, mask));
+#endif
 }
 #endif
 
