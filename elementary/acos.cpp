@@ -42,6 +42,7 @@
 // half an ulp.
 #include "elementary/invtrig_common.h"
 #include "tsr/guard.h"
+#include "tsr/lane.h"
 
 using namespace tsr;
 using namespace tsr::invtrig;
@@ -202,21 +203,28 @@ inline double arc(double x) {
     uint64_t b = bits(x);
     uint64_t sign = b & kSign;
     // |x| by a mask in the vector register: the data path does not wait for a round trip
-    // through an integer register, only the branches read the high word.
-    double ax = __builtin_fabs(x);
+    // through an integer register, only the branches read the high word.  Written as the
+    // instruction: the compiler's own form began with a merging copy of x.
+    alignas(16) static constexpr uint64_t kAbs[2] = {~kSign, ~kSign};
+    double ax;
+    asm("vandpd %2, %1, %0" : "=x"(ax) : "x"(x), "m"(kAbs));
     uint32_t H = uint32_t(b >> 32) & 0x7fffffffu;
     if (H >= 0x3fe6c000u) {
         if (__builtin_expect(H >= 0x3ff00000u, 0)) {
             return arc_edge<Acos>(x, ax, sign);
         }
         // Upper regime.
-        double w = __builtin_fma(-0.5, ax, 0.5);  // exact: 0.5 ax is, and the difference by Sterbenz
+        // exact: 0.5 ax is, and the difference by Sterbenz (into the addend: no copy of ax)
+        double w = fma_into_addend(ax, -0.5, 0.5);
         int j;
         double t;
         // The estimate stays in single precision up to the row: w_f y_f + 2^17 rounds w_f y_f to
         // a multiple of 2^-6 (the float's unit at 2^17), j = round(64 sqrt w) in its low bits,
         // before the root is ready and without a widening on the way to the table.
-        __m128 wf = _mm_set_ss(float(w));
+        // w rounded to single in lane 0 (the estimate reads that lane alone, so the others
+        // need no clearing, which took a further blend)
+        __m128 wf;
+        asm("vcvtsd2ss %1, %1, %0" : "=x"(wf) : "x"(w));
         __m128 yf = _mm_rsqrt_ss(wf);
         double y = double(_mm_cvtss_f32(yf));
         double q = __builtin_sqrt(w);
@@ -242,7 +250,7 @@ inline double arc(double x) {
         double Kh = c[2], Kl = c[3];
         const HiLo &g = arc_head46[j];
         double G = arc_G(arc_poly46[j], t);
-        double head = __builtin_fma(m, g.hi, Kh);
+        double head = fma_into_addend(m, g.hi, Kh);
         double rest2 = __builtin_fma(m, g.hi, -(head - Kh));  // head - Kh exact (Sterbenz)
         // The small terms gathered while G is evaluated, so that one fused step follows it.
         double rest = (__builtin_fma(e, g.hi, Kl) + m * g.lo) + rest2;
@@ -253,7 +261,7 @@ inline double arc(double x) {
         int j;
         double t;
         if (__builtin_expect(rn_probe(), 1)) {
-            double S = __builtin_fma(ax, 64.0, 0x1.8p52);  // 64|x| rounded in its low bits
+            double S = fma_into_addend(ax, 64.0, 0x1.8p52);  // 64|x| rounded in its low bits
             j = int(bits(S) & 0x3f);
             t = __builtin_fma(S - 0x1.8p52, -0x1p-6, ax);  // exact
         } else {

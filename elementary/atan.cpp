@@ -10,6 +10,7 @@
 // some 2^-50 relative: the float result is then the correctly rounded value except where the
 // exact value lies within 2^-26 ulp of a midpoint.
 #include "elementary/invtrig_common.h"
+#include "tsr/lane.h"
 
 using namespace tsr;
 using namespace tsr::invtrig;
@@ -51,6 +52,8 @@ inline double atan32_p(double v) {
     return __builtin_fma(__builtin_fma(atan32_poly[2], v, atan32_poly[1]), v, atan32_poly[0]);
 }
 
+alignas(16) constexpr uint64_t kGrid32Mask[2] = {0xffff800000000000ull, 0xffff800000000000ull};
+
 // atan's regions by the exponent word Hm = high word & 0x7ff00000.
 inline double atan_grid32(double x) {
     uint64_t b = bits(x);
@@ -58,8 +61,9 @@ inline double atan_grid32(double x) {
     uint32_t Hm = H & 0x7ff00000u;
     uint64_t sign = b & kSign;
     if (__builtin_expect(Hm - 0x3f900000u < 0x40500000u - 0x3f900000u, 1)) {  // 2^-6 <= |x| < 2^6
-        double c = f64((b & 0xffff800000000000ull) | 0x0000400000000000ull);
-        double z = (x - c) / __builtin_fma(x, c, 1.0);
+        // c = x's top 17 bits with the midpoint bit 46 below them, formed in the vector unit
+        double c = or_masked(f64(0x0000400000000000ull), x, kGrid32Mask);
+        double z = (x - c) / fma_into_addend(x, c, 1.0);
         const HiLo &T = atan32[(H >> 15) - 0x7f20];
         double Th = with_sign(T.hi, sign), Tl = with_sign(T.lo, sign);
         double v = z * z;

@@ -21,12 +21,13 @@ inline double log_fma(double x, int adj) {
     uint64_t b = bits(x);
     logk::FmaRed red = logk::fma_reduce<false>(x);
     double r = __builtin_fma(red.w, red.R, -1.0);
-    logk::Row t = logk::row16(&logtab::log_neg129_fma[0][0], red.v, 0x3f00);
+    logk::Row t = logk::row8(logtab::log_neg129_fma, red.v, 0x3f00);
 #if TSR_TIER_L9
     double n = double(int(b >> 52) - 1023 + adj);
 #else
     (void)b;
-    double n = avx512::getexp(x) + double(adj);
+    // adj is a constant; adding a zero would still cost an add (it could change a -0)
+    double n = adj ? avx512::getexp(x) + double(adj) : avx512::getexp(x);
 #endif
     double lo = __builtin_fma(-0x1.8432a1b0e2634p-43, n, t.lo);
     // n times the high part of ln 2 is exact (the high part ends in 14 zero bits), so

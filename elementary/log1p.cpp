@@ -236,7 +236,8 @@ inline double log1p_fma(double x) {
     uint32_t vr = (bits(logk::rcp(mf)) + 0x8000) >> 16;
     double R = f64(uint64_t(vr) << 45);
     double r = __builtin_fma(f64(m | 0x77f0000000000000ull), R, -1.0);
-    const double *t = logtab::log_neg129_fma[vr & 0xff];
+    unsigned i = vr & 0xff;
+    const logtab::Rows129 &t = logtab::log_neg129_fma;
 #if TSR_TIER_L9
     double n = double(int(b >> 52) - 1023);
 #else
@@ -245,8 +246,8 @@ inline double log1p_fma(double x) {
     // e0 * 2^(896 - n): R carries 2^-896.
     double e1 = (e0 * f64(0xb7e0000000000000ull - (b & 0x7ff0000000000000ull))) * R;
     double rr = r + e1;
-    double lo = __builtin_fma(n, -0x1.8432a1b0e2634p-43, e1) + t[1];
-    double H = __builtin_fma(0x1.62e42fefa4p-1, n, t[0]);
+    double lo = __builtin_fma(n, -0x1.8432a1b0e2634p-43, e1) + t.lo[i];
+    double H = __builtin_fma(0x1.62e42fefa4p-1, n, t.hi[i]);
     double S = H + r;
     lo += r - (S - H);
     return S + logk::log_fma_poly(r, rr * rr, lo);

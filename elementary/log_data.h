@@ -15,7 +15,7 @@ struct Rows129 {
 };
 // -ln R_i for R_i = (1 + i/128)/2, R_128 = 1: head and tail, in the no-FMA and FMA cuts.
 extern const double log_neg129_ex[129][2] TSR_HIDDEN;
-extern const double log_neg129_fma[129][2] TSR_HIDDEN;
+extern const Rows129 log_neg129_fma TSR_HIDDEN;
 // log2 and log10 of c/R' for the reductions toward c.
 extern const double log2_rows_ex[129][2] TSR_HIDDEN;
 extern const Rows129 log2_rows_l9 TSR_HIDDEN;

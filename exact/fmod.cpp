@@ -185,15 +185,17 @@ TSR_BODY(float, fmodf, (float x, float y)) {
 TSR_BODY(double, fmod, (double x, double y)) {
     double r;
     if (fmod_special<false>(x, y, r)) return r;
-    double ax = f64(bits(x) & kAbs64), ay = f64(bits(y) & kAbs64);
-    r = rem::fused_mod<rem::OpsZ0>(ax, ay);
-    return f64(bits(r) | (bits(x) & kSign64));
+    // |x|, |y| and the sign put back on the result by masks in the vector unit: the integer
+    // copies above only steer the branches (the trip through them and back cost four moves
+    // on the path of the division).
+    r = rem::fused_mod<rem::OpsZ0>(__builtin_fabs(x), __builtin_fabs(y));
+    return __builtin_copysign(r, x);  // r >= 0
 }
 TSR_BODY(float, fmodf, (float x, float y)) {
     float r;
     if (fmodf_special(x, y, r)) return r;
-    double ax = double(f32(bits(x) & kAbs32)), ay = double(f32(bits(y) & kAbs32));
-    double m = rem::fused_mod<rem::OpsZ0>(ax, ay);
-    return f32(bits(float(m)) | (bits(x) & kSign32));
+    // as in fmod: |x|, |y| and the sign by masks in the vector unit (m >= 0)
+    double m = rem::fused_mod<rem::OpsZ0>(double(__builtin_fabsf(x)), double(__builtin_fabsf(y)));
+    return __builtin_copysignf(float(m), x);
 }
 #endif

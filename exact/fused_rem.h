@@ -69,10 +69,14 @@ inline double reduce(double r, double w) {
 template <class Ops>
 inline double fused_mod(double ax, double ay) {
     if (ax < ay) return ax;
-    if (Ops::div(ax, ay) == kMaxFinite) {
+    double q = Ops::div(ax, ay);
+    if (q == kMaxFinite) {
         double w = ay * kTwo1023;  // exact: a saturated quotient means ay < 1
         if (Ops::div(ax, w) == kMaxFinite) ax = reduce<Ops>(ax, w * kTwo1023);
         ax = reduce<Ops>(ax, w);
+    } else {
+        // the first step of the reduction with the quotient just tested (one division)
+        ax = Ops::fnma(Ops::trunc(q), ay, ax);
     }
     return reduce<Ops>(ax, ay);
 }
