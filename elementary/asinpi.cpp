@@ -116,16 +116,21 @@ inline double arcpi_core(double x) {
         return Acos ? assemble<Fma, -1>(0.5, p) : assemble<Fma, 1>(0.0, p);
     }
     double v = (1.0 - a) * 0.5;
-    double sh = __builtin_sqrt(v);
     if constexpr (Fma) {
-        // v - sh^2 is exact (the residual of a rounded square root); 1/sh is the estimate of
-        // 1/sqrt(v), taken beside the square root rather than after it; P on 2 (sh + sl/2)
-        p = asin_pieces_fma<true, 2>(sh, mul_add<true>(-sh, sh, v) * (rsqrt_estimate(v) * 0.5), v, 0.0);
+        // P on S = 2 sqrt(v) = sqrt(u), u = 4 v = 2 (1 - |x|) (exact), in two parts: u - S^2 is
+        // exact (the residual of a rounded square root) and 1/(2 S) comes from the estimate of
+        // 1/sqrt(u), taken beside the square root rather than after it.  (The same bits as P
+        // on 2 sqrt(v) with its constants doubled, with none of them doubled here.)
+        double u = (1.0 - a) * 2.0;
+        double S = __builtin_sqrt(u);
+        p = asin_pieces_fma<true, 1>(S, mul_add<true>(-S, S, u) * (rsqrt_estimate(u) * 0.5), v, 0.0);
     } else {
+        double sh = __builtin_sqrt(v);
         DD sq = two_prod<Fma>(sh, sh);
         double sl = ((v - sq.h) - sq.l) * vc::recip_estimate<true>(sh);  // 2 (v - sh^2)/(2 sh)
         p = asin_pieces<Fma, true>(2.0 * sh, sl, v, 0.0);
     }
+    // (a branch on x's sign, not masks: it costs less than the operations of a selection)
     if (Acos) return x > 0 ? assemble<Fma, 1>(0.0, p) : assemble<Fma, -1>(1.0, p);
     return x > 0 ? assemble<Fma, -1>(0.5, p) : assemble<Fma, 1>(-0.5, p);
 }
