@@ -57,10 +57,11 @@ inline double vabs(double x) {
 // v rounded to the nearest whole number (ties to even) whatever the rounding mode, with no
 // flag: the reductions of the fused tiers, in the vector unit.  (A template, so that the
 // other tiers, which name it only in branches they discard, need no definition.)
+// (roundsd with ties to even and no precision exception; the builtin, not the intrinsic,
+// whose scalar-to-vector step costs a move that zeroes the upper lane on the chain.)
 template <class = void>
 inline double nearest_whole(double v) {
-    __m128d t = _mm_set_sd(v);
-    return _mm_cvtsd_f64(_mm_round_sd(t, t, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+    return __builtin_roundeven(v);
 }
 #else
 template <class = void>
