@@ -37,14 +37,13 @@ inline double rsqrt_estimate(double v) {
 }
 
 // The pieces of P = s/pi + s v/(6 pi) + s v^2 R(v) = asin(s)/pi (times m, the caller's s
-// being m·s, m = 1 or 2), with s = sh + sl and v = s^2 = v + vl: the head of s/pi (an exact
+// being m·s, m = 1 or 2; the ex body), with s = sh + sl and v = s^2 = v + vl: the head of s/pi (an exact
 // product), the head of the cubic term (an exact product of the exact product sh v and the
 // constant's head), and every tail together.  The cubic term is up to 4.5% of the result and
 // is kept in two parts, for a rounded one would cost 0.1 ulp; the rest is below 1% and its
 // own error (R's 2^-48.6 and the roundings) below 2^-58 of the result.
 struct Pieces {
-    double a, c, t;  // P = a + c + t, or with fused multiply-add a + c + t + w R
-    double w, R;
+    double a, c, t;  // P = a + c + t
 };
 // Upper: s has a low part sl and v is exact; lower: s is exact and v has a low part vl.
 template <bool Fma, bool Upper>
@@ -56,36 +55,40 @@ __attribute__((always_inline)) inline Pieces asin_pieces(double sh, double sl, d
     double ta = a.l + (Upper ? mul_add<Fma>(sl, inv_pi_hilo[0], sh * inv_pi_hilo[1]) : sh * inv_pi_hilo[1]);
     double svl = Upper ? mul_add<Fma>(sl, v, sv.l) : mul_add<Fma>(sh, vl, sv.l);
     double tc = c.l + mul_add<Fma>(sv.h, asinpi_sixth[1], svl * asinpi_sixth[0]);
-    // With fused multiply-add the rest s v^2 R joins the tails in the last fused operation,
-    // so that the series' end is two operations from the result, not seven.
-    if constexpr (Fma) return {a.h, c.h, ta + tc, sv.h * v, R};
     double rest = sv.h * (v * R);
-    return {a.h, c.h, ta + (tc + rest), 0.0, 0.0};
+    return {a.h, c.h, ta + (tc + rest)};
 }
 
-// The same pieces with fused multiply-add, P = M (sh + sl)/pi + ..., M = 1 or 2 folded into the
-// constants (exact).  The cubic term's head is taken in the order that puts it nearest the
-// operand that comes last: with the lower half's x and x^2, (x k) x^2; with the upper half's
-// early v and late sh, sh (v k); each with its exact remainders.  The rest s v^2 R waits for
-// the last fused operation.
-template <bool Upper, int M>
-__attribute__((always_inline)) inline Pieces asin_pieces_fma(double sh, double sl, double v, double vl) {
-    auto m = [](double c) { return M == 1 ? c : c * M; };  // (a product by 1 stays a product)
-    const double ih = m(inv_pi_hilo[0]), il = m(inv_pi_hilo[1]), kh = m(asinpi_sixth[0]), kl = m(asinpi_sixth[1]);
-    double ah = sh * ih, al = mul_add<true>(sh, ih, -ah);
-    double ta = al + (Upper ? mul_add<true>(sl, ih, sh * il) : sh * il);
-    double ch, ct;
-    if constexpr (Upper) {
-        double vs = v * kh, vsl = mul_add<true>(v, kh, -vs) + v * kl;
-        ch = sh * vs;
-        ct = mul_add<true>(sh, vs, -ch) + mul_add<true>(sh, vsl, sl * vs);
-    } else {
-        double xs = sh * kh, xsl = mul_add<true>(sh, kh, -xs) + sh * kl;
-        ch = xs * v;
-        ct = mul_add<true>(xs, v, -ch) + mul_add<true>(v, xsl, xs * vl);
-    }
+// With fused multiply-add the pieces fold into P = s G(v) + s v^2 R(v), G = (1 + v/6)/pi:
+// G in two parts, gh = fma(v, k, 1/pi) rounded once and what that left by a second fused
+// operation on 1/pi - gh (exact: gh lies within 5% of 1/pi), then the constants' rests and
+// (lower half) k vl; then s gh exactly as its product and remainder.  P's head is that
+// product, the cubic term never stands apart (fewer operations than the two exact products
+// and two exact sums it takes on its own); the tail s gl + sl gh + the remainder.
+struct Fold {
+    double h, t;  // P = h + t + w R
+    double w, R;
+};
+template <bool Upper>
+__attribute__((always_inline)) inline Fold asin_fold(double sh, double sl, double v, double vl) {
+    const double ih = inv_pi_hilo[0], kh = asinpi_sixth[0];
+    double gh = mul_add<true>(v, kh, ih);
+    double ge = mul_add<true>(v, kh, ih - gh);
+    double gr = mul_add<true>(v, asinpi_sixth[1], inv_pi_hilo[1]);
+    double gl = ge + (Upper ? gr : mul_add<true>(vl, kh, gr));
+    double ph = sh * gh, pe = mul_add<true>(sh, gh, -ph);
+    double t = pe + (Upper ? mul_add<true>(sh, gl, sl * gh) : sh * gl);
     double R = estrin<true, 14>(asinpi_series, v);
-    return {ah, ch, ta + ct, (sh * v) * m(v), R};
+    return {ph, t, (sh * v) * v, R};
+}
+
+// base ± P rounded once, base 0, 1/2 or 1 exceeding P's head or 0: one exact sum, then the
+// tails and the series' rest by the last fused operation.
+template <int Sign>
+inline double assemble_fold(double base, const Fold &f) {
+    auto sg = [](double v) { return Sign < 0 ? -v : v; };
+    DD h = fast_two_sum(base, sg(f.h));
+    return h.h + mul_add<true>(sg(f.w), f.R, h.l + sg(f.t));
 }
 
 // base ± P rounded once: base 0, 1/2 or 1 exceeds P's head (or is 0, where the exact sum is
@@ -95,7 +98,6 @@ inline double assemble(double base, const Pieces &p) {
     auto sg = [](double v) { return Sign < 0 ? -v : v; };
     DD h = fast_two_sum(base, sg(p.a));
     DD g = fast_two_sum(h.h, sg(p.c));
-    if constexpr (Fma) return g.h + mul_add<true>(sg(p.w), p.R, (h.l + g.l) + sg(p.t));
     return g.h + ((h.l + g.l) + sg(p.t));
 }
 
@@ -111,17 +113,27 @@ inline double arcpi_core(double x) {
     Pieces p;
     if (a <= 0.5) {
         DD v = two_prod<Fma>(x, x);
-        if constexpr (Fma) p = asin_pieces_fma<false, 1>(x, 0.0, v.h, v.l);
-        else p = asin_pieces<Fma, false>(x, 0.0, v.h, v.l);
+        if constexpr (Fma) {
+            Fold f = asin_fold<false>(x, 0.0, v.h, v.l);
+            return Acos ? assemble_fold<-1>(0.5, f) : assemble_fold<1>(0.0, f);
+        }
+        p = asin_pieces<Fma, false>(x, 0.0, v.h, v.l);
         return Acos ? assemble<Fma, -1>(0.5, p) : assemble<Fma, 1>(0.0, p);
     }
     double v = (1.0 - a) * 0.5;
-    double sh = __builtin_sqrt(v);
     if constexpr (Fma) {
-        // v - sh^2 is exact (the residual of a rounded square root); 1/sh is the estimate of
-        // 1/sqrt(v), taken beside the square root rather than after it; P on 2 (sh + sl/2)
-        p = asin_pieces_fma<true, 2>(sh, mul_add<true>(-sh, sh, v) * (rsqrt_estimate(v) * 0.5), v, 0.0);
+        // P on S = 2 sqrt(v) = sqrt(u), u = 4 v = 2 (1 - |x|) (exact), in two parts: u - S^2 is
+        // exact (the residual of a rounded square root) and 1/(2 S) comes from the estimate of
+        // 1/sqrt(u), taken beside the square root rather than after it.  (The same bits as P
+        // on 2 sqrt(v) with its constants doubled, with none of them doubled here.)
+        double u = (1.0 - a) * 2.0;
+        double S = __builtin_sqrt(u);
+        Fold f = asin_fold<true>(S, mul_add<true>(-S, S, u) * (rsqrt_estimate(u) * 0.5), v, 0.0);
+        // (a branch on x's sign, not masks: it costs less than the operations of a selection)
+        if (Acos) return x > 0 ? assemble_fold<1>(0.0, f) : assemble_fold<-1>(1.0, f);
+        return x > 0 ? assemble_fold<-1>(0.5, f) : assemble_fold<1>(-0.5, f);
     } else {
+        double sh = __builtin_sqrt(v);
         DD sq = two_prod<Fma>(sh, sh);
         double sl = ((v - sq.h) - sq.l) * vc::recip_estimate<true>(sh);  // 2 (v - sh^2)/(2 sh)
         p = asin_pieces<Fma, true>(2.0 * sh, sl, v, 0.0);

@@ -48,8 +48,19 @@ inline double atan_small(double w, double wl, double &t) {
     return p.h;
 }
 
-// atan2(a, d)/pi for a, d > 0 with the larger in [1, 2) and the smaller above 2^-61, x < 0
-// when xneg.  The quotient q = a/d picks the way:
+// The grid point of q: its sign, exponent and top 5 mantissa bits, and the midpoint bit, by
+// masks in the vector unit (q's bits in an integer register would cost two crossings on the
+// way to the numerator).
+inline double grid_point(double q) {
+    const __m128d cut = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(kGridCut)));
+    const __m128d mid = _mm_castsi128_pd(_mm_set1_epi64x(int64_t(kGridMid)));
+    return _mm_cvtsd_f64(_mm_or_pd(_mm_and_pd(_mm_set_sd(q), cut), mid));
+}
+
+// atan2(a, d)/pi for a = ya 2^s, d = xa 2^s > 0, the larger in [1, 2) and the smaller above
+// 2^-61, x < 0 when xneg.  The quotient q = a/d = ya/xa (the same bits: the scaling is exact)
+// is taken on the operands as they come, so that the division does not wait for the scaling.
+// q picks the way:
 // - 2^-6 <= q < 2^6: the grid point c (q's top 5 mantissa bits and the midpoint), the row
 //   T = atan(c)/pi (x > 0) or atan(c)/pi - 1 (x < 0, whose angle is then -(T + atan(z)/pi)),
 //   and z = (a - c d)/(d + c a) = tan(atan q - atan c), |z| <= 2^-7: the numerator rounds
@@ -60,8 +71,9 @@ inline double atan_small(double w, double wl, double &t) {
 //   result is q/pi itself to 2^-12), and 1 less it for x < 0;
 // - q >= 2^6: 1/2 -/+ atan(d/a)/pi, where the quotient's rounding is far below 1/2's ulp.
 template <bool Fma>
-inline double atan2pi_core(double a, double d, bool xneg) {
-    double q = a / d;
+inline double atan2pi_core(double ya, double xa, int s, bool xneg) {
+    double q = ya / xa;
+    double a = scale2(ya, s), d = scale2(xa, s);
     uint64_t qb = bits(q);
     double t;
     if (qb < kGridLow) {
@@ -82,7 +94,7 @@ inline double atan2pi_core(double a, double d, bool xneg) {
         DD r = fast_two_sum(0.5, xneg ? h : -h);
         return r.h + (r.l + (xneg ? t : -t));
     }
-    double c = f64((qb & kGridCut) | kGridMid);
+    double c = grid_point(q);
     const double *T = atan2pi_rows[((qb - kGridLow) >> 47) + (xneg ? 384 : 0)];
     double num;
     if constexpr (Fma) {
@@ -129,7 +141,7 @@ inline double atan2pi_d(double y, double x) {
     }
     if (ey - ex > kFarApart) return atan2_over_pi<Fma>(with_sign(1.0, sy), 0.0, xneg ? -0x1p-80 : 0x1p-80, 0.0);
     int s = -(ey > ex ? ey : ex);
-    return with_sign(atan2pi_core<Fma>(scale2(ay, s), scale2(ax, s), xneg), sy);
+    return with_sign(atan2pi_core<Fma>(ay, ax, s, xneg), sy);
 }
 
 }  // namespace

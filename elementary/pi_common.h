@@ -46,14 +46,22 @@ inline double flip(double x, uint64_t sign) {
     return _mm_cvtsd_f64(_mm_xor_pd(_mm_set_sd(x), _mm_castsi128_pd(_mm_cvtsi64_si128(int64_t(sign)))));
 }
 
+// |x| by a mask in the vector unit (andpd), for the fused tiers' reductions: the same value as
+// f64(bits(x) & kAbs), which the compiler takes through the integer registers when the bits
+// are compared too, a round trip on the way to the reduction.
+inline double vabs(double x) {
+    return _mm_cvtsd_f64(_mm_and_pd(_mm_set_sd(x), _mm_castsi128_pd(_mm_set1_epi64x(int64_t(kAbs)))));
+}
+
 #ifdef __SSE4_1__
 // v rounded to the nearest whole number (ties to even) whatever the rounding mode, with no
 // flag: the reductions of the fused tiers, in the vector unit.  (A template, so that the
 // other tiers, which name it only in branches they discard, need no definition.)
+// (roundsd with ties to even and no precision exception; the builtin, not the intrinsic,
+// whose scalar-to-vector step costs a move that zeroes the upper lane on the chain.)
 template <class = void>
 inline double nearest_whole(double v) {
-    __m128d t = _mm_set_sd(v);
-    return _mm_cvtsd_f64(_mm_round_sd(t, t, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC));
+    return __builtin_roundeven(v);
 }
 #else
 template <class = void>

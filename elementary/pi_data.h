@@ -22,7 +22,7 @@ extern const PiRow pi_rows64[64];
 extern const double sinpi_poly[4];
 extern const double cospi_poly[4];
 extern const AtanpiRow atanpi_rows[5];
-extern const double atanpi_series[11];
+extern const double atanpi_series[12];
 extern const double atanpi_third[2];
 extern const double atanpi_third_halves[2];
 extern const double asinpi_series[14];

@@ -30,6 +30,13 @@ namespace {
 constexpr bool kFma = !TSR_TIER_EX;
 constexpr double kTiny = 0x1p-30;
 
+// 1/v to 1.5·2^-12, v normal within the range of floats: the processor's single-precision
+// estimate, in the vector unit.
+inline double rcp_estimate(double v) {
+    __m128 f = _mm_cvtsd_ss(_mm_setzero_ps(), _mm_set_sd(v));
+    return _mm_cvtsd_f64(_mm_cvtss_sd(_mm_setzero_pd(), _mm_rcp_ss(f)));
+}
+
 // The exact values at k/64, k a multiple of 16, by k/16 (0 .. 7): tan, then cot; 2 stands
 // for a pole (+infinity, divide-by-zero), -2 for its negative.
 constexpr int kExactTan[8] = {0, 1, 2, -1, -0, 1, -2, -1};
@@ -91,8 +98,9 @@ inline double tanpi_d(double x) {
         // In the vector unit: 128 a rounded to the nearest whole number K by the instruction
         // (in every mode), r = a - K/128 exact, |r| <= 1/256; the bit-wise reduction's
         // branches are mispredicted on random arguments.
-        double n = nearest_whole(a * 128.0);
-        double r = mul_add<true>(n, -0x1p-7, a);
+        double av = vabs(x);
+        double n = nearest_whole(av * 128.0);
+        double r = mul_add<true>(n, -0x1p-7, av);
         unsigned K = unsigned(uint64_t(int64_t(n)) & 255);  // steps of 1/128 modulo 2
         if (r == 0 && (K & 31) == 0) return exact_value<double>(K >> 5, Cot, sx);
         o = {r, K & 63, (K & 64) != 0};
@@ -106,11 +114,13 @@ inline double tanpi_d(double x) {
     double r = o.r, w = r * r;
     DD pr = two_prod<Fma>(r, pi_hilo[0]);
     double tl = mul_add<Fma>(r, pi_hilo[1], (r * w) * mul_add<Fma>(mul_add<Fma>(tanpi_poly[2], w, tanpi_poly[1]), w, tanpi_poly[0]));
-    // N = T + t and D = 1 - T t, each as an exact sum of the heads and the tails.
-    DD n = two_sum(T[0], pr.h);
+    // N = T + t and D = 1 - T t, each as an exact sum of the heads and the tails.  The heads
+    // are in order: T >= tan(pi/128) > pi/256 >= |pi r| where T is not 0, and |T pi r| <=
+    // tan(pi/2 - pi/128) pi/256 < 1/2, so the fast sums are exact.
+    DD n = fast_two_sum(T[0], pr.h);
     double nl = n.l + (T[1] + (pr.l + tl));
     DD tt = two_prod<Fma>(T[0], pr.h);
-    DD dd = two_sum(1.0, -tt.h);
+    DD dd = fast_two_sum(1.0, -tt.h);
     double dl = dd.l - (tt.l + mul_add<Fma>(T[0], pr.l + tl, T[1] * pr.h));
     // tan = N/D, or -D/N past the quarter period; cot the reciprocal.  One division for the
     // reciprocal of the divisor's head: the quotient's head q = num y is within two ulps, and
@@ -130,12 +140,18 @@ inline double tanpi_d(double x) {
         uh = swap ? dn.h : nn.h, ul = swap ? dn.l : nn.l;
         vh = swap ? nn.h : dn.h, vl = swap ? nn.l : dn.l;
     }
-    double y = 1.0 / vh;
-    double q = uh * y;
-    if constexpr (Fma) {  // the head's residual uh - q vh in one fused operation, exact
+    if constexpr (Fma) {
+        // The quotient of the heads rounded once, and the residual uh - q vh (exact, by one
+        // fused operation) with the tails' share, times an estimate of 1/vh: the correction is
+        // 2^-52 of q, so the estimate's 12 bits leave 2^-64.  The estimate runs beside the
+        // division; the multiplication by 1/vh after it is gone from the chain.
+        double q = uh / vh;
+        double y = rcp_estimate(vh);
         double m = mul_add<true>(mul_add<true>(-q, vh, uh) + mul_add<true>(-q, vl, ul), y, q);
         return flip(m, (uint64_t(o.cot) << 63) ^ sx);
     }
+    double y = 1.0 / vh;
+    double q = uh * y;
     DD p = two_prod<Fma>(q, vh);
     double m = mul_add<Fma>(((uh - p.h) - p.l) + (ul - q * vl), y, q);
     return with_sign(o.cot ? -m : m, sx);

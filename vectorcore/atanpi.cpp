@@ -19,8 +19,9 @@
 // so that a zero N gives a zero correction with no rounding (atanpi(1) = 1/4 exactly, without
 // inexact).  z = zh + zl, zh cut at 27 bits; z/pi's head is zh times 1/pi's 25-bit head,
 // exact; atan(z)/z = 1 - v/3 + v^2 Q(v), v = z^2: the cubic term exact in two parts (it is up
-// to 6% of the result, and a rounded one costs 0.1 ulp), Q's eleven coefficients in two chains
-// on v^2 (|z| <= 0.4375, error 2^-50.8 of Q, 2^-58 of the result).  The result is
+// to 6% of the result, and a rounded one costs 0.1 ulp), Q's twelve coefficients in two chains
+// on v^2 (|z| <= 0.4375, error 2^-53.3 of Q, 2^-60 of the result: a degree less, 2^-50.8 of
+// Q, cost 0.035 ulp just below tan(pi/8), where the result's ulp halves).  The result is
 // T + head + cubic head, summed exactly, then the tails, x's sign put on last.
 //
 // Rare routine __libm_datanpi_cout_rare: NaN x + x; an infinity ±1/2 exactly; |x| >= 2^54
@@ -99,7 +100,7 @@ inline double atanpi_core(double x, uint32_t &flag) {
     double c3l = mul_add<Fma>(atanpi_third[0], z3.l, c3.l) +
                  mul_add<Fma>(atanpi_third[1], z3.h, atanpi_third[0] * (3.0 * zhm * zlm * zm));
     double v = zm * zm;
-    double Q = estrin<Fma, 11>(atanpi_series, v);
+    double Q = estrin<Fma, 12>(atanpi_series, v);
     double rest = ((ph + pl) * (v * v)) * Q;
     DD h = fast_two_sum(row.t, ph);
     DD g = two_sum(h.h, c3.h);
@@ -140,10 +141,10 @@ inline L lanes_of(__m128i w, int word) {  // the 32-bit compare mask of one word
 constexpr uint64_t kCut12 = 0xffffff0000000000ull;  // sign, exponent and 12 leading bits
 
 // Steps, after the range test on |x|'s high word (in all four words of a register, so that
-// one compare takes the four row thresholds and one the two bounds of the core's range):
+// one compare takes the four row thresholds and one the range test with the series' floor):
 //  - a flagged argument runs as a = 0 in row 0 (every step exact, no flag); from 2^54 on as
 //    2^54 (its result rounds as theirs, 1/2 - 1/(pi x), does in every mode);
-//  - c, 1 & mask, T by blends on the row masks; N = (a & mask) - c exact;
+//  - c, 1 & mask by blends on the row masks, T by a load; N = (a & mask) - c exact;
 //    D = (1 & mask) + a c as Dh = fma(a, c, 1 & mask), Dl = fma(a, c, (1 & mask) - Dh), exact
 //    (1 & mask - Dh is exact: Dh is 1 or a multiple of 1's ulp below 2^53);
 //  - y: the estimate of 1/Dh (Dh converted to single precision, rcpss, back), cut to 12 bits
@@ -152,26 +153,28 @@ constexpr uint64_t kCut12 = 0xffffff0000000000ull;  // sign, exponent and 12 lea
 //    z = q0 + r y (1 - e + e^2 - e^3 + e^4) - q0 (Dl y): the quartic term goes to zl only;
 //    what is left is r y e^5, 2^-63 of z.  With the 12-bit y, every step at x = ±1 (N = 0,
 //    D = 2, e a few bits) is exact: atanpi(±1) = ±1/4 raises no inexact;
-//  - z/pi: zh times 1/pi's 25-bit head (its fma remainder is exact down to zh = 2^-969), the
-//    rest by fused products;
-//  - -z^3/(3 pi) in two parts: kz = zh (-1/(3pi))'s head and vh = zh^2 with their exact
-//    remainders, zl's share 3 zh^2 zl, error near 2^-100 of the term;
-//  - Q(v) by Estrin's scheme on v = zh^2 (zh and zl zeroed below 2^-30, where the series is
-//    below 2^-61 and its powers could underflow); the sum as in the ex body.
+//  - z/pi - z^3/(3 pi) as z G, G = (1 - v/3)/pi in two parts by fused operations (the cubic
+//    term is up to 6% of the result: G's head and rest are exact to 2^-100), then T + zh gh
+//    rounded once and its exact remainder by a second fused operation, zh gl and zl's share
+//    behind: fewer operations and a shorter chain than the cubic term and z/pi apart;
+//  - Q(v) by Estrin's scheme on v = zh^2 (v zeroed below 2^-30, where the series is below
+//    2^-61 and its powers could underflow), z v^2 Q/pi by the last fused operation.
 inline double atanpi_core_l9(double xd, uint32_t &flag) {
     const L x = lane(xd);
     const L sign = _mm_and_pd(x, _mm_castsi128_pd(_mm_set1_epi64x(int64_t(kSign))));
     const L a = _mm_and_pd(x, _mm_castsi128_pd(_mm_set1_epi64x(int64_t(kAbs))));
     const __m128i hw = _mm_shuffle_epi32(_mm_castpd_si128(a), 0x55);  // the high word, 4 times
-    const __m128i out = _mm_cmpgt_epi32(_mm_add_epi32(hw, _mm_set1_epi32(int32_t(kShift))),
-                                        _mm_set1_epi32(int32_t(kLimit)));
-    flag = uint32_t(_mm_movemask_ps(_mm_castsi128_ps(out)) & 1);
+    // word 0: the range test (flag); word 1: |x| >= 2^-30, where the series is kept
+    const __m128i test = _mm_cmpgt_epi32(_mm_add_epi32(hw, _mm_setr_epi32(int32_t(kShift), 0, 0, 0)),
+                                         _mm_setr_epi32(int32_t(kLimit), int32_t(kSeriesFloor >> 32) - 1, 0, 0));
+    flag = uint32_t(_mm_movemask_ps(_mm_castsi128_ps(test)) & 1);
+    const L out = lanes_of(test, 0), keep = lanes_of(test, 1);
     const __m128i rows = _mm_andnot_si128(
-        out, _mm_cmpgt_epi32(hw, _mm_setr_epi32(0x3fdc0000, 0x3fe60000, 0x3ff30000, 0x40038000)));
-    const __m128i more = _mm_cmpgt_epi32(hw, _mm_setr_epi32(int32_t(kBeyond - 1), 0x3e0fffff, 0, 0));
+        _mm_castpd_si128(out), _mm_cmpgt_epi32(hw, _mm_setr_epi32(0x3fdc0000, 0x3fe60000, 0x3ff30000, 0x40038000)));
     const L m1 = lanes_of(rows, 0), m2 = lanes_of(rows, 1), m3 = lanes_of(rows, 2), m4 = lanes_of(rows, 3);
-    const L keep = lanes_of(more, 1);  // |x| >= 2^-30
-    const L ai = _mm_andnot_pd(_mm_castsi128_pd(out), pick(lanes_of(more, 0), lane(0x1p54), a));
+    // a flagged argument runs as 0 (before the minimum, which a NaN would make raise
+    // invalid), and from 2^54 on as 2^54
+    const L ai = _mm_min_sd(_mm_andnot_pd(out, a), lane(0x1p54));
     const AtanpiRow *R = atanpi_rows;
     const L c = pick(m3, pick(m4, lane(R[4].c), lane(R[3].c)), pick(m2, lane(R[2].c), _mm_and_pd(m1, lane(R[1].c))));
     // T is needed late: its row comes by a load, off the vector unit's ports
@@ -192,32 +195,32 @@ inline double atanpi_core_l9(double xd, uint32_t &flag) {
     // and -q0 (Dl y)
     const L zh = fma(ry, P3, q0);
     const L zl = fma(ry, P3, add(sub(q0, zh), fms(ry, e4, mul(mul(Dl, y), q0))));
-    // -z^3/(3 pi) on zh: kz = zh k and vh = zh^2 with their exact remainders
+    // z/pi - z^3/(3 pi) = z G, G = 1/pi - v/(3 pi) on v = zh^2 (vh + vl exact) in two
+    // parts: gh = s0 + vh k rounded once (s0 the 25-bit head of 1/pi, k = -1/(3 pi)'s head)
+    // and what that left, by a second fused operation on s0 - gh (exact: gh lies within 6% of
+    // s0), then 1/pi's rest s1, k's rest times vh, k vl.  Below 2^-30 (zm = 0) gh is s0,
+    // so that zh gh's remainder is exact down to zh = 2^-969.  zl's share: zl (1 - v)/pi.
     const L zm = _mm_and_pd(zh, keep);
-    const L kh = lane(atanpi_third[0]);
+    const L kh = lane(atanpi_third[0]), ip = lane(inv_pi_hilo[0]), s0 = lane(inv_pi_short[0]);
     const L vh = mul(zm, zm), vl = fms(zm, zm, vh);
-    const L kz = mul(zm, kh), kze = fms(zm, kh, kz);
-    const L c3h = mul(kz, vh), c3e = fms(kz, vh, c3h);
-    const L c3l = add(fma(kz, vl, c3e), mul(fma(zm, lane(atanpi_third[1]), kze), vh));
-    // z/pi: zh times 1/pi's 25-bit head and the rest; zl enters with its share of the cubic,
-    // zl/pi - 3 zh^2 zl/(3 pi) = zl (1 - zh^2)/pi
-    const L ip = lane(inv_pi_hilo[0]);
-    const L ph = mul(zh, lane(inv_pi_short[0]));
-    const L pl = fma(zl, fnma(ip, vh, ip), fma(zh, lane(inv_pi_short[1]), fms(zh, lane(inv_pi_short[0]), ph)));
-    // Q(v), v = vh, by Estrin's scheme (the pairing of the ex body's estrin<11>)
+    const L gh = fma(vh, kh, s0);
+    const L w = fma(kh, vl, fma(lane(atanpi_third[1]), vh, lane(inv_pi_short[1])));
+    const L gl = add(fma(vh, kh, sub(s0, gh)), w);
+    // zl's share and T's tail
+    const L X = fma(zl, fnma(ip, vh, ip), Tl);
+    // Q(v), v = vh, by Estrin's scheme (the pairing of the ex body's estrin<12>)
     const double *q = atanpi_series;
     const L v = vh, v2 = mul(v, v), v4 = mul(v2, v2), v8 = mul(v4, v4);
     const L b0 = fma(fma(lane(q[3]), v, lane(q[2])), v2, fma(lane(q[1]), v, lane(q[0])));
     const L b1 = fma(fma(lane(q[7]), v, lane(q[6])), v2, fma(lane(q[5]), v, lane(q[4])));
-    const L b2 = fma(lane(q[10]), v2, fma(lane(q[9]), v, lane(q[8])));
+    const L b2 = fma(fma(lane(q[11]), v, lane(q[10])), v2, fma(lane(q[9]), v, lane(q[8])));
     const L Q = fma(b2, v8, fma(b1, v4, b0));
-    // T + ph + c3h exactly, the tails, and the series' rest (on z/pi rounded: ph alone is
-    // 2^-27 off) by the last fused operation
-    const L s = add(T, ph), hl = sub(ph, sub(s, T));
-    const L gh = add(s, c3h), gl = sub(c3h, sub(gh, s));
-    const L tail = add(add(gl, add(hl, Tl)), add(pl, c3l));
-    const L fin = fma(mul(mul(zm, ip), v2), Q, tail);
-    return _mm_cvtsd_f64(_mm_xor_pd(add(gh, fin), sign));
+    // T + zh gh rounded once (s), and what that left, exactly: T - s is exact (s lies within
+    // a factor 2 of T in rows 1-4; T = 0 in row 0), so hl = zh gh + (T - s) rounds a value
+    // below s's ulp; the series' rest (z v^2 Q/pi) and zh gl by fused operations, the tails
+    const L s = fma(zh, gh, T), hl = fma(zh, gh, sub(T, s));
+    const L fin = add(fma(mul(mul(zm, ip), v2), Q, X), fma(zh, gl, hl));
+    return _mm_cvtsd_f64(_mm_xor_pd(add(s, fin), sign));
 }
 }  // namespace
 #endif

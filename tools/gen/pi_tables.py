@@ -182,12 +182,12 @@ def main():
     # design's words kept as the measured reference.
     vmax = (mpf(7) / 16 * (1 + mpf(2) ** -19)) ** 2
     design = g.evaluate(list(reversed(ATANPI_SERIES)), atan_p, 0, vmax)
-    Q = g.remez(atan_q, 0, vmax, 10)
+    Q = g.remez(atan_q, 0, vmax, 11)
     k_h, k_l = split(-1 / (3 * mp.pi))
     kh26 = g.to_format(g.round_bits(k_h, 26), g.BINARY64)
     out += ["// atanpi: atan(z)/z = 1 - v/3 + v^2 Q(v), v = z^2: Q " + Q.comment(SCRIPT, "(atan(z)/z - 1 + v/3)/v^2 in v"),
             "// (the design's twelve coefficients for (atan(z)/z - 1)/v give 2^%.2f of theirs)" % design.err_log2(),
-            "const double atanpi_series[11] = {%s};" % ", ".join(d(v) for v in Q.coeffs),
+            "const double atanpi_series[12] = {%s};" % ", ".join(d(v) for v in Q.coeffs),
             "const double atanpi_third[2] = {%s, %s};  // -1/(3 pi), head and rest" % (d(k_h), d(k_l)),
             "// The head's Veltkamp halves (26 bits and the rest), for Dekker's product without a split"
             "\n// of the constant at run time (a split raises inexact even against a zero).",
