@@ -186,6 +186,45 @@ inline ExpPair exp2_pair(LD zh, LD zl, bool neg = false) {
     return exp_tail(n, rh, rl, neg);
 }
 
+// ---- the short exponential ----------------------------------------------------------------
+// For a function that rounds e^z once and needs no pair: the reduced argument is one
+// extended value (its rounding error, below 2^-74 of the result, is what a pair's tail would
+// carry), 2^(j/256) a double head of 53 bits and a double tail, e^r - 1 of degree 7 with
+// double coefficients (their terms lie below 2^-25 of the result):
+//   y = Th + ((Tl + T r) + T r^2 q(r)),  T = Th + Tl rounded,  q = 1/2 + c3 r + ... + c7 r^5,
+// the head added last, so y is rounded once.  The other errors (T, T r, the tail's sum, r)
+// each stay below 2^-73.5 of y: 0.5 ulp plus about 2^-7 ulp in all.  The products with T
+// start as soon as r is known and the polynomial in Estrin's order, so the chain from r to
+// y is seven operations.
+
+// v rounded to an integer in the caller's mode by the shifter (|v| < 2^62), and that
+// integer (exact, so storing it rounds nothing) by one integer store.
+inline int32_t shift_round(LD v, LD &nf) {
+    nf = opaque(v + kShifter) - kShifter;
+    int32_t n;
+    asm("fistl %0" : "=m"(n) : "t"(nf));
+    return n;
+}
+
+// 2^k 2^(j/256) e^r for n = 256 k + j, |r| <= ln2/256 (with a margin); y in [0.70, 1.42].
+inline LD exp_short(int n, LD r, int &k) {
+    int j = ((n + 128) & 255) - 128;
+    k = (n - j) >> 8;
+    const double *t = kExp2j[j + 128];
+    const double *c = kExpPolyD;
+    LD th = t[0], tl = t[1];
+    LD T = th + tl;
+    LD r2 = r * r, r4 = r2 * r2;
+    LD a = 0.5L + r * c[0];
+    LD b = c[1] + r * c[2];
+    LD d = c[3] + r * c[4];
+    LD q = a + (r2 * b + r4 * d);
+    return th + ((tl + T * r) + (T * r2) * q);
+}
+
+// y 2^k where the product is a normal number: k in [-16381, 16383] for y in [0.70, 1.42].
+inline bool exp_short_normal(int k) { return unsigned(k + 16381) <= 16381u + 16383u; }
+
 // ---- logarithm -------------------------------------------------------------------------------------
 inline bool near_one(uint32_t k) { return k - 0x3ffefe00u < 0x3fff8100u - 0x3ffefe00u; }
 
