@@ -82,12 +82,11 @@ TSR_BODY(long double, expl, (long double x)) {
     Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbe, 0x400b) || (in_core(v, 0x400c, 0x400c) && (v.m >> 48) < 0xb300), 1)) {
         X87Frame fr;
-        x = opaque(load(x));
-        LD nf;
-        int n = shift_round(x * kInvLn2_256, nf), k;
-        LD y = exp_short(n, (x - nf * kLn2_256[0]) - nf * kLn2_256[1], k);
-        if (__builtin_expect(exp_short_normal(k), 1)) return fr.finish(y * pow2l(k));
-        return finish(fr, x, exp_pair(x, 0.0L), code::expl_overflow, code::expl_underflow);
+        LD z = opaque(load(x)), nf, y;
+        int n = shift_round(z * kInvLn2_256, v.se >> 15, nf);
+        if (__builtin_expect(exp_short(n, (z - nf * kLn2_256[0]) - nf * kLn2_256[1], y), 1)) return fr.finish(y);
+        z = opaque(reload(x));
+        return finish(fr, z, exp_pair(z, 0.0L), code::expl_overflow, code::expl_underflow);
     }
     if ((v.se & 0x7fff) < 0x3fbe) {
         X87Frame fr;
@@ -101,13 +100,12 @@ TSR_BODY(long double, exp2l, (long double x)) {
     Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbe, 0x400c) || (in_core(v, 0x400d, 0x400d) && (v.m >> 48) < 0x80e0), 1)) {
         X87Frame fr;
-        x = opaque(load(x));
+        LD z = opaque(load(x)), nf, y;
+        int n = shift_round(z * 256.0L, v.se >> 15, nf);
+        if (__builtin_expect(exp_short(n, (z - nf * 0x1p-8L) * kLn2x, y), 1)) return fr.finish(y);
+        x = opaque(reload(x));
         int f = v.se & 0x7fff;
         bool integer = f >= 0x400c && !(v.m << (f - 0x3fff + 1));
-        LD nf;
-        int n = shift_round(x * 256.0L, nf), k;
-        LD y = exp_short(n, (x - nf * 0x1p-8L) * kLn2x, k);
-        if (__builtin_expect(exp_short_normal(k), 1)) return fr.finish(y * pow2l(k));
         return finish(fr, x, exp2_pair(x, 0.0L), code::exp2l_overflow, code::exp2l_underflow, integer);
     }
     if ((v.se & 0x7fff) < 0x3fbe) {
@@ -122,13 +120,11 @@ TSR_BODY(long double, exp10l, (long double x)) {
     Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbd, 0x400a) || (in_core(v, 0x400b, 0x400b) && (v.m >> 48) < 0x9ac0), 1)) {
         X87Frame fr;
-        x = opaque(load(x));
-        LD ph, pl;
-        mul_const(x, 0.0L, kLog2_10, ph, pl);
-        LD nf;
-        int n = shift_round(ph * 256.0L, nf), k;
-        LD y = exp_short(n, ((ph - nf * 0x1p-8L) + pl) * kLn2x, k);
-        if (__builtin_expect(exp_short_normal(k), 1)) return fr.finish(y * pow2l(k));
+        LD z = opaque(load(x)), ph, pl, nf, y;
+        mul_const(z, 0.0L, kLog2_10, ph, pl);
+        int n = shift_round(ph * 256.0L, v.se >> 15, nf);
+        if (__builtin_expect(exp_short(n, ((ph - nf * 0x1p-8L) + pl) * kLn2x, y), 1)) return fr.finish(y);
+        x = opaque(reload(x));
         return finish(fr, x, exp2_pair(ph, pl), code::exp10l_overflow, code::exp10l_underflow);
     }
     if ((v.se & 0x7fff) < 0x3fbd) {

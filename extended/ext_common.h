@@ -197,33 +197,50 @@ inline ExpPair exp2_pair(LD zh, LD zl, bool neg = false) {
 // start as soon as r is known and the polynomial in Estrin's order, so the chain from r to
 // y is seven operations.
 
-// v rounded to an integer in the caller's mode by the shifter (|v| < 2^62), and that
-// integer (exact, so storing it rounds nothing) by one integer store.
-inline int32_t shift_round(LD v, LD &nf) {
-    nf = opaque(v + kShifter) - kShifter;
+// v rounded to an integer in the caller's mode: as a value by the shifter (|v| < 2^62) and
+// as an int by one integer store of v itself, which is not on the value's path.  The
+// shifter takes v's sign (`neg`): the two then round alike in every mode (toward zero, a
+// positive shifter would round a negative v down where the store rounds it up).
+constexpr float kShifters[2] = {kShifter, -kShifter};
+inline int32_t shift_round(LD v, bool neg, LD &nf) {
+    LD c = kShifters[neg];
+    nf = opaque(v + c) - c;
     int32_t n;
-    asm("fistl %0" : "=m"(n) : "t"(nf));
+    asm("fistl %0" : "=m"(n) : "t"(v));
     return n;
 }
 
-// 2^k 2^(j/256) e^r for n = 256 k + j, |r| <= ln2/256 (with a margin); y in [0.70, 1.42].
-inline LD exp_short(int n, LD r, int &k) {
+// 2^k 2^(j/256) e^r for n = 256 k + j, |r| <= ln2/256 (with a margin), into y; false (y
+// not written) where the result or a term of its sum might leave the normal range: the
+// scale 2^k is applied to the table's terms before the sum, and the smallest term, T r^2 q
+// with |r| at least 2^-128 where it is not zero (r is a multiple of the argument's last
+// place), must stay normal: k in [-16000, 16383] (the result is in [0.70, 1.42] 2^k).
+constexpr float kHalf = 0.5f;
+inline bool exp_short(int n, LD r, LD &y) {
     int j = ((n + 128) & 255) - 128;
-    k = (n - j) >> 8;
+    int k = (n - j) >> 8;
+    if (__builtin_expect(unsigned(k + 16000) > 16000u + 16383u, 0)) return false;
     const double *t = kExp2j[j + 128];
     const double *c = kExpPolyD;
-    LD th = t[0], tl = t[1];
-    LD T = th + tl;
+    LD s = pow2l(k);
+    LD th = t[0] * s, tl = t[1] * s;
+    LD T = (LD(t[0]) + t[1]) * s;
     LD r2 = r * r, r4 = r2 * r2;
-    LD a = 0.5L + r * c[0];
+    LD a = LD(kHalf) + r * c[0];
     LD b = c[1] + r * c[2];
     LD d = c[3] + r * c[4];
     LD q = a + (r2 * b + r4 * d);
-    return th + ((tl + T * r) + (T * r2) * q);
+    y = th + ((tl + T * r) + (T * r2) * q);
+    return true;
 }
 
-// y 2^k where the product is a normal number: k in [-16381, 16383] for y in [0.70, 1.42].
-inline bool exp_short_normal(int k) { return unsigned(k + 16381) <= 16381u + 16383u; }
+// The argument again from its cell, for a rare path (a fresh load: the first one's value
+// need not stay on the register stack).
+inline LD reload(const LD &x) {
+    LD r;
+    asm volatile("fldt %1" : "=t"(r) : "m"(x));
+    return r;
+}
 
 // ---- logarithm -------------------------------------------------------------------------------------
 inline bool near_one(uint32_t k) { return k - 0x3ffefe00u < 0x3fff8100u - 0x3ffefe00u; }
