@@ -285,6 +285,39 @@ inline void log_table(LD m, uint64_t mbits, LD &hi, LD &lo) {
     lo = (e1 + e2) + (tl + ul + (u2 * u * q - sqt));
 }
 
+// ---- the short logarithm --------------------------------------------------------------------
+// For a function that rounds ln x once: x = 2^e m, i the top 8 fraction bits of m rounded
+// (m within 2^-9 of 1 + i/256; i = 256 means m just below 2, taken as m/2 with e + 1), R the
+// row's single-precision reciprocal.  The significand's 32-bit halves, loaded as integers,
+// times R are exact, and so is the upper product less 1: u = uh + ul = m R - 1 exactly, |u|
+// below 2^-8.9.  ln x = (e ln2h + th) + u + (e ln2l + tl + ln(1 + u) - u), where the first sum
+// is exact (both terms on the grid of 2^-49) and the sums with u keep their errors (u rounded
+// from uh + ul, and its sum with the exact part, by two-sums that need no ordering test: the
+// first is exact outright where ul exceeds uh, the second has the larger exponent first).
+// Rows 0 and 256 (R = 1, 1/2) make u exact and the exact part 0 near 1, so there is no
+// cancellation anywhere.  Out: s + t, s the head; t below 2^-18 of s, with an error below
+// 2^-80 of |s| + 2^-9: the result s + t rounds once, to 0.5 ulp plus about 2^-9 ulp.
+inline void log_short(const Unpacked &x, LD &s, LD &t) {
+    unsigned i = unsigned(((x.m >> 54) + 1) >> 1) - 256u;
+    int e = x.e + int(i >> 8);
+    const double *row = kLogRows[i];
+    const double *c = kLogPolyD;
+    LD uh = LD(int64_t(x.m >> 32)) * row[0] - 1.0L;
+    LD ul = LD(int64_t(x.m & 0xffffffffu)) * row[1];
+    LD ef = e;
+    LD a = ef * kLn2_49[0] + row[2];
+    LD u = uh + ul;
+    LD du = ul - (u - uh);
+    s = a + u;
+    LD err = u - (s - a);
+    LD u2 = u * u, u4 = u2 * u2;
+    LD p0 = LD(-kHalf) + u * c[0];
+    LD p1 = c[1] + u * c[2];
+    LD p2 = c[3] + u * c[4];
+    LD p = u2 * p0 + u4 * ((p1 + u2 * p2) + u4 * c[5]);
+    t = (err + du) + ((ef * kLn2_49[1] + row[3]) + p);
+}
+
 // ln x = e ln2 + (hi + lo), for a positive finite x (subnormals included).
 inline int log_parts(LD x, const Ext &v, LD &hi, LD &lo) {
     if (near_one(key(v))) {

@@ -8,6 +8,8 @@ extern const double kExpTab[256][2];
 extern const double kExp2j[256][2];
 extern const float kRecip[256];
 extern const double kLogR[256][2];
+extern const double kLogRows[257][4];
+extern const double kLn2_49[2];
 extern const double kCbrtTab[3][256][2];
 extern const long double kLn2_32[2];
 extern const long double kLn10_32[2];
@@ -31,6 +33,7 @@ extern const long double kPi4_32[2];
 extern const long double kExpPoly[5];  // x^3 .. x^7
 extern const double kExpPolyD[5];  // x^3 .. x^7
 extern const long double kLogPoly[6];  // x^3 .. x^8
+extern const double kLogPolyD[6];  // x^3 .. x^8
 extern const long double kLogNear1[10];  // x^3 .. x^12
 extern const long double kCbrtPoly[7];  // x^1 .. x^7
 

@@ -52,13 +52,9 @@ TSR_BODY(long double, logl, (long double x)) {
     }
     if (__builtin_expect(key(v) == 0x3fff8000u && v.m == kOne64, 0)) return 0.0L;
     X87Frame fr;
-    x = opaque(load(x));
-    LD hi, lo;
-    int e = log_parts(x, v, hi, lo);
-    LD ef = e;
     LD s, t;
-    two_sum(ef * kLn2_3[0], hi, s, t);
-    return fr.finish(s + (t + (lo + ef * kLn2_3[1])));
+    log_short(unpack(v), s, t);
+    return fr.finish(s + t);
 }
 
 TSR_DEFINE(long double, log2l, (long double x)) {

@@ -74,6 +74,34 @@ emit_pairs("alignas(16) const double kLogR[256][2]", pair_rows([-log(r) for r in
            "-ln R_j as the double nearest and the double nearest the rest (106 bits).")
 hdr.append("extern const double kLogR[256][2];")
 
+# ---- the short logarithm's rows ------------------------------------------------------------
+# Row i (0..256) for m in [1 + (i - 1/2)/256, 1 + (i + 1/2)/256) (m in [1, 2)): R_i the single
+# nearest 1/(1 + i/256) (row 0: 1; row 256: 1/2, its ln 2 counted in the exponent instead),
+# stored pre-scaled by 2^-31 and by 2^-63 for the two 32-bit halves of the significand taken
+# as integers; -ln R_i as a head on the grid of 2^-49 (so that e ln2h + head is exact for every
+# exponent e) and the double nearest the rest.
+LN2_GRID = -49
+log_rows = []
+for i in range(257):
+    r = mpf(1) / 2 if i == 256 else g.to_format(1 / (1 + mpf(i) / 256), g.BINARY32)
+    t = mpf(0) if i == 256 else -log(r)
+    th = g.round_grid(t, LN2_GRID)
+    log_rows.append((r * mpf(2) ** -31, r * mpf(2) ** -63, th, rd(t - th)))
+lumax = max(max(abs((1 + (mpf(i) - mpf(1) / 2) / 256) * (row[0] * 2 ** 31) - 1),
+                abs((1 + (mpf(i) + mpf(1) / 2) / 256) * (row[0] * 2 ** 31) - 1)) for i, row in enumerate(log_rows))
+out.extend(g.c_array("alignas(32) const double kLogRows[257][4]",
+                     ["{%s}" % ", ".join(hx(v) for v in row) for row in log_rows], 1,
+                     "Rows of the short logarithm: R 2^-31, R 2^-63, -ln R on the grid of 2^-49, the rest\n"
+                     "(R = 1/(1 + i/256) to single precision; row 256 R = 1/2 with its ln 2 in the\n"
+                     "exponent); |m R - 1| <= %s over the rows." % g.hexfloat(rd(lumax))))
+out.append("")
+hdr.append("extern const double kLogRows[257][4];")
+ln2_49 = g.round_grid(log(2), LN2_GRID)
+out.append("// ln 2 on the grid of 2^-49 (its product with an exponent is exact) and the double nearest the rest.")
+out.append("const double kLn2_49[2] = {%s, %s};" % (hx(ln2_49), hx(rd(log(2) - ln2_49))))
+hdr.append("extern const double kLn2_49[2];")
+out.append("")
+
 # ---- cube roots ------------------------------------------------------------------------------
 cb = []
 for i in range(3):
@@ -227,6 +255,8 @@ fit("kExpPoly", expm1, -rr, rr, 4, [0, 1, Fraction(1, 2)], "e^r - 1", -72)
 fit("kExpPolyD", expm1, -rr, rr, 4, [0, 1, Fraction(1, 2)], "e^r - 1", -72, fmt=g.BINARY64)
 fit("kLogPoly", log1p, umin * mpf("1.001"), umax * mpf("1.001"), 5, [0, 1, Fraction(-1, 2)],
     "ln(1 + u)", -72)
+fit("kLogPolyD", log1p, -lumax * mpf("1.001"), lumax * mpf("1.001"), 5, [0, 1, Fraction(-1, 2)],
+    "ln(1 + u)", -72, fmt=g.BINARY64)
 w = mpf(2) ** -7
 fit("kLogNear1", log1p, -w, w, 9, [0, 1, Fraction(-1, 2)], "ln(1 + v)", -74)
 
