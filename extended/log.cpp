@@ -66,10 +66,9 @@ TSR_DEFINE(long double, log2l, (long double x)) {
     Unpacked u = unpack(v);
     if (__builtin_expect(u.m == kOne64, 0)) return LD(u.e);  // powers of two, exactly
     X87Frame fr;
-    x = opaque(load(x));
-    LD hi, lo, h, l;
-    int e = log_parts(x, v, hi, lo);
-    log2_pair(e, hi, lo, h, l);
+    LD s, t, h, l;
+    log_short(u, s, t);
+    mul_const(s, t, kLog2e_32, h, l);
     return fr.finish(h + l);
 }
 
@@ -81,13 +80,10 @@ TSR_DEFINE(long double, log10l, (long double x)) {
     }
     if (__builtin_expect(key(v) == 0x3fff8000u && v.m == kOne64, 0)) return 0.0L;
     X87Frame fr;
-    x = opaque(load(x));
-    LD hi, lo, ph, pl;
-    int e = log_parts(x, v, hi, lo);
-    mul_const(hi, lo, kLog10e_32, ph, pl);
-    LD ef = e, s, t;
-    two_sum(ef * kLog10_2_29[0], ph, s, t);
-    return fr.finish(s + (t + (pl + ef * kLog10_2_29[1])));
+    LD s, t, h, l;
+    log_short(unpack(v), s, t);
+    mul_const(s, t, kLog10e_32, h, l);
+    return fr.finish(h + l);
 }
 
 TSR_BODY(long double, log1pl, (long double x)) {
@@ -123,10 +119,8 @@ TSR_BODY(long double, log1pl, (long double x)) {
     // ln x's last place and 1 + x might overflow in the upward mode: ln x alone.
     LD s = x, t = 0.0L;
     if (f < 0x403f) two_sum(1.0L, x, s, t);
-    int e = log_parts(s, ext(s), hi, lo);
+    log_short(unpack(ext(s)), hi, lo);
     if (f < 0x403f) lo += t / s;
-    LD ef = e, a, b;
-    two_sum(ef * kLn2_3[0], hi, a, b);
-    return fr.finish(a + (b + (lo + ef * kLn2_3[1])));
+    return fr.finish(hi + lo);
 }
 #endif
