@@ -109,18 +109,22 @@ TSR_BODY(long double, log1pl, (long double x)) {
         return fr.finish(x - x * x * 0.5L);
     }
     X87Frame fr;
-    x = opaque(load(x));
     LD hi, lo;
     if (f < 0x3ff8) {
-        log1p_series(x, hi, lo);
+        log1p_series(opaque(load(x)), hi, lo);
         return fr.finish(hi + lo);
     }
     // s + t = 1 + x exactly; ln(s + t) = ln s + t/s.  From 2^64 on, t/s is below 2^-64 of
-    // ln x's last place and 1 + x might overflow in the upward mode: ln x alone.
-    LD s = x, t = 0.0L;
-    if (f < 0x403f) two_sum(1.0L, x, s, t);
-    log_short(unpack(ext(s)), hi, lo);
-    if (f < 0x403f) lo += t / s;
+    // ln x's last place (and 1 + x might overflow in the upward mode): ln x alone, from x's
+    // own bits.
+    LD s = opaque(load(x)), t = 0.0L;
+    Ext e = v;
+    if (__builtin_expect(f < 0x403f, 1)) {
+        two_sum(1.0L, s, s, t);
+        e = ext_in(s);  // the words read within the stored value, so that they forward
+    }
+    log_short(unpack(e), hi, lo);
+    lo += t / s;
     return fr.finish(hi + lo);
 }
 #endif
