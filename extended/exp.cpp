@@ -82,9 +82,10 @@ TSR_BODY(long double, expl, (long double x)) {
     Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbe, 0x400b) || (in_core(v, 0x400c, 0x400c) && (v.m >> 48) < 0xb300), 1)) {
         X87Frame fr;
-        LD z = opaque(load(x)), nf, y;
+        LD z = opaque(load(x)), nf, th, s;
+        int k;
         int n = shift_round(z * kInvLn2_256, v.se >> 15, nf);
-        if (__builtin_expect(exp_short(n, (z - nf * kLn2_256[0]) - nf * kLn2_256[1], y), 1)) return fr.finish(y);
+        if (__builtin_expect(exp_short(n, (z - nf * kLn2_256[0]) - nf * kLn2_256[1], th, s, k), 1)) return fr.finish(th + s);
         z = opaque(reload(x));
         return finish(fr, z, exp_pair(z, 0.0L), code::expl_overflow, code::expl_underflow);
     }
@@ -100,9 +101,10 @@ TSR_BODY(long double, exp2l, (long double x)) {
     Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbe, 0x400c) || (in_core(v, 0x400d, 0x400d) && (v.m >> 48) < 0x80e0), 1)) {
         X87Frame fr;
-        LD z = opaque(load(x)), nf, y;
+        LD z = opaque(load(x)), nf, th, s;
+        int k;
         int n = shift_round(z * 256.0L, v.se >> 15, nf);
-        if (__builtin_expect(exp_short(n, (z - nf * 0x1p-8L) * kLn2x, y), 1)) return fr.finish(y);
+        if (__builtin_expect(exp_short(n, (z - nf * 0x1p-8L) * kLn2x, th, s, k), 1)) return fr.finish(th + s);
         x = opaque(reload(x));
         int f = v.se & 0x7fff;
         bool integer = f >= 0x400c && !(v.m << (f - 0x3fff + 1));
@@ -120,10 +122,11 @@ TSR_BODY(long double, exp10l, (long double x)) {
     Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbd, 0x400a) || (in_core(v, 0x400b, 0x400b) && (v.m >> 48) < 0x9ac0), 1)) {
         X87Frame fr;
-        LD z = opaque(load(x)), ph, pl, nf, y;
+        LD z = opaque(load(x)), ph, pl, nf, th, s;
+        int k;
         mul_const(z, 0.0L, kLog2_10, ph, pl);
         int n = shift_round(ph * 256.0L, v.se >> 15, nf);
-        if (__builtin_expect(exp_short(n, ((ph - nf * 0x1p-8L) + pl) * kLn2x, y), 1)) return fr.finish(y);
+        if (__builtin_expect(exp_short(n, ((ph - nf * 0x1p-8L) + pl) * kLn2x, th, s, k), 1)) return fr.finish(th + s);
         x = opaque(reload(x));
         return finish(fr, x, exp2_pair(ph, pl), code::exp10l_overflow, code::exp10l_underflow);
     }
@@ -144,7 +147,17 @@ TSR_DEFINE(long double, expm1l, (long double x)) {
                              (in_core(v, 0x4004, 0x400b) && !(neg && key(v) >= 0xc004b800u)) ||
                              (in_core(v, 0x400c, 0x400c) && !neg && (v.m >> 48) < 0xb300), 1)) {
         X87Frame fr;
-        x = opaque(load(x));
+        // From 8 on, 1 is small beside e^x (k >= 12) or e^x beside 1 (k <= -12): the short
+        // exponential, with 1 taken from its tail or the tail added to -1.
+        if (f >= 0x4002) {
+            LD z = opaque(load(x)), nf, th, s;
+            int k, n = shift_round(z * kInvLn2_256, neg, nf);
+            if (exp_short(n, (z - nf * kLn2_256[0]) - nf * kLn2_256[1], th, s, k)) {
+                if (k >= 12) return fr.finish(th + (s - 1.0L));
+                if (k <= -12) return fr.finish(-1.0L + (th + s));
+            }
+        }
+        x = opaque(reload(x));
         // Below 2^-9, n = 0 whatever the mode (the shifter would round it away from 0 in the
         // directed modes, and j != 0 there would leave a cancellation).
         LD rh = x, rl = 0.0L;

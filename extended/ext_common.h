@@ -210,27 +210,29 @@ inline int32_t shift_round(LD v, bool neg, LD &nf) {
     return n;
 }
 
-// 2^k 2^(j/256) e^r for n = 256 k + j, |r| <= ln2/256 (with a margin), into y; false (y
-// not written) where the result or a term of its sum might leave the normal range: the
+// 2^k 2^(j/256) e^r for n = 256 k + j, |r| <= ln2/256 (with a margin), as th + s (th the
+// scaled table head, s the rest: their sum is rounded once by the caller); false (nothing
+// written) where the result or a term of its sum might leave the normal range: the
 // scale 2^k is applied to the table's terms before the sum, and the smallest term, T r^2 q
 // with |r| at least 2^-128 where it is not zero (r is a multiple of the argument's last
 // place), must stay normal: k in [-16000, 16383] (the result is in [0.70, 1.42] 2^k).
 constexpr float kHalf = 0.5f;
-inline bool exp_short(int n, LD r, LD &y) {
+inline bool exp_short(int n, LD r, LD &th, LD &s, int &k) {
     int j = ((n + 128) & 255) - 128;
-    int k = (n - j) >> 8;
+    k = (n - j) >> 8;
     if (__builtin_expect(unsigned(k + 16000) > 16000u + 16383u, 0)) return false;
     const double *t = kExp2j[j + 128];
     const double *c = kExpPolyD;
-    LD s = pow2l(k);
-    LD th = t[0] * s, tl = t[1] * s;
-    LD T = (LD(t[0]) + t[1]) * s;
+    LD sc = pow2l(k);
+    th = t[0] * sc;
+    LD tl = t[1] * sc;
+    LD T = (LD(t[0]) + t[1]) * sc;
     LD r2 = r * r, r4 = r2 * r2;
     LD a = LD(kHalf) + r * c[0];
     LD b = c[1] + r * c[2];
     LD d = c[3] + r * c[4];
     LD q = a + (r2 * b + r4 * d);
-    y = th + ((tl + T * r) + (T * r2) * q);
+    s = (tl + T * r) + (T * r2) * q;
     return true;
 }
 
