@@ -122,12 +122,18 @@ TSR_BODY(long double, exp10l, (long double x)) {
     Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbd, 0x400a) || (in_core(v, 0x400b, 0x400b) && (v.m >> 48) < 0x9ac0), 1)) {
         X87Frame fr;
-        LD z = opaque(load(x)), ph, pl, nf, th, s;
+        LD z = opaque(load(x)), zh, zl, nf, th, s;
         int k;
-        mul_const(z, 0.0L, kLog2_10, ph, pl);
-        int n = shift_round(ph * 256.0L, v.se >> 15, nf);
-        if (__builtin_expect(exp_short(n, ((ph - nf * 0x1p-8L) + pl) * kLn2x, th, s, k), 1)) return fr.finish(th + s);
+        int n = shift_round(z * kLog2_10_256, v.se >> 15, nf);
+        // r = x ln10 - n ln2/256: the products of the 32-bit head of x with the 32-bit head of
+        // ln 10 and of n with the 42-bit head of ln2/256 are exact, and so is their
+        // difference (it is below 2^-7 on a grid no finer than 2^-71).
+        split32(z, zh, zl);
+        LD r = ((zh * kLn10_32[0] - nf * kLn2_256[0]) + (zl * kLn10_32[0] + z * kLn10_32[1])) - nf * kLn2_256[1];
+        if (__builtin_expect(exp_short(n, r, th, s, k), 1)) return fr.finish(th + s);
         x = opaque(reload(x));
+        LD ph, pl;
+        mul_const(x, 0.0L, kLog2_10, ph, pl);
         return finish(fr, x, exp2_pair(ph, pl), code::exp10l_overflow, code::exp10l_underflow);
     }
     if ((v.se & 0x7fff) < 0x3fbd) {

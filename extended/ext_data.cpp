@@ -1156,6 +1156,7 @@ const double kLn2_256[2] = {0x1.62e42fefa3800p-9, 0x1.ef35793c76730p-53};
 // ln 2 and 256/ln 2 rounded to extended and to double.
 const long double kLn2x = 0x1.62e42fefa39ef358p-1L;
 const double kInvLn2_256 = 0x1.71547652b82fep+8;
+const double kLog2_10_256 = 0x1.a934f0979a371p+9;  // 256 log2 10 rounded to double
 
 // floor(4/pi 2^16640), 64-bit words, least significant first.
 alignas(64) const uint64_t kFourOverPi[263] = {

@@ -24,6 +24,7 @@ extern const long double kLn2_3[3];
 extern const double kLn2_256[2];
 extern const long double kLn2x;
 extern const double kInvLn2_256;
+extern const double kLog2_10_256;
 extern const uint64_t kFourOverPi[263];
 extern const uint64_t kFourLn2OverPi[263];
 extern const uint64_t kFourLn10OverPi[263];

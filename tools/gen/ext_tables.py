@@ -159,6 +159,8 @@ out.append("const long double kLn2x = %s;" % hx(g.to_format(ln2, g.X87), g.X87))
 out.append("const double kInvLn2_256 = %s;" % hx(rd(256 / ln2)))
 hdr.append("extern const long double kLn2x;")
 hdr.append("extern const double kInvLn2_256;")
+out.append("const double kLog2_10_256 = %s;  // 256 log2 10 rounded to double" % hx(rd(256 * log(10) / ln2)))
+hdr.append("extern const double kLog2_10_256;")
 out.append("")
 
 # ---- reduction by pi/4 ---------------------------------------------------------------------
