@@ -1,17 +1,22 @@
-// e^x, 2^x, 10^x and e^x - 1 in extended precision: one core (ext_common.h), reached by
-// three reductions.
+// e^x, 2^x, 10^x and e^x - 1 in extended precision.  Where the result is a normal number
+// (the scale k in [-16000, 16383]) they run the short exponential of ext_common.h, whose
+// result is one extended value rounded once, from one reduced argument r:
 //
-//   e^x     n = round(256 x/ln2), r = x - n ln2/256 in three parts (Cody and Waite);
-//   2^x     n = round(256 x), r = (x - n/256) ln2 as a pair (x - n/256 is exact);
-//   10^x    x log2 10 as a pair (the 32-bit head of log2 10 times the 32-bit head of x is
-//           exact), then as 2^x;
-//   e^x - 1 the e^x reduction, and 1 taken from the pair 2^k (hi + lo) by exact sums, so
-//           that no cancellation is left: near zero (k = 0) hi - 1 is exact.
+//   e^x     n = round(256 x/ln2), r = (x - n L1) - n L2 (Cody and Waite; L1 of 42 bits, so
+//           n L1 and the first difference are exact);
+//   2^x     n = round(256 x), r = (x - n/256) ln2 (x - n/256 is exact);
+//   10^x    n = round(256 x log2 10), r = (xh C1 - n L1) + (xl C1 + x C2) - n L2 with x
+//           split into 32-bit halves and ln 10 = C1 + C2 (C1 of 32 bits): the two head
+//           products and their difference are exact;
+//   e^x - 1 from |x| = 8 on, the e^x reduction, and 1 taken from the short exponential's
+//           tail (k >= 12) or its sum added to -1 (k <= -12).
 //
-// Results are rounded once (the core's last addition, or the scaling into a subnormal), so
-// the error is 0.5 ulp plus about 2^-9 ulp in round-to-nearest.  Overflow and underflow are
-// told from the scale k and the rounded head, and reported after the caller's control word
-// is back.
+// The range ends (results next to overflow, subnormal or zero) and e^x - 1 below 8 take the
+// pair core: 2^k (hi + lo) with the tail kept, the scaling into a subnormal rounded once
+// from the pair, and for e^x - 1 the 1 taken by exact sums (near zero, k = 0, hi - 1 is
+// exact).  Either way the error is 0.5 ulp plus about 2^-7 ulp in round-to-nearest.
+// Overflow and underflow are told from the scale k and the rounded head, and reported
+// after the caller's control word is back.
 #include "extended/ext_common.h"
 
 using namespace tsr;
@@ -117,7 +122,7 @@ TSR_BODY(long double, exp2l, (long double x)) {
     return beyond(x, v, 0.0L, code::exp2l_overflow, code::exp2l_underflow);
 }
 
-// 10^x: x log2 10 as a pair, then 2^x.
+// 10^x: the split reduction; at the range ends x log2 10 as a pair, then the pair core of 2^x.
 TSR_BODY(long double, exp10l, (long double x)) {
     Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbd, 0x400a) || (in_core(v, 0x400b, 0x400b) && (v.m >> 48) < 0x9ac0), 1)) {

@@ -16,6 +16,12 @@
 // (1 - 2^-7 <= x < 1 + 2^-7) the table would leave a sum that cancels: there the series in
 // v = x - 1 (exact) is summed directly (degree 12), v^2/2 as an exact pair.  Both give
 // ln(m) (or ln x near 1) as a pair to about 2^-80 relative.
+//
+// Beside them, short forms for the functions that round a result once and need no pair:
+// the short exponential (one extended reduced argument, 53-bit table heads, the scale
+// applied to the table's terms) and the short logarithm (the significand's halves loaded as
+// integers, exact head sums on the grid of 2^-49).  The pair cores stay for the kernels,
+// x^y and the range ends.
 #pragma once
 #include "extended/ext_data.h"
 #include "tsr/report.h"

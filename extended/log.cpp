@@ -1,16 +1,18 @@
-// ln x, log2 x, log10 x and ln(1 + x) in extended precision: one core (ext_common.h) that
-// gives ln x = e ln2 + (hi + lo), and one final sum per base.
+// ln x, log2 x, log10 x and ln(1 + x) in extended precision: the short logarithm of
+// ext_common.h gives ln x = s + t (s the head, its sum with the exponent's ln 2 exact), and
+// one final sum per base.
 //
-//   ln x     e ln2 (a 29-bit head, so e times it is exact, and an extended tail) + hi + lo;
-//   log2 x   e + (hi + lo) / ln2, the product with 1/ln2 as a pair; powers of two exact;
-//   log10 x  e log10 2 (a 29-bit head) + (hi + lo) / ln10 as a pair;
-//   ln(1+x)  the series in x itself for |x| < 2^-7; else s + t = 1 + x exactly and
-//            ln s + t/s.
+//   ln x     s + t;
+//   log2 x   (s + t) times 1/ln2 as a pair (its 32-bit head times the 32-bit head of s is
+//            exact); powers of two exact;
+//   log10 x  (s + t) times 1/ln10 as a pair;
+//   ln(1+x)  the series in x itself for |x| < 2^-7; else s' + t' = 1 + x exactly and
+//            ln s' + t'/s' (from 2^64 on, ln x).
 //
-// The head sums are exact two-sums and the last addition rounds once: the error is 0.5 ulp
-// plus about 2^-7 ulp in round-to-nearest.  Zero, negative arguments (and -1, below -1 for
-// ln(1 + x)) are reported after the caller's control word is back; domain errors give the
-// default quiet NaN with invalid raised.
+// The last addition rounds once: the error is 0.5 ulp plus about 2^-9 ulp in
+// round-to-nearest.  Zero, negative arguments (and -1, below -1 for ln(1 + x)) are reported
+// after the caller's control word is back; domain errors give the default quiet NaN with
+// invalid raised.
 #include "extended/ext_common.h"
 
 using namespace tsr;
