@@ -195,13 +195,12 @@ inline ExpPair exp2_pair(LD zh, LD zl, bool neg = false) {
 // ---- the short exponential ----------------------------------------------------------------
 // For a function that rounds e^z once and needs no pair: the reduced argument is one
 // extended value (its rounding error, below 2^-74 of the result, is what a pair's tail would
-// carry), 2^(j/256) a double head of 53 bits and a double tail, e^r - 1 of degree 7 with
+// carry), 2^(j/256) a double head of 53 bits and a double tail, e^r - 1 of degree 6 with
 // double coefficients (their terms lie below 2^-25 of the result):
-//   y = Th + ((Tl + T r) + T r^2 q(r)),  T = Th + Tl rounded,  q = 1/2 + c3 r + ... + c7 r^5,
+//   y = Th + ((Tl + T r) + T r^2 q(r)),  T = Th + Tl rounded,  q = 1/2 + c3 r + ... + c6 r^4,
 // the head added last, so y is rounded once.  The other errors (T, T r, the tail's sum, r)
 // each stay below 2^-73.5 of y: 0.5 ulp plus about 2^-7 ulp in all.  The products with T
-// start as soon as r is known and the polynomial in Estrin's order, so the chain from r to
-// y is seven operations.
+// start as soon as r is known, so the chain from r to y is eight operations.
 
 // v rounded to an integer in the caller's mode: as a value by the shifter (|v| < 2^62) and
 // as an int by one integer store of v itself, which is not on the value's path.  The
@@ -233,11 +232,10 @@ inline bool exp_short(int n, LD r, LD &th, LD &s, int &k) {
     th = t[0] * sc;
     LD tl = t[1] * sc;
     LD T = (LD(t[0]) + t[1]) * sc;
-    LD r2 = r * r, r4 = r2 * r2;
+    LD r2 = r * r;
     LD a = LD(kHalf) + r * c[0];
     LD b = c[1] + r * c[2];
-    LD d = c[3] + r * c[4];
-    LD q = a + (r2 * b + r4 * d);
+    LD q = a + r2 * (b + r2 * c[3]);
     s = (tl + T * r) + (T * r2) * q;
     return true;
 }

@@ -32,7 +32,7 @@ extern const double kPi4x3[3];
 extern const double kPi4x5[5];
 extern const long double kPi4_32[2];
 extern const long double kExpPoly[5];  // x^3 .. x^7
-extern const double kExpPolyD[5];  // x^3 .. x^7
+extern const double kExpPolyD[4];  // x^3 .. x^6
 extern const long double kLogPoly[6];  // x^3 .. x^8
 extern const double kLogPolyD[6];  // x^3 .. x^8
 extern const long double kLogNear1[10];  // x^3 .. x^12
