@@ -1,17 +1,22 @@
-// e^x, 2^x, 10^x and e^x - 1 in extended precision: one core (ext_common.h), reached by
-// three reductions.
+// e^x, 2^x, 10^x and e^x - 1 in extended precision.  Where the result is a normal number
+// (the scale k in [-16000, 16383]) they run the short exponential of ext_common.h, whose
+// result is one extended value rounded once, from one reduced argument r:
 //
-//   e^x     n = round(256 x/ln2), r = x - n ln2/256 in three parts (Cody and Waite);
-//   2^x     n = round(256 x), r = (x - n/256) ln2 as a pair (x - n/256 is exact);
-//   10^x    x log2 10 as a pair (the 32-bit head of log2 10 times the 32-bit head of x is
-//           exact), then as 2^x;
-//   e^x - 1 the e^x reduction, and 1 taken from the pair 2^k (hi + lo) by exact sums, so
-//           that no cancellation is left: near zero (k = 0) hi - 1 is exact.
+//   e^x     n = round(256 x/ln2), r = (x - n L1) - n L2 (Cody and Waite; L1 of 42 bits, so
+//           n L1 and the first difference are exact);
+//   2^x     n = round(256 x), r = (x - n/256) ln2 (x - n/256 is exact);
+//   10^x    n = round(256 x log2 10), r = (xh C1 - n L1) + (xl C1 + x C2) - n L2 with x
+//           split into 32-bit halves and ln 10 = C1 + C2 (C1 of 32 bits): the two head
+//           products and their difference are exact;
+//   e^x - 1 from |x| = 8 on, the e^x reduction, and 1 taken from the short exponential's
+//           tail (k >= 12) or its sum added to -1 (k <= -12).
 //
-// Results are rounded once (the core's last addition, or the scaling into a subnormal), so
-// the error is 0.5 ulp plus about 2^-9 ulp in round-to-nearest.  Overflow and underflow are
-// told from the scale k and the rounded head, and reported after the caller's control word
-// is back.
+// The range ends (results next to overflow, subnormal or zero) and e^x - 1 below 8 take the
+// pair core: 2^k (hi + lo) with the tail kept, the scaling into a subnormal rounded once
+// from the pair, and for e^x - 1 the 1 taken by exact sums (near zero, k = 0, hi - 1 is
+// exact).  Either way the error is 0.5 ulp plus about 2^-7 ulp in round-to-nearest.
+// Overflow and underflow are told from the scale k and the rounded head, and reported
+// after the caller's control word is back.
 #include "extended/ext_common.h"
 
 using namespace tsr;
@@ -82,8 +87,12 @@ TSR_BODY(long double, expl, (long double x)) {
     Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbe, 0x400b) || (in_core(v, 0x400c, 0x400c) && (v.m >> 48) < 0xb300), 1)) {
         X87Frame fr;
-        x = opaque(load(x));
-        return finish(fr, x, exp_pair(x, 0.0L), code::expl_overflow, code::expl_underflow);
+        LD z = opaque(load(x)), nf, th, s;
+        int k;
+        int n = shift_round(z * kInvLn2_256, v.se >> 15, nf);
+        if (__builtin_expect(exp_short(n, (z - nf * kLn2_256[0]) - nf * kLn2_256[1], th, s, k), 1)) return fr.finish(th + s);
+        z = opaque(reload(x));
+        return finish(fr, z, exp_pair(z, 0.0L), code::expl_overflow, code::expl_underflow);
     }
     if ((v.se & 0x7fff) < 0x3fbe) {
         X87Frame fr;
@@ -97,7 +106,11 @@ TSR_BODY(long double, exp2l, (long double x)) {
     Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbe, 0x400c) || (in_core(v, 0x400d, 0x400d) && (v.m >> 48) < 0x80e0), 1)) {
         X87Frame fr;
-        x = opaque(load(x));
+        LD z = opaque(load(x)), nf, th, s;
+        int k;
+        int n = shift_round(z * 256.0L, v.se >> 15, nf);
+        if (__builtin_expect(exp_short(n, (z - nf * 0x1p-8L) * kLn2x, th, s, k), 1)) return fr.finish(th + s);
+        x = opaque(reload(x));
         int f = v.se & 0x7fff;
         bool integer = f >= 0x400c && !(v.m << (f - 0x3fff + 1));
         return finish(fr, x, exp2_pair(x, 0.0L), code::exp2l_overflow, code::exp2l_underflow, integer);
@@ -109,12 +122,21 @@ TSR_BODY(long double, exp2l, (long double x)) {
     return beyond(x, v, 0.0L, code::exp2l_overflow, code::exp2l_underflow);
 }
 
-// 10^x: x log2 10 as a pair, then 2^x.
+// 10^x: the split reduction; at the range ends x log2 10 as a pair, then the pair core of 2^x.
 TSR_BODY(long double, exp10l, (long double x)) {
     Ext v = ext_in(x);
     if (__builtin_expect(in_core(v, 0x3fbd, 0x400a) || (in_core(v, 0x400b, 0x400b) && (v.m >> 48) < 0x9ac0), 1)) {
         X87Frame fr;
-        x = opaque(load(x));
+        LD z = opaque(load(x)), zh, zl, nf, th, s;
+        int k;
+        int n = shift_round(z * kLog2_10_256, v.se >> 15, nf);
+        // r = x ln10 - n ln2/256: the products of the 32-bit head of x with the 32-bit head of
+        // ln 10 and of n with the 42-bit head of ln2/256 are exact, and so is their
+        // difference (it is below 2^-7 on a grid no finer than 2^-71).
+        split32(z, zh, zl);
+        LD r = ((zh * kLn10_32[0] - nf * kLn2_256[0]) + (zl * kLn10_32[0] + z * kLn10_32[1])) - nf * kLn2_256[1];
+        if (__builtin_expect(exp_short(n, r, th, s, k), 1)) return fr.finish(th + s);
+        x = opaque(reload(x));
         LD ph, pl;
         mul_const(x, 0.0L, kLog2_10, ph, pl);
         return finish(fr, x, exp2_pair(ph, pl), code::exp10l_overflow, code::exp10l_underflow);
@@ -136,7 +158,17 @@ TSR_DEFINE(long double, expm1l, (long double x)) {
                              (in_core(v, 0x4004, 0x400b) && !(neg && key(v) >= 0xc004b800u)) ||
                              (in_core(v, 0x400c, 0x400c) && !neg && (v.m >> 48) < 0xb300), 1)) {
         X87Frame fr;
-        x = opaque(load(x));
+        // From 8 on, 1 is small beside e^x (k >= 12) or e^x beside 1 (k <= -12): the short
+        // exponential, with 1 taken from its tail or the tail added to -1.
+        if (f >= 0x4002) {
+            LD z = opaque(load(x)), nf, th, s;
+            int k, n = shift_round(z * kInvLn2_256, neg, nf);
+            if (exp_short(n, (z - nf * kLn2_256[0]) - nf * kLn2_256[1], th, s, k)) {
+                if (k >= 12) return fr.finish(th + (s - 1.0L));
+                if (k <= -12) return fr.finish(-1.0L + (th + s));
+            }
+        }
+        x = opaque(reload(x));
         // Below 2^-9, n = 0 whatever the mode (the shifter would round it away from 0 in the
         // directed modes, and j != 0 there would leave a cancellation).
         LD rh = x, rl = 0.0L;

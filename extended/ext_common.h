@@ -16,6 +16,12 @@
 // (1 - 2^-7 <= x < 1 + 2^-7) the table would leave a sum that cancels: there the series in
 // v = x - 1 (exact) is summed directly (degree 12), v^2/2 as an exact pair.  Both give
 // ln(m) (or ln x near 1) as a pair to about 2^-80 relative.
+//
+// Beside them, short forms for the functions that round a result once and need no pair:
+// the short exponential (one extended reduced argument, 53-bit table heads, the scale
+// applied to the table's terms) and the short logarithm (the significand's halves loaded as
+// integers, exact head sums on the grid of 2^-49).  The pair cores stay for the kernels,
+// x^y and the range ends.
 #pragma once
 #include "extended/ext_data.h"
 #include "tsr/report.h"
@@ -186,6 +192,62 @@ inline ExpPair exp2_pair(LD zh, LD zl, bool neg = false) {
     return exp_tail(n, rh, rl, neg);
 }
 
+// ---- the short exponential ----------------------------------------------------------------
+// For a function that rounds e^z once and needs no pair: the reduced argument is one
+// extended value (its rounding error, below 2^-74 of the result, is what a pair's tail would
+// carry), 2^(j/256) a double head of 53 bits and a double tail, e^r - 1 of degree 6 with
+// double coefficients (their terms lie below 2^-25 of the result):
+//   y = Th + ((Tl + T r) + T r^2 q(r)),  T = Th + Tl rounded,  q = 1/2 + c3 r + ... + c6 r^4,
+// the head added last, so y is rounded once.  The other errors (T, T r, the tail's sum, r)
+// each stay below 2^-73.5 of y: 0.5 ulp plus about 2^-7 ulp in all.  The products with T
+// start as soon as r is known, so the chain from r to y is eight operations.
+
+// v rounded to an integer in the caller's mode: as a value by the shifter (|v| < 2^62) and
+// as an int by one integer store of v itself, which is not on the value's path.  The
+// shifter takes v's sign (`neg`): the two then round alike in every mode (toward zero, a
+// positive shifter would round a negative v down where the store rounds it up).
+constexpr float kShifters[2] = {kShifter, -kShifter};
+inline int32_t shift_round(LD v, bool neg, LD &nf) {
+    LD c = kShifters[neg];
+    nf = opaque(v + c) - c;
+    int32_t n;
+    asm("fistl %0" : "=m"(n) : "t"(v));
+    return n;
+}
+
+// 2^k 2^(j/256) e^r for n = 256 k + j, |r| <= ln2/256 (with a margin), as th + s (th the
+// scaled table head, s the rest: their sum is rounded once by the caller); false (nothing
+// written) where the result or a term of its sum might leave the normal range: the
+// scale 2^k is applied to the table's terms before the sum, and the smallest term, T r^2 q
+// with |r| at least 2^-128 where it is not zero (r is a multiple of the argument's last
+// place), must stay normal: k in [-16000, 16383] (the result is in [0.70, 1.42] 2^k).
+constexpr float kHalf = 0.5f;
+inline bool exp_short(int n, LD r, LD &th, LD &s, int &k) {
+    int j = ((n + 128) & 255) - 128;
+    k = (n - j) >> 8;
+    if (__builtin_expect(unsigned(k + 16000) > 16000u + 16383u, 0)) return false;
+    const double *t = kExp2j[j + 128];
+    const double *c = kExpPolyD;
+    LD sc = pow2l(k);
+    th = t[0] * sc;
+    LD tl = t[1] * sc;
+    LD T = (LD(t[0]) + t[1]) * sc;
+    LD r2 = r * r;
+    LD a = LD(kHalf) + r * c[0];
+    LD b = c[1] + r * c[2];
+    LD q = a + r2 * (b + r2 * c[3]);
+    s = (tl + T * r) + (T * r2) * q;
+    return true;
+}
+
+// The argument again from its cell, for a rare path (a fresh load: the first one's value
+// need not stay on the register stack).
+inline LD reload(const LD &x) {
+    LD r;
+    asm volatile("fldt %1" : "=t"(r) : "m"(x));
+    return r;
+}
+
 // ---- logarithm -------------------------------------------------------------------------------------
 inline bool near_one(uint32_t k) { return k - 0x3ffefe00u < 0x3fff8100u - 0x3ffefe00u; }
 
@@ -227,6 +289,39 @@ inline void log_table(LD m, uint64_t mbits, LD &hi, LD &lo) {
     two_sum(s1, -sq, s2, e2);
     hi = s2;
     lo = (e1 + e2) + (tl + ul + (u2 * u * q - sqt));
+}
+
+// ---- the short logarithm --------------------------------------------------------------------
+// For a function that rounds ln x once: x = 2^e m, i the top 8 fraction bits of m rounded
+// (m within 2^-9 of 1 + i/256; i = 256 means m just below 2, taken as m/2 with e + 1), R the
+// row's single-precision reciprocal.  The significand's 32-bit halves, loaded as integers,
+// times R are exact, and so is the upper product less 1: u = uh + ul = m R - 1 exactly, |u|
+// below 2^-8.9.  ln x = (e ln2h + th) + u + (e ln2l + tl + ln(1 + u) - u), where the first sum
+// is exact (both terms on the grid of 2^-49) and the sums with u keep their errors (u rounded
+// from uh + ul, and its sum with the exact part, by two-sums that need no ordering test: the
+// first is exact outright where ul exceeds uh, the second has the larger exponent first).
+// Rows 0 and 256 (R = 1, 1/2) make u exact and the exact part 0 near 1, so there is no
+// cancellation anywhere.  Out: s + t, s the head; t below 2^-18 of s, with an error below
+// 2^-80 of |s| + 2^-9: the result s + t rounds once, to 0.5 ulp plus about 2^-9 ulp.
+inline void log_short(const Unpacked &x, LD &s, LD &t) {
+    unsigned i = unsigned(((x.m >> 54) + 1) >> 1) - 256u;
+    int e = x.e + int(i >> 8);
+    const double *row = kLogRows[i];
+    const double *c = kLogPolyD;
+    LD uh = LD(int64_t(x.m >> 32)) * row[0] - 1.0L;
+    LD ul = LD(int64_t(x.m & 0xffffffffu)) * row[1];
+    LD ef = e;
+    LD a = ef * kLn2_49[0] + row[2];
+    LD u = uh + ul;
+    LD du = ul - (u - uh);
+    s = a + u;
+    LD err = u - (s - a);
+    LD u2 = u * u, u4 = u2 * u2;
+    LD p0 = LD(-kHalf) + u * c[0];
+    LD p1 = c[1] + u * c[2];
+    LD p2 = c[3] + u * c[4];
+    LD p = u2 * p0 + u4 * ((p1 + u2 * p2) + u4 * c[5]);
+    t = (err + du) + ((ef * kLn2_49[1] + row[3]) + p);
 }
 
 // ln x = e ln2 + (hi + lo), for a positive finite x (subnormals included).

@@ -5,8 +5,11 @@
 namespace tsr::x80 {
 
 extern const double kExpTab[256][2];
+extern const double kExp2j[256][2];
 extern const float kRecip[256];
 extern const double kLogR[256][2];
+extern const double kLogRows[257][4];
+extern const double kLn2_49[2];
 extern const double kCbrtTab[3][256][2];
 extern const long double kLn2_32[2];
 extern const long double kLn10_32[2];
@@ -18,6 +21,10 @@ extern const long double kC4pi_32[2];
 extern const long double kC4ln2pi_32[2];
 extern const long double kC4ln10pi_32[2];
 extern const long double kLn2_3[3];
+extern const double kLn2_256[2];
+extern const long double kLn2x;
+extern const double kInvLn2_256;
+extern const double kLog2_10_256;
 extern const uint64_t kFourOverPi[263];
 extern const uint64_t kFourLn2OverPi[263];
 extern const uint64_t kFourLn10OverPi[263];
@@ -25,7 +32,9 @@ extern const double kPi4x3[3];
 extern const double kPi4x5[5];
 extern const long double kPi4_32[2];
 extern const long double kExpPoly[5];  // x^3 .. x^7
+extern const double kExpPolyD[4];  // x^3 .. x^6
 extern const long double kLogPoly[6];  // x^3 .. x^8
+extern const double kLogPolyD[6];  // x^3 .. x^8
 extern const long double kLogNear1[10];  // x^3 .. x^12
 extern const long double kCbrtPoly[7];  // x^1 .. x^7
 

@@ -1,8 +1,8 @@
 // sqrt(x^2 + y^2) in extended precision.
 //
 // Both operands are brought by integer work to the binade of the larger one's exponent
-// (so the larger is in [1, 2)), their squares formed exactly as pairs and summed as a pair
-// S; r = sqrt of S's head, and the remainder S - r^2 (exact product) corrects it:
+// (so the larger is in [1, 2)), as heads and tails of 32 bits loaded from the significands'
+// halves; their squares are summed as a pair S; r = sqrt of S's head, and the remainder S - r^2 (exact product) corrects it:
 //     hypot = r + (S - r^2)/(2r),
 // one rounding (0.5 ulp plus about 2^-62 ulp), then the exact scaling back, or one rounding
 // into a subnormal.  When the exponents differ by more than 40 the smaller operand moves the
@@ -40,14 +40,23 @@ TSR_BODY(long double, hypotl, (long double x, long double y)) {
         LD r = big + big * 0x1p-100L;
         return fr.finish(scale(r, ua.e));
     }
-    LD A = opaque(from_ext(ua.m, 0x3fff)), B = opaque(from_ext(ub.m, uint16_t(0x3fff - d)));
-    LD p1, e1, p2, e2, s, t, sh, sl;
-    two_prod<true>(A, A, p1, e1);
-    two_prod<true>(B, B, p2, e2);
-    two_sum(p1, p2, s, t);
-    fast_two_sum(s, t + (e1 + e2), sh, sl);
+    // The significands' 32-bit halves, loaded as integers and scaled (exactly, without a
+    // flag): A = Ah + Al in [1, 2), B = Bh + Bl = |smaller| 2^-e.
+    LD Ah = LD(int64_t(ua.m >> 32)) * 0x1p-31L, Al = LD(int64_t(ua.m & 0xffffffffu)) * 0x1p-63L;
+    LD Bh = LD(int64_t(ub.m >> 32)) * pow2l(-31 - d), Bl = LD(int64_t(ub.m & 0xffffffffu)) * pow2l(-63 - d);
+    // A^2 + B^2 = Ah^2 + Bh^2 + 2 (Ah Al + Bh Bl) + Al^2 + Bl^2: the squares of the heads and
+    // the cross products are exact, the first sum kept by a two-sum (Ah >= Bh), the rest
+    // (below 2^-30 of the sum) rounded once more than it needs: S = sh + sl to about 2^-93.
+    LD p1 = Ah * Ah, p2 = Bh * Bh, s, t, sh, sl;
+    fast_two_sum(p1, p2, s, t);
+    fast_two_sum(s, t + ((Ah * Al + Bh * Bl) * 2.0L + (Al * Al + Bl * Bl)), sh, sl);
     LD r = fsqrt(sh), q, qe;
-    two_prod<true>(r, r, q, qe);
+    // r^2 exactly, r split through its words (r in [1, 2.83): exponent 0 or 1).
+    Ext er = ext_in(r);
+    int e = int(er.se) - 0x3fff;
+    LD rh = LD(int64_t(er.m >> 32)) * pow2l(e - 31), rl = LD(int64_t(er.m & 0xffffffffu)) * pow2l(e - 63);
+    q = r * r;
+    qe = ((rh * rh - q) + rh * rl * 2.0L) + rl * rl;
     LD c = (((sh - q) - qe) + sl) / (r + r);
     LD z = r + c;
     // z in [1, 2.83): the result overflows when 2^e z reaches 2^16384.

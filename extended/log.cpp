@@ -1,16 +1,18 @@
-// ln x, log2 x, log10 x and ln(1 + x) in extended precision: one core (ext_common.h) that
-// gives ln x = e ln2 + (hi + lo), and one final sum per base.
+// ln x, log2 x, log10 x and ln(1 + x) in extended precision: the short logarithm of
+// ext_common.h gives ln x = s + t (s the head, its sum with the exponent's ln 2 exact), and
+// one final sum per base.
 //
-//   ln x     e ln2 (a 29-bit head, so e times it is exact, and an extended tail) + hi + lo;
-//   log2 x   e + (hi + lo) / ln2, the product with 1/ln2 as a pair; powers of two exact;
-//   log10 x  e log10 2 (a 29-bit head) + (hi + lo) / ln10 as a pair;
-//   ln(1+x)  the series in x itself for |x| < 2^-7; else s + t = 1 + x exactly and
-//            ln s + t/s.
+//   ln x     s + t;
+//   log2 x   (s + t) times 1/ln2 as a pair (its 32-bit head times the 32-bit head of s is
+//            exact); powers of two exact;
+//   log10 x  (s + t) times 1/ln10 as a pair;
+//   ln(1+x)  the series in x itself for |x| < 2^-7; else s' + t' = 1 + x exactly and
+//            ln s' + t'/s' (from 2^64 on, ln x).
 //
-// The head sums are exact two-sums and the last addition rounds once: the error is 0.5 ulp
-// plus about 2^-7 ulp in round-to-nearest.  Zero, negative arguments (and -1, below -1 for
-// ln(1 + x)) are reported after the caller's control word is back; domain errors give the
-// default quiet NaN with invalid raised.
+// The last addition rounds once: the error is 0.5 ulp plus about 2^-9 ulp in
+// round-to-nearest.  Zero, negative arguments (and -1, below -1 for ln(1 + x)) are reported
+// after the caller's control word is back; domain errors give the default quiet NaN with
+// invalid raised.
 #include "extended/ext_common.h"
 
 using namespace tsr;
@@ -52,13 +54,9 @@ TSR_BODY(long double, logl, (long double x)) {
     }
     if (__builtin_expect(key(v) == 0x3fff8000u && v.m == kOne64, 0)) return 0.0L;
     X87Frame fr;
-    x = opaque(load(x));
-    LD hi, lo;
-    int e = log_parts(x, v, hi, lo);
-    LD ef = e;
     LD s, t;
-    two_sum(ef * kLn2_3[0], hi, s, t);
-    return fr.finish(s + (t + (lo + ef * kLn2_3[1])));
+    log_short(unpack(v), s, t);
+    return fr.finish(s + t);
 }
 
 TSR_DEFINE(long double, log2l, (long double x)) {
@@ -70,10 +68,9 @@ TSR_DEFINE(long double, log2l, (long double x)) {
     Unpacked u = unpack(v);
     if (__builtin_expect(u.m == kOne64, 0)) return LD(u.e);  // powers of two, exactly
     X87Frame fr;
-    x = opaque(load(x));
-    LD hi, lo, h, l;
-    int e = log_parts(x, v, hi, lo);
-    log2_pair(e, hi, lo, h, l);
+    LD s, t, h, l;
+    log_short(u, s, t);
+    mul_const(s, t, kLog2e_32, h, l);
     return fr.finish(h + l);
 }
 
@@ -85,13 +82,10 @@ TSR_DEFINE(long double, log10l, (long double x)) {
     }
     if (__builtin_expect(key(v) == 0x3fff8000u && v.m == kOne64, 0)) return 0.0L;
     X87Frame fr;
-    x = opaque(load(x));
-    LD hi, lo, ph, pl;
-    int e = log_parts(x, v, hi, lo);
-    mul_const(hi, lo, kLog10e_32, ph, pl);
-    LD ef = e, s, t;
-    two_sum(ef * kLog10_2_29[0], ph, s, t);
-    return fr.finish(s + (t + (pl + ef * kLog10_2_29[1])));
+    LD s, t, h, l;
+    log_short(unpack(v), s, t);
+    mul_const(s, t, kLog10e_32, h, l);
+    return fr.finish(h + l);
 }
 
 TSR_BODY(long double, log1pl, (long double x)) {
@@ -117,20 +111,22 @@ TSR_BODY(long double, log1pl, (long double x)) {
         return fr.finish(x - x * x * 0.5L);
     }
     X87Frame fr;
-    x = opaque(load(x));
     LD hi, lo;
     if (f < 0x3ff8) {
-        log1p_series(x, hi, lo);
+        log1p_series(opaque(load(x)), hi, lo);
         return fr.finish(hi + lo);
     }
     // s + t = 1 + x exactly; ln(s + t) = ln s + t/s.  From 2^64 on, t/s is below 2^-64 of
-    // ln x's last place and 1 + x might overflow in the upward mode: ln x alone.
-    LD s = x, t = 0.0L;
-    if (f < 0x403f) two_sum(1.0L, x, s, t);
-    int e = log_parts(s, ext(s), hi, lo);
-    if (f < 0x403f) lo += t / s;
-    LD ef = e, a, b;
-    two_sum(ef * kLn2_3[0], hi, a, b);
-    return fr.finish(a + (b + (lo + ef * kLn2_3[1])));
+    // ln x's last place (and 1 + x might overflow in the upward mode): ln x alone, from x's
+    // own bits.
+    LD s = opaque(load(x)), t = 0.0L;
+    Ext e = v;
+    if (__builtin_expect(f < 0x403f, 1)) {
+        two_sum(1.0L, s, s, t);
+        e = ext_in(s);  // the words read within the stored value, so that they forward
+    }
+    log_short(unpack(e), hi, lo);
+    lo += t / s;
+    return fr.finish(hi + lo);
 }
 #endif

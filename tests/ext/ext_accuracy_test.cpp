@@ -25,17 +25,24 @@ void run_all(double scale) {
     th::sweep(plan("expl", {{40000, {0x1p-70L, 11356.0L, Dist::log_uniform, true}},
                             {20000, {11350.0L, 11356.52L, Dist::uniform}},
                             {20000, {-11399.0L, -11350.0L, Dist::uniform}},
-                            {20000, {0x1p-70L, 0x1p-8L, Dist::log_uniform, true}}}, scale));
+                            {20000, {0x1p-70L, 0x1p-8L, Dist::log_uniform, true}},
+                            // where the scale 2^-16000 hands over to the pair path
+                            {10000, {-11095.0L, -11085.0L, Dist::uniform}}}, scale));
     th::sweep(plan("exp2l", {{60000, {0x1p-70L, 16383.0L, Dist::log_uniform, true}},
                              {20000, {-16445.5L, -16370.0L, Dist::uniform}},
-                             {20000, {16370.0L, 16383.99L, Dist::uniform}}}, scale));
+                             {20000, {16370.0L, 16383.99L, Dist::uniform}},
+                             {10000, {-16005.0L, -15995.0L, Dist::uniform}}}, scale));
     th::sweep(plan("exp10l", {{80000, {0x1p-70L, 4932.0L, Dist::log_uniform, true}},
-                              {20000, {-4950.0L, -4920.0L, Dist::uniform}}}, scale));
+                              {20000, {-4950.0L, -4920.0L, Dist::uniform}},
+                              {10000, {-4820.0L, -4813.0L, Dist::uniform}}}, scale));
     th::sweep(plan("expm1l", {{60000, {0x1p-70L, 11356.0L, Dist::log_uniform, true}},
-                              {40000, {0x1p-12L, 1.0L, Dist::log_uniform, true}}}, scale));
+                              {40000, {0x1p-12L, 1.0L, Dist::log_uniform, true}},
+                              // from 8 the short exponential, for scales from 2^12 (and 2^-12)
+                              {10000, {7.5L, 9.5L, Dist::uniform, true}}}, scale));
     for (const char *f : {"logl", "log2l", "log10l"})
         th::sweep(plan(f, {{50000, {tiny, big}}, {30000, {0.95L, 1.05L, Dist::uniform}},
-                           {20000, {0x1p-20L, 0x1p20L}}}, scale));
+                           {20000, {0x1p-20L, 0x1p20L}},
+                           {10000, {1.0L - 0x1p-9L, 1.0L + 0x1p-8L, Dist::uniform}}}, scale));
     th::sweep(plan("log1pl", {{50000, {0x1p-80L, big}}, {50000, {0x1p-80L, 0.99L, Dist::log_uniform, true}}}, scale));
     th::sweep(plan("sqrtl", {{100000, {tiny, big}}}, scale));
     th::sweep(plan("invsqrtl", {{100000, {tiny, big}}}, scale));

@@ -97,8 +97,17 @@ TEST(ExtRows, Logarithms) {
         {{min_sub}, {CR}, NX}, {{pseudo_denormal}, {CR}, NX}, {{max_}, {CR}, NX},
         {{th::f80(0x3ffe, 0xffffffffffffffffull)}, {CR}, NX},  // 1 - 2^-64
         {{th::f80(0x3fff, 0x8000000000000001ull)}, {CR}, NX},  // 1 + 2^-63
-        {{th::f80(0x3ffe, 0xfe00000000000000ull)}, {CR}, NX},  // the edges of the series window
+        {{th::f80(0x3ffe, 0xfe00000000000000ull)}, {CR}, NX},  // 1 -+ 2^-7
         {{th::f80(0x3fff, 0x8100000000000000ull)}, {CR}, NX},
+        // the table's rows about 1: the row of 1 ends at 1 + 2^-9, and from 1 - 2^-10 the
+        // significand just below 2 takes the row of 2 with the exponent raised (no ln 2
+        // cancels); below that, the last row with its ln 2 taken away again
+        {{th::f80(0x3fff, 0x803fffffffffffffull)}, {CR}, NX},
+        {{th::f80(0x3fff, 0x8040000000000000ull)}, {CR}, NX},
+        {{th::f80(0x3ffe, 0xffc0000000000000ull)}, {CR}, NX},
+        {{th::f80(0x3ffe, 0xffbfffffffffffffull)}, {CR}, NX},
+        {{th::f80(0x3ffe, 0xffffffffff000000ull)}, {CR}, NX},  // 1 - 2^-40
+        {{th::f80(0x3fff, 0x8000000000000fffull)}, {CR}, NX},  // u in the lower half only
     });
     th::check_rows(fn("log2l"), std::vector<R>{
         {{0x1p-16445L}, {-16445.0L}, 0, 0, th::NO_CODE, th::ALL_MODES},

@@ -55,6 +55,11 @@ emit_pairs("alignas(16) const double kExpTab[256][2]", exp_rows,
            "2^(j/256) for j = -128..127 (row j + 128): a head of 30 bits and the double nearest\n"
            "the rest, 83 bits in all.")
 hdr.append("extern const double kExpTab[256][2];")
+exp53_rows = pair_rows([mpf(2) ** (mpf(j) / 256) for j in range(-128, 128)])
+emit_pairs("alignas(16) const double kExp2j[256][2]", exp53_rows,
+           "2^(j/256) for j = -128..127 (row j + 128): the double nearest and the double nearest\n"
+           "the rest (106 bits), for the functions that round the head's sum once.")
+hdr.append("extern const double kExp2j[256][2];")
 
 # ---- reciprocals and their logarithms ---------------------------------------------------
 recip = [g.to_format(1 / (1 + (mpf(j) + mpf(1) / 2) / 256), g.BINARY32) for j in range(256)]
@@ -68,6 +73,34 @@ umax = max((1 + mpf(j + 1) / 256) * recip[j] - 1 for j in range(256))
 emit_pairs("alignas(16) const double kLogR[256][2]", pair_rows([-log(r) for r in recip]),
            "-ln R_j as the double nearest and the double nearest the rest (106 bits).")
 hdr.append("extern const double kLogR[256][2];")
+
+# ---- the short logarithm's rows ------------------------------------------------------------
+# Row i (0..256) for m in [1 + (i - 1/2)/256, 1 + (i + 1/2)/256) (m in [1, 2)): R_i the single
+# nearest 1/(1 + i/256) (row 0: 1; row 256: 1/2, its ln 2 counted in the exponent instead),
+# stored pre-scaled by 2^-31 and by 2^-63 for the two 32-bit halves of the significand taken
+# as integers; -ln R_i as a head on the grid of 2^-49 (so that e ln2h + head is exact for every
+# exponent e) and the double nearest the rest.
+LN2_GRID = -49
+log_rows = []
+for i in range(257):
+    r = mpf(1) / 2 if i == 256 else g.to_format(1 / (1 + mpf(i) / 256), g.BINARY32)
+    t = mpf(0) if i == 256 else -log(r)
+    th = g.round_grid(t, LN2_GRID)
+    log_rows.append((r * mpf(2) ** -31, r * mpf(2) ** -63, th, rd(t - th)))
+lumax = max(max(abs((1 + (mpf(i) - mpf(1) / 2) / 256) * (row[0] * 2 ** 31) - 1),
+                abs((1 + (mpf(i) + mpf(1) / 2) / 256) * (row[0] * 2 ** 31) - 1)) for i, row in enumerate(log_rows))
+out.extend(g.c_array("alignas(32) const double kLogRows[257][4]",
+                     ["{%s}" % ", ".join(hx(v) for v in row) for row in log_rows], 1,
+                     "Rows of the short logarithm: R 2^-31, R 2^-63, -ln R on the grid of 2^-49, the rest\n"
+                     "(R = 1/(1 + i/256) to single precision; row 256 R = 1/2 with its ln 2 in the\n"
+                     "exponent); |m R - 1| <= %s over the rows." % g.hexfloat(rd(lumax))))
+out.append("")
+hdr.append("extern const double kLogRows[257][4];")
+ln2_49 = g.round_grid(log(2), LN2_GRID)
+out.append("// ln 2 on the grid of 2^-49 (its product with an exponent is exact) and the double nearest the rest.")
+out.append("const double kLn2_49[2] = {%s, %s};" % (hx(ln2_49), hx(rd(log(2) - ln2_49))))
+hdr.append("extern const double kLn2_49[2];")
+out.append("")
 
 # ---- cube roots ------------------------------------------------------------------------------
 cb = []
@@ -115,6 +148,19 @@ for name, h, l, bits, what in consts:
 out.append("// ln 2 in three parts: the head of 29 bits, then two extended tails (e ln 2 to 2^-140).")
 out.append("const long double kLn2_3[3] = {%s, %s, %s};" % (hx(ln2h, g.X87), hx(ln2l, g.X87), hx(ln2ll, g.X87)))
 hdr.append("extern const long double kLn2_3[3];")
+l256 = ln2 / 256
+l256h = g.round_bits(l256, 42)
+out.append("// ln2/256 as two doubles: a head of 42 bits (its product with any n below 2^22 is exact)")
+out.append("// and the double nearest the rest; n times the pair misses n ln2/256 by below 2^-81.")
+out.append("const double kLn2_256[2] = {%s, %s};" % (hx(l256h), hx(rd(l256 - l256h))))
+hdr.append("extern const double kLn2_256[2];")
+out.append("// ln 2 and 256/ln 2 rounded to extended and to double.")
+out.append("const long double kLn2x = %s;" % hx(g.to_format(ln2, g.X87), g.X87))
+out.append("const double kInvLn2_256 = %s;" % hx(rd(256 / ln2)))
+hdr.append("extern const long double kLn2x;")
+hdr.append("extern const double kInvLn2_256;")
+out.append("const double kLog2_10_256 = %s;  // 256 log2 10 rounded to double" % hx(rd(256 * log(10) / ln2)))
+hdr.append("extern const double kLog2_10_256;")
 out.append("")
 
 # ---- reduction by pi/4 ---------------------------------------------------------------------
@@ -168,7 +214,7 @@ out.append("")
 polys = []
 
 
-def fit(name, f, a, b, degree, low, f_text, bound):
+def fit(name, f, a, b, degree, low, f_text, bound, fmt=g.X87):
     """Fits f = sum_{k<len(low)} low[k] x^k + x^len(low) Q(x), Q of degree `degree`, by
     fitting Q itself (relative error); reports the error of the whole sum relative to f."""
     n = len(low)
@@ -178,18 +224,19 @@ def fit(name, f, a, b, degree, low, f_text, bound):
             x = mpf(2) ** -200
         return (f(x) - sum(g.to_mpf(Fraction(low[k])) * x ** k for k in range(n))) / x ** n
 
-    ap = g.remez(q, a, b, degree, relative=True, fmt=g.X87, prec=300)
+    ap = g.remez(q, a, b, degree, relative=True, fmt=fmt, prec=300)
     full = [low[k] for k in range(n)] + list(ap.coeffs)
-    words = [Fraction(c) if k < n else g.to_bits(c, g.X87) for k, c in enumerate(full)]
-    whole = g.evaluate(words, f, a, b, fmt=g.X87)
+    words = [Fraction(c) if k < n else g.to_bits(c, fmt) for k, c in enumerate(full)]
+    whole = g.evaluate(words, f, a, b, fmt=fmt)
     assert whole.err_log2() < bound, (name, whole.err_log2())
-    c = [hx(v, g.X87) for v in ap.coeffs]
+    c = [hx(v, fmt) for v in ap.coeffs]
+    ctype = "long double" if fmt is g.X87 else "double"
     out.append("// " + whole.comment(SCRIPT, f_text))
     out.append("// Coefficients of x^%d .. x^%d (the lower ones are exact: %s)." % (
         n, n + degree, ", ".join(str(Fraction(v)) for v in low)))
-    out.extend(g.c_array("const long double %s[%d]" % (name, len(c)), c, 1))
+    out.extend(g.c_array("const %s %s[%d]" % (ctype, name, len(c)), c, 1))
     out.append("")
-    hdr.append("extern const long double %s[%d];  // x^%d .. x^%d" % (name, len(c), n, n + degree))
+    hdr.append("extern const %s %s[%d];  // x^%d .. x^%d" % (ctype, name, len(c), n, n + degree))
     return whole
 
 
@@ -205,8 +252,14 @@ def expm1(x):
 # modes, so the interval is |r| <= ln2/256 (with a margin), not ln2/512.
 rr = ln2 / 256 * mpf("1.01")
 fit("kExpPoly", expm1, -rr, rr, 4, [0, 1, Fraction(1, 2)], "e^r - 1", -72)
+# The same with double coefficients, degree 6: the terms from r^3 on are below 2^-25 of the
+# result, where a double's rounding of a coefficient is far below 2^-64; the error, relative
+# to e^r - 1 (below 2^-8.5), is below 2^-74.8 of e^r itself.
+fit("kExpPolyD", expm1, -rr, rr, 3, [0, 1, Fraction(1, 2)], "e^r - 1", -66, fmt=g.BINARY64)
 fit("kLogPoly", log1p, umin * mpf("1.001"), umax * mpf("1.001"), 5, [0, 1, Fraction(-1, 2)],
     "ln(1 + u)", -72)
+fit("kLogPolyD", log1p, -lumax * mpf("1.001"), lumax * mpf("1.001"), 5, [0, 1, Fraction(-1, 2)],
+    "ln(1 + u)", -72, fmt=g.BINARY64)
 w = mpf(2) ** -7
 fit("kLogNear1", log1p, -w, w, 9, [0, 1, Fraction(-1, 2)], "ln(1 + v)", -74)
 
