@@ -86,11 +86,33 @@ inline double fma_c(double c, double a, double b) {
     return __builtin_fma(c, a, b);
 #endif
 }
+// c a - b in one fused step, c's register taking the result (c is not copied ahead of it).
+inline double fms_c(double c, double a, double b) {
+#ifdef __FMA__
+    asm("vfmsub132sd %2, %3, %0" : "=v"(c) : "0"(c), "v"(a), "v"(b));
+    return c;
+#else
+    return __builtin_fma(c, a, -b);
+#endif
+}
 // a + b exactly as s + e for |a| >= |b| or a = 0: s rounded to nearest, then the two
 // differences are exact (the fast two-sum), in any rounding mode.
 inline dd::DD fast_two_sum_rn(double a, double b) {
     double s = add_rn(a, b);
     return {s, b - (s - a)};
+}
+
+// a == b for ordered a and b: one compare and one branch (the compiler's equality would add
+// a test for unordered operands, which the first phase never produces).
+inline bool same(double a, double b) {
+#ifdef __AVX__
+    asm goto("vucomisd %1, %0\n\tjne %l2" : : "x"(a), "x"(b) : "cc" : differ);
+#else
+    asm goto("ucomisd %1, %0\n\tjne %l2" : : "x"(a), "x"(b) : "cc" : differ);
+#endif
+    return true;
+differ:
+    return false;
 }
 
 // The first phase's verdict in the caller's mode: true, with the double y both H + Lm and
@@ -104,7 +126,7 @@ inline bool settle_pair(double h, double lm, double lp, double &y) {
     double a = h + lm;
     double b = h + lp;
     y = a;
-    return a == b;
+    return same(a, b);
 }
 
 // High 128 bits of the product of two unsigned 128-bit fractions, from three 64-bit
@@ -394,7 +416,15 @@ inline int clz64(uint64_t v) { return __builtin_clzll(v); }
 // is 2^-122.2 (near) and 2^-118.6 (far) of ln(1 + u) after rounding to 128 bits, the Horner
 // steps' truncations below 2^-124 of it.  With N: N ln 2 (ln 2 to 2^-128), their sum's
 // relative error stays below 2^-118.5 (|N ln 2 + ln(1 + u)| >= |ln(1 + u)| / 2 or N = 0).
-__attribute__((noinline)) double log_phase2(int e, uint64_t f) {
+__attribute__((noinline)) double log_phase2(uint64_t ix) {
+    double x = f64(ix);
+    int e = int(ix >> 52) - 0x3ff;
+    if (ix < 0x0010000000000000u) {  // subnormal: scaled, exactly
+        ix = bits(x * 0x1p64);
+        e = int(ix >> 52) - 0x3ff - 64;
+    }
+    uint64_t f = ix & 0xfffffffffffffu;
+    if (e == 0 && f == 0) return 0.0;  // ln 1 = +0, exact, in every mode
     uint64_t s = (f + 0x9555555555555u) >> 52;
     int64_t u = int64_t((f << (12 - s)) | (s << 63));
     int N = e + int(s);
@@ -474,7 +504,9 @@ inline double cr_log(double x) {
         ix = bits(x * 0x1p64);  // positive subnormal: exact
         bias = 0x3ff + 64;
     }
-    if (ix == 0x3ff0000000000000u) return 0.0;  // ln 1 = +0, exact, in every mode
+    // ln 1 = +0, exact: in z0 and d1 the margin below sends x = 1 on to the second phase
+    // without a flag; elsewhere the probe would raise inexact first
+    if (!kEmbedded && ix == 0x3ff0000000000000u) return 0.0;
     // e as a double: in z0 and d1 the exponent instruction, which normalises a subnormal x
     // itself (one step, no integer round trip)
     double de = kEmbedded ? avx512::getexp(x) : double(int(ix >> 52) - bias);
@@ -506,6 +538,7 @@ inline double cr_log(double x) {
         // coefficients scaled by powers of 2 (kLq*), so that -2 q comes out directly.
         double nr = -0.5 * r;
         dd::DD sq = dd::two_prod<kFma>(r, nr);
+        if constexpr (kFma) sq.l = fms_c(nr, r, sq.h);  // the same, nr's register taking it
         double s2 = sq.h;
         dd::DD h1 = fast_two_sum_rn(A, r);      // |A| >= |r| or A = 0
         dd::DD h2 = fast_two_sum_rn(h1.h, s2);  // r^2/2 below |A + r|
@@ -514,11 +547,13 @@ inline double cr_log(double x) {
         double H = g.finish(h2.h);  // H + L, not renormalised: |L| below 2^-23 |H|
         // the margin: 2^-60 of H's binade, at least 2^-61 |H| (the first phase is within
         // 2^-62.5 |H|, 2^-62.81 measured), and at least 2^-62 of the result's binade
-        double mm = binade(H) * kLogMargin;
+        // (plus the least subnormal: x = 1, H = L = 0, goes on to the second phase, which
+        // gives +0 in every mode, where the sum here could be -0)
+        double mm = mul_add(binade(H), kLogMargin, 0x1p-1074);
         double y;
         if (__builtin_expect(settle_pair(H, L - mm, L + mm, y), 1)) return y;
     }
-    return log_phase2(int(ix >> 52) - bias, ix & 0xfffffffffffffu);
+    return log_phase2(bits(x));
 }
 
 }  // namespace
