@@ -1,8 +1,8 @@
 // The correctly rounded double exp and log: e^x and ln x rounded once, in the caller's mode,
 // for every argument.  Nothing wider than double is at hand, so each runs in two phases.
 //
-// First phase: a pair of doubles H + L, computed in round-to-nearest, within 2^-62 of the
-// result (exp: absolute, at H's scale in [1, 2]; log: relative; measured and checked by the
+// First phase: a pair of doubles H + L, within 2^-62 of the result (the steps whose
+// exactness or error needs it in round-to-nearest) (exp: absolute, at H's scale in [1, 2]; log: relative; measured and checked by the
 // tests' trace of H and L against MPFR).  The
 // rounding test then adds L -+ kMargin to H in the caller's mode: the exact value lies between
 // the two sums, rounding is monotone, so when both round to the same double that double is
@@ -18,14 +18,20 @@
 //
 // The tiers run one algorithm.  ex uses separate multiplications and additions (exact
 // products by Dekker's split) and splits ln 2/512 with a 28-bit head; l9 and z0 use fused
-// multiply-adds and a 35-bit head.  Every tier finds the caller's mode by a probe and writes
-// the control word only outside round-to-nearest (z0 has no embedded-rounding form here).
+// multiply-adds and a 35-bit head.  ex and l9 find the caller's mode by a probe and write
+// the control word only outside round-to-nearest; z0 and d1 leave it alone and round the
+// few steps that need it to nearest by the instructions' embedded rounding (exp: the
+// shifter step and r's second step; log: the heads of the two exact sums), the other steps
+// rounding in the caller's mode at no more than twice their round-to-nearest error.
 #include <immintrin.h>
+
+#include <type_traits>
 
 #include "correct/crd_data.h"
 #include "tsr/codes.h"
 #include "tsr/common.h"
 #include "tsr/dd.h"
+#include "tsr/avx512.h"
 #include "tsr/guard.h"
 #include "tsr/report.h"
 #include "tsr_decls.h"
@@ -48,20 +54,79 @@ using i128 = __int128;
 inline double mul_add(double a, double b, double c) { return dd::mul_add<kFma>(a, b, c); }
 inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 
-// The first phase's verdict in the caller's mode: the double both H + (L -+ margin) round to,
-// or 0 (never a result of either function on this path) when they differ.
-// settle_pair takes L - margin and L + margin formed already (l the trace's L).
-inline double settle_pair(double h, double l_minus, double l_plus, double l) {
-    if (__builtin_expect(__libm_crd_test != 0, 0)) {
-        if (__libm_crd_test & 2) __libm_crd_trace[0] = h, __libm_crd_trace[1] = l;
-        if (__libm_crd_test & 1) return 0;
-    }
-    double a = opaque(h) + opaque(l_minus);
-    double b = opaque(h) + opaque(l_plus);
-    return a == b ? a : 0;
+// Tiers z0 and d1 round to nearest where it counts by the instructions' embedded rounding
+// and leave the control word alone; the others force round-to-nearest for the first phase
+// (when the caller's mode differs, found by a probe) and put the caller's mode back for the
+// rounding test.
+constexpr bool kEmbedded = TSR_TIER_Z0 || TSR_TIER_D1;
+struct NoGuard {
+    double finish(double v) { return v; }
+};
+using Guard = std::conditional_t<kEmbedded, NoGuard, RnGuardInexact>;
+// Values computed before a guard's restore are pinned there (the compiler does not see the
+// control word); with embedded rounding there is nothing to pin.
+inline double pin(double v) { return kEmbedded ? v : opaque(v); }
+// a + b and a b + c rounded to nearest: by the instruction's rounding in z0 and d1, under
+// the guard elsewhere (ex: a separate product and sum)
+inline double add_rn(double a, double b) {
+    if constexpr (kEmbedded) return avx512::add_rn(a, b);
+    return a + b;
 }
-inline double settle(double h, double l, double margin) {
-    return settle_pair(h, l - margin, l + margin, l);
+inline double fma_rn(double a, double b, double c) {
+    if constexpr (kEmbedded) return avx512::fma_rn(a, b, c);
+    return mul_add(a, b, c);
+}
+// c a + b in one fused step, the constant c's register taking the result (the 132 form):
+// a and b, both needed again, are not copied ahead of it.
+inline double fma_c(double c, double a, double b) {
+#ifdef __FMA__
+    asm("vfmadd132sd %2, %3, %0" : "=v"(c) : "0"(c), "v"(a), "v"(b));
+    return c;
+#else
+    return __builtin_fma(c, a, b);
+#endif
+}
+// c a - b in one fused step, c's register taking the result (c is not copied ahead of it).
+inline double fms_c(double c, double a, double b) {
+#ifdef __FMA__
+    asm("vfmsub132sd %2, %3, %0" : "=v"(c) : "0"(c), "v"(a), "v"(b));
+    return c;
+#else
+    return __builtin_fma(c, a, -b);
+#endif
+}
+// a + b exactly as s + e for |a| >= |b| or a = 0: s rounded to nearest, then the two
+// differences are exact (the fast two-sum), in any rounding mode.
+inline dd::DD fast_two_sum_rn(double a, double b) {
+    double s = add_rn(a, b);
+    return {s, b - (s - a)};
+}
+
+// a == b for ordered a and b: one compare and one branch (the compiler's equality would add
+// a test for unordered operands, which the first phase never produces).
+inline bool same(double a, double b) {
+#ifdef __AVX__
+    asm goto("vucomisd %1, %0\n\tjne %l2" : : "x"(a), "x"(b) : "cc" : differ);
+#else
+    asm goto("ucomisd %1, %0\n\tjne %l2" : : "x"(a), "x"(b) : "cc" : differ);
+#endif
+    return true;
+differ:
+    return false;
+}
+
+// The first phase's verdict in the caller's mode: true, with the double y both H + Lm and
+// H + Lp round to, where they agree (H + L -+ margin, formed by the caller).  The sums are
+// never both exact (Lm and Lp differ), so an agreeing pair raises inexact.
+inline bool settle_pair(double h, double lm, double lp, double &y) {
+    if (__builtin_expect(__libm_crd_test != 0, 0)) {
+        if (__libm_crd_test & 2) __libm_crd_trace[0] = h, __libm_crd_trace[1] = 0.5 * (lm + lp);
+        if (__libm_crd_test & 1) return false;
+    }
+    double a = h + lm;
+    double b = h + lp;
+    y = a;
+    return same(a, b);
 }
 
 // High 128 bits of the product of two unsigned 128-bit fractions, from three 64-bit
@@ -117,14 +182,33 @@ inline u128 w128(const uint64_t (&w)[2]) { return u128(w[0]) << 64 | w[1]; }
 // The last steps of the first phase stay in the vector registers: a trip through a general
 // register would add two transfers to the critical path.
 // y 2^q for a normal y and a normal result: q added to the exponent field.
+// y 2^q for a normal y and a normal result: q added to the exponent field.
 inline double scale_normal(double y, int64_t q) {
-    __m128i v = _mm_add_epi64(_mm_castpd_si128(_mm_set_sd(y)), _mm_cvtsi64_si128(q << 52));
+    __m128i v = _mm_add_epi64(_mm_castpd_si128(lane(y)), _mm_cvtsi64_si128(q << 52));
     return _mm_cvtsd_f64(_mm_castsi128_pd(v));
 }
-// The power of two at the bottom of |y|'s binade (y normal).
+// The power of two at the bottom of |y|'s binade (y normal).  Written as the instruction:
+// through lane() y, needed again, would be copied in front of it.
 inline double binade(double y) {
-    __m128d m = _mm_castsi128_pd(_mm_cvtsi64_si128(int64_t(0x7ff0000000000000)));
-    return _mm_cvtsd_f64(_mm_and_pd(_mm_set_sd(y), m));
+    double m = f64(0x7ff0000000000000u), b;
+#ifdef __AVX__
+    asm("vandpd %2, %1, %0" : "=x"(b) : "x"(y), "x"(m));
+#else
+    b = m;
+    asm("andpd %1, %0" : "+x"(b) : "x"(y));
+#endif
+    return b;
+}
+// m in [1, 2) with x = 2^e m, x positive and finite (ix: the pattern of x, of x 2^64 for a
+// subnormal x): z0 and d1 by the instruction, which normalises a subnormal itself.
+inline double mantissa(double x, uint64_t ix) {
+#if TSR_AVX512_NATIVE
+    (void)ix;
+    return _mm_cvtsd_f64(_mm_getmant_sd(lane(x), lane(x), _MM_MANT_NORM_1_2, _MM_MANT_SIGN_src));
+#else
+    (void)x;
+    return f64(0x3ff0000000000000u | (ix & 0xfffffffffffffu));
+#endif
 }
 
 // ---- exp -------------------------------------------------------------------------------
@@ -154,8 +238,7 @@ constexpr uint64_t kLn2_512Extra = 0x57a;  // bits 129..140, in units of 2^-140
 //       after rounding to 128 bits), Horner's truncations below 2^-124;
 //   R = T + T E with T = 2^(j/512) to 2^-121 (relative): in all below 2^-119.0 relative.
 // R (1.0 = 2^120) has its top at bit 120 or 121; W = R >> 64 (56 or 57 bits) with a sticky 1.
-__attribute__((noinline)) double exp_phase2(double x, int64_t k) {
-    uint64_t ix = bits(x);
+__attribute__((noinline)) double exp_phase2(uint64_t ix, int64_t k) {
     int e = int((ix >> 52) & 0x7ff);
     int64_t m = int64_t((ix & 0xfffffffffffffu) | 0x10000000000000u);
     if (ix >> 63) m = -m;
@@ -218,41 +301,65 @@ __attribute__((noinline)) double exp_small(double x) {
     return double(int64_t(W)) * 0x1p-62;
 }
 
+// The first phase of exp, 2^-30 <= |x| < 708.396 (the result is normal): true with the
+// correctly rounded e^x in y, false where the second phase decides.
+inline bool exp_phase1(double x, int64_t &k_out, double &y) {
+    Guard g;
+    double xx = pin(x);
+    double t = fma_rn(xx, kInvLn2x512, kShifter);
+    int64_t k = int64_t(int32_t(uint32_t(bits(t))));
+    k_out = k;
+    double kn = t - kShifter;  // exact: t is within 2^51 of the shifter
+    const Pair &T = cr_exp2_512[k & 511];  // 2^(j/512) = T.hi (1 + T.lo)
+    double Lm, Lp, H;
+    if constexpr (kFma) {
+        // x - kn ln2_hi is exact (a 35-bit head), so only the second step rounds: it runs in
+        // round-to-nearest (|r| <= ln 2/1024, error 2^-64).  Every later step may round in
+        // the caller's mode: the exact ones (T - H, the remainder e1) are exact there too,
+        // and the others are far below the margin at twice the error.
+        double r = fma_rn(kn, kNegLn2_512Lo, fma_c(kNegLn2_512Hi, kn, xx));
+        // 2^(j/512) e^r = T (1 + U)(1 + r + r^2 p): H = T + T r rounded, e1 its remainder
+        // (T - H exact: H is within a factor 2 of T; e1 below ulp(H), rounded at 2^-103),
+        // and the rest, T r^2 p + T U, below 2^-20, rounded at 2^-72.  T only joins after
+        // its load, the last input to arrive: the chain after it is four steps (H, T - H,
+        // e1, and the sum), while r^2 T and the polynomial run beside the load.  The margin
+        // joins T U, which waits for nothing else: L -+ margin take the same steps as L.
+        double r2 = r * r;
+        double p = __builtin_fma(r2, __builtin_fma(r, kE5, kE4), __builtin_fma(r, kE3, kE2));
+        double r2t = r2 * T.hi;
+        double tu = T.hi * T.lo;
+        double h = __builtin_fma(T.hi, r, T.hi);
+        double e1 = __builtin_fma(T.hi, r, T.hi - h);
+        Lm = pin(e1 + __builtin_fma(r2t, p, tu - kExpMargin));
+        Lp = pin(e1 + __builtin_fma(r2t, p, tu + kExpMargin));
+        H = g.finish(h);
+    } else {
+        double r = (xx + kn * kNegLn2_512Hi) + kn * kNegLn2_512Lo;  // the first sum exact
+        double r2 = r * r;
+        double p = mul_add(r2, mul_add(r, kE5, kE4), mul_add(r, kE3, kE2));
+        // T r exact by Dekker's product, H = T + T r by the exact fast sum, T r^2 p, T U and
+        // the rounding of T r summed below 2^-18 (rounded at 2^-72); the margin joins the
+        // part summed first, so L -+ margin come out of the same two steps as L would.
+        dd::DD tr = dd::two_prod<kFma>(T.hi, r);
+        dd::DD h1 = dd::fast_two_sum(T.hi, tr.h);
+        double r2t = r2 * T.hi;
+        double c = tr.l + T.hi * T.lo;
+        Lm = opaque(mul_add(p, r2t, c - kExpMargin) + h1.l);
+        Lp = opaque(mul_add(p, r2t, c + kExpMargin) + h1.l);
+        H = g.finish(h1.h);
+    }
+    return settle_pair(H, Lm, Lp, y);
+}
+
 inline double cr_exp(double x) {
     uint64_t ix = bits(x);
     uint32_t a = uint32_t(ix >> 32) & 0x7fffffff;
     if (__builtin_expect(a - 0x3e100000u < 0x4086232bu - 0x3e100000u, 1)) {
         // 2^-30 <= |x| < 708.39599609375 (below 1022 ln 2: the result is normal)
-        RnGuardInexact g;
-        double xx = opaque(x);
-        double t = mul_add(xx, kInvLn2x512, kShifter);
-        int64_t k = int64_t(int32_t(uint32_t(bits(t))));
-        double kn = t - kShifter;
-        double r;
-        if constexpr (kFma) {
-            r = __builtin_fma(kn, kNegLn2_512Hi, xx);  // exact
-            r = __builtin_fma(kn, kNegLn2_512Lo, r);
-        } else {
-            r = (xx + kn * kNegLn2_512Hi) + kn * kNegLn2_512Lo;  // the first sum exact
-        }
-        const Pair &T = cr_exp2_512[k & 511];  // 2^(j/512) = T.hi (1 + T.lo)
-        double r2 = r * r;
-        double p = mul_add(r2, mul_add(r, kE5, kE4), mul_add(r, kE3, kE2));
-        // 2^(j/512) e^r = T (1 + U)(1 + r + r^2 p): T r exact, the rest (below 2^-18) rounded
-        // at 2^-72; with r's own rounding (2^-64, times T) H + L is within 2^-62.8.  T r^2
-        // is formed beside p, so that p waits for one fused step only, not three, and the
-        // margin joins the part summed first: L -+ margin come out of the same two steps as
-        // L would, each off by a rounding below 2^-73 (|L| < 2^-20), far inside the margin.
-        dd::DD tr = dd::two_prod<kFma>(T.hi, r);
-        dd::DD h1 = dd::fast_two_sum(T.hi, tr.h);
-        double r2t = r2 * T.hi;
-        double c = tr.l + T.hi * T.lo;
-        double Lm = opaque(mul_add(p, r2t, c - kExpMargin) + h1.l);
-        double Lp = opaque(mul_add(p, r2t, c + kExpMargin) + h1.l);
-        double H = g.finish(h1.h);
-        double y = settle_pair(H, Lm, Lp, 0.5 * (Lm + Lp));
-        if (__builtin_expect(y != 0, 1)) return scale_normal(y, k >> 9);
-        return exp_phase2(x, k);
+        int64_t k;
+        double y;
+        if (__builtin_expect(exp_phase1(x, k, y), 1)) return scale_normal(y, k >> 9);
+        return exp_phase2(ix, k);
     }
     if (a < 0x3c900000) return 1.0 + opaque(x);  // |x| < 2^-54: 1 + x rounds as e^x
     if (a < 0x3e100000) return exp_small(x);
@@ -271,7 +378,7 @@ inline double cr_exp(double x) {
     // 708.396 <= |x| below the limits: the scale leaves the first phase's range; k as there
     double t = opaque(x) * kInvLn2x512;
     int64_t k = int64_t(__builtin_floor(t + 0.5));  // any nearby k will do: r is reduced after
-    return exp_phase2(x, k);
+    return exp_phase2(ix, k);
 }
 
 // ---- log -------------------------------------------------------------------------------
@@ -280,14 +387,25 @@ constexpr double kLn2Hi = 0x1.62e42fefa4000p-1;  // ln 2, a multiple of 2^-39 (e
 constexpr double kLn2Lo = -0x1.8432a1b0e2634p-43;
 // ln(1 + r) = r - r^2/2 + r^3 q(r), q = kL3 + kL4 r + ... + kL7 r^4 (crd_data.h: its error
 // is below 2^-62.83 of the result over every r the index table lets through, |r| < 2^-7.88).
-// The roundings of the first phase add below 2^-66 of the result: B's (at most 2^-53 of
+// The roundings of the first phase add below 2^-66 of the result (2^-65 where z0 and d1 run
+// them in a directed mode): B's (at most 2^-53 of
 // |B| <= 2^-32.5, against a result of at least 0.3 |e|, or B = 0 where e = -1 meets c = 1/2),
 // r^3 q's three and L's sums' (each below 2^-75.5 absolute, against a result of at least
 // 2^-9 wherever A is not 0; where A = 0, relative to r itself).  H + A + r - r^2/2 is exact.
-// H + L lies within 2^-62.6 of ln x, under the margin, 2^-60 of the binade of H (at least
+// H + L lies within 2^-62.5 of ln x, under the margin, 2^-60 of the binade of H (at least
 // 2^-61 |H|).
 constexpr double kLogMargin = 0x1p-60;
-constexpr uint64_t kOneBits = 0x3fe0000000000000u;  // (1 + i/128)/2 = the pattern kOneBits + i 2^45
+// q(r) with r^2 = -2 s: -2 q = kLq3 + kLq4 r + s (kLq5 + kLq6 r + s kLq7), exact scalings
+constexpr double kLq3 = -2 * kL3, kLq4 = -2 * kL4, kLq5 = 4 * kL5, kLq6 = 4 * kL6, kLq7 = -8 * kL7;
+// c = (1 + i/128)/2, i = 0 .. 128 (exact): read beside the row of cr_log_recip
+struct LogC {
+    double v[129];
+};
+constexpr LogC kLogC = [] {
+    LogC t{};
+    for (int i = 0; i <= 128; ++i) t.v[i] = (1 + i / 128.0) / 2;
+    return t;
+}();
 constexpr u128 kLn2Fix = u128(0xb17217f7d1cf79abu) << 64 | 0xc9e3b39803f2f6afu;  // ln 2 2^128
 
 inline int clz64(uint64_t v) { return __builtin_clzll(v); }
@@ -298,7 +416,15 @@ inline int clz64(uint64_t v) { return __builtin_clzll(v); }
 // is 2^-122.2 (near) and 2^-118.6 (far) of ln(1 + u) after rounding to 128 bits, the Horner
 // steps' truncations below 2^-124 of it.  With N: N ln 2 (ln 2 to 2^-128), their sum's
 // relative error stays below 2^-118.5 (|N ln 2 + ln(1 + u)| >= |ln(1 + u)| / 2 or N = 0).
-__attribute__((noinline)) double log_phase2(int e, uint64_t f) {
+__attribute__((noinline)) double log_phase2(uint64_t ix) {
+    double x = f64(ix);
+    int e = int(ix >> 52) - 0x3ff;
+    if (ix < 0x0010000000000000u) {  // subnormal: scaled, exactly
+        ix = bits(x * 0x1p64);
+        e = int(ix >> 52) - 0x3ff - 64;
+    }
+    uint64_t f = ix & 0xfffffffffffffu;
+    if (e == 0 && f == 0) return 0.0;  // ln 1 = +0, exact, in every mode
     uint64_t s = (f + 0x9555555555555u) >> 52;
     int64_t u = int64_t((f << (12 - s)) | (s << 63));
     int N = e + int(s);
@@ -360,31 +486,39 @@ __attribute__((noinline)) double log_phase2(int e, uint64_t f) {
     return double(W | 1) * pow2(scale);
 }
 
+// Zero, negative, infinity or NaN, out of line: the reports' frame stays off the common path.
+__attribute__((noinline, cold)) double log_special(double x) {
+    uint64_t ix = bits(x);
+    if (ix == 0x7ff0000000000000u) return x;
+    if ((ix & 0x7fffffffffffffffu) > 0x7ff0000000000000u) return x + 1.0;
+    if ((ix & 0x7fffffffffffffffu) == 0) return report(x, -1.0 / opaque(0.0), code::log_argument_0);
+    return report(x, opaque(x - x) / opaque(x - x), code::log_argument_negative);
+}
+
 inline double cr_log(double x) {
     uint64_t ix = bits(x);
     int bias = 0x3ff;
     if (__builtin_expect(uint32_t((ix >> 32) + 0x80100000u) < 0x80200000u, 0)) {
         // zero, subnormal, negative, infinity or NaN
-        if (ix == 0x7ff0000000000000u) return x;
-        if ((ix & 0x7fffffffffffffffu) > 0x7ff0000000000000u) return x + 1.0;
-        if ((ix & 0x7fffffffffffffffu) == 0)
-            return report(x, -1.0 / opaque(0.0), code::log_argument_0);
-        if (ix >> 63) return report(x, opaque(x - x) / opaque(x - x), code::log_argument_negative);
+        if (ix - 1 >= 0x000fffffffffffffu) return log_special(x);
         ix = bits(x * 0x1p64);  // positive subnormal: exact
         bias = 0x3ff + 64;
     }
-    if (ix == 0x3ff0000000000000u) return 0.0;  // ln 1 = +0, exact, in every mode
-    int e = int(ix >> 52) - bias;
-    uint64_t f = ix & 0xfffffffffffffu;
+    // ln 1 = +0, exact: in z0 and d1 the margin below sends x = 1 on to the second phase
+    // without a flag; elsewhere the probe would raise inexact first
+    if (!kEmbedded && ix == 0x3ff0000000000000u) return 0.0;
+    // e as a double: in z0 and d1 the exponent instruction, which normalises a subnormal x
+    // itself (one step, no integer round trip)
+    double de = kEmbedded ? avx512::getexp(x) : double(int(ix >> 52) - bias);
     {
-        RnGuardInexact g;
-        double m = opaque(f64(0x3ff0000000000000u | f));
-        // c = (1 + i/128)/2 near 1/m, i from the top bits of f: one load, where the
-        // processor's approximate reciprocal would cost a round trip through single
-        // precision on the critical path.  (i = 128 gives the pattern of 1.0.)
-        int i = cr_log_index[f >> (52 - kLogIndexBits)];
-        double c = f64(kOneBits + (uint64_t(i) << 45));
-        // r = m c - 1 is exact: a multiple of 2^-60 below 2^-7 in magnitude
+        Guard g;
+        double m = pin(mantissa(x, ix));
+        // c = (1 + i/128)/2 near 1/m, i from the top bits of m's fraction: one load, where
+        // the processor's approximate reciprocal would cost a round trip through single
+        // precision on the critical path.
+        int i = cr_log_index[(ix >> (52 - kLogIndexBits)) & ((1u << kLogIndexBits) - 1)];
+        double c = kLogC.v[i];
+        // r = m c - 1 is exact (in any mode): a multiple of 2^-60 below 2^-7 in magnitude
         double r;
         if constexpr (kFma) {
             r = __builtin_fma(m, c, -1.0);
@@ -393,24 +527,33 @@ inline double cr_log(double x) {
             r = (h * c - 1.0) + (m - h) * c;
         }
         const Pair &R = cr_log_recip[i];
-        double de = double(e);
         double A = mul_add(de, kLn2Hi, R.hi);  // exact: both on the grid of 2^-39
         double B = mul_add(de, kLn2Lo, R.lo);
         // ln x = A + B + r - r^2/2 + r^3 q(r): the sum A + r and the term -r^2/2 carried
-        // exactly (they hold the cancellation near x = 1), the rest rounded below 2^-77.
-        dd::DD h1 = dd::fast_two_sum(A, r);  // |A| >= |r| or A = 0
-        dd::DD sq = dd::two_prod<kFma>(r, r);
-        dd::DD h2 = dd::fast_two_sum(h1.h, -0.5 * sq.h);  // r^2/2 below |A + r|
-        double r2 = sq.h;
-        double q = mul_add(r2, mul_add(r2, kL7, mul_add(r, kL6, kL5)), mul_add(r, kL4, kL3));
-        double L = opaque((r2 * r * q + B) + (h1.l + h2.l - 0.5 * sq.l));
+        // exactly (they hold the cancellation near x = 1), the rest rounded below 2^-76.
+        // Only the two sums' heads need round-to-nearest: the fast two-sum's differences,
+        // the square's remainder (fused tiers) and A are exact in any mode, and the other
+        // roundings, in the caller's mode in z0 and d1, stay below 2^-65 of the result.
+        // -r^2/2 = s + sl exactly, s = r (-r/2) rounded; q is written in s, its
+        // coefficients scaled by powers of 2 (kLq*), so that -2 q comes out directly.
+        double nr = -0.5 * r;
+        dd::DD sq = dd::two_prod<kFma>(r, nr);
+        if constexpr (kFma) sq.l = fms_c(nr, r, sq.h);  // the same, nr's register taking it
+        double s2 = sq.h;
+        dd::DD h1 = fast_two_sum_rn(A, r);      // |A| >= |r| or A = 0
+        dd::DD h2 = fast_two_sum_rn(h1.h, s2);  // r^2/2 below |A + r|
+        double q = mul_add(s2, mul_add(s2, kLq7, mul_add(r, kLq6, kLq5)), mul_add(r, kLq4, kLq3));
+        double L = pin(mul_add(s2 * r, q, B) + ((h1.l + h2.l) + sq.l));  // r^3 q = (s r)(-2 q)
         double H = g.finish(h2.h);  // H + L, not renormalised: |L| below 2^-23 |H|
         // the margin: 2^-60 of H's binade, at least 2^-61 |H| (the first phase is within
-        // 2^-62.6 |H|, 2^-62.81 measured), and at least 2^-62 of the result's binade
-        double v = settle(H, L, kLogMargin * binade(H));
-        if (__builtin_expect(v != 0, 1)) return v;
+        // 2^-62.5 |H|, 2^-62.81 measured), and at least 2^-62 of the result's binade
+        // (plus the least subnormal: x = 1, H = L = 0, goes on to the second phase, which
+        // gives +0 in every mode, where the sum here could be -0)
+        double mm = mul_add(binade(H), kLogMargin, 0x1p-1074);
+        double y;
+        if (__builtin_expect(settle_pair(H, L - mm, L + mm, y), 1)) return y;
     }
-    return log_phase2(e, f);
+    return log_phase2(bits(x));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cfenv>
 #include <cmath>
 #include <cstdio>
 #include <random>
@@ -187,20 +188,23 @@ TEST(CrdHard, BitForBit) {
 // ---- the first phase's error against its margin ------------------------------------------------
 // The rounding test is sound when |H + L - f(x)| stays below its margin: 2^-61 for exp (H in
 // [1 - 2^-10, 2 + 2^-9)), 2^-60 of H's binade (at least 2^-61 |H|) for log.  Measured in
-// round-to-nearest (the phase runs in it whatever the caller's mode) on the random and hard
-// arguments, every tier; the bound asserted is 2^-1/2 of the margin for exp, 2^-62 |H| for log.
+// round-to-nearest on the random and hard arguments, every tier, and in the directed modes on
+// a quarter of them (z0 and d1 run the steps that need no round-to-nearest in the caller's
+// mode); the bound asserted is 2^-1/2 of the margin for exp, 2^-62 |H| for log.
 struct PhaseOne {
     double worst = 0, at = 0;
 };
 template <class Fn>
-PhaseOne phase_one(Fn fn, const std::vector<double> &xs, MpFn1 ref, bool relative) {
+PhaseOne phase_one(Fn fn, const std::vector<double> &xs, MpFn1 ref, bool relative, int mode) {
     PhaseOne p;
     mpfr_t y, s;
     mpfr_inits2(300, y, s, (mpfr_ptr)nullptr);
     __libm_crd_test = 2;
     for (double x : xs) {
         __libm_crd_trace[0] = __libm_crd_trace[1] = 0;
+        std::fesetround(mode);
         fn(x);
+        std::fesetround(FE_TONEAREST);
         double h = __libm_crd_trace[0], l = __libm_crd_trace[1];
         if (h == 0) continue;  // a path without the first phase
         // exp's H and L are 2^(j/512) e^r, e^x without its power of two: the power that
@@ -241,17 +245,24 @@ void first_phase(size_t n) {
     // to ln x peaks (2^-62.83 by tools/gen/crd_tables.py)
     std::uniform_real_distribution<double> edge(1 - 0x1p-8, 1 - 0x1p-8 + 0x1p-16);
     for (size_t i = 0; i < n / 16; ++i) lg.push_back(edge(g));
-    for_each_tier(tsr_tiers___libm_cr_exp, [&](const auto &t) {
-        PhaseOne p = phase_one(t.fn, ex, mpfr_exp, false);
-        std::printf("[  PHASE 1 ] cr_exp %s: max error 2^%.2f at %a (margin 2^-61)\n", t.name, std::log2(p.worst), p.at);
-        EXPECT_LE(p.worst, 0x1.6a09e667f3bcdp-62) << t.name << " at " << p.at;  // 2^-61.5
-    });
-    for_each_tier(tsr_tiers___libm_cr_log, [&](const auto &t) {
-        PhaseOne p = phase_one(t.fn, lg, mpfr_log, true);
-        std::printf("[  PHASE 1 ] cr_log %s: max relative error 2^%.2f at %a (margin 2^-60 of H's binade)\n", t.name,
-                    std::log2(p.worst), p.at);
-        EXPECT_LE(p.worst, 0x1p-62) << t.name << " at " << p.at;
-    });
+    std::vector<double> ex4, lg4;  // every fourth argument of each kind
+    for (size_t i = 0; i < ex.size(); i += 4) ex4.push_back(ex[i]);
+    for (size_t i = 0; i < lg.size(); i += 4) lg4.push_back(lg[i]);
+    for (int mode : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+        bool rn = mode == FE_TONEAREST;
+        for_each_tier(tsr_tiers___libm_cr_exp, [&](const auto &t) {
+            PhaseOne p = phase_one(t.fn, rn ? ex : ex4, mpfr_exp, false, mode);
+            std::printf("[  PHASE 1 ] cr_exp %s, mode %d: max error 2^%.2f at %a (margin 2^-61)\n", t.name, mode,
+                        std::log2(p.worst), p.at);
+            EXPECT_LE(p.worst, 0x1.6a09e667f3bcdp-62) << t.name << " at " << p.at;  // 2^-61.5
+        });
+        for_each_tier(tsr_tiers___libm_cr_log, [&](const auto &t) {
+            PhaseOne p = phase_one(t.fn, rn ? lg : lg4, mpfr_log, true, mode);
+            std::printf("[  PHASE 1 ] cr_log %s, mode %d: max relative error 2^%.2f at %a (margin 2^-60 of H's "
+                        "binade)\n", t.name, mode, std::log2(p.worst), p.at);
+            EXPECT_LE(p.worst, 0x1p-62) << t.name << " at " << p.at;
+        });
+    }
 }
 
 TEST(CrdFirstPhase, ErrorBelowMargin) { first_phase(200000); }
