@@ -31,7 +31,7 @@ template <class T> std::vector<Row<T>> erfinv_rows(int above, int one) {
         cr(below1), cr(-below1), cr(T(0.9)), cr(T(-0.999)), cr(T(0x1p-30)),
         cr(T(0.125)), cr(T(d ? 0x1.fffffffffffffp-4 : 0x1.fffffep-4f)), cr(T(-0.875)),
         cr(T(d ? 0x1.bffffffffffffp-1 : 0x1.bffffep-1f)), cr(T(0.8477912478906585)),  // y^2 next to 49/64 - 2 (3/128)
-        cr(T(0.9999998874648253)),
+        cr(T(0.9999998874648253)), cr(T(0x1.b9844b07b11e6p-1)),  // the middle row 0 with a small w'
     });
 }
 // erfcinv: 0 at 1 exactly, the poles at 0 and 2, the domain, the tail to the smallest z, the

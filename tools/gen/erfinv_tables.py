@@ -13,7 +13,7 @@ tail pairs (the code sums their terms in double-double) and whose others are dou
     s = sqrt(-ln z), u = 1/s in [0.0366, 0.694], k = trunc(32 u) (1 .. 22, row k - 1),
     u' = u - (k + 1/2)/32 in [-1/64, 1/64]: erfcinv(z) = s P_k(u').
 
-Each fit is least squares on Chebyshev points at 192 bits, redone with each head pair fixed
+Each fit is least squares on Chebyshev points at 160 bits, redone with each head pair fixed
 at its exact rounded value, so that the rounding of the head is absorbed by the rest; the
 relative error of the rounded polynomial (the pairs summed exactly, the rest as doubles) is
 measured on a dense grid and written beside each row.
@@ -24,7 +24,7 @@ from mpmath import mp, mpf
 import tsrgen as g
 
 SCRIPT = "erfinv_tables.py"
-PREC = 192
+PREC = 160
 STEP = mpf(3) / 128          # the middle rows' width in w
 W0 = mpf(49) / 64            # w = y^2 - W0
 CENTRAL_DEGREE = 10
@@ -50,17 +50,27 @@ def hilo(v):
 
 def erfcinv_s(s):
     """y with erfc(y) = exp(-s^2), s >= 1: Newton on ln erfc(y) + s^2 from the asymptotic
-    guess, to the working precision."""
+    guess, at 64 bits until the step is below 2^-56 of y, then two steps at the working
+    precision (each doubles the bits)."""
     key = "s" + mp.nstr(s, 60)
     if key in _memo:
         return _memo[key]
-    y = s - mp.log(s * mp.sqrt(mp.pi)) / (2 * s)
-    for _ in range(80):
+    prec = mp.prec
+
+    def step(y):
         e = mp.erfc(y)
-        step = (mp.log(e) + s * s) / (2 / mp.sqrt(mp.pi) * mp.exp(-y * y) / e)
-        y += step
-        if abs(step) < mpf(2) ** (-mp.prec + 10) * y:
-            break
+        return (mp.log(e) + s * s) / (2 / mp.sqrt(mp.pi) * mp.exp(-y * y) / e)
+    with mp.workprec(64):
+        y = s - mp.log(s * mp.sqrt(mp.pi)) / (2 * s)
+        for _ in range(80):
+            d = step(y)
+            y += d
+            if abs(d) < mpf(2) ** -56 * y:
+                break
+    with mp.workprec(prec):
+        y = +y
+        for _ in range(2):
+            y += step(y)
     _memo[key] = y
     return y
 
@@ -92,7 +102,7 @@ def fit(f, a, b, degree, h, heads=2, points=None):
     with mp.workprec(PREC):
         p = g._Problem(ft, a, b, degree, True, fixed, None, None)
         c = p.coeffs([rnd(v) for v in p.lsq(points)])
-        err, _ = g.measure(c, ft, a, b, True, None, grid=400)
+        err, _ = g.measure(c, ft, a, b, True, None, grid=400, iterations=40)
     c = [v / h ** k for k, v in enumerate(c)]
     pairs = [hilo(c[k]) for k in range(heads)]
     assert all(hi + lo == c[k] for k, (hi, lo) in enumerate(pairs))
@@ -115,7 +125,7 @@ def main(check_only=False):
     mp.prec = PREC
     out_h = [g.header(SCRIPT),
              "// The polynomials of the inverse error functions (special/erfinv_data.cpp).",
-             "#pragma once", "", "namespace tsr::erfinv {", ""]
+             "#pragma once", '#include "tsr/types.h"', "", "namespace tsr::erfinv {", ""]
     out_c = [g.header(SCRIPT), '#include "special/erfinv_data.h"', "", "namespace tsr::erfinv {", ""]
     worst = []
     # central
@@ -123,7 +133,7 @@ def main(check_only=False):
     worst.append(err)
     n = 2 * 2 + CENTRAL_DEGREE - 1
     out_h += ["// erfinv(y)/y = P(y^2) for |y| < 1/8: (c0 hi, c0 lo, c1 hi, c1 lo, c2 .. c%d)." % CENTRAL_DEGREE,
-              "extern const double central[%d];" % n]
+              "extern const double central[%d] TSR_HIDDEN;" % n]
     out_c += g.c_array("const double central[%d]" % n, row_text(c, pairs), 4,
                        g.approx_comment(0, mpf(1) / 64, CENTRAL_DEGREE, log2(err), SCRIPT, "erfinv(y)/y in q = y^2"))
     # middle
@@ -144,7 +154,7 @@ def main(check_only=False):
     out_c += ["};", ""]
     out_h += ["// erfinv(y)/y in the rows of w = y^2 - 49/64 (1/8 <= |y| < 7/8), each a polynomial in",
               "// w' = w + (k + 1/2) 3/128: (c0 hi, c0 lo, c1 hi, c1 lo, c2 .. c%d)." % MIDDLE_DEGREE,
-              "extern const double middle[%d][%d];" % (MIDDLE_ROWS, n)]
+              "extern const double middle[%d][%d] TSR_HIDDEN;" % (MIDDLE_ROWS, n)]
     # tail
     n = 2 * 2 + TAIL_DEGREE - 1
     out_c += ["// erfcinv(z)/s for z = exp(-s^2) <= 1/8, u = 1/s in [k/32, (k + 1)/32), row k - 1, as a",
@@ -170,7 +180,7 @@ def main(check_only=False):
     out_c += ["};", ""]
     out_h += ["// erfcinv(z)/sqrt(-ln z) in the rows k - 1 of u = 1/sqrt(-ln z) in [k/32, (k + 1)/32), z <= 1/8,",
               "// each a polynomial in u' = u - (k + 1/2)/32: (c0 hi, c0 lo, c1 hi, c1 lo, c2 .. c%d)." % TAIL_DEGREE,
-              "extern const double tail[%d][%d];" % (TAIL_ROWS, n), "", "}  // namespace tsr::erfinv"]
+              "extern const double tail[%d][%d] TSR_HIDDEN;" % (TAIL_ROWS, n), "", "}  // namespace tsr::erfinv"]
     out_c += ["}  // namespace tsr::erfinv"]
     print("worst", log2(max(worst)))
     g.write_outputs({"special/erfinv_data.h": "\n".join(out_h) + "\n",
