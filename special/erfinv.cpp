@@ -6,10 +6,10 @@
 // tools/gen/erfinv_tables.py whose first two coefficients are head and tail pairs:
 //   central, |y| < 1/8: erfinv(y) = y P(q), q = y^2 (degree 10, 2^-81 relative);
 //   middle, 1/8 <= |y| < 7/8: w = y^2 - 49/64 in (-3/4, 0], row k = trunc(-w 128/3) of 32,
-//     erfinv(y) = y P_k(w + (k + 1/2) 3/128) (degree 12, 2^-72 at worst);
+//     erfinv(y) = y P_k(w + (k + 1/2) 3/128) (degree 12, 2^-71.2 at worst);
 //   tail, z = 1 - |y| <= 1/8 (erfcinv's own argument, down to the least subnormal):
 //     s = sqrt(-ln z), u = 1/s, k = trunc(32 u) (1 .. 22), erfcinv(z) = s P_k(u - (k + 1/2)/32)
-//     (degree 15, 2^-65.8 in the row of the least subnormals, 2^-70 and better from z = 2^-1000).
+//     (degree 15, 2^-65.8 in the row k = 1, z below e^-256; 2^-70.8 and better above).
 // The argument reaches each region as a double-double (y = 1 - x is exact from x = 1/2 on,
 // a two-sum below), so is q or w, formed by exact products and sums.  The pairs' terms are
 // summed exactly; what rounds is the plain-double rest, c2 v^2 + ..., at 2^-53 of itself:
