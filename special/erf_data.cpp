@@ -4300,26 +4300,5 @@ const double chain_ue3[3] = {
 //         |u| <= 6/256, e <= 2^-16): 2^-56.2
 //   erfc (every chain in full, |u| <= 27.25/256, e <= 2^-16): 2^-58.1
 //   the float forms (chain_u to u^7, chain_ue to u^3, chain_ue2 to u^0, |u| <= 10.1/256): 2^-36.5
-// erfinv(w)/w as a polynomial in q = w^2, q in [0, 1/4], coefficient of q^k at k:
-// least squares of degree 10, max error 2^-46.1 relative.
-const double erfinv_guess[11] = {
-    0x1.c5bf891b4efd4p-1, 0x1.db29fb2f91c3fp-3, 0x1.053c2c4353300p-3, 0x1.628461310c315p-4,
-    0x1.0a1669eb1e8c4p-4, 0x1.a74f995f6dd2ep-5, 0x1.643a67c8d1703p-5, 0x1.04d65f50d40dcp-5,
-    0x1.ad7966230d50bp-5, -0x1.be65a9dc37959p-6, 0x1.95f8404a7a7acp-4,
-};
-// erfcinv(z) for z <= 1/2, s = sqrt(-ln z): per piece of s, its centre c and the
-// coefficients of (s - c)^k, k = 0..11; least squares, error per row.
-const double erfcinv_guess[5][13] = {
-    // s in [0.8125, 1.5]: max error 2^-42.7 relative
-    {0x1.2800000000000p+0, 0x1.958884d67826cp-1, 0x1.020d901cbf05cp+0, 0x1.33fa137b0b072p-4, -0x1.3951847531b05p-4, 0x1.b38c8e7f52041p-5, -0x1.d3d1e2328f7f5p-6, 0x1.652068afe703bp-7, -0x1.30c16ac2562ddp-10, -0x1.5a3077b078db4p-9, 0x1.9317cd37f4931p-9, -0x1.168649174c020p-9, 0x1.bd1d040bc08f7p-11},
-    // s in [1.5, 3.0]: max error 2^-39.0 relative
-    {0x1.2000000000000p+1, 0x1.ee37c319ce4a9p+0, 0x1.0c86e0c015fe7p+0, -0x1.7d24b3f934404p-9, -0x1.bd51b8a9c0e65p-9, 0x1.5b20b6aba07f1p-9, -0x1.6e14752310e51p-10, 0x1.492a7ec70e881p-11, -0x1.0acd81d80bb2ep-12, 0x1.8c200770eae07p-14, -0x1.0f6adf979918dp-15, 0x1.4d3147e71ba1ep-17, -0x1.0d5730ba9298ep-19},
-    // s in [3.0, 6.0]: max error 2^-35.5 relative
-    {0x1.2000000000000p+2, 0x1.110aa2828707ap+2, 0x1.0725be23c6282p+0, -0x1.d7d01b4351b1ap-9, 0x1.bcb958e6eb736p-12, -0x1.1ca99efc591b9p-15, -0x1.5ab343ff634b5p-19, 0x1.37232daf4f499p-19, -0x1.b3b13d1c80df9p-21, 0x1.c2e549e9470e3p-23, -0x1.ba5c999c3dd82p-25, 0x1.51219fe7aaa90p-26, -0x1.4d04344b954d4p-28},
-    // s in [6.0, 12.0]: max error 2^-38.5 relative
-    {0x1.2000000000000p+3, 0x1.1b0dacecff1a0p+3, 0x1.02d716535b92fp+0, -0x1.d7b3ffee541cap-11, 0x1.3d0bf2aca6924p-14, -0x1.aca961b957108p-18, 0x1.1df0a7c195313p-21, -0x1.701fd453eb6b6p-25, 0x1.ba56b97a02b64p-29, -0x1.f4fe2a9ded2b7p-33, 0x1.c6e23a38959c8p-37, 0x1.bb94796886dfcp-40, -0x1.c8e830e8c0d4cp-42},
-    // s in [12.0, 27.5]: max error 2^-36.7 relative
-    {0x1.3c00000000000p+4, 0x1.3a8ecdec7d477p+4, 0x1.00d7a08603217p+0, -0x1.1a447ce1000c2p-13, 0x1.816922a92148ep-18, -0x1.0ccb1c7edb1b5p-22, 0x1.7b7c3f72648fbp-27, -0x1.0f20fdb91ac60p-31, 0x1.8588442c29f06p-36, -0x1.022772d4ec87fp-40, 0x1.5d7eeaa8746c9p-45, -0x1.95befff3b6845p-49, 0x1.3dcee153b62e3p-53},
-};
 
 }  // namespace tsr::erf

@@ -1,6 +1,7 @@
 // The tables of the error-function family (special/erf_data.cpp, made by
 // tools/gen/erf_tables.py).
 #pragma once
+#include "tsr/types.h"
 
 namespace tsr::erf {
 
@@ -9,13 +10,9 @@ namespace tsr::erf {
 struct Row {
     double h, l, dh, dl;
 };
-extern const Row erf_rows[768];    // x0 = 0 .. 5.9921875
-extern const Row erfc_rows[3488];  // x0 = 0 .. 27.2421875, every word times 2^192
+extern const Row erf_rows[768] TSR_HIDDEN;    // x0 = 0 .. 5.9921875
+extern const Row erfc_rows[3488] TSR_HIDDEN;  // x0 = 0 .. 27.2421875, every word times 2^192
 // The Taylor chains of g(u, e) = sum c_mn u^m e^n (chain_u without its constant 1).
-extern const double chain_u[13], chain_ue[10], chain_ue2[6], chain_ue3[3];
-// The first guesses of the inverses: erfinv(w)/w in w^2 (|w| <= 1/2), and erfcinv(z) for
-// z <= 1/2 on five pieces of s = sqrt(-ln z), each its centre and 12 coefficients.
-extern const double erfinv_guess[11];
-extern const double erfcinv_guess[5][13];
+extern const double chain_u[13] TSR_HIDDEN, chain_ue[10] TSR_HIDDEN, chain_ue2[6] TSR_HIDDEN, chain_ue3[3] TSR_HIDDEN;
 
 }  // namespace tsr::erf

@@ -1,31 +1,34 @@
 // The inverse functions: erfinv, erfcinv and cdfnorminv, in double and float; one ex body
 // each (erfcinv in double is its plain name alone).
 //
-// Each is a first guess and one Newton step on the accurate kernels of
-// special/erf_common.h, the step's residual formed in double-double:
-//   central, |w| <= 1/2: y = erfinv(w), the guess w P(w^2) (degree 10, 2^-46 relative), the
-//     residual erf(y0) - |w| (the kernel's value normalised, its head minus |w| exact by
-//     Sterbenz), the step -R/D(y0);
-//   tail, 0 < z <= 1/2: y = erfcinv(z), the guess a polynomial in s = sqrt(-ln z) on five
-//     pieces (2^-35 relative at worst; ln z by the double-double logarithm kernel), the
-//     residual erfc(y0) - z in the scaled range of the erfc rows (z 2^192 exact), the step
-//     R/D(y0).
-// D(y0) = D(x0) exp(-2u - e) for y0's grid row, the exponential to its sixth power
-// (|2u + e| <= 0.22: error 2^-40, times the step).  Newton's error after the step is
-// y (dy)^2 for a guess off by dy: below 2^-60 of y on every piece; the result is y0 + step
-// as a double-double, rounded once (cdfnorminv: times -sqrt(2) in two parts first).  Below
-// 0.5 + 2^-5 ulp.
+// One double-double evaluation in three regions of y = erfinv's argument (erfcinv(x) =
+// erfinv(1 - x), cdfnorminv(p) = -sqrt(2) erfcinv(2p)), each a polynomial from
+// tools/gen/erfinv_tables.py whose first two coefficients are head and tail pairs:
+//   central, |y| < 1/8: erfinv(y) = y P(q), q = y^2 (degree 10, 2^-81 relative);
+//   middle, 1/8 <= |y| < 7/8: w = y^2 - 49/64 in (-3/4, 0], row k = trunc(-w 128/3) of 32,
+//     erfinv(y) = y P_k(w + (k + 1/2) 3/128) (degree 12, 2^-71.2 at worst);
+//   tail, z = 1 - |y| <= 1/8 (erfcinv's own argument, down to the least subnormal):
+//     s = sqrt(-ln z), u = 1/s, k = trunc(32 u) (1 .. 22), erfcinv(z) = s P_k(u - (k + 1/2)/32)
+//     (degree 15, 2^-65.8 in the row k = 1, z below e^-256; 2^-70.8 and better above).
+// The argument reaches each region as a double-double (y = 1 - x is exact from x = 1/2 on,
+// a two-sum below), so is q or w, formed by exact products and sums.  The pairs' terms are
+// summed exactly; what rounds is the plain-double rest, c2 v^2 + ..., at 2^-53 of itself:
+// |c2 v^2| is at most 2^-10 of P (middle, |w'| <= 3/256), 2^-12 (tail, |u'| <= 1/64) and 2^-14
+// (central), so below 2^-62 of the result.  The tail's ln z is the double-double logarithm
+// kernel's (2^-66 absolute, |ln z| >= 2), u = 1/sqrt(-ln z) a double corrected by one Newton
+// step in double-double, s = -ln z u.  Together under 2^-61 of the result before its one
+// rounding: 0.5 + 2^-8 ulp at most.
 //
-// erfinv: |x| <= 1/2 central; 1/2 < |x| < 1 the tail at 1 - |x| (exact); |x| < 2^-60
-// x sqrt(pi)/2 rounded once (the cubic term is below 2^-120 of it); zeros themselves.
-// erfcinv: x <= 1/2 the tail; 1/2 < x < 3/2 the central form at 1 - x; x >= 3/2 minus the
-// tail at 2 - x (both exact); x = 1 gives 0.  cdfnorminv(p) = -sqrt(2) erfcinv(2p).
+// erfinv: |x| < 2^-60 x sqrt(pi)/2 rounded once (the cubic term is below 2^-120 of it),
+// zeros themselves.  erfcinv: x = 1 gives 0; the tail at z = min(x, 2 - x) (exact) with the
+// sign of 1 - x.  cdfnorminv(p) = -sqrt(2) erfcinv(2p) in two parts, rounded once.
 // Errors: erfinv |x| > 1 NaN (invalid) and |x| = 1 ±infinity (divide-by-zero), the codes
 // erfinv_magnitude_above_1 and erfinv_magnitude_exactly_1; erfcinv 0 and 2 ±infinity,
 // outside [0, 2] NaN; cdfnorminv 0 and 1 ∓infinity, outside [0, 1] NaN, infinite p NaN;
 // each with its own code, the float forms with theirs.  NaNs give x * x.
 #include "elementary/log_kernels.h"
 #include "special/erf_common.h"
+#include "special/erfinv_data.h"
 #include "tsr/codes.h"
 #include "tsr/report.h"
 
@@ -38,65 +41,76 @@ constexpr double kHalfSqrtPi = 0x1.c5bf891b4ef6bp-1;     // sqrt(pi)/2, head
 constexpr double kHalfSqrtPiLo = -0x1.618f13eb7ca89p-55;  // sqrt(pi)/2 - head
 constexpr double kSqrt2 = 0x1.6a09e667f3bcdp+0;          // sqrt(2), head
 constexpr double kSqrt2Lo = -0x1.bdd3413b26456p-54;       // sqrt(2) - head
-constexpr double kLastRow = 0x1.b3ep+4;                   // 27.2421875, the erfc rows' end
+constexpr double kCentralEnd = 0.125;                     // |y| below: the central polynomial
+constexpr double kTailStart = 0.875;                      // |y| from: the tail in z = 1 - |y|
+constexpr double kMiddleCentre = 0x1.88p-1;               // 49/64 = kTailStart^2
+constexpr double kMiddleStep = 0x1.8p-6;                  // 3/128, a middle row's width in w
+constexpr double kMiddleRowsPerUnit = 0x1.5555555555555p+5;  // 128/3
+constexpr int kMiddleLastRow = 31;
 
-// exp(s) for |s| <= 0.22, to s^6.
-inline double exp_short(double s) {
-    double p = 0x1.6c16c16c16c17p-10;  // 1/720
-    p = p * s + 0x1.1111111111111p-7;  // 1/120
-    p = p * s + 0x1.5555555555555p-5;  // 1/24
-    p = p * s + 0x1.5555555555555p-3;  // 1/6
-    p = p * s + 0.5;
-    p = p * s + 1.0;
-    return p * s + 1.0;
-}
-// D(t) = (2/sqrt(pi)) exp(-t^2) (times 2^192 for the erfc rows) from the row of t.
-inline double slope(const Row &r, const Grid &g) {
-    return (r.dh + r.dl) * exp_short(-2.0 * (g.x0 * g.d) - g.d * g.d);
-}
-
-// erfinv(w) for 2^-60 <= |w| <= 1/2, as y + step with w's sign.
-inline DD central(double w) {
-    double a = f64(bits(w) & kAbs), q = w * w;
-    const double *c = erfinv_guess;
-    double P = c[10];
-    for (int i = 9; i >= 0; --i) P = P * q + c[i];
-    double y = a * P;
-    Grid g = grid(y);
-    const Row &r = erf_rows[g.k];
-    DD v = kernel<false, false, 10, 8, 4, 1>(r, g.x0, g.d);
-    v = dd::fast_two_sum(v.h, v.l);
-    double R = (v.h - a) + v.l;  // erf(y) - |w|; the difference of the heads is exact
-    DD out = dd::fast_two_sum(y, -R / slope(r, g));
-    uint64_t sw = bits(w) & kSign;
-    return {with_sign(out.h, sw), with_sign(out.l, sw)};
+// P(v) = (c0h + c0l) + (c1h + c1l) v + c2 v^2 + ... + cN v^N for v = v.h + v.l, as a
+// double-double: the rest c2 + c3 v + ... by Horner in v.h (its roundings at 2^-53 of a
+// term below 2^-10 of P), the two leading terms with exact products and sums.  v is
+// normalised first: the callers' tails (from q = y^2 near 49/64, or u's) can exceed a small
+// v.h, and the rest is taken in v.h alone.
+template <int N>
+inline DD poly_dd(const double *c, DD v) {
+    v = dd::two_sum(v.h, v.l);
+    double r = c[N + 2];
+    for (int i = N + 1; i >= 4; --i) r = r * v.h + c[i];
+    DD t = dd::two_sum(c[2], v.h * r);
+    t.l += c[3];
+    DD p = dd::two_prod<false>(v.h, t.h);
+    p.l += v.h * t.l + v.l * t.h;
+    DD s = dd::fast_two_sum(c[0], p.h);  // |c0| > |c1 v| on every row
+    return dd::fast_two_sum(s.h, s.l + (p.l + c[1]));
 }
 
-// erfcinv(z) for 0 < z <= 1/2, as y + step.
+// erfinv(y) for 2^-60 <= |y.h| < 1/8.
+inline DD central(DD y) {
+    DD q = dd::two_prod<false>(y.h, y.h);
+    q.l += 2.0 * y.h * y.l;
+    return dd::mul<false>(y, poly_dd<10>(erfinv::central, q));
+}
+
+// erfinv(y) for 1/8 <= |y.h| < 7/8.
+inline DD middle(DD y) {
+    DD q = dd::two_prod<false>(y.h, y.h);
+    q.l += 2.0 * y.h * y.l;
+    DD w = dd::fast_two_sum(-kMiddleCentre, q.h);  // q < 49/64: exact
+    int k = int(-w.h * kMiddleRowsPerUnit);
+    k = k < kMiddleLastRow ? k : kMiddleLastRow;
+    DD v = dd::two_sum(w.h, (k + 0.5) * kMiddleStep);
+    v.l += w.l + q.l;
+    return dd::mul<false>(y, poly_dd<12>(erfinv::middle[k], v));
+}
+
+// erfcinv(z) for 0 < z <= 1/8 (just above it too, where 1 - x rounds to 7/8).
 inline DD tail(double z) {
     double lz[2];
     __libm_log_k64(z, 0.0, lz);  // subnormal z included
-    double s = __builtin_sqrt(-(lz[0] + lz[1]));
-    int i = int(s > 1.5) + int(s > 3.0) + int(s > 6.0) + int(s > 12.0);
-    const double *c = erfcinv_guess[i];
-    double v = s - c[0];
-    double y = c[12];
-    for (int k = 11; k >= 1; --k) y = y * v + c[k];
-    y = y < kLastRow ? y : kLastRow;
-    Grid g = grid(y);
-    const Row &r = erfc_rows[g.k];
-    DD e = kernel<false, true, 13, 10, 6, 3>(r, g.x0, g.d);
-    e = dd::fast_two_sum(e.h, e.l);
-    double R = (e.h - z * kScale) + e.l;  // erfc(y) - z, scaled; the heads' difference exact
-    return dd::fast_two_sum(y, R / slope(r, g));
+    DD L = dd::fast_two_sum(-lz[0], -lz[1]);
+    // u = 1/sqrt(L): r to a double, then u = r + r (1 - r^2 L)/2, r^2 L near 1 formed exactly
+    // to its last terms (1 - its head is exact).
+    double r = 1.0 / __builtin_sqrt(L.h);
+    DD r2 = dd::two_prod<false>(r, r);
+    DD m = dd::two_prod<false>(r2.h, L.h);
+    double e = (1.0 - m.h) - (m.l + (r2.l * L.h + r2.h * L.l));
+    DD u = dd::fast_two_sum(r, 0.5 * r * e);
+    DD s = dd::mul<false>(L, u);  // sqrt(L)
+    int k = int(u.h * 32.0);
+    DD v = {u.h - (k + 0.5) * 0x1p-5, u.l};  // exact: u.h is within a factor 2 of the centre
+    return dd::mul<false>(s, poly_dd<15>(erfinv::tail[k - 1], v));
 }
 
 // erfcinv(x) for 0 < x < 2, x != 1, as a double-double.
 inline DD erfcinv_dd(double x) {
-    if (x <= 0.5) return tail(x);
-    if (x < 1.5) return central(1.0 - x);
-    DD t = tail(2.0 - x);
-    return {-t.h, -t.l};
+    DD y = dd::two_sum(1.0, -x);  // exact in one word from x = 1/2 on
+    double a = f64(bits(y.h) & kAbs);
+    if (a < kCentralEnd) return central(y);
+    if (a < kTailStart) return middle(y);
+    if (x < 1.0) return tail(x);
+    return dd::neg(tail(2.0 - x));
 }
 
 inline double erfinv_d(double x) {
@@ -108,11 +122,13 @@ inline double erfinv_d(double x) {
     }
     if (a < 0x1p-60) return a == 0 ? x : times_tiny(x, kHalfSqrtPi, kHalfSqrtPiLo);
     DD y;
-    if (a <= 0.5) {
-        y = central(x);
+    if (a < kCentralEnd) {
+        y = central(DD{x, 0.0});
+    } else if (a < kTailStart) {
+        y = middle(DD{x, 0.0});
     } else {
-        y = tail(1.0 - a);
-        if (x < 0) y = {-y.h, -y.l};
+        y = tail(1.0 - a);  // exact
+        if (x < 0) y = dd::neg(y);
     }
     return y.h + y.l;
 }

@@ -16,8 +16,9 @@ using namespace th;
 using namespace erft;
 namespace code = tsr::code;
 
-// erfinv: the zeros, the poles at ±1, the domain, tiny arguments (subnormal results) and the
-// ends of the central form and of the tail.
+// erfinv: the zeros, the poles at ±1, the domain, tiny arguments (subnormal results), the
+// ends of the three regions (1/8, 7/8 and their neighbours), a row boundary of the middle
+// region (y^2 = 49/64 - 3/128 k) and of the tail (u = 1/4: z = e^-16).
 template <class T> std::vector<Row<T>> erfinv_rows(int above, int one) {
     constexpr bool d = sizeof(T) == 8;
     T below1 = d ? T(0x1.fffffffffffffp-1) : T(0x1.fffffep-1);
@@ -28,9 +29,14 @@ template <class T> std::vector<Row<T>> erfinv_rows(int above, int one) {
         {T(d ? 0x1p-1074 : 0x1p-149), CR, UN, 0, NO_CODE, RN}, crun(T(d ? 0x1p-1022 : 0x1p-126)),
         cr(T(0x1p-61)), cr(T(0x1p-60)), cr(T(0.5)), cr(T(-0.5)), cr(T(d ? 0x1.0000000000001p-1 : 0x1.000002p-1f)),
         cr(below1), cr(-below1), cr(T(0.9)), cr(T(-0.999)), cr(T(0x1p-30)),
+        cr(T(0.125)), cr(T(d ? 0x1.fffffffffffffp-4 : 0x1.fffffep-4f)), cr(T(-0.875)),
+        cr(T(d ? 0x1.bffffffffffffp-1 : 0x1.bffffep-1f)), cr(T(0.8477912478906585)),  // y^2 next to 49/64 - 2 (3/128)
+        cr(T(0.9999998874648253)), cr(T(0x1.b9844b07b11e6p-1)),  // the middle row 0 with a small w'
     });
 }
-// erfcinv: 0 at 1 exactly, the poles at 0 and 2, the domain, and the tail to the smallest z.
+// erfcinv: 0 at 1 exactly, the poles at 0 and 2, the domain, the tail to the smallest z, the
+// region ends (1 - x = ±1/8, ±7/8, and x = 1/8 + 2^-56, where 1 - x rounds to 7/8), and the
+// tail's rows next to its far end (z = e^-256, u = 1/16; z below 2^-1000).
 template <class T> std::vector<Row<T>> erfcinv_rows(int pole, int outside) {
     constexpr bool d = sizeof(T) == 8;
     return with_nans<T>({
@@ -40,9 +46,13 @@ template <class T> std::vector<Row<T>> erfcinv_rows(int pole, int outside) {
         cr(T(d ? 0x1p-1074 : 0x1p-149)), cr(T(d ? 0x1p-1022 : 0x1p-126)), cr(T(0.5)), cr(T(1.5)),
         cr(T(d ? 0x1.fffffffffffffp0 : 0x1.fffffep0f)), cr(T(d ? 0x1.fffffffffffffp-1 : 0x1.fffffep-1f)),
         cr(T(1e-10)), cr(T(1.9)),
+        cr(T(0.125)), cr(T(0.875)), cr(T(1.125)), cr(T(1.875)), cr(T(d ? 0x1.0000000000001p-3 : 0x1.000002p-3f)),
+        cr(T(d ? 0x1.ffffffffffffep-1 : 0x1.fffffcp-1f)), cr(T(d ? 6.616261056709485e-112 : 1e-30f)),
+        cr(T(d ? 1e-305 : 1e-38f)), cr(T(d ? 0x1p-1050 : 0x1p-140f)),
     });
 }
-// cdfnorminv: 0 at 1/2 exactly, the poles at 0 and 1, the domain, the far tail.
+// cdfnorminv: 0 at 1/2 exactly, the poles at 0 and 1, the domain, the far tail, the region
+// ends (2p = 1/8, 7/8, 9/8, 15/8).
 template <class T> std::vector<Row<T>> cdfnorminv_rows(int pole, int outside, int inf) {
     constexpr bool d = sizeof(T) == 8;
     return with_nans<T>({
@@ -51,6 +61,7 @@ template <class T> std::vector<Row<T>> cdfnorminv_rows(int pole, int outside, in
         {T(kInf), T(NAN), INV, EDOM, inf}, {-T(kInf), T(NAN), INV, EDOM, inf},
         cr(T(d ? 0x1p-1074 : 0x1p-149)), cr(T(0.25)), cr(T(0.75)), cr(T(d ? 0x1.fffffffffffffp-1 : 0x1.fffffep-1f)),
         cr(T(d ? 0x1.0000000000001p-1 : 0x1.000002p-1f)), cr(T(1e-30)),
+        cr(T(0.0625)), cr(T(0.4375)), cr(T(0.5625)), cr(T(0.9375)), cr(T(d ? 0x1.0000000000001p-4 : 0x1.000002p-4f)),
     });
 }
 

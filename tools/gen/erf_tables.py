@@ -12,10 +12,6 @@ Taylor chains: around a row, with d = x - x0, u = x0 d and e = d^2,
     g(u, e) = int_0^1 exp(-2 u s - e s^2) ds = sum_{m,n} (-2u)^m (-e)^n / (m! n! (m + 2n + 1)),
 an exact series: its coefficients are rationals rounded once, and the terms the kernels
 leave out are bounded below (the bound is written beside each chain).
-The first guesses of the inverse functions, which one Newton step on the kernels above
-makes accurate (special/erfinv.cpp): erfinv(w)/w as a polynomial in w^2 for |w| <= 1/2, and
-erfcinv(z) for z <= 1/2 as polynomials in s = sqrt(-ln z) on five pieces of [0.83, 27.3];
-least-squares fits whose error, measured on a dense grid, is written beside each.
 Run: python3 tools/gen/erf_tables.py [--out DIR]
 """
 from fractions import Fraction
@@ -73,44 +69,8 @@ def tail_bound(umax, emax, kept):
     return s / mpf(0.5)
 
 
-def err_text(err):
-    return "max error 2^%.1f" % float(mp.log(err, 2))
-
-
 def log2(v):
     return float(mp.log(v, 2)) if v else float("-inf")
-
-
-# ---- the first guesses of the inverses ------------------------------------------------------
-# erfcinv(z) with z = exp(-s^2), on these pieces of s (s(1/2) = 0.8326; the smallest
-# subnormal gives 27.29), each a polynomial in (s - centre) of this degree.
-TAIL_PIECES = [(0.8125, 1.5), (1.5, 3.0), (3.0, 6.0), (6.0, 12.0), (12.0, 27.5)]
-TAIL_DEGREE = 11
-CENTRAL_DEGREE = 10
-_tail_memo = {}
-
-
-def tail_y(s):
-    """y with erfc(y) = exp(-s^2): Newton on ln erfc(y) + s^2 from the asymptotic guess."""
-    key = mp.nstr(s, 40)
-    if key in _tail_memo:
-        return _tail_memo[key]
-    y = s - mp.log(s * mp.sqrt(mp.pi)) / (2 * s) if s > 1 else s * mpf("0.6")
-    for _ in range(60):
-        e = mp.erfc(y)
-        step = (mp.log(e) + s * s) / (2 / mp.sqrt(mp.pi) * mp.exp(-y * y) / e)
-        y += step
-        if abs(step) < mpf(2) ** (-mp.prec + 8) * y:
-            break
-    _tail_memo[key] = y
-    return y
-
-
-def central_f(q):
-    if q == 0:
-        return mp.sqrt(mp.pi) / 2
-    w = mp.sqrt(q)
-    return mp.erfinv(w) / w
 
 
 def main():
@@ -161,25 +121,6 @@ def main():
               "//   the float forms (chain_u to u^7, chain_ue to u^3, chain_ue2 to u^0, |u| <= 10.1/256): 2^%.1f" % log2(
                   tail_bound(mpf(10.1) / 256, e_max, [7, 3, 0])),
               ]
-    with mp.workprec(160):
-        a = g.least_squares(central_f, mpf(0), mpf(0.25), CENTRAL_DEGREE, points=120, prec=160)
-    lines += g.c_array("const double erfinv_guess[%d]" % (CENTRAL_DEGREE + 1), [d(c) for c in a.coeffs], 4,
-                       "erfinv(w)/w as a polynomial in q = w^2, q in [0, 1/4], coefficient of q^k at k:\n"
-                       "least squares of degree %d, %s relative." % (CENTRAL_DEGREE, err_text(a.err)))
-    rows, comments = [], []
-    for lo_s, hi_s in TAIL_PIECES:
-        c = (mpf(lo_s) + mpf(hi_s)) / 2
-        with mp.workprec(120):
-            ap = g.least_squares(lambda v, c=c: tail_y(c + v), mpf(lo_s) - c, mpf(hi_s) - c, TAIL_DEGREE,
-                                 points=60, prec=120)
-        rows.append("{%s, %s}" % (d(c), ", ".join(d(v) for v in ap.coeffs)))
-        comments.append("s in [%s, %s]: %s relative" % (lo_s, hi_s, err_text(ap.err)))
-    lines += ["// erfcinv(z) for z <= 1/2, s = sqrt(-ln z): per piece of s, its centre c and the",
-              "// coefficients of (s - c)^k, k = 0..%d; least squares, error per row." % TAIL_DEGREE,
-              "const double erfcinv_guess[%d][%d] = {" % (len(TAIL_PIECES), TAIL_DEGREE + 2)]
-    for r, cm in zip(rows, comments):
-        lines += ["    // " + cm, "    " + r + ","]
-    lines += ["};"]
     lines += ["", "}  // namespace tsr::erf"]
     g.write_outputs({"special/erf_data.cpp": "\n".join(lines) + "\n"})
 

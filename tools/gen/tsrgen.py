@@ -269,9 +269,10 @@ def _nodes(a, b, n, scale):
     return [x if scale(x) else x + (b - a) * mpf(2) ** -40 for x in pts]
 
 
-def measure(coeffs, f, a, b, relative=True, weight=None, grid=3000):
+def measure(coeffs, f, a, b, relative=True, weight=None, grid=3000, iterations=80):
     """max |error| of sum coeffs[k] x^k against f on [a, b]: a dense Chebyshev grid, then
-    the largest local maxima refined by golden-section search.  Returns (err, at)."""
+    the largest local maxima refined by golden-section search (`iterations` steps, each
+    shrinking the bracket by 0.618).  Returns (err, at)."""
     scale = _scale(f, relative, weight)
     e = lambda x: (f(x) - _poly(coeffs, x)) / scale(x)
     xs = _nodes(a, b, grid, scale)
@@ -282,7 +283,7 @@ def measure(coeffs, f, a, b, relative=True, weight=None, grid=3000):
     g = (mp.sqrt(5) - 1) / 2
     for i in peaks:
         lo, hi = xs[max(i - 1, 0)], xs[min(i + 1, grid - 1)]
-        for _ in range(80):
+        for _ in range(iterations):
             m1, m2 = hi - g * (hi - lo), lo + g * (hi - lo)
             if abs(e(m1)) > abs(e(m2)):
                 hi = m2
