@@ -304,7 +304,9 @@ TEST(CrfSample, QuickRangeEdges) {
     // |x| around 2^-25, around the overflow and underflow ends, integers (exact 2^n)
     check_rows(f_expf(), at({0x32ffffff, 0x33000000, 0x33000001, 0xb3000001, 0x42b17216, 0x42b17217, 0xc2cfffff, 0xc2d00000, 0xc2aeac4f, 0xc2aeac50}));
     check_rows(f_exp2f(), at({0x33000000, 0x42fe0000, 0x42feffff, 0x42ffffff, 0xc2fc0000, 0xc2fc0001, 0xc316ffff, 0xc3160000, 0x3f800001, 0x3f7fffff}));
-    check_rows(f_exp10f(), at({0x31ffffff, 0x32000000, 0x40400000, 0xc0400000, 0x421a209a, 0xc235d275, 0xc217b818, 0xc217b819}));
+    // (and the floats of [1, 10] with four significant bits, which the exact powers' test passes on)
+    check_rows(f_exp10f(), at({0x31ffffff, 0x32000000, 0x40400000, 0xc0400000, 0x421a209a, 0xc235d275, 0xc217b818, 0xc217b819,
+                               0x3f900000, 0x3fc00000, 0x41080000, 0x41200001, 0x411fffff, 0x3f7fffff}));
     // |x| around 1/2 (below it, the careful route), -18, the overflow ends
     check_rows(f_expm1f(), at({0x3effffff, 0x3f000000, 0xbeffffff, 0xbf000000, 0xc18fffff, 0xc1900000, 0x42b17217}));
     check_rows(f_coshf(), at({0x397fffff, 0x39800000, 0x42b3ffff, 0xc2b3ffff, 0x3f000000}));
@@ -339,6 +341,22 @@ TEST(CrfSample, QuickRangeEdges) {
     std::vector<RowSC<float>> rows;
     for (const auto &r : trig) rows.push_back({{r.in[0]}, {CR, CR}, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
     check_rows(f_sincosf(), rows);
+}
+
+// Every float whose significand's odd part is an odd cube n^3 (n < 2^8), in every exponent of
+// both signs: the perfect cubes (exact, no inexact) at the exponents that are multiples of 3,
+// the others inexact; the quick phase of tier l9 must hand all the cubes to the careful route.
+TEST(CrfSample, CubesAndOddCubes) {
+    std::vector<Row<float>> rows;
+    for (uint32_t n = 1; n < 256; n += 2)
+        for (int e = -149; e < 128; e += (n % 7 == 1 ? 1 : 5)) {
+            float x = std::ldexp(float(n * n * n), e);
+            if (x == 0 || std::isinf(x)) continue;
+            int flags = (e % 3 + 3) % 3 == 0 ? NONE : NX;  // x = (n 2^(e/3))^3 exactly, or inexact
+            rows.push_back({x, CR, flags, ANY_ERRNO, ANY_CODE});
+            rows.push_back({-x, CR, flags, ANY_ERRNO, ANY_CODE});
+        }
+    check_rows(f_cbrtf(), rows);
 }
 
 // The quick phase of tier l9 and of the z0 build against tier ex, a spread of the range.
