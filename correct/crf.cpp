@@ -209,33 +209,39 @@ constexpr uint64_t kWideMargin = 65536;
 
 // One try of a kernel that runs in the caller's mode (its value within 2^-37.1 relative): the
 // value narrowed into r when the rounding test settles it.
-template <class Kernel> inline bool wide_try(Kernel kernel, float &r) {
+template <class Kernel> inline bool wide_try(Kernel kernel, float &r, uint64_t margin = kWideMargin) {
     double y = kernel();
-    if (__builtin_expect(settles_by(y, kWideMargin), 1)) {
+    if (__builtin_expect(settles_by(y, margin), 1)) {
         r = narrow(y);
         return true;
     }
     return false;
 }
 
-// 2^(k/128) (1 + p(r)), r = z - k in units of 1/(128 R): p within 2^-37.21 of 2^(z/128 - k/128) - 1 (the
-// polynomial's coefficients scaled by the powers of R, exactly), T = 2^(j/128), j = k & 127
-// (2^-53), the scaling by 2^(k >> 7) exact (a normal double from 2^-152 to 2^129), the
-// polynomial's evaluation within 2^-59 and the last fused step within 2^-52.
-template <int R> inline double exp2_scaled(int64_t k, double r) {
+// 2^(k/128) (1 + p(r)), sum = k + a shifter whose last place is 1/R (its bits end in 19 zero
+// bits, so that they end in k), r = z - k in units of 1/(128 R): p within 2^-37.21 of
+// 2^(r/128) - 1 (the polynomial's coefficients scaled by the powers of R, exactly),
+// T = 2^(j/128), j = k & 127 (2^-53), the scaling by 2^(k >> 7) exact (a normal double from
+// 2^-152 to 2^129), the polynomial's evaluation within 2^-59 and the last fused step within
+// 2^-52.  The scaled row's bits are the sum's shifted by 45 added to the row's (kExp2JBits),
+// in the vector unit: only the index goes through an integer register.
+template <int R> inline double exp2_scaled(double sum, double r) {
     constexpr double c1 = q::kExp2Poly[0] * R, c2 = q::kExp2Poly[1] * R * R, c3 = q::kExp2Poly[2] * R * R * R;
     double p = __builtin_fma(r * r, __builtin_fma(r, c3, c2), r * c1);
-    double s = f64(bits(q::kExp2J[k & 127]) + (uint64_t(k >> 7) << 52));
-    return __builtin_fma(s, p, s);
+    __m128i row = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(&q::kExp2JBits[bits(sum) & 127]));
+    __m128i up = _mm_slli_epi64(_mm_castpd_si128(_mm_set_sd(sum)), 45);
+    double s = __v2df(_mm_castsi128_pd(_mm_add_epi64(row, up)))[0];
+    // s + s p in s's own register (the compiler would put a merging copy of s before it)
+    asm("vfmadd132sd %1, %0, %0" : "+v"(s) : "v"(p));
+    return s;
 }
 
 // 2^(z/128) for |z| < 19400.  k = z rounded to an integer by the shifter (to nearest, or as
 // the caller's mode says) and r = z - k, |r| <= 1, within 2^-53 (exact for |z| >= 2,
 // Sterbenz), |p| < 2^-7.4: below 2^-37.15 relative.
 inline double exp2_128(double z) {
-    int64_t k;
-    double kd = nearest_int(z, k);
-    return exp2_scaled<1>(k, z - kd);
+    double sum = z + kShifter;
+    return exp2_scaled<1>(sum, z - (sum - kShifter));
 }
 
 // 2^x for a float |x| < 128, with no product 128 x: the shifter 1.5 2^45, whose last place is
@@ -243,9 +249,8 @@ inline double exp2_128(double z) {
 // bits reach no lower than 2^-49 from 2^-25 on).  Below 2^-37.15 relative as for exp2_128.
 constexpr double kShifter128 = 0x1.8p45;
 inline double exp2_float(double x) {
-    double s = x + kShifter128;
-    int64_t k = int64_t(bits(s) - bits(kShifter128));
-    return exp2_scaled<128>(k, x - (s - kShifter128));
+    double sum = x + kShifter128;
+    return exp2_scaled<128>(sum, x - (sum - kShifter128));
 }
 
 // cosh a for 2^-12 <= a < 90, in the caller's mode: z = a 128/ln2 within 2^-37.1 as for
@@ -447,7 +452,7 @@ TSR_CRF_CAREFUL float careful_expm1f(float x) {
     return f.finish(y);
 }
 
-inline float cr_exp2m1f(float x) {
+TSR_CRF_CAREFUL float careful_exp2m1f(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a == 0) return x;
     if (a >= 0x7f800000) return a > 0x7f800000 ? x + x : (s ? -1.0f : x);
@@ -776,7 +781,7 @@ inline float cr_cbrtf(float x) {
     return f.finish(with_sign(y, s));
 }
 
-inline float cr_invsqrtf(float x) {
+TSR_CRF_CAREFUL float careful_invsqrtf(float x) {
     uint32_t b = bits(x), a = b & 0x7fffffff;
     if (a == 0) return 1.0f / x;  // +-inf, divide-by-zero
     if (a > 0x7f800000) return x + x;
@@ -790,6 +795,20 @@ inline float cr_invsqrtf(float x) {
     return f.finish(f.settle(y, Member::invsqrtf, bits(m), [m] { return odd53(__libm_invsqrtl_ex_local(m)); }) * pow2(-e));
 }
 
+// 1/sqrt x for a positive finite float, in the caller's mode: the root and the quotient each
+// rounded once (within a unit each, in any mode): below 2^-51 relative, settled at
+// kQuickMargin units.  The exact results (x a power of 4: both steps exact, no flag raised)
+// sit on the grid: the careful route.  Subnormal x is a normal double.
+inline float cr_invsqrtf(float x) {
+#if TSR_CRF_QUICK
+    float r;
+    if (__builtin_expect(bits(x) - 1u < 0x7f7fffffu, 1) &&
+        wide_try([&] { return 1.0 / __builtin_sqrt(double(x)); }, r, kQuickMargin))
+        return r;
+#endif
+    return careful_invsqrtf(x);
+}
+
 // ---- the members with a quick phase -------------------------------------------------------
 // The quick phase takes the arguments of the main range (their special values, tiny and
 // saturated ranges and everything else go to the careful route, as at tier ex).
@@ -797,8 +816,7 @@ inline float cr_invsqrtf(float x) {
 // z = x 128/ln2 for 2^-25 <= |x| < 88.72284 (|z| < 2^14.3): the constant within 2^-53 and
 // the product's rounding (each 2^-52 in a directed mode) leave z within 2^-37.1, which moves
 // the result by 2^-44.6 relative: with exp2_128's, below 2^-37.1 relative.  e^x is inexact
-// for x != 0.  Negative x from -88.72284 on (subnormal and zero results) takes the careful
-// route.
+// for x != 0.  From -88.72284 down (deep subnormal and zero results) the careful route.
 inline float cr_expf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff;
@@ -813,9 +831,8 @@ inline float cr_expf(float x) {
     return careful_expf(x);
 }
 
-// 2^-25 <= |x| < 128.  2^n for an integer n comes out exact (r = 0, p = 0, no rounding) and
-// on the grid: the rounding test hands it to the careful route, no flag
-// raised.
+// 2^-25 <= |x| < 128.  2^n for an integer n comes out exact (r = 0, p = 0, no rounding) and on
+// the grid: the rounding test hands it to the careful route, no flag raised.
 inline float cr_exp2f(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff;
@@ -841,9 +858,9 @@ inline bool exact_pow10(uint32_t b) {
 }
 #endif
 
-// z = x 128 log2(10) for 2^-27 <= |x| < 38.53184 (|z| < 2^14.3), within 2^-37.1 as for expf:
-// below 2^-37.1 relative.  The exact powers 10^1 .. 10^10 take the careful route first (the
-// kernel would raise inexact).
+// z = x 128 log2(10) for 2^-27 <= |x| < 38.53184 (|z| < 2^14.3), within 2^-37.1 as for
+// expf: below 2^-37.1 relative.  The exact powers 10^1 .. 10^10 take the careful route first
+// (the kernel would raise inexact).
 inline float cr_exp10f(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff;
@@ -923,6 +940,31 @@ inline float cr_expm1f(float x) {
         return r;
 #endif
     return careful_expm1f(x);
+}
+
+#if TSR_CRF_QUICK
+// 2^x - 1 for 1/2 <= |x|, -26 < x < 128: z = 128 x exact, k next to z, r = (z - k) ln2/128
+// (z - k exact, |z - k| <= 1/2, one rounding of the product: 2^-61 absolute), 2^x = 2^(k/128)
+// e^r within 2^-51 (exp_core), then one rounding of the difference, which magnifies the
+// relative error by 2^x/|2^x - 1| <= 3.42: below 2^-49 relative.
+inline double quick_exp2m1(double x) {
+    int64_t k;
+    double kd = nearest_int(x * 128.0, k);
+    return exp_core(k, (x * 128.0 - kd) * (q::kLn2 * 0x1p-7)) - 1.0;
+}
+#endif
+
+inline float cr_exp2m1f(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    float r;
+    // the integers (2^n - 1 exact) go to the careful route before the guard, which raises
+    // inexact: x's bits below 2^0, shifted to the top, are all zero (1/2 goes there too)
+    if (__builtin_expect(a >= 0x3f000000 && a < (s ? 0x41d00000u : 0x43000000u) && (a << ((a >> 23) - 118)) != 0, 1) &&
+        quick_try([&] { return quick_exp2m1(x); }, r))
+        return r;
+#endif
+    return careful_exp2m1f(x);
 }
 
 inline float cr_coshf(float x) {

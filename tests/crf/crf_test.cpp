@@ -311,6 +311,11 @@ TEST(CrfSample, QuickRangeEdges) {
     check_rows(f_expm1f(), at({0x3effffff, 0x3f000000, 0xbeffffff, 0xbf000000, 0xc18fffff, 0xc1900000, 0x42b17217}));
     check_rows(f_coshf(), at({0x397fffff, 0x39800000, 0x42b3ffff, 0xc2b3ffff, 0x3f000000}));
     check_rows(f_sinhf(), at({0x3effffff, 0x3f000000, 0xbf000000, 0x42b3ffff, 0xc2b3ffff}));
+    // exp2m1: |x| around 1/2, -26, 128 (the largest below it overflows in the upward modes)
+    check_rows(f_exp2m1f(), at({0x3effffff, 0x3f000000, 0xbeffffff, 0xbf000000, 0xc1cfffff, 0xc1d00000, 0x42ffffff, 0x42fe0000}));
+    // 1/sqrt x: the least and largest floats, powers of 4 and their neighbours
+    check_rows(f_invsqrtf(), at({0x00000001, 0x00000002, 0x007fffff, 0x00800000, 0x7f7fffff, 0x3f800000, 0x3f7fffff,
+                                 0x3f800001, 0x40800000, 0x40000000, 0x7e800000, 0x01000000}));
     // the inverse functions: the ends of their quick ranges, 1/64 steps, the largest float
     auto inv = at({0x397fffff, 0x39800000, 0x3f7fffff, 0x3f800000, 0x3c800000, 0x3f7c0000, 0x3f000000,
                    0xbf7fffff, 0xb9800000, 0xbf000000});

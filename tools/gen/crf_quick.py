@@ -62,6 +62,11 @@ def main():
     out += tsrgen.c_array("inline constexpr double kExp2J[128]",
                           [hx(mp.power(2, mpf(j) / 128)) for j in range(128)], 4,
                           comment="2^(j/128), j = 0..127, rounded to nearest (error below 2^-53 relative).")
+    out += [""] + tsrgen.c_array("inline constexpr uint64_t kExp2JBits[128]",
+                                 ["0x%016x" % (tsrgen.to_bits(mp.power(2, mpf(j) / 128), D) - (j << 45))
+                                  for j in range(128)], 4,
+                                 comment="The bits of 2^(j/128) (as kExp2J) less j 2^45: adding the bits of the shifter's sum\n"
+                                         "shifted up by 45, k 2^45 = (k >> 7) 2^52 + j 2^45, gives the bits of 2^(k/128).")
     ln2 = mp.log(2)
     # The reduced argument: |r| <= ln2/256 plus the reduction's rounding (well below 2^-60).
     rmax = ln2 / 256 * (1 + mpf(2) ** -20)
