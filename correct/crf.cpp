@@ -5,10 +5,10 @@
 // tiny and saturated ranges by hand (results one double away from x, 1 or -1, overflow and
 // underflow products, the domain errors), and evaluates the rest in double through this
 // library's double kernel, settled by the rounding test of crf_common.h.  Tiers l9, z0 and
-// d1 first run a quick phase of their own for eighteen members (fused kernels on the tables
-// of crf_quick.h, below) and take the careful route, compiled for their instruction set,
-// only where it cannot settle the value.  Odd and even functions are evaluated at |x|, so their lists hold positive
-// keys; cbrt and the reciprocal square root at the significand scaled into [1, 8) and [1, 4),
+// d1 first run a quick phase of their own for every member (fused kernels on the
+// tables of crf_quick.h, below) and take the careful route, compiled for their instruction
+// set, only where it cannot settle the value.  Odd and even functions are evaluated at |x|,
+// so their lists hold positive keys; cbrt and the reciprocal square root at the significand scaled into [1, 8) and [1, 4),
 // since scaling by 2^3k (2^2k) only scales their result.
 #include "correct/crf_common.h"
 #include "correct/crf_quick.h"
@@ -56,7 +56,7 @@ inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 
 // ---- the quick phase (tiers l9, z0, d1) ----------------------------------------------------
 //
-// Eighteen members first run a short kernel of their own in double (tables and polynomials
+// Every member first runs a short kernel of their own in double (tables and polynomials
 // of correct/crf_quick.h, fused multiply-adds), with an error bound worked out beside each.
 // A value more than a margin of units of y's last place away from every point of its 25-bit
 // grid, the margin above that bound, has the exact value in the same grid interval, and
@@ -65,14 +65,15 @@ inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 // (and the exact results, which sit on the grid) goes to the careful route, tier ex's: the
 // double kernel of this library, the rows and the careful phase, out of line.  There are two
 // kinds of kernel:
-//   - expf, exp2f, exp10f, logf, log2f, log10f, sinf, cosf, sincosf, tanf, atanf, asinf and
-//     acosf run in the caller's mode, with no guard on the control word (each rounding
-//     within one unit; reductions to an integer by roundsd or as the mode says, as each
-//     states), within 2^-37.1 relative, settled at kWideMargin units (2^16: about one
-//     argument in 2^11 goes to the careful route).  Their values depend on the mode: the
-//     comparison with tier ex runs in all four.
-//   - expm1f, sinhf, coshf, log1pf and log2p1f run in round-to-nearest under the guard of
-//     Quick below, within 2^-49 relative, settled at kQuickMargin units (64, at least
+//   - expf, exp2f, exp10f, coshf, logf, log2f, log10f, sinf, cosf, sincosf, tanf, atanf,
+//     asinf, acosf and cbrtf run in the caller's mode, with no guard on the control word
+//     (each rounding within one unit; reductions to an integer by roundsd or as the mode
+//     says, as each states), within 2^-37.1 relative, settled at kWideMargin units (2^16:
+//     about one argument in 2^11 goes to the careful route); invsqrtf the same way within
+//     2^-51, settled at kQuickMargin.  Their values depend on the mode: the comparison with
+//     tier ex runs in all four.
+//   - expm1f, exp2m1f, sinhf, tanhf, log1pf and log2p1f run in round-to-nearest under the
+//     guard of Quick below, within 2^-49 relative, settled at kQuickMargin units (64, at least
 //     2^-47 |f(x)|: about one argument in 2^21).
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 #define TSR_CRF_QUICK 1
@@ -492,7 +493,7 @@ TSR_CRF_CAREFUL float careful_coshf(float x) {
     }));
 }
 
-inline float cr_tanhf(float x) {
+TSR_CRF_CAREFUL float careful_tanhf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a < 0x39800000) return a == 0 ? x : narrow(toward_zero(x));  // x(1 - x^2/3)
     if (a > 0x7f800000) return x + x;
@@ -976,6 +977,28 @@ inline float cr_coshf(float x) {
         return r;
 #endif
     return careful_coshf(x);
+}
+
+#if TSR_CRF_QUICK
+// tanh a for 1/4 <= a < 9.5: e = e^(2a) - 1 (2a exact) within 2^-51 before the subtraction,
+// which magnifies it by e^(2a)/e <= 2.55 (2^-49.6 with its rounding), and tanh a = e/(e + 2),
+// whose relative sensitivity to e is 2/(e + 2) < 1, with the sum's and the quotient's
+// roundings: below 2^-49.3 relative.
+inline double quick_tanh(double a) {
+    double e = quick_exp(2.0 * a) - 1.0;
+    return e / (e + 2.0);
+}
+#endif
+
+inline float cr_tanhf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    float r;  // 1/4 <= |x| < 9.5
+    if (__builtin_expect(a - 0x3e800000u < 0x41180000u - 0x3e800000u, 1) &&
+        quick_try([&] { return with_sign(quick_tanh(f32(a)), s); }, r))
+        return r;
+#endif
+    return careful_tanhf(x);
 }
 
 inline float cr_sinhf(float x) {
