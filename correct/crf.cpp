@@ -5,11 +5,11 @@
 // tiny and saturated ranges by hand (results one double away from x, 1 or -1, overflow and
 // underflow products, the domain errors), and evaluates the rest in double through this
 // library's double kernel, settled by the rounding test of crf_common.h.  Tiers l9, z0 and
-// d1 first run a quick phase of their own for every member (fused kernels on the
-// tables of crf_quick.h, below) and take the careful route, compiled for their instruction
-// set, only where it cannot settle the value.  Odd and even functions are evaluated at |x|,
-// so their lists hold positive keys; cbrt and the reciprocal square root at the significand scaled into [1, 8) and [1, 4),
-// since scaling by 2^3k (2^2k) only scales their result.
+// d1 first run a quick phase of their own for every member (fused kernels on the tables of
+// crf_quick.h, below) and take the careful route, compiled for their instruction set, only
+// where it cannot settle the value.  Odd and even functions are evaluated at |x|, so their
+// lists hold positive keys; cbrt and the reciprocal square root at the significand scaled
+// into [1, 8) and [1, 4), since scaling by 2^3k (2^2k) only scales their result.
 #include "correct/crf_common.h"
 #include "correct/crf_quick.h"
 #include "tsr/avx512.h"
@@ -945,9 +945,10 @@ inline float cr_expm1f(float x) {
 
 #if TSR_CRF_QUICK
 // 2^x - 1 for 1/2 <= |x|, -26 < x < 128: z = 128 x exact, k next to z, r = (z - k) ln2/128
-// (z - k exact, |z - k| <= 1/2, one rounding of the product: 2^-61 absolute), 2^x = 2^(k/128)
-// e^r within 2^-51 (exp_core), then one rounding of the difference, which magnifies the
-// relative error by 2^x/|2^x - 1| <= 3.42: below 2^-49 relative.
+// (z - k exact, |z - k| <= 1/2; the constant and the product each within 2^-53: 2^-60.5
+// absolute), 2^x = 2^(k/128) e^r within 2^-51 (exp_core), then one rounding of the
+// difference, which magnifies the relative error by 2^x/|2^x - 1| <= 3.42: below 2^-49
+// relative.
 inline double quick_exp2m1(double x) {
     int64_t k;
     double kd = nearest_int(x * 128.0, k);
