@@ -5,11 +5,11 @@
 // tiny and saturated ranges by hand (results one double away from x, 1 or -1, overflow and
 // underflow products, the domain errors), and evaluates the rest in double through this
 // library's double kernel, settled by the rounding test of crf_common.h.  Tiers l9, z0 and
-// d1 first run a quick phase of their own for eighteen members (fused kernels on the tables
-// of crf_quick.h, below) and take the careful route, compiled for their instruction set,
-// only where it cannot settle the value.  Odd and even functions are evaluated at |x|, so their lists hold positive
-// keys; cbrt and the reciprocal square root at the significand scaled into [1, 8) and [1, 4),
-// since scaling by 2^3k (2^2k) only scales their result.
+// d1 first run a quick phase of their own for every member (fused kernels on the tables of
+// crf_quick.h, below) and take the careful route, compiled for their instruction set, only
+// where it cannot settle the value.  Odd and even functions are evaluated at |x|, so their
+// lists hold positive keys; cbrt and the reciprocal square root at the significand scaled
+// into [1, 8) and [1, 4), since scaling by 2^3k (2^2k) only scales their result.
 #include "correct/crf_common.h"
 #include "correct/crf_quick.h"
 #include "tsr/avx512.h"
@@ -56,7 +56,7 @@ inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 
 // ---- the quick phase (tiers l9, z0, d1) ----------------------------------------------------
 //
-// Eighteen members first run a short kernel of their own in double (tables and polynomials
+// Every member first runs a short kernel of their own in double (tables and polynomials
 // of correct/crf_quick.h, fused multiply-adds), with an error bound worked out beside each.
 // A value more than a margin of units of y's last place away from every point of its 25-bit
 // grid, the margin above that bound, has the exact value in the same grid interval, and
@@ -65,14 +65,15 @@ inline double pow2(int e) { return f64(uint64_t(e + 1023) << 52); }
 // (and the exact results, which sit on the grid) goes to the careful route, tier ex's: the
 // double kernel of this library, the rows and the careful phase, out of line.  There are two
 // kinds of kernel:
-//   - expf, exp2f, exp10f, logf, log2f, log10f, sinf, cosf, sincosf, tanf, atanf, asinf and
-//     acosf run in the caller's mode, with no guard on the control word (each rounding
-//     within one unit; reductions to an integer by roundsd or as the mode says, as each
-//     states), within 2^-37.1 relative, settled at kWideMargin units (2^16: about one
-//     argument in 2^11 goes to the careful route).  Their values depend on the mode: the
-//     comparison with tier ex runs in all four.
-//   - expm1f, sinhf, coshf, log1pf and log2p1f run in round-to-nearest under the guard of
-//     Quick below, within 2^-49 relative, settled at kQuickMargin units (64, at least
+//   - expf, exp2f, exp10f, coshf, logf, log2f, log10f, sinf, cosf, sincosf, tanf, atanf,
+//     asinf, acosf and cbrtf run in the caller's mode, with no guard on the control word
+//     (each rounding within one unit; reductions to an integer by roundsd or as the mode
+//     says, as each states), within 2^-37.1 relative, settled at kWideMargin units (2^16:
+//     about one argument in 2^11 goes to the careful route); invsqrtf the same way within
+//     2^-51, settled at kQuickMargin.  Their values depend on the mode: the comparison with
+//     tier ex runs in all four.
+//   - expm1f, exp2m1f, sinhf, tanhf, log1pf and log2p1f run in round-to-nearest under the
+//     guard of Quick below, within 2^-49 relative, settled at kQuickMargin units (64, at least
 //     2^-47 |f(x)|: about one argument in 2^21).
 #if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 #define TSR_CRF_QUICK 1
@@ -186,15 +187,9 @@ inline double quick_exp(double x) {
 // the relative error by e^x/|e^x - 1| <= 2.55: below 2^-49.5 relative.
 inline double quick_expm1(double x) { return quick_exp(x) - 1.0; }
 
-// cosh a and sinh a (a = |x| from 2^-12 to 90): e^a and e^-a from one reduction (2^(-k/128)
-// e^-r), each within 2^-51, summed or subtracted and halved.  The sum of positive terms
-// keeps the bound (2^-50.5 with its rounding); the difference, for a >= 1/2 only, magnifies
-// it by coth a <= 2.17: below 2^-49.5 relative.
-inline double quick_cosh(double a) {
-    int64_t k;
-    double r = exp_reduce(a, k);
-    return 0.5 * (exp_core(k, r) + exp_core(-k, -r));
-}
+// sinh a (a = |x| from 1/2 to 90): e^a and e^-a from one reduction (2^(-k/128) e^-r), each
+// within 2^-51, subtracted and halved.  The difference magnifies the bound by coth a <= 2.17:
+// below 2^-49.5 relative.
 inline double quick_sinh(double a) {
     int64_t k;
     double r = exp_reduce(a, k);
@@ -215,28 +210,63 @@ constexpr uint64_t kWideMargin = 65536;
 
 // One try of a kernel that runs in the caller's mode (its value within 2^-37.1 relative): the
 // value narrowed into r when the rounding test settles it.
-template <class Kernel> inline bool wide_try(Kernel kernel, float &r) {
+template <class Kernel> inline bool wide_try(Kernel kernel, float &r, uint64_t margin = kWideMargin) {
     double y = kernel();
-    if (__builtin_expect(settles_by(y, kWideMargin), 1)) {
+    if (__builtin_expect(settles_by(y, margin), 1)) {
         r = narrow(y);
         return true;
     }
     return false;
 }
 
+// 2^(k/128) (1 + p(r)), sum = k + a shifter whose last place is 1/R (its bits end in 19 zero
+// bits, so that they end in k), r = z - k in units of 1/(128 R): p within 2^-37.21 of
+// 2^(r/128) - 1 (the polynomial's coefficients scaled by the powers of R, exactly),
+// T = 2^(j/128), j = k & 127 (2^-53), the scaling by 2^(k >> 7) exact (a normal double from
+// 2^-152 to 2^129), the polynomial's evaluation within 2^-59 and the last fused step within
+// 2^-52.  The scaled row's bits are the sum's shifted by 45 added to the row's (kExp2JBits),
+// in the vector unit: only the index goes through an integer register.
+template <int R> inline double exp2_scaled(double sum, double r) {
+    constexpr double c1 = q::kExp2Poly[0] * R, c2 = q::kExp2Poly[1] * R * R, c3 = q::kExp2Poly[2] * R * R * R;
+    double p = __builtin_fma(r * r, __builtin_fma(r, c3, c2), r * c1);
+    __m128i row = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(&q::kExp2JBits[bits(sum) & 127]));
+    __m128i up = _mm_slli_epi64(_mm_castpd_si128(_mm_set_sd(sum)), 45);
+    double s = __v2df(_mm_castsi128_pd(_mm_add_epi64(row, up)))[0];
+    // s + s p in s's own register (the compiler would put a merging copy of s before it)
+    asm("vfmadd132sd %1, %0, %0" : "+v"(s) : "v"(p));
+    return s;
+}
+
 // 2^(z/128) for |z| < 19400.  k = z rounded to an integer by the shifter (to nearest, or as
 // the caller's mode says) and r = z - k, |r| <= 1, within 2^-53 (exact for |z| >= 2,
-// Sterbenz); 2^(z/128) = 2^(k >> 7) T (1 + p(r)) with T = 2^(j/128), j = k & 127 (2^-53),
-// the scaling exact (a normal double from 2^-152 to 2^129), p within 2^-37.21 of
-// 2^(r/128) - 1 (|p| < 2^-7.4), its evaluation within 2^-59 and the last fused step within
-// 2^-52: below 2^-37.15 relative.
+// Sterbenz), |p| < 2^-7.4: below 2^-37.15 relative.
 inline double exp2_128(double z) {
+    double sum = z + kShifter;
+    return exp2_scaled<1>(sum, z - (sum - kShifter));
+}
+
+// 2^x for a float |x| < 128, with no product 128 x: the shifter 1.5 2^45, whose last place is
+// 1/128, rounds x to k/128 (as the mode says) and r = x - k/128 is exact (|r| <= 1/128, x's
+// bits reach no lower than 2^-49 from 2^-25 on).  Below 2^-37.15 relative as for exp2_128.
+constexpr double kShifter128 = 0x1.8p45;
+inline double exp2_float(double x) {
+    double sum = x + kShifter128;
+    return exp2_scaled<128>(sum, x - (sum - kShifter128));
+}
+
+// cosh a for 2^-12 <= a < 90, in the caller's mode: z = a 128/ln2 within 2^-37.1 as for
+// expf (|z| < 2^14.1), e^a/2 = 2^(z/128 - 1) and e^-a/2 = 2^(-z/128 - 1) from one reduction
+// (k and -k, r and -r: the polynomial's odd and even parts), each within 2^-37.15 relative
+// (as exp2_scaled, the halving exact in the exponent), and the sum of the two positive terms
+// rounded once: below 2^-37.1 relative.
+inline double quick_cosh(double a) {
     int64_t k;
-    double kd = nearest_int(z, k);
-    double r = z - kd;
-    double p = __builtin_fma(r * r, __builtin_fma(r, q::kExp2Poly[2], q::kExp2Poly[1]), r * q::kExp2Poly[0]);
-    double s = f64(bits(q::kExp2J[k & 127]) + (uint64_t(k >> 7) << 52));
-    return __builtin_fma(s, p, s);
+    double kd = nearest_int(a * q::kInvLn2x128, k);
+    double r = a * q::kInvLn2x128 - kd, r2 = r * r;
+    double ev = r2 * q::kExp2Poly[1], od = r * __builtin_fma(r2, q::kExp2Poly[2], q::kExp2Poly[0]);
+    double sp = f64(bits(q::kExp2J[k & 127]) + (uint64_t((k >> 7) - 1) << 52));
+    double sm = f64(bits(q::kExp2J[-k & 127]) + (uint64_t((-k >> 7) - 1) << 52));
+    return __builtin_fma(sp, ev + od, sp) + __builtin_fma(sm, ev - od, sm);
 }
 
 // ln(1 + r) for -2^-9 <= r <= 2^-8: the polynomial (2^-58.12), evaluated within 2^-52.
@@ -286,8 +316,8 @@ inline double quick_log1p(double x) {
     return hi + __builtin_fma(ed, q::kLn2Lo, log1p_poly(r));
 }
 
-// An estimate of 1/d, d a positive double below 2^128, within 1.5 2^-12 relative (or 0 from
-// 2^126 on at tier l9): vrcp14sd at z0 and d1, rcpss on d as a float at l9.  Its bits differ
+// An estimate of 1/d, d a positive float value from 2^-18 to 2^122, within 1.5 2^-12
+// relative: vrcp14sd at z0 and d1, rcpss on d as a float at l9.  Its bits differ
 // between processor makers; the kernel below is exact for any estimate within the bound.
 inline double recip_estimate(double d) {
 #if TSR_TIER_Z0 || TSR_TIER_D1
@@ -297,26 +327,29 @@ inline double recip_estimate(double d) {
 #endif
 }
 
-// atan t for t = n/d, n and d positive finite doubles, in the caller's mode (as the
-// exponentials' kernel).  u = min(n, d)/max(n, d) in [0, 1] is never formed: its estimate
-// (within 2^-11.4 relative, 0 where u < 2^-126) taken to the nearest 64th by roundsd,
-// whatever the mode, gives c = i/64 with |u - c| <= 1/128 + 2^-11.4, and
-// v = (u - c)/(1 + u c) = (nn - c dd)/(dd + c nn) comes from one division: c times either
-// exact inside the fused steps, each rounded once, and the quotient (three roundings, 2^-50.4
-// relative in a directed mode); |v| <= 1/128 + 2^-10.  atan u = atan c + atan v with the
-// polynomial (2^-48.49 relative).  atan c >= 1.9 |atan v| where c != 0, so the terms summed
-// are at most 3.2 atan u: with the table (2^-53) and the sum's rounding, atan u within 2^-46
-// relative; pi/2 - atan u (>= pi/4 >= atan u) where n > d keeps that with one more rounding
-// and pi/2 in two pieces.  Below 2^-45.5 relative.
-inline double quick_atan(double n, double d) {
-    bool big = n > d;
-    double nn = big ? d : n, dd = big ? n : d;
-    double kd = __builtin_roundeven(nn * recip_estimate(dd) * 64.0);
-    double c = kd * 0x1p-6;
-    double v = __builtin_fma(-c, dd, nn) / __builtin_fma(c, nn, dd);
-    double v2 = v * v;
-    double w = q::kAtanC[int64_t(kd)] + __builtin_fma(v * v2, __builtin_fma(v2, q::kAtanPoly[1], q::kAtanPoly[0]), v);
-    return big ? (q::kPiHalfHi - w) + q::kPiHalfLo : w;
+// atan t for a float t >= 2^-12, in the caller's mode (as the exponentials' kernel).  For
+// t <= 1, u = t and 64 c = -k, k = -64 t rounded to nearest by roundsd whatever the mode;
+// above 1, u = 1/t is never formed: k = 64 c is the nearest integer to an estimate of 64/t
+// (within 2^-11.4 relative).  Either way c = i/64 with |u - c| <= 1/128 + 2^-11.4, and
+//     v = (u - c)/(1 + u c) = (64 t + k)/(64 - k t)     (t <= 1),
+//     -v = (k t - 64)/(64 t + k)                          (t > 1)
+// comes from one division whose operands are each one fused step (k times t exact inside,
+// 64 t exact: the numerator for t <= 1 is exact), three roundings in all (2^-50.4 relative
+// in a directed mode); |v| <= 1/128 + 2^-10.  atan t = atan c + atan v below 1 and
+// (pi/2 - atan c) + atan(-v) above, the row (2^-53) plus the polynomial (2^-48.49
+// relative).  atan c >= 1.9 |atan v| where c != 0, so the terms summed are at most 3.2
+// atan t, and pi/2 - atan c >= pi/4 is more than 80 |atan v|: with the sum's rounding, below
+// 2^-46 relative.  No step depends on the other branch's result: the selections are made
+// on t alone, beside the estimate.
+inline double quick_atan(double t) {
+    bool big = t > 1.0;
+    double t64 = t * 64.0;
+    double kd = __builtin_roundeven(big ? recip_estimate(t * 0x1p-6) : -t64);
+    double num = __builtin_fma(kd, big ? t : 1.0, big ? -64.0 : t64);
+    double den = __builtin_fma(kd, big ? 1.0 : -t, big ? t64 : 64.0);
+    double v = num / den, v2 = v * v;
+    double c = q::kAtanC[int64_t(__builtin_fabs(kd)) + (big ? 65 : 0)];
+    return c + __builtin_fma(v * v2, __builtin_fma(v2, q::kAtanPoly[1], q::kAtanPoly[0]), v);
 }
 
 // sin and cos of a, 2^-12 <= |a| < 2^16, in the caller's mode (as the exponentials' kernel).
@@ -420,7 +453,7 @@ TSR_CRF_CAREFUL float careful_expm1f(float x) {
     return f.finish(y);
 }
 
-inline float cr_exp2m1f(float x) {
+TSR_CRF_CAREFUL float careful_exp2m1f(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a == 0) return x;
     if (a >= 0x7f800000) return a > 0x7f800000 ? x + x : (s ? -1.0f : x);
@@ -460,7 +493,7 @@ TSR_CRF_CAREFUL float careful_coshf(float x) {
     }));
 }
 
-inline float cr_tanhf(float x) {
+TSR_CRF_CAREFUL float careful_tanhf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
     if (a < 0x39800000) return a == 0 ? x : narrow(toward_zero(x));  // x(1 - x^2/3)
     if (a > 0x7f800000) return x + x;
@@ -551,7 +584,7 @@ inline float cr_atanf(float x) {
     uint32_t a = bits(x) & 0x7fffffff;
     float r;
     if (__builtin_expect(a - 0x39800000u < 0x7f800000u - 0x39800000u, 1) &&
-        wide_try([&] { return __builtin_copysign(quick_atan(f32(a), 1.0), double(x)); }, r))
+        wide_try([&] { return __builtin_copysign(quick_atan(f32(a)), double(x)); }, r))
         return r;
 #endif
     return careful_atanf(x);
@@ -688,34 +721,56 @@ TSR_CRF_CAREFUL float careful_log2p1f(float x) {
 
 // ---- roots ---------------------------------------------------------------------------------
 
-#if TSR_TIER_Z0 || TSR_TIER_D1
-// cbrt of a positive normal float (bits a) at tiers z0 and d1, every operation with embedded
-// round-to-nearest and exceptions suppressed (the vector extension's {rn-sae}): the kernel
-// raises no flag, so the exact results (the perfect cubes), which it leaves within its bound
-// of their grid point, reach the careful route with nothing raised.  |x| = 2^(3q + j) m,
-// j = 0, 1, 2, m in [1, 2) in row i of 32: r = m/c - 1 exact (m 24 bits times 1/c 20 bits,
-// then Sterbenz), |r| <= 2^-6, cbrt |x| = 2^q T (1 + r P(r)), T = 2^(j/3) cbrt(c) (2^-53),
-// the polynomial 2^-39.14 relative, its evaluation and the last fused step below 2^-52, the
+#if TSR_CRF_QUICK
+// cbrt of a positive normal float (bits a).  |x| = 2^(3q + j) m, j = 0, 1, 2, m in [1, 2) in
+// row i of 32: r = m/c - 1 exact (m 24 bits times 1/c 20 bits, then Sterbenz), |r| <= 2^-6,
+// cbrt |x| = 2^q T (1 + r P(r)), T = 2^(j/3) cbrt(c) (2^-53), the polynomial 2^-39.14
+// relative, its evaluation and the last fused step below 2^-51 in any rounding mode, the
 // scaling exact (a normal double): below 2^-39 relative, settled at kWideMargin.
+//
+// The perfect cubes have exact results that the kernel leaves within its bound of their grid
+// point, with inexact raised.  At tiers z0 and d1 every operation runs with embedded
+// round-to-nearest and exceptions suppressed (the vector extension's {rn-sae}): no flag is
+// raised and the cubes reach the careful route clean.  At tier l9 the kernel runs in plain
+// arithmetic in the caller's mode, and the cubes are kept from it first (odd_cube).
+#if TSR_TIER_Z0 || TSR_TIER_D1
+inline double cbrt_fma(double a, double b, double c) { return tsr::avx512::fma_rn(a, b, c); }
+inline double cbrt_mul(double a, double b) { return tsr::avx512::mul_rn(a, b); }
+constexpr bool kCbrtKernelQuiet = true;
+#else
+inline double cbrt_fma(double a, double b, double c) { return __builtin_fma(a, b, c); }
+inline double cbrt_mul(double a, double b) { return a * b; }
+constexpr bool kCbrtKernelQuiet = false;
+#endif
 inline double quick_cbrt(uint32_t a) {
-    namespace av = tsr::avx512;
     uint32_t e3 = (a >> 23) + 254;  // 3q + j + 381
     uint32_t qb = e3 / 3, j = e3 - 3 * qb;
     unsigned i = (a >> 18) & 31;
     double m = f64(uint64_t(a & 0x7fffff) << 29 | 0x3ff0000000000000);
-    double r = av::fma_rn(m, q::kCbrtInvC[i], -1.0);
+    double r = cbrt_fma(m, q::kCbrtInvC[i], -1.0);
     double t = q::kCbrtT[32 * j + i];
     const double *c = q::kCbrtPoly;
-    double p = av::fma_rn(av::mul_rn(r, r), av::fma_rn(r, c[3], c[2]), av::fma_rn(r, c[1], c[0]));
-    return av::fma_rn(av::mul_rn(t, r), p, t) * pow2(int(qb) - 127);
+    double p = cbrt_fma(cbrt_mul(r, r), cbrt_fma(r, c[3], c[2]), cbrt_fma(r, c[1], c[0]));
+    return cbrt_fma(cbrt_mul(t, r), p, t) * pow2(int(qb) - 127);
+}
+
+// A normal float (bits a) whose significand's odd part is the cube of an odd integer: every
+// perfect cube (its root has at most 8 significant bits, else the cube would not fit in 24),
+// and a few floats more (the odd cubes at exponents that are no multiple of 3), all of which
+// take the careful route.  Cubing permutes the odd residues modulo 2^8, so the odd part's
+// residue names the one odd n below 2^8 whose cube it can be.
+inline bool odd_cube(uint32_t a) {
+    uint32_t m = (a & 0x7fffff) | 0x800000;
+    uint32_t o = m >> __builtin_ctz(m);
+    return q::kOddCube[(o & 255) >> 1] == o;
 }
 #endif
 
 inline float cr_cbrtf(float x) {
     uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
-#if TSR_TIER_Z0 || TSR_TIER_D1
+#if TSR_CRF_QUICK
     float qr;
-    if (__builtin_expect(a - 0x00800000u < 0x7f800000u - 0x00800000u, 1) &&
+    if (__builtin_expect(a - 0x00800000u < 0x7f800000u - 0x00800000u && (kCbrtKernelQuiet || !odd_cube(a)), 1) &&
         wide_try([&] { return __builtin_copysign(quick_cbrt(a), double(x)); }, qr))
         return qr;
 #endif
@@ -727,7 +782,7 @@ inline float cr_cbrtf(float x) {
     return f.finish(with_sign(y, s));
 }
 
-inline float cr_invsqrtf(float x) {
+TSR_CRF_CAREFUL float careful_invsqrtf(float x) {
     uint32_t b = bits(x), a = b & 0x7fffffff;
     if (a == 0) return 1.0f / x;  // +-inf, divide-by-zero
     if (a > 0x7f800000) return x + x;
@@ -741,6 +796,20 @@ inline float cr_invsqrtf(float x) {
     return f.finish(f.settle(y, Member::invsqrtf, bits(m), [m] { return odd53(__libm_invsqrtl_ex_local(m)); }) * pow2(-e));
 }
 
+// 1/sqrt x for a positive finite float, in the caller's mode: the root and the quotient each
+// rounded once (within a unit each, in any mode): below 2^-51 relative, settled at
+// kQuickMargin units.  The exact results (x a power of 4: both steps exact, no flag raised)
+// sit on the grid: the careful route.  Subnormal x is a normal double.
+inline float cr_invsqrtf(float x) {
+#if TSR_CRF_QUICK
+    float r;
+    if (__builtin_expect(bits(x) - 1u < 0x7f7fffffu, 1) &&
+        wide_try([&] { return 1.0 / __builtin_sqrt(double(x)); }, r, kQuickMargin))
+        return r;
+#endif
+    return careful_invsqrtf(x);
+}
+
 // ---- the members with a quick phase -------------------------------------------------------
 // The quick phase takes the arguments of the main range (their special values, tiny and
 // saturated ranges and everything else go to the careful route, as at tier ex).
@@ -748,8 +817,7 @@ inline float cr_invsqrtf(float x) {
 // z = x 128/ln2 for 2^-25 <= |x| < 88.72284 (|z| < 2^14.3): the constant within 2^-53 and
 // the product's rounding (each 2^-52 in a directed mode) leave z within 2^-37.1, which moves
 // the result by 2^-44.6 relative: with exp2_128's, below 2^-37.1 relative.  e^x is inexact
-// for x != 0.  Negative x from -88.72284 on (subnormal and zero results) takes the careful
-// route.
+// for x != 0.  From -88.72284 down (deep subnormal and zero results) the careful route.
 inline float cr_expf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff;
@@ -764,14 +832,13 @@ inline float cr_expf(float x) {
     return careful_expf(x);
 }
 
-// z = 128 x exact for 2^-25 <= |x| < 128.  2^n for an integer n comes out exact (r = 0, p = 0,
-// no rounding) and on the grid: the rounding test hands it to the careful route, no flag
-// raised.
+// 2^-25 <= |x| < 128.  2^n for an integer n comes out exact (r = 0, p = 0, no rounding) and on
+// the grid: the rounding test hands it to the careful route, no flag raised.
 inline float cr_exp2f(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff;
     if (__builtin_expect(a - 0x33000000u < 0x43000000u - 0x33000000u, 1)) {
-        double y = exp2_128(double(x) * 128.0);
+        double y = exp2_float(x);
         if (__builtin_expect(settles_by(y, kWideMargin), 1)) {
             float r = narrow(y);
             return bits(x) > 0xc2fc0000u ? report(x, r, code::exp2f_underflow) : r;  // below -126
@@ -782,17 +849,19 @@ inline float cr_exp2f(float x) {
 }
 
 #if TSR_CRF_QUICK
-// x = 1, 2, ..., 10 (10^x exact as a float): x in [1, 10] with no bit below 2^0.  Both
-// conditions are evaluated (no branch on a test true for one argument in nine over [-37, 38]).
+// x = 1, 2, ..., 10 (10^x exact as a float), and the 17 other floats of [1, 10] with at most
+// four significant bits (1.125, 2.5, ...: the careful route serves them as well): from
+// 1 = 0x3f800000 to 10 = 0x41200000 the patterns with their 20 low bits clear, told by one
+// rotation (a low bit set lands high; a pattern below 1 wraps around to a large difference).
 inline bool exact_pow10(uint32_t b) {
-    uint32_t below_one = b << (((b >> 23) - 118) & 31);
-    return (b - 0x3f800000u <= 0x41200000u - 0x3f800000u) & (below_one == 0);
+    uint32_t d = b - 0x3f800000u;
+    return (d >> 20 | d << 12) <= (0x41200000u - 0x3f800000u) >> 20;
 }
 #endif
 
-// z = x 128 log2(10) for 2^-27 <= |x| < 38.53184 (|z| < 2^14.3), within 2^-37.1 as for expf:
-// below 2^-37.1 relative.  The exact powers 10^1 .. 10^10 take the careful route first (the
-// kernel would raise inexact).
+// z = x 128 log2(10) for 2^-27 <= |x| < 38.53184 (|z| < 2^14.3), within 2^-37.1 as for
+// expf: below 2^-37.1 relative.  The exact powers 10^1 .. 10^10 take the careful route first
+// (the kernel would raise inexact).
 inline float cr_exp10f(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff;
@@ -874,15 +943,63 @@ inline float cr_expm1f(float x) {
     return careful_expm1f(x);
 }
 
+#if TSR_CRF_QUICK
+// 2^x - 1 for 1/2 <= |x|, -26 < x < 128: z = 128 x exact, k next to z, r = (z - k) ln2/128
+// (z - k exact, |z - k| <= 1/2; the constant and the product each within 2^-53: 2^-60.5
+// absolute), 2^x = 2^(k/128) e^r within 2^-51 (exp_core), then one rounding of the
+// difference, which magnifies the relative error by 2^x/|2^x - 1| <= 3.42: below 2^-49
+// relative.
+inline double quick_exp2m1(double x) {
+    int64_t k;
+    double kd = nearest_int(x * 128.0, k);
+    return exp_core(k, (x * 128.0 - kd) * (q::kLn2 * 0x1p-7)) - 1.0;
+}
+#endif
+
+inline float cr_exp2m1f(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    float r;
+    // the integers (2^n - 1 exact) go to the careful route before the guard, which raises
+    // inexact: x's bits below 2^0, shifted to the top, are all zero (1/2 goes there too)
+    if (__builtin_expect(a >= 0x3f000000 && a < (s ? 0x41d00000u : 0x43000000u) && (a << ((a >> 23) - 118)) != 0, 1) &&
+        quick_try([&] { return quick_exp2m1(x); }, r))
+        return r;
+#endif
+    return careful_exp2m1f(x);
+}
+
 inline float cr_coshf(float x) {
 #if TSR_CRF_QUICK
     uint32_t a = bits(x) & 0x7fffffff;
     float r;  // 2^-12 <= |x| < 90
     if (__builtin_expect(a - 0x39800000u < 0x42b40000u - 0x39800000u, 1) &&
-        quick_try([&] { return quick_cosh(f32(a)); }, r))
+        wide_try([&] { return quick_cosh(f32(a)); }, r))
         return r;
 #endif
     return careful_coshf(x);
+}
+
+#if TSR_CRF_QUICK
+// tanh a for 1/4 <= a < 9.5: e = e^(2a) - 1 (2a exact) within 2^-51 before the subtraction,
+// which magnifies it by e^(2a)/e <= 2.55 (2^-49.6 with its rounding), and tanh a = e/(e + 2),
+// whose relative sensitivity to e is 2/(e + 2) < 1, with the sum's and the quotient's
+// roundings: below 2^-49.3 relative.
+inline double quick_tanh(double a) {
+    double e = quick_exp(2.0 * a) - 1.0;
+    return e / (e + 2.0);
+}
+#endif
+
+inline float cr_tanhf(float x) {
+#if TSR_CRF_QUICK
+    uint32_t a = bits(x) & 0x7fffffff, s = bits(x) >> 31;
+    float r;  // 1/4 <= |x| < 9.5
+    if (__builtin_expect(a - 0x3e800000u < 0x41180000u - 0x3e800000u, 1) &&
+        quick_try([&] { return with_sign(quick_tanh(f32(a)), s); }, r))
+        return r;
+#endif
+    return careful_tanhf(x);
 }
 
 inline float cr_sinhf(float x) {

@@ -72,9 +72,9 @@ const double v_log2f[] = {-0x1.2a00000000000p+7, -0x1.2800000000000p+7, -0x1.260
 const uint32_t k_log10f[] = {0x3f800000, 0x41200000, 0x42c80000, 0x447a0000, 0x461c4000, 0x47c35000, 0x49742400, 0x4b189680, 0x4cbebc20, 0x4e6e6b28, 0x501502f9};
 const double v_log10f[] = {0x0p+0, 0x1.0000000000000p+0, 0x1.0000000000000p+1, 0x1.8000000000000p+1, 0x1.0000000000000p+2, 0x1.4000000000000p+2, 0x1.8000000000000p+2, 0x1.c000000000000p+2, 0x1.0000000000000p+3, 0x1.2000000000000p+3, 0x1.4000000000000p+3};
 
-// log1pf: 0 arguments
-const uint32_t k_log1pf[] = {0};
-const double v_log1pf[] = {0.0};
+// log1pf: 2 arguments
+const uint32_t k_log1pf[] = {0x35400003, 0xb53ffffd};
+const double v_log1pf[] = {0x1.7ffffd8000000p-21, -0x1.8000028000000p-21};
 
 // log2p1f: 48 arguments
 const uint32_t k_log2p1f[] = {0x3f800000, 0x40400000, 0x40e00000, 0x41700000, 0x41f80000, 0x427c0000, 0x42fe0000, 0x437f0000, 0x43ff8000, 0x447fc000, 0x44ffe000, 0x457ff000, 0x45fff800, 0x467ffc00, 0x46fffe00, 0x477fff00, 0x47ffff80, 0x487fffc0, 0x48ffffe0, 0x497ffff0, 0x49fffff8, 0x4a7ffffc, 0x4afffffe, 0x4b7fffff, 0xbf000000, 0xbf400000, 0xbf600000, 0xbf700000, 0xbf780000, 0xbf7c0000, 0xbf7e0000, 0xbf7f0000, 0xbf7f8000, 0xbf7fc000, 0xbf7fe000, 0xbf7ff000, 0xbf7ff800, 0xbf7ffc00, 0xbf7ffe00, 0xbf7fff00, 0xbf7fff80, 0xbf7fffc0, 0xbf7fffe0, 0xbf7ffff0, 0xbf7ffff8, 0xbf7ffffc, 0xbf7ffffe, 0xbf7fffff};
@@ -108,7 +108,7 @@ const HardList kHard[kMembers] = {
     {k_logf, v_logf, 1},
     {k_log2f, v_log2f, 277},
     {k_log10f, v_log10f, 11},
-    {k_log1pf, v_log1pf, 0},
+    {k_log1pf, v_log1pf, 2},
     {k_log2p1f, v_log2p1f, 48},
     {k_cbrtf, v_cbrtf, 128},
     {k_invsqrtf, v_invsqrtf, 4},

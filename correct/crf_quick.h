@@ -43,6 +43,43 @@ inline constexpr double kExp2J[128] = {
     0x1.f50765b6e4540p+0, 0x1.f7bfdad9cbe14p+0, 0x1.fa7c1819e90d8p+0, 0x1.fd3c22b8f71f1p+0,
 };
 
+// The bits of 2^(j/128) (as kExp2J) less j 2^45: adding the bits of the shifter's sum
+// shifted up by 45, k 2^45 = (k >> 7) 2^52 + j 2^45, gives the bits of 2^(k/128).
+inline constexpr uint64_t kExp2JBits[128] = {
+    0x3ff0000000000000, 0x3feff63da9fb3335, 0x3fefec9a3e778061, 0x3fefe315e86e7f85,
+    0x3fefd9b0d3158574, 0x3fefd06b29ddf6de, 0x3fefc74518759bc8, 0x3fefbe3ecac6f383,
+    0x3fefb5586cf9890f, 0x3fefac922b7247f7, 0x3fefa3ec32d3d1a2, 0x3fef9b66affed31b,
+    0x3fef9301d0125b51, 0x3fef8abdc06c31cc, 0x3fef829aaea92de0, 0x3fef7a98c8a58e51,
+    0x3fef72b83c7d517b, 0x3fef6af9388c8dea, 0x3fef635beb6fcb75, 0x3fef5be084045cd4,
+    0x3fef54873168b9aa, 0x3fef4d5022fcd91d, 0x3fef463b88628cd6, 0x3fef3f49917ddc96,
+    0x3fef387a6e756238, 0x3fef31ce4fb2a63f, 0x3fef2b4565e27cdd, 0x3fef24dfe1f56381,
+    0x3fef1e9df51fdee1, 0x3fef187fd0dad990, 0x3fef1285a6e4030b, 0x3fef0cafa93e2f56,
+    0x3fef06fe0a31b715, 0x3fef0170fc4cd831, 0x3feefc08b26416ff, 0x3feef6c55f929ff1,
+    0x3feef1a7373aa9cb, 0x3feeecae6d05d866, 0x3feee7db34e59ff7, 0x3feee32dc313a8e5,
+    0x3feedea64c123422, 0x3feeda4504ac801c, 0x3feed60a21f72e2a, 0x3feed1f5d950a897,
+    0x3feece086061892d, 0x3feeca41ed1d0057, 0x3feec6a2b5c13cd0, 0x3feec32af0d7d3de,
+    0x3feebfdad5362a27, 0x3feebcb299fddd0d, 0x3feeb9b2769d2ca7, 0x3feeb6daa2cf6642,
+    0x3feeb42b569d4f82, 0x3feeb1a4ca5d920f, 0x3feeaf4736b527da, 0x3feead12d497c7fd,
+    0x3feeab07dd485429, 0x3feea9268a5946b7, 0x3feea76f15ad2148, 0x3feea5e1b976dc09,
+    0x3feea47eb03a5585, 0x3feea34634ccc320, 0x3feea23882552225, 0x3feea155d44ca973,
+    0x3feea09e667f3bcd, 0x3feea012750bdabf, 0x3fee9fb23c651a2f, 0x3fee9f7df9519484,
+    0x3fee9f75e8ec5f74, 0x3fee9f9a48a58174, 0x3fee9feb564267c9, 0x3feea0694fde5d3f,
+    0x3feea11473eb0187, 0x3feea1ed0130c132, 0x3feea2f336cf4e62, 0x3feea427543e1a12,
+    0x3feea589994cce13, 0x3feea71a4623c7ad, 0x3feea8d99b4492ed, 0x3feeaac7d98a6699,
+    0x3feeace5422aa0db, 0x3feeaf3216b5448c, 0x3feeb1ae99157736, 0x3feeb45b0b91ffc6,
+    0x3feeb737b0cdc5e5, 0x3feeba44cbc8520f, 0x3feebd829fde4e50, 0x3feec0f170ca07ba,
+    0x3feec49182a3f090, 0x3feec86319e32323, 0x3feecc667b5de565, 0x3feed09bec4a2d33,
+    0x3feed503b23e255d, 0x3feed99e1330b358, 0x3feede6b5579fdbf, 0x3feee36bbfd3f37a,
+    0x3feee89f995ad3ad, 0x3feeee07298db666, 0x3feef3a2b84f15fb, 0x3feef9728de5593a,
+    0x3feeff76f2fb5e47, 0x3fef05b030a1064a, 0x3fef0c1e904bc1d2, 0x3fef12c25bd71e09,
+    0x3fef199bdd85529c, 0x3fef20ab5fffd07a, 0x3fef27f12e57d14b, 0x3fef2f6d9406e7b5,
+    0x3fef3720dcef9069, 0x3fef3f0b555dc3fa, 0x3fef472d4a07897c, 0x3fef4f87080d89f2,
+    0x3fef5818dcfba487, 0x3fef60e316c98398, 0x3fef69e603db3285, 0x3fef7321f301b460,
+    0x3fef7c97337b9b5f, 0x3fef864614f5a129, 0x3fef902ee78b3ff6, 0x3fef9a51fbc74c83,
+    0x3fefa4afa2a490da, 0x3fefaf482d8e67f1, 0x3fefba1bee615a27, 0x3fefc52b376bba97,
+    0x3fefd0765b6e4540, 0x3fefdbfdad9cbe14, 0x3fefe7c1819e90d8, 0x3feff3c22b8f71f1,
+};
+
 // e^r = 1 + r + c2 r^2 + c3 r^3 + c4 r^4
 // interval [-0x1.62fp-9, 0x1.62fp-9], degree 4, max rel. error 2^-52.48 (tools/gen/crf_quick.py)
 inline constexpr double kExpPoly[] = {0x1.00000000006cfp-1, 0x1.55555c75b1defp-3, 0x1.555548567b460p-5};
@@ -483,8 +520,8 @@ inline constexpr double kSinPoly[] = {-0x1.5555555554448p-3, 0x1.1110fabb36f17p-
 // interval [-0x1.922p-8, 0x1.922p-8], degree 4, max abs. error 2^-58.28 (tools/gen/crf_quick.py)
 inline constexpr double kCosPoly[] = {-0x1.fffffffffc452p-2, 0x1.55552e3f19466p-5};
 
-// atan(i/64), i = 0..64, rounded to nearest.
-inline constexpr double kAtanC[65] = {
+// atan(i/64), then pi/2 - atan(i/64), i = 0..64, rounded to nearest.
+inline constexpr double kAtanC[130] = {
     0x0p+0, 0x1.fff555bbb729bp-7, 0x1.ffd55bba97625p-6, 0x1.7fb818430da2ap-5,
     0x1.ff55bb72cfdeap-5, 0x1.3f59f0e7c559dp-4, 0x1.7ee182602f10fp-4, 0x1.be39ebe6f07c3p-4,
     0x1.fd5ba9aac2f6ep-4, 0x1.1e1fafb043727p-3, 0x1.3d6eee8c6626cp-3, 0x1.5c9811e3ec26ap-3,
@@ -501,7 +538,23 @@ inline constexpr double kAtanC[65] = {
     0x1.5d58987169b18p-1, 0x1.6220d115d7b8ep-1, 0x1.66d663923e087p-1, 0x1.6b798920b3d99p-1,
     0x1.700a7c5784634p-1, 0x1.748978fba8e0fp-1, 0x1.78f6bbd5d315ep-1, 0x1.7d528289fa093p-1,
     0x1.819d0b7158a4dp-1, 0x1.85d69576cc2c5p-1, 0x1.89ff5ff57f1f8p-1, 0x1.8e17aa99cc05ep-1,
-    0x1.921fb54442d18p-1,
+    0x1.921fb54442d18p-1, 0x1.921fb54442d18p+0, 0x1.8e1fca98cb633p+0, 0x1.8a205fd558740p+0,
+    0x1.8621f4822a647p+0, 0x1.82250768ac529p+0, 0x1.7e2a1635c67bep+0, 0x1.7a319d1e3fe07p+0,
+    0x1.763c1685d3c9cp+0, 0x1.7249faa996a21p+0, 0x1.6e5bbf4e3a633p+0, 0x1.6a71d772b60cbp+0,
+    0x1.668cb307c54cbp+0, 0x1.62acbeaca61b8p+0, 0x1.5ed2637169c54p+0, 0x1.5afe069f1e104p+0,
+    0x1.5730098602231p+0, 0x1.5368c951e9cfdp+0, 0x1.4fa89ee4e1440p+0, 0x1.4befdeb8130bap+0,
+    0x1.483ed8c2e3147p+0, 0x1.4495d86823225p+0, 0x1.40f5246938156p+0, 0x1.3d5cfedefb9c6p+0,
+    0x1.39cda5381b920p+0, 0x1.3647503caf55cp+0, 0x1.32ca3416b401ap+0, 0x1.2f56805f1a64fp+0,
+    0x1.2bec602f0d252p+0, 0x1.288bfa3512419p+0, 0x1.253570cda95fdp+0, 0x1.21e8e21f07a9cp+0,
+    0x1.1ea6683792844p+0, 0x1.1b6e192ebbe44p+0, 0x1.18400747e568bp+0, 0x1.151c4116f2812p+0,
+    0x1.1202d1a635b12p+0, 0x1.0ef3c09d694b0p+0, 0x1.0bef126968b2bp+0, 0x1.08f4c864643c4p+0,
+    0x1.0604e0fe4ef0fp+0, 0x1.031f57e54adbep+0, 0x1.0044262dddde3p+0, 0x1.fae684f57cc00p-1,
+    0x1.f559424818e66p-1, 0x1.efe068bba2275p-1, 0x1.ea7bd8bb44317p-1, 0x1.e52b6efe9c33cp-1,
+    0x1.dfef04d0efedbp-1, 0x1.dac670561bb4fp-1, 0x1.d5b184cd16e2cp-1, 0x1.d0b012cff5412p-1,
+    0x1.cbc1e89152a76p-1, 0x1.c6e6d2171bf18p-1, 0x1.c21e9972adea3p-1, 0x1.bd6906f6479aap-1,
+    0x1.b8c5e167d1c98p-1, 0x1.b434ee31013fdp-1, 0x1.afb5f18cdcc22p-1, 0x1.ab48aeb2b28d2p-1,
+    0x1.a6ece7fe8b99dp-1, 0x1.a2a25f172cfe4p-1, 0x1.9e68d511b976bp-1, 0x1.9a400a9306839p-1,
+    0x1.9627bfeeb99d3p-1, 0x1.921fb54442d18p-1,
 };
 // atan v = v + a3 v^3 + a5 v^5
 // interval [-0x1.2p-7, 0x1.2p-7], degree 5, max rel. error 2^-48.49 (tools/gen/crf_quick.py)
@@ -555,6 +608,26 @@ inline constexpr double kCbrtT[96] = {
 // cbrt(1 + r) = 1 + c1 r + c2 r^2 + c3 r^3 + c4 r^4
 // interval [-0x1.f82p-7, 0x1.f82p-7], degree 4, max rel. error 2^-39.14 (tools/gen/crf_quick.py)
 inline constexpr double kCbrtPoly[] = {0x1.5555554c21534p-2, -0x1.c71c71cb0b8dfp-4, 0x1.f9c0aea95a70bp-5, -0x1.5124df02dc8f2p-5};
+
+// n^3 for the odd n < 2^8 whose cube is congruent to 2 i + 1 modulo 2^8 (row i).
+inline constexpr uint32_t kOddCube[128] = {
+    0x000001, 0x1c6503, 0x0c4605, 0x348907, 0x003d09, 0x8f570b, 0x5a7b0d, 0x51c70f,
+    0x549d11, 0x4c4c13, 0x2ac615, 0x057617, 0x7be919, 0x00001b, 0xb73e1d, 0x0d151f,
+    0x0ded21, 0xa04523, 0x670425, 0xe5f027, 0x1b0829, 0x02062b, 0x00242d, 0x000d2f,
+    0x001331, 0x000533, 0xcb2035, 0x471137, 0x010d39, 0x0ece3b, 0x05033d, 0x6a523f,
+    0x6db241, 0x032243, 0x005f45, 0x0a0c47, 0x9beb49, 0x30784b, 0x18704d, 0x14de4f,
+    0x160451, 0x12b153, 0x06f755, 0x000157, 0x273c59, 0x71245b, 0x448b5d, 0x00745f,
+    0x008c61, 0x38d263, 0x1dcd65, 0x5d8367, 0x02d369, 0xdaf26b, 0x93746d, 0x87576f,
+    0x8b4d71, 0x7fa573, 0x4f0175, 0x10ac77, 0xc10379, 0x00a77b, 0x00007d, 0x1f417f,
+    0x20c181, 0xf14a83, 0xa4b385, 0x002f87, 0x36a689, 0x08b98b, 0x02458d, 0x01958f,
+    0x01cb91, 0x013693, 0x000895, 0x783f97, 0x05ef99, 0x224d9b, 0x0fb89d, 0xa9369f,
+    0xadcea1, 0x0b7fa3, 0x0376a5, 0x19b6a7, 0xeb91a9, 0x5783ab, 0x3279ad, 0x2c9eaf,
+    0x2e84b1, 0x28fab3, 0x13c2b5, 0x00e7b7, 0x49a6b9, 0xb27bbb, 0x74a8bd, 0x03d0bf,
+    0x0430c1, 0x63c7c3, 0x3b0cc5, 0x97a5c7, 0x0ac1c9, 0x001acb, 0xe065cd, 0xd04fcf,
+    0xd595d1, 0xc606d3, 0x8374d5, 0x258ad7, 0x0002d9, 0x0496db, 0x00c5dd, 0x3d55df,
+    0x3fade1, 0x004ce3, 0xf71ae5, 0x0289e7, 0x609ce9, 0x1734eb, 0x095eed, 0x0785ef,
+    0x081bf1, 0x066ff3, 0x0163f5, 0xbc15f7, 0x11a9f9, 0x4214fb, 0x23e5fd, 0xfd02ff,
+};
 
 }  // namespace
 }  // namespace tsr::crf::quick

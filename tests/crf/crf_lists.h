@@ -48,6 +48,23 @@ inline std::vector<Run> runs() {
     };
 }
 
+// The members with an extended careful phase, over every argument that reaches their double
+// kernel (keys are the arguments' bits): the logarithms over the positive floats, log1p and
+// log2p1 over (-1, inf) less |x| < 2^-24, exp2m1 over (-26, 128).
+inline std::vector<Run> careful_runs() {
+    auto one = [](float (*fn)(float)) { return [fn](uint32_t b) { fn(f32(b)); }; };
+    auto addr = [](float (*fn)(const float *)) { return [fn](uint32_t b) { float v[4] = {f32(b), 0, 0, 0}; fn(v); }; };
+    std::vector<std::pair<uint32_t, uint32_t>> log1p_range = {{0x33800000u, 0x7f7fffffu}, {0xb3800000u, 0xbf7fffffu}};
+    return {
+        {"logf", {{0x00000001u, 0x7f7fffffu}}, one(__libm_cr_logf_ex_local)},
+        {"log2f", {{0x00000001u, 0x7f7fffffu}}, addr(__libm_cr_log2f_ex_local)},
+        {"log10f", {{0x00000001u, 0x7f7fffffu}}, addr(__libm_cr_log10f_ex_local)},
+        {"log1pf", log1p_range, one(__libm_cr_log1pf_ex_local)},
+        {"log2p1f", log1p_range, one(__libm_cr_log2p1f_ex_local)},
+        {"exp2m1f", {{0x00000001u, 0x42ffffffu}, {0x80000001u, 0xc1cfffffu}}, one(__libm_cr_exp2m1f_ex_local)},
+    };
+}
+
 // Runs `r` over its ranges on `threads` threads (every `stride`-th key) and returns the
 // arguments left unsettled, as "member key" lines.
 inline std::vector<std::string> unsettled(const Run &r, unsigned threads, uint32_t stride = 1) {

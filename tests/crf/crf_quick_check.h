@@ -43,7 +43,8 @@ inline std::vector<Pair> pairs(bool portable = false) {
     // logarithms, [2^-12, 2^16) for sine, cosine and tangent, [2^-12, 90) for cosh and [1/2, 90) for
     // sinh (odd and even: evaluated at |x|), |x| >= 1/2 for expm1, (-1, inf) without
     // (-2^-24, 2^-24) for log1p and log2p1, 2^-12 <= |x| for atan, below 1 for asin and acos,
-    // and every normal float for cbrt.
+    // every normal float for cbrt, 1/2 <= |x| (below 128, above -26) for exp2m1 and every
+    // positive finite float for the reciprocal square root, [1/4, 9.5) for tanh.
     std::vector<Pair> v = {
         {"expf", {{0x33000000u, 0x42b17217u}, {0xb3000000u, 0xc2cfffffu}}, one(__libm_cr_expf_l9_local), one(__libm_cr_expf_ex_local)},
         {"exp2f", {{0x33000000u, 0x42ffffffu}, {0xb3000000u, 0xc316ffffu}}, one(__libm_cr_exp2f_l9_local), one(__libm_cr_exp2f_ex_local)},
@@ -63,8 +64,10 @@ inline std::vector<Pair> pairs(bool portable = false) {
         {"atanf", {{0x39800000u, 0x7f7fffffu}}, one(__libm_cr_atanf_l9_local), one(__libm_cr_atanf_ex_local)},
         {"asinf", {{0x39800000u, 0x3f7fffffu}}, one(__libm_cr_asinf_l9_local), one(__libm_cr_asinf_ex_local)},
         {"acosf", {{0x39800000u, 0x3f7fffffu}, {0xb9800000u, 0xbf7fffffu}}, one(__libm_cr_acosf_l9_local), one(__libm_cr_acosf_ex_local)},
-        // the quick phase of the z0 build only (tier l9 runs the careful route)
         {"cbrtf", {{0x00800000u, 0x7f7fffffu}, {0x80800000u, 0xff7fffffu}}, one(__libm_cr_cbrtf_l9_local), one(__libm_cr_cbrtf_ex_local)},
+        {"exp2m1f", {{0x3f000000u, 0x42ffffffu}, {0xbf000000u, 0xc1cfffffu}}, one(__libm_cr_exp2m1f_l9_local), one(__libm_cr_exp2m1f_ex_local)},
+        {"invsqrtf", {{0x00000001u, 0x7f7fffffu}}, one(__libm_cr_invsqrtf_l9_local), one(__libm_cr_invsqrtf_ex_local)},
+        {"tanhf", {{0x3e800000u, 0x4117ffffu}}, one(__libm_cr_tanhf_l9_local), one(__libm_cr_tanhf_ex_local)},
     };
     if (portable) {  // the z0 build of this processor's instruction set
         v[0].test = one(__libm_cr_expf_z0_portable);
@@ -86,6 +89,9 @@ inline std::vector<Pair> pairs(bool portable = false) {
         v[16].test = one(__libm_cr_asinf_z0_portable);
         v[17].test = one(__libm_cr_acosf_z0_portable);
         v[18].test = one(__libm_cr_cbrtf_z0_portable);
+        v[19].test = one(__libm_cr_exp2m1f_z0_portable);
+        v[20].test = one(__libm_cr_invsqrtf_z0_portable);
+        v[21].test = one(__libm_cr_tanhf_z0_portable);
     }
     return v;
 }

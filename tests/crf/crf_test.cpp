@@ -5,6 +5,7 @@
 // rounding test) and every float of a member against MPFR.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <map>
@@ -259,6 +260,17 @@ TEST(CrfSample, EveryModeEveryTier) {
     check_rows(f_sincosf(), rows);
 }
 
+// A member by the name its lists use.
+Func<float> member_func(const std::string &name) {
+    static const std::map<std::string, Func<float> (*)()> fs = {
+        {"expf", f_expf}, {"exp2f", f_exp2f}, {"exp10f", f_exp10f}, {"expm1f", f_expm1f}, {"exp2m1f", f_exp2m1f},
+        {"sinhf", f_sinhf}, {"coshf", f_coshf}, {"tanhf", f_tanhf}, {"sinf", f_sinf}, {"cosf", f_cosf},
+        {"tanf", f_tanf}, {"asinf", f_asinf}, {"acosf", f_acosf}, {"atanf", f_atanf}, {"logf", f_logf},
+        {"log2f", f_log2f}, {"log10f", f_log10f}, {"log1pf", f_log1pf}, {"log2p1f", f_log2p1f},
+        {"cbrtf", f_cbrtf}, {"invsqrtf", f_invsqrtf}};
+    return fs.at(name)();
+}
+
 // The arguments the lists hold, each bit for bit in every mode and tier: the hard cases.
 TEST(CrfSample, ListedArguments) {
     FILE *in = std::fopen(TSR_SOURCE_DIR "/tools/gen/crf_hard.txt", "r");
@@ -274,13 +286,24 @@ TEST(CrfSample, ListedArguments) {
         if (symmetric.count(name)) rows[name].push_back({-x, CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
     }
     std::fclose(in);
-    std::map<std::string, Func<float> (*)()> fs = {
-        {"expf", f_expf}, {"exp2f", f_exp2f}, {"exp10f", f_exp10f}, {"expm1f", f_expm1f}, {"exp2m1f", f_exp2m1f},
-        {"sinhf", f_sinhf}, {"coshf", f_coshf}, {"tanhf", f_tanhf}, {"sinf", f_sinf}, {"cosf", f_cosf},
-        {"tanf", f_tanf}, {"asinf", f_asinf}, {"acosf", f_acosf}, {"atanf", f_atanf}, {"logf", f_logf},
-        {"log2f", f_log2f}, {"log10f", f_log10f}, {"log1pf", f_log1pf}, {"log2p1f", f_log2p1f},
-        {"cbrtf", f_cbrtf}, {"invsqrtf", f_invsqrtf}};
-    for (auto &[n, r] : rows) check_rows(fs.at(n)(), r);
+    for (auto &[n, r] : rows) check_rows(member_func(n), r);
+}
+
+// The arguments that reach the extended careful phase of the logarithms, log1p, log2p1 and
+// exp2m1 (found by CrfLong.CarefulPhaseCases over all their floats), in every mode and tier.
+TEST(CrfSample, CarefulPhaseCases) {
+    FILE *in = std::fopen(TSR_SOURCE_DIR "/tests/crf/careful_cases.txt", "r");
+    ASSERT_TRUE(in);
+    std::map<std::string, std::vector<Row<float>>> rows;
+    char name[32];
+    unsigned key;
+    while (std::fscanf(in, "%31s %x", name, &key) == 2) {
+        float x = f32(key);
+        rows[name].push_back({x, CR, std::fabs(x) < 0x1p-100f ? int(ANY_FLAGS) : int(NX), ANY_ERRNO, ANY_CODE});
+    }
+    std::fclose(in);
+    EXPECT_EQ(rows.size(), 6u);
+    for (auto &[n, r] : rows) check_rows(member_func(n), r);
 }
 
 // Flags and accuracy over regions: no flag without its cause, every flag that is due.
@@ -304,11 +327,19 @@ TEST(CrfSample, QuickRangeEdges) {
     // |x| around 2^-25, around the overflow and underflow ends, integers (exact 2^n)
     check_rows(f_expf(), at({0x32ffffff, 0x33000000, 0x33000001, 0xb3000001, 0x42b17216, 0x42b17217, 0xc2cfffff, 0xc2d00000, 0xc2aeac4f, 0xc2aeac50}));
     check_rows(f_exp2f(), at({0x33000000, 0x42fe0000, 0x42feffff, 0x42ffffff, 0xc2fc0000, 0xc2fc0001, 0xc316ffff, 0xc3160000, 0x3f800001, 0x3f7fffff}));
-    check_rows(f_exp10f(), at({0x31ffffff, 0x32000000, 0x40400000, 0xc0400000, 0x421a209a, 0xc235d275, 0xc217b818, 0xc217b819}));
+    // (and the floats of [1, 10] with four significant bits, which the exact powers' test passes on)
+    check_rows(f_exp10f(), at({0x31ffffff, 0x32000000, 0x40400000, 0xc0400000, 0x421a209a, 0xc235d275, 0xc217b818, 0xc217b819,
+                               0x3f900000, 0x3fc00000, 0x41080000, 0x41200001, 0x411fffff, 0x3f7fffff}));
     // |x| around 1/2 (below it, the careful route), -18, the overflow ends
     check_rows(f_expm1f(), at({0x3effffff, 0x3f000000, 0xbeffffff, 0xbf000000, 0xc18fffff, 0xc1900000, 0x42b17217}));
     check_rows(f_coshf(), at({0x397fffff, 0x39800000, 0x42b3ffff, 0xc2b3ffff, 0x3f000000}));
     check_rows(f_sinhf(), at({0x3effffff, 0x3f000000, 0xbf000000, 0x42b3ffff, 0xc2b3ffff}));
+    check_rows(f_tanhf(), at({0x3e7fffff, 0x3e800000, 0xbe800000, 0x4117ffff, 0xc117ffff, 0x41180000}));
+    // exp2m1: |x| around 1/2, -26, 128 (the largest below it overflows in the upward modes)
+    check_rows(f_exp2m1f(), at({0x3effffff, 0x3f000000, 0xbeffffff, 0xbf000000, 0xc1cfffff, 0xc1d00000, 0x42ffffff, 0x42fe0000}));
+    // 1/sqrt x: the least and largest floats, powers of 4 and their neighbours
+    check_rows(f_invsqrtf(), at({0x00000001, 0x00000002, 0x007fffff, 0x00800000, 0x7f7fffff, 0x3f800000, 0x3f7fffff,
+                                 0x3f800001, 0x40800000, 0x40000000, 0x7e800000, 0x01000000}));
     // the inverse functions: the ends of their quick ranges, 1/64 steps, the largest float
     auto inv = at({0x397fffff, 0x39800000, 0x3f7fffff, 0x3f800000, 0x3c800000, 0x3f7c0000, 0x3f000000,
                    0xbf7fffff, 0xb9800000, 0xbf000000});
@@ -341,6 +372,22 @@ TEST(CrfSample, QuickRangeEdges) {
     check_rows(f_sincosf(), rows);
 }
 
+// Every float whose significand's odd part is an odd cube n^3 (n < 2^8), in every exponent of
+// both signs: the perfect cubes (exact, no inexact) at the exponents that are multiples of 3,
+// the others inexact; the quick phase of tier l9 must hand all the cubes to the careful route.
+TEST(CrfSample, CubesAndOddCubes) {
+    std::vector<Row<float>> rows;
+    for (uint32_t n = 1; n < 256; n += 2)
+        for (int e = -149; e < 128; e += (n % 7 == 1 ? 1 : 5)) {
+            float x = std::ldexp(float(n * n * n), e);
+            if (x == 0 || std::isinf(x)) continue;
+            int flags = (e % 3 + 3) % 3 == 0 ? NONE : NX;  // x = (n 2^(e/3))^3 exactly, or inexact
+            rows.push_back({x, CR, flags, ANY_ERRNO, ANY_CODE});
+            rows.push_back({-x, CR, flags, ANY_ERRNO, ANY_CODE});
+        }
+    check_rows(f_cbrtf(), rows);
+}
+
 // The quick phase of tier l9 and of the z0 build against tier ex, a spread of the range.
 TEST(CrfSample, QuickAgainstCareful) {
     for (bool portable : {false, true})
@@ -354,6 +401,33 @@ TEST(CrfLong, ListsComplete) {
         auto v = crf_lists::unsettled(r, 2);
         for (auto &s : v) ADD_FAILURE() << "unsettled and unlisted: " << s;
         std::printf("[  LISTS   ] %s: %zu unsettled arguments without a row\n", r.what, v.size());
+    }
+}
+
+// The members that settle what their double kernel leaves open by an extended careful phase:
+// every argument that reaches it (collected through the test hook on tier ex's body) against
+// MPFR in every mode and tier, inexact raised and nothing else.  CRF_ONLY=name: one member;
+// CRF_CAREFUL_OUT=file: the arguments appended to the file ("member key" lines, the form of
+// tests/crf/careful_cases.txt).
+TEST(CrfLong, CarefulPhaseCases) {
+    const char *only = std::getenv("CRF_ONLY");
+    const char *save = std::getenv("CRF_CAREFUL_OUT");
+    for (const auto &r : crf_lists::careful_runs()) {
+        if (only && std::string(only) != r.what) continue;
+        std::vector<Row<float>> rows;
+        auto lines = crf_lists::unsettled(r, 2);
+        std::sort(lines.begin(), lines.end());
+        if (FILE *out = save ? std::fopen(save, "a") : nullptr) {
+            for (const auto &line : lines) std::fprintf(out, "%s\n", line.c_str());
+            std::fclose(out);
+        }
+        for (const auto &line : lines) {
+            float x = f32(uint32_t(std::strtoul(line.c_str() + line.find(' ') + 1, nullptr, 16)));
+            // (2^x - 1 of a tiny x may be subnormal: underflow too)
+            rows.push_back({x, CR, std::fabs(x) < 0x1p-100f ? int(ANY_FLAGS) : int(NX), ANY_ERRNO, ANY_CODE});
+        }
+        std::printf("[ CAREFUL  ] %s: %zu arguments reach the careful phase\n", r.what, rows.size());
+        check_rows(member_func(r.what), rows);
     }
 }
 

@@ -15,9 +15,10 @@ it covers and its measured error (the polynomial as stored, against mpmath at 25
     leave (log1pf, log2p1f: degree 6; logf, log2f, log10f: degree 4);
   - (sin, cos)(i pi/256), i = 0..511, pi/256 in three pieces, and sin r, cos r on
     |r| <= pi/512 (sinf, cosf, sincosf, tanf);
-  - atan(i/64), i = 0..64, and atan v on |v| <= 1/128 + 2^-10 (atanf);
+  - atan(i/64) and pi/2 - atan(i/64), i = 0..64, and atan v on |v| <= 1/128 + 2^-10 (atanf);
   - asin x on [0, 1/2] (asinf, acosf);
-  - 2^(j/3) cbrt(c) over 32 rows of [1, 2) and cbrt(1 + r) (cbrtf, tiers z0 and d1).
+  - 2^(j/3) cbrt(c) over 32 rows of [1, 2), cbrt(1 + r) and the odd cubes below 2^24
+    (cbrtf).
 """
 import os
 import sys
@@ -61,6 +62,11 @@ def main():
     out += tsrgen.c_array("inline constexpr double kExp2J[128]",
                           [hx(mp.power(2, mpf(j) / 128)) for j in range(128)], 4,
                           comment="2^(j/128), j = 0..127, rounded to nearest (error below 2^-53 relative).")
+    out += [""] + tsrgen.c_array("inline constexpr uint64_t kExp2JBits[128]",
+                                 ["0x%016x" % (tsrgen.to_bits(mp.power(2, mpf(j) / 128), D) - (j << 45))
+                                  for j in range(128)], 4,
+                                 comment="The bits of 2^(j/128) (as kExp2J) less j 2^45: adding the bits of the shifter's sum\n"
+                                         "shifted up by 45, k 2^45 = (k >> 7) 2^52 + j 2^45, gives the bits of 2^(k/128).")
     ln2 = mp.log(2)
     # The reduced argument: |r| <= ln2/256 plus the reduction's rounding (well below 2^-60).
     rmax = ln2 / 256 * (1 + mpf(2) ** -20)
@@ -155,9 +161,10 @@ def main():
     out += ["// cos r = 1 + c2 r^2 + c4 r^4 (absolute error)"] + coeff_lines("kCosPoly", a, (2, 4))
 
     # ---- inverse tangent -----------------------------------------------------------------
-    out += [""] + tsrgen.c_array("inline constexpr double kAtanC[65]",
-                                 [hx(mp.atan(mpf(i) / 64)) for i in range(65)], 4,
-                                 comment="atan(i/64), i = 0..64, rounded to nearest.")
+    out += [""] + tsrgen.c_array("inline constexpr double kAtanC[130]",
+                                 [hx(mp.atan(mpf(i) / 64)) for i in range(65)] +
+                                 [hx(mp.pi / 2 - mp.atan(mpf(i) / 64)) for i in range(65)], 4,
+                                 comment="atan(i/64), then pi/2 - atan(i/64), i = 0..64, rounded to nearest.")
     # |v| <= |u - c| with c the nearest 64th to an estimate of u within 2^-11.4 relative.
     vmax = mpf(1) / 128 + mpf(2) ** -10
     a = tsrgen.remez(lambda v: mp.atan(v), -vmax, vmax, 5, fixed={1: 1}, parity="odd")
@@ -172,7 +179,7 @@ def main():
             "inline constexpr double kPiHalfHi = %s;  // pi/2" % hx(mp.pi / 2),
             "inline constexpr double kPiHalfLo = %s;  // pi/2 - kPiHalfHi" % hx(mp.pi / 2 - dbl(mp.pi / 2))]
 
-    # ---- cube root (tiers z0, d1) --------------------------------------------------------
+    # ---- cube root --------------------------------------------------------------------
     # The significand m in [1, 2) cut into 32 rows; 1/c with 20 bits (m/c - 1 exact), and
     # 2^(j/3) cbrt(c) for the exponent's remainder j = 0, 1, 2.
     inv, rlo, rhi = [], mpf(0), mpf(0)
@@ -188,6 +195,17 @@ def main():
     a = tsrgen.remez(lambda r: mp.cbrt(1 + r), rlo, rhi, 4, fixed={0: 1})
     assert a.err < mpf(2) ** -39
     out += ["// cbrt(1 + r) = 1 + c1 r + c2 r^2 + c3 r^3 + c4 r^4"] + coeff_lines("kCbrtPoly", a, range(1, 5))
+    # Tier l9 runs the kernel in plain arithmetic, which raises inexact on the perfect cubes
+    # too: they are told apart first by their significand's odd part, the cube of an odd n
+    # below 2^8 (a cube root with more significant bits has a cube beyond 24 bits).  Cubing
+    # permutes the odd residues modulo 2^8, so the residue of the odd part names the only n
+    # that can fit: the row holds n^3.
+    cubes = [0] * 128
+    for n in range(1, 256, 2):
+        cubes[(n ** 3 % 256) >> 1] = n ** 3
+    assert all(cubes)
+    out += [""] + tsrgen.c_array("inline constexpr uint32_t kOddCube[128]", ["0x%06x" % c for c in cubes], 8,
+                                 comment="n^3 for the odd n < 2^8 whose cube is congruent to 2 i + 1 modulo 2^8 (row i).")
     out += ["", "}  // namespace", "}  // namespace tsr::crf::quick", ""]
     text = "\n".join(out)
     tsrgen.write_outputs({"correct/crf_quick.h": text})
