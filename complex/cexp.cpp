@@ -63,17 +63,53 @@ inline void angle(double y, double S[2], double C[2], int &g) {
     }
 }
 
+// 2^n e c rounded once, for e = (head + tail)(B + Q) from the exponential's reduction (e0 =
+// head B exact, bt = B tail, ht = head + tail rounded, |Q| < 2^-17, e within 2^-1 and 2) and
+// a pair c whose head lies between 2^-400 and 2^400: mul_scaled's product without forming
+// e's tail first.  e0 c0 is the exact product (ph, pl); the rest, e0 c1 + e1 c0 with
+// e1 = Q (head + tail) + bt, is summed as e0 c1 + bt c0 + Q (ht c0), so that Q, the last value
+// of the exponential's chain, reaches the result through one product and two additions (the
+// table's tail is up to 2^-32 of its head, so Q tail stays in: ht carries it).  Every term
+// but ph is below 2^-17 of the result, their roundings below 2^-69 of it before the one
+// rounding of ph + pl; where 2^n times that is normal the scaling is exact.  False outside
+// those ranges (the caller takes mul_scaled).
+inline bool exp_times(int n, double ht, double e0, double bt, double Q, const double c[2], double &out) {
+    if (!moderate(c[0])) return false;
+    auto [ph, pl] = two_prod(e0, c[0]);
+    double s = ph + ((pl + (e0 * c[1] + bt * c[0])) + Q * (ht * c[0]));
+    int es = bexp(s) - 1023 + n;
+    if (!(es > -1022 && es < 1023 && n > -1023 && n < 1024)) return false;
+    out = s * f64(uint64_t(n + 1023) << 52);
+    return true;
+}
+
 // e^z for the usual finite parts (2^-57 <= |x| < 2048, 2^-252 <= |y| < 2^17), the
-// kernels' algorithms inline under one round-to-nearest guard: the same pairs as
-// __libm_exp_k64 and __libm_sincos_k64, joined as the general path joins them.
+// kernels' algorithms inline under one round-to-nearest guard: the exponential's reduction
+// and table row (expd::exp_pair_rn's steps, its polynomial in the shorter order of
+// e_split128_short) and the sine-cosine pairs (computed first: y does not wait on the
+// previous result in a chain of calls, x does), each result part rounded once by exp_times,
+// or by mul_scaled from the exponential's pair next to overflow and underflow.
 inline CD cexp_usual(double x, double y) {
     RnGuardInexact rn;
     x = opaque(x);
     y = opaque(y);
-    double E[2], S[2], C[2];
-    int n = expd::exp_pair_rn(x, E[0], E[1]);
+    double S[2], C[2];
     sincos_pair(y, S, C);
-    double re = mul_scaled(n, E, C), im = mul_scaled(n, E, S);
+    const double SH = 0x1.8p52;
+    double sh = opaque(0x1.71547652b82fep+7 * x + SH);
+    double kf = sh - SH;
+    int k = int(uint32_t(bits(sh)));
+    int j = int(uint32_t(k) << 25) >> 25;
+    int n = (k - j) >> 7;
+    double B, Q;
+    expd::e_split128_short(x, kf, B, Q);
+    const expd::TH &row = expd::split128[j + 64];
+    double re, im, e0 = row.head * B, bt = B * row.tail, ht = row.head + row.tail;
+    if (!exp_times(n, ht, e0, bt, Q, C, re) || !exp_times(n, ht, e0, bt, Q, S, im)) {
+        double E[2] = {row.head * B, Q * row.head + (B + Q) * row.tail};
+        re = mul_scaled(n, E, C);
+        im = mul_scaled(n, E, S);
+    }
     return mk(rn.finish(re), im);
 }
 
