@@ -30,7 +30,9 @@ constexpr uint32_t kNearest = 0, kDown = 1, kUp = 2;
 
 // ceil and floor share the cut; they differ in which sign moves (the addition to the
 // pattern moves the magnitude up: toward +inf for a positive value, toward -inf for a
-// negative one) and in the results below 1.
+// negative one) and in the results below 1.  The step goes in as 0 or 1 unit, not under a
+// test: the sign and the cut are as good as random over a caller's arguments, and a branch
+// on them is mispredicted about every other call.
 template <bool kCeil>
 static inline double ceil_floor_ex(double x) {
     uint32_t h = hi(x), l = lo(x), a = h & 0x7fffffff, s = h >> 31;
@@ -47,13 +49,13 @@ static inline double ceil_floor_ex(double x) {
         uint64_t b = bits(x);
         bool cut = (l & ~mask) != 0;
         b &= ~uint64_t(~mask);
-        if (move && cut) b += uint64_t(1) << n;  // carries through hi into the exponent
+        b += uint64_t(move & cut) << n;  // carries through hi into the exponent
         return f64(b);
     }
     uint32_t n = 0x413 - e;  // 0..20 bits of hi below the point, and all of lo
     uint32_t mask = 0xffffffffu << n;
     uint32_t t = h & mask;
-    if (move && (((h & ~mask) | l) != 0)) t += 1u << n;
+    t += uint32_t(move & (((h & ~mask) | l) != 0)) << n;
     return from_words(t, 0);
 }
 
@@ -78,22 +80,18 @@ TSR_BODY(double, rint, (double x)) {
     return f64(b & kSign64);  // the zero the integer lost its sign in
 }
 
+// On the magnitude, the sign put back at the end: no branch on the sign or on which side of
+// one half the fraction lies (both are as good as random over a caller's arguments).
 TSR_BODY(double, round, (double x)) {
-    uint64_t b = bits(x);
-    uint32_t f = uint32_t(b >> 52);  // sign and exponent
-    uint32_t field = f & 0x7ff;
-    if ((f >> 11) == 0) {
-        if (f < 0x3ff) return f >= 0x3fe ? 1.0 : 0.0;
-        if (f > 0x432) return field == 0x7ff && (b << 12) != 0 ? x + x : x;
-    } else {
-        if (f < 0xbff) return f >= 0xbfe ? -1.0 : -0.0;
-        if (f > 0xc32) return field == 0x7ff && (b << 12) != 0 ? x + x : x;
-    }
+    uint64_t b = bits(x), s = b & kSign64, a = b ^ s;
+    uint32_t field = uint32_t(a >> 52);
+    if (field < 0x3ff) return f64((field >= 0x3fe ? bits(1.0) : 0) | s);  // below 1: 0 or 1
+    if (field > 0x432) return field == 0x7ff && (a << 12) != 0 ? x + x : x;
     uint32_t n = 0x433 - field;  // 1..52 bits below the point
-    double t = f64((b >> n) << n);
-    double d = x - t;  // exact: the cleared bits
-    if ((f >> 11) == 0) return d >= 0.5 ? t + 1.0 : t + 0.0;
-    return d <= -0.5 ? t + -1.0 : t + 0.0;
+    double t = f64((a >> n) << n);
+    double d = f64(a) - t;  // exact: the cleared bits
+    double up = f64(bits(1.0) & (uint64_t(0) - uint64_t(d >= 0.5)));
+    return f64(bits(t + up) | s);  // exact: an integer below 2^52 plus 0 or 1
 }
 
 // Bit surgery in the current mode, read from MXCSR and never written; the one addition it
@@ -171,8 +169,11 @@ static inline float ceil_floor_f_ex(float x) {
     if (b >= 0x7f) {
         const float C = f32(kMagic23);
         float y = opaque(x + C) - C;
-        if (kCeil) return y < x ? y + 1.0f : y;
-        return x < y ? y - 1.0f : y;
+        // y is x rounded to a nearest integer, at least 1 in magnitude; the step of one
+        // goes in by a mask, not a branch (which side of y x lies is a coin toss).
+        bool step = kCeil ? y < x : x < y;
+        float one = f32(bits(1.0f) & (0u - uint32_t(step)));
+        return kCeil ? y + one : y - one;  // exact either way
     }
     if ((u & 0x7fffffff) == 0) return x;  // a subnormal counts as non-zero
     return kCeil ? kCeilSmallF[u >> 31] : kFloorSmallF[u >> 31];
