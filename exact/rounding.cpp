@@ -7,6 +7,7 @@
 // The extended forms have a single body each and live with the ex tier.
 #include "tsr/common.h"
 #include "tsr/guard.h"
+#include "tsr/lane.h"
 #include "exact/rounding_data.h"
 
 #if TSR_TIER_EX
@@ -30,7 +31,9 @@ constexpr uint32_t kNearest = 0, kDown = 1, kUp = 2;
 
 // ceil and floor share the cut; they differ in which sign moves (the addition to the
 // pattern moves the magnitude up: toward +inf for a positive value, toward -inf for a
-// negative one) and in the results below 1.
+// negative one) and in the results below 1.  The step goes in by a mask, not under a test:
+// the sign and the cut are as good as random over a caller's arguments, and a branch on
+// them is mispredicted about every other call.
 template <bool kCeil>
 static inline double ceil_floor_ex(double x) {
     uint32_t h = hi(x), l = lo(x), a = h & 0x7fffffff, s = h >> 31;
@@ -39,22 +42,12 @@ static inline double ceil_floor_ex(double x) {
         if ((a | l) == 0) return x;        // a signed zero
         return kCeil ? kCeilSmall[s] : kFloorSmall[s];
     }
-    uint32_t e = a >> 20;
-    bool move = kCeil ? s == 0 : s != 0;
-    if (a > 0x413fffff) {  // at least 2^21: the binary point lies in the low word
-        uint32_t n = 0x433 - e;  // 1..31 bits below the point
-        uint32_t mask = 0xffffffffu << n;
-        uint64_t b = bits(x);
-        bool cut = (l & ~mask) != 0;
-        b &= ~uint64_t(~mask);
-        if (move && cut) b += uint64_t(1) << n;  // carries through hi into the exponent
-        return f64(b);
-    }
-    uint32_t n = 0x413 - e;  // 0..20 bits of hi below the point, and all of lo
-    uint32_t mask = 0xffffffffu << n;
-    uint32_t t = h & mask;
-    if (move && (((h & ~mask) | l) != 0)) t += 1u << n;
-    return from_words(t, 0);
+    // [1, 2^52): 1..52 bits below the point.  Adding ones to all of them carries into the
+    // integer part exactly when the cut is non-zero (out of the mantissa, into the exponent:
+    // the next power of two); then the cut is cleared.
+    uint64_t low = (uint64_t(1) << (0x433 - (a >> 20))) - 1;
+    uint64_t move = uint64_t(0) - uint64_t(kCeil ? s == 0 : s != 0);  // all ones or zero
+    return f64((bits(x) + (low & move)) & ~low);
 }
 
 TSR_BODY(double, ceil, (double x)) { return ceil_floor_ex<true>(x); }
@@ -78,22 +71,19 @@ TSR_BODY(double, rint, (double x)) {
     return f64(b & kSign64);  // the zero the integer lost its sign in
 }
 
+// On the magnitude, in the integer unit, the sign put back at the end: adding one half (the
+// bit below the point) to the pattern carries into the integer part exactly when the
+// fraction is at least one half, and a carry out of the mantissa lands in the exponent, the
+// next power of two.  No branch on the sign or the fraction, which are as good as random
+// over a caller's arguments.
 TSR_BODY(double, round, (double x)) {
-    uint64_t b = bits(x);
-    uint32_t f = uint32_t(b >> 52);  // sign and exponent
-    uint32_t field = f & 0x7ff;
-    if ((f >> 11) == 0) {
-        if (f < 0x3ff) return f >= 0x3fe ? 1.0 : 0.0;
-        if (f > 0x432) return field == 0x7ff && (b << 12) != 0 ? x + x : x;
-    } else {
-        if (f < 0xbff) return f >= 0xbfe ? -1.0 : -0.0;
-        if (f > 0xc32) return field == 0x7ff && (b << 12) != 0 ? x + x : x;
-    }
+    uint64_t b = bits(x), s = b & kSign64, a = b ^ s;
+    uint32_t field = uint32_t(a >> 52);
+    if (field < 0x3ff) return f64((field >= 0x3fe ? bits(1.0) : 0) | s);  // below 1: 0 or 1
+    if (field > 0x432) return field == 0x7ff && (a << 12) != 0 ? x + x : x;
     uint32_t n = 0x433 - field;  // 1..52 bits below the point
-    double t = f64((b >> n) << n);
-    double d = x - t;  // exact: the cleared bits
-    if ((f >> 11) == 0) return d >= 0.5 ? t + 1.0 : t + 0.0;
-    return d <= -0.5 ? t + -1.0 : t + 0.0;
+    uint64_t low = (uint64_t(1) << n) - 1;
+    return f64(((a + (uint64_t(1) << (n - 1))) & ~low) | s);
 }
 
 // Bit surgery in the current mode, read from MXCSR and never written; the one addition it
@@ -169,10 +159,14 @@ static inline float ceil_floor_f_ex(float x) {
     if (b > 0x95) return x * 1.0f;
     if (b == 0x95) return (u & 1) ? x + (kCeil ? 0.5f : -0.5f) : x;
     if (b >= 0x7f) {
-        const float C = f32(kMagic23);
-        float y = opaque(x + C) - C;
-        if (kCeil) return y < x ? y + 1.0f : y;
-        return x < y ? y - 1.0f : y;
+        // y: x rounded to an integer in the caller's mode, at least 1 in magnitude.  The
+        // step of one goes in by a compare mask, not a branch (which side of y x lies is a
+        // coin toss), and all of it stays in the vector unit.
+        const __m128 vx = lane(x), c = _mm_set_ss(f32(kMagic23));
+        const __m128 vy = _mm_sub_ss(_mm_add_ss(vx, c), c);
+        const __m128 step = kCeil ? _mm_cmplt_ss(vy, vx) : _mm_cmplt_ss(vx, vy);  // all ones or zero
+        const __m128 one = _mm_and_ps(step, _mm_set_ss(1.0f));
+        return _mm_cvtss_f32(kCeil ? _mm_add_ss(vy, one) : _mm_sub_ss(vy, one));  // exact
     }
     if ((u & 0x7fffffff) == 0) return x;  // a subnormal counts as non-zero
     return kCeil ? kCeilSmallF[u >> 31] : kFloorSmallF[u >> 31];
