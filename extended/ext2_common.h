@@ -371,18 +371,6 @@ inline Pair expm1_of(LD ax) {
     __libm_expm1l_k80(out, in);
     return {out[0], out[1]};
 }
-// ln(2^k x) + rel as a head and a tail (not normalised: the tail may reach an ulp of the
-// head), for a positive x; rel is the relative tail of a pair x (1 + rel), |rel| <= 2^-62,
-// whose logarithm's second-order term (rel^2/2) is below 2^-124.  The tail joins last, so
-// that its quotient may run beside the core.
-inline Pair log_plus(LD x, int k, LD rel = 0.0L) {
-    LD hi, lo;
-    int e = log_parts(x, ext(x), hi, lo) + k;
-    LD ef = e, s, t;
-    two_sum(ef * kLn2_3[0], hi, s, t);
-    return {s, t + (lo + ef * kLn2_3[1] + ef * kLn2_3[2] + rel)};
-}
-
 // ---- odd series ------------------------------------------------------------------------------
 // P(z) of f(x) = x + x^3 P(x^2) for 9 coefficients (x^3 .. x^19), by Estrin's scheme: the
 // series of atan, asinh, tanh and atanh below 1/8.

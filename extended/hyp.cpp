@@ -1,22 +1,25 @@
-// Hyperbolic functions and their inverses in extended precision, on the exponential and
-// logarithm kernels of the extended family.
+// Hyperbolic functions and their inverses in extended precision, on the short exponential
+// and short logarithm of the extended family (ext_common.h).
 //
-//   sinh x   below 1/8 its odd series; from 1/8 on (E - 1/E)/2 with E = e^|x| and 1/E = e^-|x|
-//            as pairs from one reduction; from |x| = 64 on, e^|x|/2 (the other term is below
-//            2^-180 of it);
-//   cosh x   (E + 1/E)/2 likewise; from 64 on e^|x|/2;
-//   tanh x   below 1/8 its odd series; then 1 - 2/(E + 1), E = e^(2|x|); from 23 on 1 less a
-//            tiny amount (2e^-46 < 2^-65);
-//   asinh x  below 1/8 its odd series; then ln(|x| + sqrt(1 + x^2)), the sum a pair; from 2^33
-//            on ln(2|x|) (the rest, 1/(4x^2), is below 2^-68 of it);
+//   sinh x   below 1/8 its odd series; from 1/8 on E/2 - 1/(2E) with E/2 = e^|x|/2 and
+//            1/(2E) = e^-|x|/2 each a short exponential (th + s) from one reduction; from
+//            |x| = 64 on, e^|x|/2 by the pair core (the other term is below 2^-180 of it;
+//            the pair tells overflow near the top of the range);
+//   cosh x   E/2 + 1/(2E) likewise; from 64 on e^|x|/2;
+//   tanh x   below 1/8 its odd series; then 1 - 2/(E + 1), E = e^(2|x|) a short exponential;
+//            from 23 on 1 less a tiny amount (2e^-46 < 2^-65);
+//   asinh x  below 1/8 its odd series; then ln(|x| + sqrt(1 + x^2)), the sum a pair whose
+//            tail joins the short logarithm as a relative term; from 2^33 on ln(2|x|) (the
+//            rest, 1/(4x^2), is below 2^-68 of it);
 //   acosh x  ln(x + sqrt(t (t + 2))) with t = x - 1 (exact); from 2^32 on ln(2x);
 //   atanh x  below 1/8 its odd series; then ln((1 + |x|)/(1 - |x|))/2, the quotient a pair.
-// Each is a pair rounded once (0.5 ulp plus about 2^-9 ulp), or a series whose tail is below
-// 1/190 of x (0.5 ulp plus its roundings, 1/100 ulp); odd functions take the sign on the pair
-// (by a product with +-1) before that rounding.  Everything runs in plain extended arithmetic
-// and the exact two-sums and products of the pairs, with no pair quotient.  Below 2^-32 the result is x (or 1) and a tiny amount of the
-// right sign.  Overflow is told from the scale and the rounded head, and reported after the
-// caller's control word is back.
+// Each is a head and a tail rounded once (0.5 ulp plus about 2^-6 ulp at most, in sinh at
+// 1/8), or a series whose tail is below 1/190 of x (0.5 ulp plus its roundings, 1/100 ulp);
+// odd functions take the sign on both parts (by a product with +-1) before that rounding.
+// Everything runs in plain extended arithmetic and exact two-sums and products, with no
+// pair quotient.  Below 2^-32 the result is x (or 1) and a tiny amount of the right sign.
+// Overflow is told from the scale and the rounded head, and reported after the caller's
+// control word is back.
 #include "extended/ext2_common.h"
 
 using namespace tsr;
@@ -34,9 +37,7 @@ struct SinhCosh {
     bool over;
 };
 constexpr uint32_t kBigField = 0x4005;  // |x| >= 64: e^-|x| drops out
-// From 1/8 on sinh is E - 1/E (halved) like cosh: 1/E is at most 0.89 of E, and the
-// difference loses at most a factor 4.5 of the pairs' accuracy (2^-73: 2^-70.8 of the result,
-// 1/60 ulp); below, its odd series.
+// From 1/8 on sinh is E - 1/E (halved) like cosh; below, its odd series.
 constexpr uint32_t kDifferenceFrom = 0x3ffc;  // exponent field of 1/8
 
 inline SinhCosh sinh_cosh(LD ax, uint32_t f, bool sx, bool want_s, bool want_c) {
@@ -58,25 +59,33 @@ inline SinhCosh sinh_cosh(LD ax, uint32_t f, bool sx, bool want_s, bool want_c) 
         if (__builtin_fabsl(r.c) == __builtin_infl()) r.over = true;
         return r;
     }
-    Pair E{0.0L, 0.0L}, iE{0.0L, 0.0L};
-    if (want_c || f >= kDifferenceFrom) {
-        // e^|x| and e^-|x| from one reduction: n, r and -n, -r give both pairs (no quotient)
-        LD rh, rl;
-        int n = exp_reduce(ax, 0.0L, rh, rl);
-        ExpPair e = exp_tail(n, rh, rl), ie = exp_tail(-n, -rh, -rl);
-        LD sc = pow2l(e.k), isc = pow2l(ie.k);
-        E = {e.hi * sc, e.lo * sc};
-        iE = {ie.hi * isc, ie.lo * isc};
-    }
+    // e^|x|/2 and e^-|x|/2 by the short exponential from one reduction: n - 256, r and
+    // -n - 256, -r (the halving in the scale).  Each is th + s with an error below 2^-73.5 of
+    // itself; the heads' sum or difference by a two-sum (the first head is the larger: n >= 0),
+    // the tails joining it, so that the result is rounded once.  cosh adds two positive terms
+    // (its error 2^-73.5 of the result); sinh from 1/8 on loses at most coth(1/8) = 8.04 of
+    // it in the difference: 2^-70.5 of the result, 2^-6.5 ulp.
+    LD z = opaque(ax), nf, th, s, ith, is;
+    int k;
+    int n = shift_round(z * kInvLn2_256, false, nf);
+    LD rr = (z - nf * kLn2_256[0]) - nf * kLn2_256[1];
+    // (k stays within the short exponential's range below 64: it always succeeds here)
+    if (!exp_short(n - 256, rr, th, s, k) || !exp_short(-n - 256, -rr, ith, is, k)) __builtin_unreachable();
     if (want_s) {
         if (f >= kDifferenceFrom) {
-            Pair d = addp(E, neg(iE));
-            r.s = sum(sgn(d, sx)) * 0.5L;
+            LD h, e;
+            fast_two_sum(th, -ith, h, e);
+            LD sg = kSignOf[sx];
+            r.s = h * sg + (e + (s - is)) * sg;
         } else {
             r.s = odd_series(kSinhSmallPoly, sx ? -ax : ax);
         }
     }
-    if (want_c) r.c = sum(addp(E, iE)) * 0.5L;
+    if (want_c) {
+        LD h, e;
+        fast_two_sum(th, ith, h, e);
+        r.c = h + (e + (s + is));
+    }
     return r;
 }
 
@@ -153,7 +162,7 @@ inline LD tanh_body(LD x) {
     }
     LD xx = opaque(load(x));
     if (f < kSeriesBelow) return fr.finish(odd_series(kTanhSmallPoly, xx));
-    // 1 - u, u = 2/(E + 1), E = e^(2|x|) a pair (about 2^-73), E + 1 = dh + dl by a two-sum, u's
+    // 1 - u, u = 2/(E + 1), E = e^(2|x|) (to about 2^-73.5), E + 1 = dh + dl by two-sums, u's
     // head y the quotient 2/dh cut to 32 bits and its tail the remainder 2 - y dh - y dl over
     // dh: y times dh's 32-bit halves is exact, and 2 - y dh's first part too (the two are
     // within 2^-30 of each other), so that one division and no full exact product is needed.
@@ -162,10 +171,16 @@ inline LD tanh_body(LD x) {
     // there); the last addition rounds in the caller's mode.
     Nearest rn;
     LD ax = __builtin_fabsl(xx);
-    ExpPair e = exp_pair(ax + ax, 0.0L);
-    LD sc = LD(f64(uint64_t(e.k + 1023) << 52)), dh, de;  // 2^k, k <= 67 below 23
-    fast_two_sum(e.hi * sc, 1.0L, dh, de);  // E >= e^(1/4) > 1
-    LD dl = opaque(de + e.lo * sc);          // formed here: fewer values live across the division
+    // E by the short exponential (th + s, 2^-73.5 of itself, k <= 67 below 23)
+    // (s reaches 2^-7 of th: dh + dl is normalised, so that 2/dh is within 2^-63 of
+    // 2/(E + 1) and the one correction suffices)
+    LD z = ax + ax, nf, th, s, a, ae, dh, de;
+    int k;
+    int n = shift_round(z * kInvLn2_256, false, nf);
+    if (!exp_short(n, (z - nf * kLn2_256[0]) - nf * kLn2_256[1], th, s, k)) __builtin_unreachable();
+    fast_two_sum(th, 1.0L, a, ae);  // E >= e^(1/4) > 1
+    fast_two_sum(a, s, dh, de);
+    LD dl = opaque(de + ae);        // formed here: fewer values live across the division
     LD inv = 1.0L / dh, y, yl, d1, d2;
     split32(2.0L * inv, y, yl);
     split32(dh, d1, d2);
@@ -174,6 +189,18 @@ inline LD tanh_body(LD x) {
     fast_two_sum(1.0L, -y, h, hl);
     LD sg = kSignOf[sx];
     return fr.finish(rn.round({h * sg, (hl - ql) * sg}));
+}
+
+// ln(2^k x) + rel as a head and a tail by the short logarithm, for a positive normal x; rel
+// is the relative tail of a pair x (1 + rel), |rel| <= 2^-62 (its square is below 2^-124).
+// The short logarithm keeps its accuracy relative to the result near 1 (rows 0 and 256 leave
+// no table term there), so that the pair x need not be nearer 1 than its head.
+inline Pair log_short_plus(LD x, int k, LD rel = 0.0L) {
+    Unpacked u = unpack(ext(x));
+    u.e += k;
+    LD s, t;
+    log_short(u, s, t);
+    return {s, t + rel};
 }
 
 // ln(a + sqrt(S)) for a >= 0 and S = sh + sl (a pair), as a head and a tail: the root's head
@@ -188,7 +215,7 @@ inline Pair log_of_root_sum(LD a, LD sh, LD sl) {
     LD wh, wl;
     two_sum(a, rt, wh, wl);
     LD r2 = rt + rt;
-    return log_plus(wh, 0, (r2 * wl + res) / (r2 * wh));
+    return log_short_plus(wh, 0, (r2 * wl + res) / (r2 * wh));
 }
 
 inline LD asinh_body(LD x) {
@@ -207,7 +234,7 @@ inline LD asinh_body(LD x) {
     LD ax = __builtin_fabsl(xx);
     Pair r;
     if (f >= 0x4020) {
-        r = log_plus(ax, 1);
+        r = log_short_plus(ax, 1);
     } else {
         // ln(|x| + sqrt(S)), S = 1 + x^2 an exact square and a two-sum
         LD p, pe, sh, se;
@@ -232,7 +259,7 @@ inline LD acosh_body(LD x) {
     LD ax = opaque(load(x));
     Pair r;
     if (f >= 0x401f) {
-        r = log_plus(ax, 1);
+        r = log_short_plus(ax, 1);
     } else {
         // ln(x + sqrt(S)), S = x^2 - 1 = t (t + 2) with t = x - 1 (exact below 2^64), t + 2 =
         // b + be and t b exact pairs.  Near 1 the result is about sqrt(2t) and w - 1 is exact in
@@ -276,7 +303,7 @@ inline LD atanh_body(LD x) {
     LD qh = nh / dh, p, pe;
     two_prod(qh, dh, p, pe);
     LD rel = (((nh - p) - pe) + (nl - qh * dl)) / nh;
-    Pair r = log_plus(qh, 0, rel);
+    Pair r = log_short_plus(qh, 0, rel);
     LD sg = kSignOf[sx] * 0.5L;
     return fr.finish(r.h * sg + r.l * sg);
 }
