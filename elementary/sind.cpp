@@ -9,10 +9,10 @@
 // Below 2^-100 sind is x·pi/180 (the cube is below 2^-200 of it) and cosd 1 less a tail.
 //
 // Tiers ex and e7 run these steps alike (e7 is the SSE3 build of them).  The float forms
-// widen to double, where every float argument and the whole reduction are exact, take the
-// same exact cases, and evaluate the same rows cut after d^4 in double in the caller's mode:
-// about 2^-34 of the value, so that the last rounding to float adds at most 2^-10 of an ulp
-// to its half ulp.
+// widen to double, where every float argument and the whole reduction are exact, and take
+// the same exact cases; below 2^24 they reduce by 90 in double and evaluate two minimax
+// polynomials (below), from 2^24 on the same rows cut after d^4, in double in the caller's
+// mode: the last rounding to float adds about 2^-9 of an ulp to its half ulp.
 #include <utility>
 
 #include "elementary/deg_common.h"
