@@ -487,4 +487,12 @@ constexpr double kAsindRows[129][10] = {
     {0x1.e000000000000p+4, 0x0p+0, 0x1.08a34b8000000p+6, -0x1.08b53d908054ep-22, 0x1.60d9b9e9f0e59p+4, 0x1.d677a28d41321p+4, 0x1.12707427bb5d3p+5, 0x1.8d4894a4caf71p+5, 0x1.28385cddadca3p+6, 0x1.d3fa636284935p+6},
 };
 
+// The float sine and cosine of r degrees as polynomials in z = r^2: {sine / r; cosine};
+// sine approximation of sin(r°) on [-0x1.6ap+5, 0x1.6ap+5], degree 9, max relative error 2^-37.60 (measured by tools/gen/deg_tables.py);
+// cosine approximation of cos(r°) on [-0x1.6ap+5, 0x1.6ap+5], degree 8, max relative error 2^-33.79 (measured by tools/gen/deg_tables.py).
+constexpr double kSindfPoly[2][5] = {
+    {0x1.1df46a2523eb0p-6, -0x1.dbb820c720501p-21, 0x1.dad93cc0a7cf6p-37, -0x1.c35c6592e8fdep-54, 0x1.ed8fc91c3bf67p-72},
+    {0x1.0000000000000p+0, -0x1.3f6a1d8efd55fp-13, 0x1.09b102a2fcef4p-28, -0x1.618ccf00bc862p-45, 0x1.efa290167a062p-63},
+};
+
 }  // namespace tsr::deg

@@ -9,7 +9,8 @@ as hi + lo and the Taylor expansion in d to degree 7, its first coefficient cut 
 that its product with a 26-bit head of d is exact) with the rest as a second word; the
 relative error of each row's expansion over half a step either side is measured and the
 largest written beside the table, with that of the rows cut after d^4, which the float forms
-evaluate.
+evaluate; and the float sine and cosine of an angle in [-45, 45] degrees as two minimax
+polynomials in r^2 (the sine's times r).
 Run: python3 tools/gen/deg_tables.py [--out DIR]
 """
 import math
@@ -85,6 +86,24 @@ def expansion_rows(name, f, f_text, step, count, cut=None, first=0):
                      per_row=1, comment=head)
 
 
+# The float sine and cosine take r in [-45, 45] degrees (a little more: the quotient by 90
+# comes from a rounded product, so r may pass 45 by about 2^-27).
+FLOAT_ANGLE = mpf(45.25)
+
+
+def float_sincos_poly():
+    """sin(r°) = r·(s0 + s1 z + ... + s4 z^4) and cos(r°) = 1 + c1 z + ... + c4 z^4, z = r^2, on
+    |r| <= FLOAT_ANGLE, minimax in relative error: one table row each, the sine's first."""
+    d2r = mp.pi / 180
+    s = g.remez(lambda r: mp.sin(r * d2r), -FLOAT_ANGLE, FLOAT_ANGLE, 9, parity="odd")
+    c = g.remez(lambda r: mp.cos(r * d2r), -FLOAT_ANGLE, FLOAT_ANGLE, 8, parity="even", fixed={0: 1})
+    assert s.err < mpf(2) ** -37 and c.err < mpf(2) ** -33
+    rows = ["{%s}" % ", ".join(d(v) for v in a.coeffs[first::2]) for a, first in ((s, 1), (c, 0))]
+    head = ("The float sine and cosine of r degrees as polynomials in z = r^2: {sine / r; cosine};\n"
+            "sine %s;\ncosine %s." % (s.comment(SCRIPT, "sin(r°)"), c.comment(SCRIPT, "cos(r°)")))
+    return g.c_array("constexpr double kSindfPoly[2][5]", rows, per_row=1, comment=head)
+
+
 def main():
     d2r = mp.pi / 180
     r2d = 180 / mp.pi
@@ -107,6 +126,7 @@ def main():
                                    "The tangent of degrees, tan(c + d)°,", 2, 90, cut=4, first=-1)
     lines += [""] + expansion_rows("kAsindRows", lambda v: r2d * mp.asin(v),
                                    "The arcsine in degrees, (180/pi)·asin(c + d),", 256, 128, cut=4)
+    lines += [""] + float_sincos_poly()
     lines += ["", "}  // namespace tsr::deg"]
     g.write_outputs({"elementary/deg_data.h": "\n".join(lines) + "\n"})
 
