@@ -77,8 +77,10 @@ inline void exp10_split128(double x, double kf, double &B, double &Q) {
          0x1.776aaa2b05ba9p-20) * r;
 }
 
-// approximation of e^r - 1 - r on [-0x1.62fp-9, 0x1.62fp-9]: r^2/2 and these, degree 6, max
-// relative error 2^-74.99 (measured by tools/gen/approximations.py)
+// e^r = 1 + r + r^2/2 + C3 r^3 + ... + C6 r^6, the coefficients named for the split scheme's
+// two evaluation orders below.
+// approximation of e^r on [-0x1.62fp-9, 0x1.62fp-9], degree 6, max relative error 2^-74.99
+// (measured by tools/gen/approximations.py)
 constexpr double ESPLIT_C3 = 0x1.5555555555405p-3, ESPLIT_C4 = 0x1.555555555541dp-5,
                  ESPLIT_C5 = 0x1.111116887cd7cp-7, ESPLIT_C6 = 0x1.6c16c87372663p-10;
 

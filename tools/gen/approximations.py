@@ -249,9 +249,11 @@ ENTRIES = [
           [ONE, (d("40026bb100000000"), d("3eb776aaa2b05ba9")), d("40053524c73cea69"), d("4000470591de2ca4"),
            d("3ff2bd7609fd8b95"), d("3fe1429ffd1d41fe"), d("3fca7ed8d9d41e9c"), d("3fb16e4f25f8c2cc")],
           window=(-6, 5)),
-    Entry(EXPC, ["inline void e_split128", "double s2 = r * r;"], "e^r", exp_, sym(LN2 / 256),
+    # the split scheme's coefficients, named for its two evaluation orders (e_split128 and
+    # e_split128_short below them)
+    Entry(EXPC, ["constexpr double ESPLIT_C3 ="], "e^r", exp_, sym(LN2 / 256),
           [ONE, ONE, dec(0.5), d("3fc5555555555405"), d("3fa555555555541d"), d("3f8111116887cd7c"),
-           d("3f56c16c87372663")], window=(0, 5)),
+           d("3f56c16c87372663")], window=(0, 14)),
     Entry(EXPK, ["if constexpr (F == k2)", "double s2 = r * r;"], "2^r", pow2(), sym(Fraction(1, 256)),
           [ONE, (d("3fe62e4200000000"), d("3e9fdf473de6af28")), d("3fcebfbdff82c58f"), d("3fac6b08d704a0c3"),
            d("3f83b2ab6fba31d1"), d("3f55d87fe87ed439"), d("3f24308cac59a345"), d("3ef0097a00cb0678")],
