@@ -271,37 +271,37 @@ Func<float> member_func(const std::string &name) {
     return fs.at(name)();
 }
 
-// The arguments the lists hold, each bit for bit in every mode and tier: the hard cases.
-TEST(CrfSample, ListedArguments) {
-    FILE *in = std::fopen(TSR_SOURCE_DIR "/tools/gen/crf_hard.txt", "r");
-    ASSERT_TRUE(in);
+// The rows of a list of "member key" lines (a float by its bits), each row made by `row`.
+template <class Make> std::map<std::string, std::vector<Row<float>>> listed(const char *path, Make row) {
     std::map<std::string, std::vector<Row<float>>> rows;
+    FILE *in = std::fopen(path, "r");
+    EXPECT_TRUE(in) << path;
+    if (!in) return rows;
     char name[32];
     unsigned key;
-    while (std::fscanf(in, "%31s %x", name, &key) == 2) {
-        float x = f32(key);
-        rows[name].push_back({x, CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
-        static const std::set<std::string> symmetric = {"sinhf", "coshf", "tanhf", "sinf", "cosf",
-                                                        "tanf", "asinf", "atanf", "cbrtf"};
-        if (symmetric.count(name)) rows[name].push_back({-x, CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
-    }
+    while (std::fscanf(in, "%31s %x", name, &key) == 2) row(rows[name], std::string(name), f32(key));
     std::fclose(in);
+    return rows;
+}
+
+// The arguments the lists hold, each bit for bit in every mode and tier: the hard cases.
+TEST(CrfSample, ListedArguments) {
+    static const std::set<std::string> symmetric = {"sinhf", "coshf", "tanhf", "sinf", "cosf",
+                                                    "tanf", "asinf", "atanf", "cbrtf"};
+    auto rows = listed(TSR_SOURCE_DIR "/tools/gen/crf_hard.txt", [](auto &r, const std::string &n, float x) {
+        r.push_back({x, CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
+        if (symmetric.count(n)) r.push_back({-x, CR, ANY_FLAGS, ANY_ERRNO, ANY_CODE});
+    });
+    ASSERT_FALSE(rows.empty());
     for (auto &[n, r] : rows) check_rows(member_func(n), r);
 }
 
 // The arguments that reach the extended careful phase of the logarithms, log1p, log2p1 and
 // exp2m1 (found by CrfLong.CarefulPhaseCases over all their floats), in every mode and tier.
 TEST(CrfSample, CarefulPhaseCases) {
-    FILE *in = std::fopen(TSR_SOURCE_DIR "/tests/crf/careful_cases.txt", "r");
-    ASSERT_TRUE(in);
-    std::map<std::string, std::vector<Row<float>>> rows;
-    char name[32];
-    unsigned key;
-    while (std::fscanf(in, "%31s %x", name, &key) == 2) {
-        float x = f32(key);
-        rows[name].push_back({x, CR, std::fabs(x) < 0x1p-100f ? int(ANY_FLAGS) : int(NX), ANY_ERRNO, ANY_CODE});
-    }
-    std::fclose(in);
+    auto rows = listed(TSR_SOURCE_DIR "/tests/crf/careful_cases.txt", [](auto &r, const std::string &, float x) {
+        r.push_back({x, CR, std::fabs(x) < 0x1p-100f ? int(ANY_FLAGS) : int(NX), ANY_ERRNO, ANY_CODE});
+    });
     EXPECT_EQ(rows.size(), 6u);
     for (auto &[n, r] : rows) check_rows(member_func(n), r);
 }
