@@ -32,7 +32,7 @@ inline bool is_int(double x) {
 }
 
 template <class Guard>
-inline double exp2_ex_core(double x, bool direct);
+inline double exp2_ex_core(double x);
 
 inline double exp2_ex(double x) {
     uint32_t H = hi(x) & 0x7fffffff;
@@ -41,29 +41,27 @@ inline double exp2_ex(double x) {
         if (n >= -1022) return f64((uint64_t(int64_t(n)) << 52) + 0x3ff0000000000000ull);
         return f64(uint64_t(1) << (n + 1074));
     }
-    bool direct = H <= 0x405f3fff;
-    if (direct) {
-        if (H <= 0x3c5fffff) return x + 1.0;
-    } else {
+    if (H > 0x408fffff) {  // |x| >= 1024
         if (H > 0x7fefffff) {
             if (H > 0x7ff00000 || lo(x) != 0) return x + x;
             return (hi(x) >> 31) ? 0.0 : x;
         }
-        if (hi(x) >> 31) {
-            if (H > 0x4090cfff) return report(x, opaque(kMinNorm) * kMinNorm, code::exp2_underflow);
-        } else if (H > 0x408fffff) {
-            return report(x, opaque(kMax) * kMax, code::exp2_overflow);
-        }
+        if (!(hi(x) >> 31)) return report(x, opaque(kMax) * kMax, code::exp2_overflow);
+        if (H > 0x4090cfff) return report(x, opaque(kMinNorm) * kMinNorm, code::exp2_underflow);
+        return exp2_ex_core<RnGuard>(x);
     }
-    return direct ? exp2_ex_core<RnGuardInexact>(x, true) : exp2_ex_core<RnGuard>(x, false);
+    if (H <= 0x3c5fffff) return x + 1.0;
+    return exp2_ex_core<RnGuardInexact>(x);
 }
 
-// The core of tier ex.  Guard: in the direct band no integer arrives (those came back exact
+// The core of tier ex.  Guard: below |x| = 1024 no integer arrives (those came back exact
 // above), so 2^x is inexact and the guard may tell the mode by its probe, whose inexact flag
-// the result raises anyway; beyond it the integers -1074..-1024 come for their exact
-// subnormal results and the report, so that guard reads the control word.
+// the result raises anyway; from -1024 down the integers -1074..-1024 come for their exact
+// subnormal results and the report, so that guard reads the control word.  One path serves
+// every x above -1021.98 (k >= -130814), the scaling in two exact steps whatever the sign,
+// so that neither the size nor the sign of x steers a branch there.
 template <class Guard>
-inline double exp2_ex_core(double x, bool direct) {
+inline double exp2_ex_core(double x) {
     Guard g;
     x = opaque(x);
     double s = opaque(128.0 * x + S);
@@ -86,16 +84,13 @@ inline double exp2_ex_core(double x, bool direct) {
                 0x1.fdf473de6af28p-22) * r;
     double W = Q * row.head + (B + Q) * row.tail;
     double v = row.head * B;  // exact
-    if (direct) {
-        double f = double(f32((uint32_t((k - j) & ~127) << 16) + 0x3f800000u));
-        W = opaque(W);
-        v = g.finish(v);
-        W = opaque(W);
-        return (v + W) * f;
+    if (k >= -130814) {
+        // The exponent fields of 2^(n -+ 512) and 2^(+-512) by arithmetic on the sign bit:
+        // a branch on it would miss in half the calls where signs come at random.
+        int e2 = 0x5ff - int((hi(x) >> 31) << 10);
+        return split_scaled(v, W, f64(uint64_t(n + 0x7fe - e2) << 52), f64(uint64_t(e2) << 52), g);
     }
-    bool neg = hi(x) >> 31;
-    if (k >= -130814) return split_scaled(v, W, n, neg, g);
-    double f1 = f64(uint64_t(n + (neg ? 0x5ff : 0x1ff)) << 52), f2 = neg ? 0x1p-512 : 0x1p512;
+    double f1 = f64(uint64_t(n + 0x5ff) << 52), f2 = 0x1p-512;  // x < 0 here
     // Far below the normal range: the sum and both scalings in 80-bit arithmetic with a
     // 64-bit significand, then one rounding to double.
     double Hc = f64(bits(v + W) & ~uint64_t(0xfff));

@@ -133,13 +133,18 @@ inline int exp_pair_rn(double x, double &o0, double &o1) {
 
 // The split scheme's result v + W times 2^n when it is a normal double: the scale goes in
 // two steps (2^(n +- 512) and 2^-+512), each a normal power of two, and the caller's mode
-// returns before the one rounding of the sum.
-inline double split_scaled(double v, double W, int n, bool neg, RnRestore &g) {
-    double f1 = f64(uint64_t(n + (neg ? 0x5ff : 0x1ff)) << 52), f2 = neg ? 0x1p-512 : 0x1p512;
+// returns before the one rounding of the sum.  The first form takes the two factors, for a
+// caller that builds their exponent fields without a branch on the sign.
+inline double split_scaled(double v, double W, double f1, double f2, RnRestore &g) {
     W = opaque(W);
     v = g.finish(v);
     W = opaque(W);
     return ((v + W) * f1) * f2;
+}
+
+inline double split_scaled(double v, double W, int n, bool neg, RnRestore &g) {
+    double f1 = f64(uint64_t(n + (neg ? 0x5ff : 0x1ff)) << 52), f2 = neg ? 0x1p-512 : 0x1p512;
+    return split_scaled(v, W, f1, f2, g);
 }
 
 // The single-precision scheme with N = 256, in double, shared by e^x, 2^x and 10^x: t is the
