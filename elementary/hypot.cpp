@@ -58,33 +58,33 @@ inline float hypotf_ex(float x, float y) {
 #if TSR_TIER_E7
 constexpr uint64_t kLow27 = (uint64_t(1) << 27) - 1;
 inline double cut27(double v) { return f64(bits(v) & ~kLow27); }
+// Subtracted from a double's top 35 bits to give the float of the same exponent (truncated).
+constexpr uint32_t kFloatRebias = uint32_t(0x3ff - 0x7f) << 23;
 
 // The root of |x|^2 + |y|^2 for operands whose exponents are at most 32 apart and whose
 // squares, scaled by the larger's power of two, can't leave the range.
 inline double hypot_core(double x, double y) {
-    double A = f64(bits(x) & Format<double>::abs), B = f64(bits(y) & Format<double>::abs);
-    if (A < B) {
-        double t = A;
-        A = B;
-        B = t;
-    }
-    uint64_t Eb = bits(A) & Format<double>::exponent;
+    // The magnitudes ordered as integers (their order as numbers), without a branch.
+    uint64_t ux = bits(x) & Format<double>::abs, uy = bits(y) & Format<double>::abs;
+    uint64_t A = ux < uy ? uy : ux, B = ux < uy ? ux : uy;
+    uint64_t Eb = A & Format<double>::exponent;
     double E = f64(Eb);
-    double a = f64((bits(A) & Format<double>::mantissa) | Format<double>::one);
-    double b = f64(bits(B) - Eb + Format<double>::one);
+    double a = f64((A & Format<double>::mantissa) | Format<double>::one);
+    double b = f64(B - Eb + Format<double>::one);
     double p = a * a, q = b * b, s = q + p;
-    double root = sqrt_insn(s);
-    double Rh = cut27(root);
-    double ah = cut27(a), bh = cut27(b);
-    double al = a - ah, bl = b - bh;
-    double da = ((2.0 * ah * al) - (p - ah * ah)) + al * al;
-    double db = ((2.0 * bh * bl) - ((s - p) - bh * bh)) + bl * bl;
-    double e = ((s - Rh * Rh) + da) + db;
-    if (e == 0.0) return Rh * E;  // the root is Rh: exact, and no quotient raises inexact
-    double G = 0.5 / Rh;
-    double f = e * G;
-    double fE = f * E;
-    return (fE - (G * f) * fE) + Rh * E;
+    double r = sqrt_insn(s);
+    double ah = cut27(a), bh = cut27(b), rh = cut27(r);
+    double al = a - ah, bl = b - bh, rl = r - rh;
+    double da = ((2.0 * ah * al) - (p - ah * ah)) + al * al;          // a^2 - p
+    double db = ((2.0 * bh * bl) - ((s - p) - bh * bh)) + bl * bl;    // b^2 - (s - p)
+    double dr = ((2.0 * rh * rl) - (s - rh * rh)) + rl * rl;          // r^2 - s
+    double e = (da + db) - dr;
+    if (e == 0.0) return r * E;  // the root is r: exact, and the factor below is not computed
+    // 1/(2 sqrt(s)) without the divider: the approximate reciprocal root of s cut to float
+    // (its bits, so no flag), then one Newton step in double, w (3/4 - s w^2 / 4).
+    double w = rsqrt_approx(f32(uint32_t(bits(s) >> 29) - kFloatRebias));
+    double G = w * (0.75 - (0.25 * s * w) * w);
+    return (r + e * G) * E;
 }
 
 inline double hypot_e7(double x, double y) {
