@@ -58,6 +58,11 @@ inline float hypotf_ex(float x, float y) {
 #if TSR_TIER_E7
 constexpr uint64_t kLow27 = (uint64_t(1) << 27) - 1;
 inline double cut27(double v) { return f64(bits(v) & ~kLow27); }
+// The same as a vector AND, for a value already in a vector register (no round trip through
+// an integer register on the root's path).
+inline double cut27_fp(double v) {
+    return _mm_cvtsd_f64(_mm_and_pd(_mm_set_sd(v), _mm_castsi128_pd(_mm_set1_epi64x(int64_t(~kLow27)))));
+}
 // Subtracted from a double's top 35 bits to give the float of the same exponent (truncated).
 constexpr uint32_t kFloatRebias = uint32_t(0x3ff - 0x7f) << 23;
 
@@ -73,12 +78,14 @@ inline double hypot_core(double x, double y) {
     double b = f64(B - Eb + Format<double>::one);
     double p = a * a, q = b * b, s = q + p;
     double r = sqrt_insn(s);
-    double ah = cut27(a), bh = cut27(b), rh = cut27(r);
+    double ah = cut27(a), bh = cut27(b), rh = cut27_fp(r);
     double al = a - ah, bl = b - bh, rl = r - rh;
     double da = ((2.0 * ah * al) - (p - ah * ah)) + al * al;          // a^2 - p
     double db = ((2.0 * bh * bl) - ((s - p) - bh * bh)) + bl * bl;    // b^2 - (s - p)
-    double dr = ((2.0 * rh * rl) - (s - rh * rh)) + rl * rl;          // r^2 - s
-    double e = (da + db) - dr;
+    // e = a^2 + b^2 - r^2 = (da + db + s - rh^2) - rl (r + rh): s - rh^2 is exact, the
+    // sums and the product round at 2^-79 s, 2^-26 of the residual's ulp, and only the
+    // last two steps wait for the root's low part.
+    double e = ((da + db) + (s - rh * rh)) - rl * (r + rh);
     if (e == 0.0) return r * E;  // the root is r: exact, and the factor below is not computed
     // 1/(2 sqrt(s)) without the divider: the approximate reciprocal root of s cut to float
     // (its bits, so no flag), then one Newton step in double, w (3/4 - s w^2 / 4).
