@@ -66,16 +66,9 @@ inline double cut27_fp(double v) {
 // Subtracted from a double's top 35 bits to give the float of the same exponent (truncated).
 constexpr uint32_t kFloatRebias = uint32_t(0x3ff - 0x7f) << 23;
 
-// The root of |x|^2 + |y|^2 for operands whose exponents are at most 32 apart and whose
-// squares, scaled by the larger's power of two, can't leave the range.
-inline double hypot_core(double x, double y) {
-    // The magnitudes ordered as integers (their order as numbers), without a branch.
-    uint64_t ux = bits(x) & Format<double>::abs, uy = bits(y) & Format<double>::abs;
-    uint64_t A = ux < uy ? uy : ux, B = ux < uy ? ux : uy;
-    uint64_t Eb = A & Format<double>::exponent;
-    double E = f64(Eb);
-    double a = f64((A & Format<double>::mantissa) | Format<double>::one);
-    double b = f64(B - Eb + Format<double>::one);
+// The root of a^2 + b^2 for a >= b > 0 with a^2 + b^2 and the products of the 26- and
+// 27-bit halves of a, b and the root normal doubles, and a^2 + b^2 in float's range.
+inline double hypot_root(double a, double b) {
     double p = a * a, q = b * b, s = q + p;
     double r = sqrt_insn(s);
     double ah = cut27(a), bh = cut27(b), rh = cut27_fp(r);
@@ -86,16 +79,46 @@ inline double hypot_core(double x, double y) {
     // sums and the product round at 2^-79 s, 2^-26 of the residual's ulp, and only the
     // last two steps wait for the root's low part.
     double e = ((da + db) + (s - rh * rh)) - rl * (r + rh);
-    if (e == 0.0) return r * E;  // the root is r: exact, and the factor below is not computed
+    if (e == 0.0) return r;  // the root is r: exact, and the factor below is not computed
     // 1/(2 sqrt(s)) without the divider: the approximate reciprocal root of s cut to float
     // (its bits, so no flag), then one Newton step in double, w (3/4 - s w^2 / 4).
     double w = rsqrt_approx(f32(uint32_t(bits(s) >> 29) - kFloatRebias));
     double G = w * (0.75 - (0.25 * s * w) * w);
-    return (r + e * G) * E;
+    return r + e * G;
 }
+
+// The magnitudes of x and y, larger first, ordered as integers (their order as numbers)
+// without a branch.
+struct Ordered {
+    uint64_t A, B;
+};
+inline Ordered ordered(double x, double y) {
+    uint64_t ux = bits(x) & Format<double>::abs, uy = bits(y) & Format<double>::abs;
+    return {ux < uy ? uy : ux, ux < uy ? ux : uy};
+}
+
+// The root of |x|^2 + |y|^2 for operands whose exponents are at most 32 apart and whose
+// squares, scaled by the larger's power of two E, can't leave the range: the scaled root is
+// multiplied back exactly unless the result overflows, which then rounds as the unscaled
+// value would.
+inline double hypot_core(double x, double y) {
+    Ordered o = ordered(x, y);
+    uint64_t Eb = o.A & Format<double>::exponent;
+    double a = f64((o.A & Format<double>::mantissa) | Format<double>::one);
+    double b = f64(o.B - Eb + Format<double>::one);
+    return hypot_root(a, b) * f64(Eb);
+}
+
+// Top 15 bits (exponent and four mantissa bits) of 2^-32, and the span up to 2^32: operands
+// in [2^-32, 2^32) whose exponents are at most 32 apart go to hypot_root unscaled.
+constexpr uint32_t kUnscaledLow = (0x3ff - 32) << 4, kUnscaledSpan = 64 << 4;
 
 inline double hypot_e7(double x, double y) {
     uint32_t tx = uint32_t(bits(x) >> 48) & 0x7fff, ty = uint32_t(bits(y) >> 48) & 0x7fff;
+    if (((tx - kUnscaledLow) | (ty - kUnscaledLow)) < kUnscaledSpan && tx - ty + 0x200 <= 0x400) {
+        Ordered o = ordered(x, y);
+        return hypot_root(f64(o.A), f64(o.B));
+    }
     uint32_t m = tx < ty ? tx : ty, M = tx < ty ? ty : tx;
     if (m >= 0x400 && M <= 0x7fdf && M - m <= 0x200) return hypot_core(x, y);
     if ((ty & 0x7ff0) > 0x7fe0) {
