@@ -5,15 +5,18 @@
 // arithmetic with a 64-bit significand (its exponent range takes every square), one rounding
 // to double at the store: within 0.5 + 2^-11 ulp.
 //
-// Double, tier e7: double arithmetic.  A = max(|x|, |y|) and B = min are scaled by the power
-// of two E of A, so a = A/E is in [1, 2).  The root of s = a^2 + b^2 is cut to Rh, its top
-// 26 bits, so that Rh^2 is exact; the residual e = (a^2 + b^2) - Rh^2 is formed exactly from
-// the rounding errors of the squares and of the sum (Dekker's splitting of a and b into
-// 26-bit halves), and the root is Rh + f - f^2/(2 Rh) with f = e/(2 Rh), the second-order term
-// of the Taylor step included.  A zero residual returns Rh itself, so that an exact root
-// (a Pythagorean triple) raises no flag.  Exponents more than 32 apart give max(|x|, |y|) exactly (the
-// square of the smaller is below half an ulp of the larger's); tiny operands are scaled by
-// 2^191 first and the result by 2^-191 after.
+// Double, tier e7: double arithmetic, SSE3 (no FMA).  A = max(|x|, |y|) and B = min, ordered
+// as integers without a branch.  Operands in [2^-32, 2^32) at most 32 exponents apart are
+// used as they are; others in range are scaled by the power of two E of A, so a = A/E is in
+// [1, 2), and the result multiplied back.  r, the rounded root of s = a^2 + b^2, is
+// corrected by one Taylor step r + e/(2r), e = a^2 + b^2 - r^2 formed exactly enough from
+// the rounding errors of the squares and of the sum (Dekker's splitting of a, b and r into
+// 26- and 27-bit halves); 1/(2r) comes from the processor's reciprocal-root estimate of s and
+// one Newton step (2^-21), not from the divider, so that nothing but the root waits on it.
+// A zero residual returns r itself, so that an exact root (a Pythagorean triple) raises no
+// flag.  Exponents more than 32 apart give max(|x|, |y|) exactly (the square of the smaller
+// is below half an ulp of the larger's); tiny operands are scaled by 2^191 first and the
+// result by 2^-191 after.
 //
 // Single: the double square root of the exactly widened squares, rounded to float.
 //
