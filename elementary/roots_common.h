@@ -7,7 +7,7 @@
 #include "tsr/guard.h"
 #include "tsr/report.h"
 #include "tsr/codes.h"
-#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
+#if TSR_TIER_E7 || TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 #include <immintrin.h>
 #endif
 
@@ -21,12 +21,14 @@ namespace {
 inline double sqrt_insn(double x) { return __builtin_sqrt(x); }
 inline float sqrt_insn(float x) { return __builtin_sqrtf(x); }
 
-#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
+#if TSR_TIER_E7 || TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 // The processor's approximate single-precision reciprocal and reciprocal square root
-// (relative error below 1.5 * 2^-12): the FMA tiers take table rows and corrections from
-// them.
+// (relative error below 1.5 * 2^-12, no flag raised): the FMA tiers take table rows and
+// corrections from them, hypot's e7 body its correction factor.
 inline float rcp_approx(float x) { return _mm_cvtss_f32(_mm_rcp_ss(_mm_set_ss(x))); }
 inline float rsqrt_approx(float x) { return _mm_cvtss_f32(_mm_rsqrt_ss(_mm_set_ss(x))); }
+#endif
+#if TSR_TIER_L9 || TSR_TIER_Z0 || TSR_TIER_D1
 inline double fma(double a, double b, double c) { return __builtin_fma(a, b, c); }
 inline float fma(float a, float b, float c) { return __builtin_fmaf(a, b, c); }
 #endif
