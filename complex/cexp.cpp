@@ -63,38 +63,44 @@ inline void angle(double y, double S[2], double C[2], int &g) {
     }
 }
 
-// 2^n e c rounded once, for e = (head + tail)(B + Q) from the exponential's reduction (e0 =
-// head B exact, bt = B tail, ht = head + tail rounded, |Q| < 2^-17, e within 2^-1 and 2) and
-// a pair c whose head lies between 2^-400 and 2^400: mul_scaled's product without forming
-// e's tail first.  e0 c0 is the exact product (ph, pl); the rest, e0 c1 + e1 c0 with
-// e1 = Q (head + tail) + bt, is summed as e0 c1 + bt c0 + Q (ht c0), so that Q, the last value
-// of the exponential's chain, reaches the result through one product and two additions (the
-// table's tail is up to 2^-32 of its head, so Q tail stays in: ht carries it).  Every term
-// but ph is below 2^-17 of the result, their roundings below 2^-69 of it before the one
-// rounding of ph + pl; where 2^n times that is normal the scaling is exact.  False outside
-// those ranges (the caller takes mul_scaled).
-inline bool exp_times(int n, double ht, double e0, double bt, double Q, const double c[2], double &out) {
-    if (!moderate(c[0])) return false;
-    auto [ph, pl] = two_prod(e0, c[0]);
-    double s = ph + ((pl + (e0 * c[1] + bt * c[0])) + Q * (ht * c[0]));
-    int es = bexp(s) - 1023 + n;
-    if (!(es > -1022 && es < 1023 && n > -1023 && n < 1024)) return false;
-    out = s * f64(uint64_t(n + 1023) << 52);
-    return true;
+// 2^n e c rounded once, for e = (head + tail)(B + Q) from the exponential's reduction given
+// as e0 + f (e0 = head B exact, f = Q (head + tail) + B tail below 2^-16 of e; |Q| < 2^-17 and
+// the table's tail within 2^-32 of its head), each scaled by 2^n, with e0's truncated halves
+// eh + el (eh its leading 26 bits, el at most 27 bits) and ef = e0 + f rounded, and
+// c = hc + tc as the sine-cosine core leaves it (|tc| < 2^-8 |hc|).  With ch the leading 26
+// bits of hc, e c = eh ch + el ch + f ch + ef (hc - ch) + ef tc: the first two products are
+// exact (26 by 26 and 27 by 26 bits), the others below 2^-8 of the result, each of them and
+// the inner sums rounding within 2^-61 of it, so the value is within 2^-58.5 of e c before
+// the final addition rounds it once.  tc, the last value of the sine-cosine chain, reaches
+// the result through one product and two additions.  The caller keeps every term normal:
+// 2^n e between 2^-371 and 2^372 and |c| above 2^-254.
+struct ExpSplit {
+    double eh, el, ef, f;
+};
+inline double exp_times(const ExpSplit &e, double hc, double tc) {
+    double ch = dd::split_cut(hc).h;
+    return e.eh * ch + (((e.el * ch + e.f * ch) + e.ef * (hc - ch)) + e.ef * tc);
 }
 
-// e^z for the usual finite parts (2^-57 <= |x| < 2048, 2^-252 <= |y| < 2^17), the
-// kernels' algorithms inline under one round-to-nearest guard: the exponential's reduction
-// and table row (expd::exp_pair_rn's steps, its polynomial in the shorter order of
-// e_split128_short) and the sine-cosine pairs (computed first: y does not wait on the
-// previous result in a chain of calls, x does), each result part rounded once by exp_times,
-// or by mul_scaled from the exponential's pair next to overflow and underflow.
+// The usual real parts: 2^-57 <= |x| < 2^8 (biased exponents 966 to 1030), where
+// |n| <= 370.
+inline bool usual_range(double x) { return unsigned(bexp(x) - 966) < unsigned(1031 - 966); }
+
+// e^z for the usual finite parts (usual_range(x), 2^-252 <= |y| < 2^17), the kernels'
+// algorithms inline under one round-to-nearest guard: the exponential's reduction and table
+// row (expd::exp_pair_rn's steps, its polynomial in the shorter order of e_split128_short)
+// and the sine-cosine core (computed first: y does not wait on the previous result in a chain
+// of calls, x does).  Each part is exp_times, the scale 2^n taken by the exponential's terms
+// off y's path: a sine or cosine of such a y is at least 2^-253 in magnitude (|sin y| >=
+// 2|y|/pi below pi/2, and no double lies within 2^-62 of a non-zero multiple of pi/2), so
+// with |n| <= 370 every product stays in the normal range.  No check of ranges or flags
+// follows: the general path below takes 2^8 <= |x| < 2^11.
 inline CD cexp_usual(double x, double y) {
     RnGuardInexact rn;
     x = opaque(x);
     y = opaque(y);
-    double S[2], C[2];
-    sincos_pair(y, S, C);
+    double hs, ts, hc, tc;
+    sincos_parts(y, hs, ts, hc, tc);
     const double SH = 0x1.8p52;
     double sh = opaque(0x1.71547652b82fep+7 * x + SH);
     double kf = sh - SH;
@@ -104,19 +110,19 @@ inline CD cexp_usual(double x, double y) {
     double B, Q;
     expd::e_split128_short(x, kf, B, Q);
     const expd::TH &row = expd::split128[j + 64];
-    double re, im, e0 = row.head * B, bt = B * row.tail, ht = row.head + row.tail;
-    if (!exp_times(n, ht, e0, bt, Q, C, re) || !exp_times(n, ht, e0, bt, Q, S, im)) {
-        double E[2] = {row.head * B, Q * row.head + (B + Q) * row.tail};
-        re = mul_scaled(n, E, C);
-        im = mul_scaled(n, E, S);
-    }
+    double scale = f64(uint64_t(n + 1023) << 52);
+    double f = (Q * (row.head + row.tail) + B * row.tail) * scale;
+    double es = row.head * B * scale;
+    DD h = dd::split_cut(es);
+    ExpSplit e{h.h, h.l, es + f, f};
+    double re = exp_times(e, hc, tc), im = exp_times(e, hs, ts);
     return mk(rn.finish(re), im);
 }
 
 template <Base B>
 inline CD cexp_core(double x, double y) {
     if constexpr (B == kE) {
-        if (exp_pair_range(x) && sincos_pair_range(y)) return cexp_usual(x, y);
+        if (usual_range(x) && sincos_pair_range(y)) return cexp_usual(x, y);
     }
     if (is_zero(y)) return mk(exp_real<B>(x), y);
     if (!is_finite(y)) {

@@ -121,13 +121,19 @@ inline bool exp_pair_range(double x) { return unsigned(bexp(x) - 966) < unsigned
 // round-to-nearest: the 64-row core of __libm_sincos_k64 inline, k = round(32y/pi) by the
 // shifter (no branch on y's sign), the same pair to about 2^-62 of each value.
 inline bool sincos_pair_range(double y) { return unsigned(bexp(y) - 771) < unsigned(0x410 - 771); }
-inline void sincos_pair(double y, double S[2], double C[2]) {
-    double sh = opaque(y * 0x1.45f306dc9c883p+3 + 0x1.8p52);
+// The same before the last normalisation: sin y = hs + ts and cos y = hc + tc with each tail
+// below 2^-8 of its head (the series' r^2 and r^3 terms stay in the tail).
+[[gnu::always_inline]] inline void sincos_parts(double y, double &hs, double &ts, double &hc, double &tc) {
+    const double SH = 0x1.8p52;
+    double sh = opaque(y * 0x1.45f306dc9c883p+3 + SH);
     int k = int(uint32_t(bits(sh)));
-    trig::Red64 d = trig::red64(y, k);
-    double ts, tc;
-    double hs = trig::rows64_sum(trig::sincos_rows64[k & 63], d, ts);
-    double hc = trig::rows64_sum(trig::sincos_rows64[(k + 16) & 63], d, tc);
+    trig::Red64 d = trig::red64(y, k, sh - SH);
+    hs = trig::rows64_sum(trig::sincos_rows64[k & 63], d, ts);
+    hc = trig::rows64_sum(trig::sincos_rows64[(k + 16) & 63], d, tc);
+}
+inline void sincos_pair(double y, double S[2], double C[2]) {
+    double hs, ts, hc, tc;
+    sincos_parts(y, hs, ts, hc, tc);
     S[0] = hs + ts;
     S[1] = ts - (S[0] - hs);
     C[0] = hc + tc;

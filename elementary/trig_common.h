@@ -133,8 +133,9 @@ struct Red64 {
     int k;
 };
 
-inline Red64 red64(double x, int k) {
-    double kf = double(k);
+// kf is k as a double: a caller that has it from a shifter's value (sh - shifter) passes it,
+// sparing the conversion on the argument's path.
+inline Red64 red64(double x, int k, double kf) {
     const double P1 = 0x1.921fb544p-4, P2 = 0x1.0b4611a6p-38, P3 = 0x1.3198a2e037073p-73;
     double c1 = kf * P1, m2 = kf * P2, m3 = kf * P3;
     double y = x - c1;
@@ -142,6 +143,7 @@ inline Red64 red64(double x, int k) {
     double e = m3 - ((y - r) - m2);
     return {y, r, e, k};
 }
+inline Red64 red64(double x, int k) { return red64(x, k, double(k)); }
 
 // round(32x/pi) by adding a signed half and truncating (ex, e7); the caller has |x| < 2^17.
 inline int k32_trunc(double x) {

@@ -506,6 +506,14 @@ TEST(ComplexEdge, HugeAndTiny) {
         {"cexp", cexp, mpc1(mpc_exp), 709.5, 1e-300},
         {"cexp", cexp, mpc1(mpc_exp), -745.1, 1.0},      // subnormal parts, rounded once
         {"cexp", cexp, mpc1(mpc_exp), -740, 3.0},
+        // the usual path's ends: its largest scales with a cosine or sine far below 1, and
+        // either side of |x| = 2^8, where the general path takes over
+        {"cexp", cexp, mpc1(mpc_exp), 255.9, PI2},        // cos y about 6e-17
+        {"cexp", cexp, mpc1(mpc_exp), -255.9, PI2},
+        {"cexp", cexp, mpc1(mpc_exp), -255.9, 0x1p-252},  // sin y = y
+        {"cexp", cexp, mpc1(mpc_exp), 200, PI * 0x1p15},  // sin y about 4e-12
+        {"cexp", cexp, mpc1(mpc_exp), 0x1.fffffffffffffp+7, 3.0},
+        {"cexp", cexp, mpc1(mpc_exp), -256, 3.0},
         {"ccosh", ccosh, mpc1(mpc_cosh), 711, 1e-300},
         {"csinh", csinh, mpc1(mpc_sinh), -712, 1.5707963267948966},
         {"ctanh", ctanh, mpc1(mpc_tanh), 20, 1e-300},
