@@ -88,13 +88,22 @@ inline double pick(bool c, double a, double b) {
     return _mm_cvtsd_f64(_mm_or_pd(_mm_and_pd(m, _mm_set_sd(a)), _mm_andnot_pd(m, _mm_set_sd(b))));
 }
 
-// 1/(t.h + t.l), |t.l| <= ulp(t.h): v = 1/t.h and the residual 1 - v·t.h (exact: the product in
-// two parts, 1 less its head exact by Sterbenz) less v·t.l, times v: the tail to 2^-52 of
-// itself, some 2^-100 of the reciprocal.
+// 1/(t.h + t.l), |t.l| <= 2^-14 |t.h| (the expansion's head and tail as they come, not
+// renormalised: the head is ready long before the tail, so the division runs beside the
+// polynomial).  v = 1/t.h and eps = v·(t.h + t.l) - 1 (|eps| <= 2^-13): with v and t.h cut
+// into 26-bit heads and tails, vh·th is exact and within 2^-24 of 1, so vh·th - 1 is exact
+// (Sterbenz); the three cross products (2^-25 at most each) and v·t.l (2^-14 at most) come off
+// it in a tree, each rounding below 2^-67.  Then 1/(t.h + t.l) = v/(1 + eps) = v·(1 - eps +
+// eps^2 - eps^3 + eps^4 ...), the tail v·(eps^2 - eps)(1 + eps^2), the terms dropped below
+// 2^-65 and the tail's roundings below 2^-66 of the reciprocal.
 inline DD recip(DD t) {
     double v = 1.0 / t.h;
-    DD p = two_prod_cut26(v, t.h);
-    return {v, (((1.0 - p.h) - p.l) - v * t.l) * v};
+    DD x = cut26(v), y = cut26(t.h);
+    double a = (x.h * y.h - 1.0) + x.h * y.l;  // the first exact
+    double b = x.l * y.h + x.l * y.l;
+    double eps = (a + v * t.l) + b;
+    double e2 = eps * eps;
+    return {v, ((e2 - eps) * (1.0 + e2)) * v};
 }
 
 // The infinity of a pole, with divide-by-zero as an exact infinite result of a finite
@@ -135,8 +144,7 @@ inline T tand_t(T xt) {
     // angle above 45 is 1/tan(90 - it); the cotangent side takes 1/tan), both computed and
     // one kept without a branch.
     TanRow r = tan_row(w);
-    DD t = expand<false>(r.w, r.e, 0.0);
-    t = fast_two_sum(t.h, t.l);  // the tail reaches 2^-14 of the head: renormalised
+    DD t = expand<false>(r.w, r.e, 0.0);  // the tail reaches 2^-14 of the head
     DD u = recip(t);
     bool inv = r.flip != cot_side;
     DD v = {pick(inv, u.h, t.h), pick(inv, u.l, t.l)};
