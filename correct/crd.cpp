@@ -33,6 +33,7 @@
 #include "tsr/dd.h"
 #include "tsr/avx512.h"
 #include "tsr/guard.h"
+#include "tsr/lane.h"
 #include "tsr/report.h"
 #include "tsr_decls.h"
 
@@ -75,25 +76,6 @@ inline double add_rn(double a, double b) {
 inline double fma_rn(double a, double b, double c) {
     if constexpr (kEmbedded) return avx512::fma_rn(a, b, c);
     return mul_add(a, b, c);
-}
-// c a + b in one fused step, the constant c's register taking the result (the 132 form):
-// a and b, both needed again, are not copied ahead of it.
-inline double fma_c(double c, double a, double b) {
-#ifdef __FMA__
-    asm("vfmadd132sd %2, %3, %0" : "=v"(c) : "0"(c), "v"(a), "v"(b));
-    return c;
-#else
-    return __builtin_fma(c, a, b);
-#endif
-}
-// c a - b in one fused step, c's register taking the result (c is not copied ahead of it).
-inline double fms_c(double c, double a, double b) {
-#ifdef __FMA__
-    asm("vfmsub132sd %2, %3, %0" : "=v"(c) : "0"(c), "v"(a), "v"(b));
-    return c;
-#else
-    return __builtin_fma(c, a, -b);
-#endif
 }
 // a + b exactly as s + e for |a| >= |b| or a = 0: s rounded to nearest, then the two
 // differences are exact (the fast two-sum), in any rounding mode.
@@ -317,7 +299,7 @@ inline bool exp_phase1(double x, int64_t &k_out, double &y) {
         // round-to-nearest (|r| <= ln 2/1024, error 2^-64).  Every later step may round in
         // the caller's mode: the exact ones (T - H, the remainder e1) are exact there too,
         // and the others are far below the margin at twice the error.
-        double r = fma_rn(kn, kNegLn2_512Lo, fma_c(kNegLn2_512Hi, kn, xx));
+        double r = fma_rn(kn, kNegLn2_512Lo, fma_into_factor(kNegLn2_512Hi, kn, xx));
         // 2^(j/512) e^r = T (1 + U)(1 + r + r^2 p): H = T + T r rounded, e1 its remainder
         // (T - H exact: H is within a factor 2 of T; e1 below ulp(H), rounded at 2^-103),
         // and the rest, T r^2 p + T U, below 2^-20, rounded at 2^-72.  T only joins after
@@ -538,7 +520,7 @@ inline double cr_log(double x) {
         // coefficients scaled by powers of 2 (kLq*), so that -2 q comes out directly.
         double nr = -0.5 * r;
         dd::DD sq = dd::two_prod<kFma>(r, nr);
-        if constexpr (kFma) sq.l = fms_c(nr, r, sq.h);  // the same, nr's register taking it
+        if constexpr (kFma) sq.l = fms_into_factor(nr, r, sq.h);  // the same, nr's register taking it
         double s2 = sq.h;
         dd::DD h1 = fast_two_sum_rn(A, r);      // |A| >= |r| or A = 0
         dd::DD h2 = fast_two_sum_rn(h1.h, s2);  // r^2/2 below |A + r|

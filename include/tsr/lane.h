@@ -5,7 +5,7 @@
 // a mask).  _mm_set_ss/_mm_set_sd would have to zero them, which costs a move or a blend on
 // the path, sometimes a trip through a general register and back.  Beside it, two
 // operations written so that the compiler places no copy in front of them (or_masked,
-// fma_into_addend).
+// fma_into_addend, fma_into_factor).
 #pragma once
 #include <emmintrin.h>
 #ifdef __AVX512VL__
@@ -63,5 +63,25 @@ inline double fma_into_addend(double a, double b, double c) {
     return c;
 }
 #endif
+
+// c a + b and c a - b in one fused step, c's register taking the result (the 132 forms): a
+// and b, both needed again, are not copied ahead of it.  Without FMA (the tiers below it
+// compile the same source) the library's fused multiply-add.
+inline double fma_into_factor(double c, double a, double b) {
+#ifdef __FMA__
+    asm("vfmadd132sd %2, %3, %0" : "=v"(c) : "0"(c), "v"(a), "v"(b));
+    return c;
+#else
+    return __builtin_fma(c, a, b);
+#endif
+}
+inline double fms_into_factor(double c, double a, double b) {
+#ifdef __FMA__
+    asm("vfmsub132sd %2, %3, %0" : "=v"(c) : "0"(c), "v"(a), "v"(b));
+    return c;
+#else
+    return __builtin_fma(c, a, -b);
+#endif
+}
 
 }  // namespace tsr
