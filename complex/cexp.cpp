@@ -102,11 +102,7 @@ inline CD cexp_usual(double x, double y) {
     double hs, ts, hc, tc;
     sincos_parts(y, hs, ts, hc, tc);
     const double SH = 0x1.8p52;
-    double sh = opaque(0x1.71547652b82fep+7 * x + SH);
-    double kf = sh - SH;
-    int k = int(uint32_t(bits(sh)));
-    int j = int(uint32_t(k) << 25) >> 25;
-    int n = (k - j) >> 7;
+    auto [kf, j, n] = expd::split_index(opaque(0x1.71547652b82fep+7 * x + SH), SH);
     double B, Q;
     expd::e_split128_short(x, kf, B, Q);
     const expd::TH &row = expd::split128[j + 64];

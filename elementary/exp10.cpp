@@ -46,17 +46,13 @@ inline double exp10_ex(double x) {
     }
     RnGuardInexact g;
     x = opaque(x);
-    double s = opaque(0x1.a934f0979a371p+8 * x + S);
-    double kf = s - S;
-    int k = int(uint32_t(bits(s)));
-    int j = int(uint32_t(k) << 25) >> 25;
-    int n = (k - j) >> 7;
+    auto [kf, j, n] = split_index(opaque(0x1.a934f0979a371p+8 * x + S), S);
     double B, Q;
     exp10_split128(x, kf, B, Q);
     const TH &row = split128[j + 64];
     double W = Q * row.head + (B + Q) * row.tail;
     double v = row.head * B;  // exact
-    if (k >= -130814) return split_scaled(v, W, n, neg, g);
+    if (kf >= -130814.0) return split_scaled(v, W, n, neg, g);  // k, exactly
     double f1 = f64(uint64_t(n + (neg ? 0x5ff : 0x1ff)) << 52), f2 = neg ? 0x1p-512 : 0x1p512;
     // Below the normal range: a 21-bit head of the sum is kept apart, so that when the
     // result is subnormal the rest is rounded to the grid once and the head added exactly.

@@ -64,11 +64,7 @@ template <class Guard>
 inline double exp2_ex_core(double x) {
     Guard g;
     x = opaque(x);
-    double s = opaque(128.0 * x + S);
-    double kf = s - S;
-    int k = int(uint32_t(bits(s)));
-    int j = int(uint32_t(k) << 25) >> 25;
-    int n = (k - j) >> 7;
+    auto [kf, j, n] = split_index(opaque(128.0 * x + S), S);
     double r = x + kf * -0x1p-7;
     const TH &row = split128[j + 64];
     const double L = 0x1.62e42p-1;
@@ -84,7 +80,7 @@ inline double exp2_ex_core(double x) {
                 0x1.fdf473de6af28p-22) * r;
     double W = Q * row.head + (B + Q) * row.tail;
     double v = row.head * B;  // exact
-    if (k >= -130814) {
+    if (kf >= -130814.0) {  // k, exactly
         // The exponent fields of 2^(n -+ 512) and 2^(+-512) by arithmetic on the sign bit:
         // a branch on it would miss in half the calls where signs come at random.
         int e2 = 0x5ff - int((hi(x) >> 31) << 10);

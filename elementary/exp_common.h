@@ -77,6 +77,20 @@ inline void exp10_split128(double x, double kf, double &B, double &Q) {
          0x1.776aaa2b05ba9p-20) * r;
 }
 
+// The split scheme's index.  s = t + S, formed as such (opaque), with S the shifter 1.5·2^52
+// or 2^52 and t = x·128/ln b: the integer k nearest t stands in s's low bits, kf = s - S is k
+// exactly, j = k mod 128 in [-64, 63] picks the row j + 64 and n = (k - j)/128 is the power
+// of two.
+struct SplitIndex {
+    double kf;
+    int j, n;
+};
+inline SplitIndex split_index(double s, double S) {
+    int k = int(uint32_t(bits(s)));
+    int j = int(uint32_t(k) << 25) >> 25;
+    return {s - S, j, (k - j) >> 7};
+}
+
 // e^r = 1 + r + r^2/2 + C3 r^3 + ... + C6 r^6, the coefficients named for the split scheme's
 // two evaluation orders below.
 // approximation of e^r on [-0x1.62fp-9, 0x1.62fp-9], degree 6, max relative error 2^-74.99
@@ -119,16 +133,13 @@ inline void e_split128_short(double x, double kf, double &B, double &Q) {
 // exponential): o0 = head·B is exact, o1 = Q·head + (B + Q)·tail, about 2^-70 relative.
 inline int exp_pair_rn(double x, double &o0, double &o1) {
     const double S = 0x1.8p52;
-    double s = opaque(0x1.71547652b82fep+7 * x + S);
-    double kf = s - S;
-    int k = int(uint32_t(bits(s)));
-    int j = int(uint32_t(k) << 25) >> 25;
+    auto [kf, j, n] = split_index(opaque(0x1.71547652b82fep+7 * x + S), S);
     double B, Q;
     e_split128(x, kf, B, Q);
     const TH &row = split128[j + 64];
     o1 = Q * row.head + (B + Q) * row.tail;
     o0 = row.head * B;
-    return (k - j) >> 7;
+    return n;
 }
 
 // The split scheme's result v + W times 2^n when it is a normal double: the scale goes in

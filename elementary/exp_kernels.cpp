@@ -47,11 +47,7 @@ inline void kernel(double x, int *scale, double out[2]) {
     x = opaque(x);
     const double S = 0x1.8p52;
     const double K = F == kE ? 0x1.71547652b82fep+7 : F == k2 ? 128.0 : 0x1.a934f0979a371p+8;
-    double s = opaque(K * x + S);
-    double kf = s - S;
-    int k = int(uint32_t(bits(s)));
-    int j = int(uint32_t(k) << 25) >> 25;
-    int n = (k - j) >> 7;
+    auto [kf, j, n] = split_index(opaque(K * x + S), S);
     double B, Q;
     if constexpr (F == kE) {
         e_split128(x, kf, B, Q);
